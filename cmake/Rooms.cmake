@@ -1,0 +1,31 @@
+# Every folder is a target, every arrow between folders a link. A room sees the headers of the rooms that it
+# links and of no other, so an arrow that is not drawn here does not compile.
+
+add_library(ferrolt_build INTERFACE)
+target_compile_options(ferrolt_build INTERFACE
+    -Wall -Wextra -Wpedantic $<IF:$<CXX_COMPILER_ID:GNU>,-Wshadow=local,-Wshadow> -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Wold-style-cast
+    -Woverloaded-virtual -Wimplicit-fallthrough -fno-common -fstack-protector-strong)
+target_compile_definitions(ferrolt_build INTERFACE
+    QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING QT_NO_KEYWORDS QT_USE_QSTRINGBUILDER
+    QT_DISABLE_DEPRECATED_BEFORE=0x060400)
+if(FERROLT_SANITIZE)
+    target_compile_options(ferrolt_build INTERFACE -fsanitize=${FERROLT_SANITIZE} -fno-omit-frame-pointer
+        -fno-sanitize-recover=all)
+    target_link_options(ferrolt_build INTERFACE -fsanitize=${FERROLT_SANITIZE})
+endif()
+
+# Qt keeps the headers of all its modules under one folder, so a room that links Qt Core could still reach a
+# window's header. These folders stand first on the path of every room but app/ and stop the compiler there.
+add_library(ferrolt_no_user_interface INTERFACE)
+target_include_directories(ferrolt_no_user_interface BEFORE INTERFACE ${PROJECT_SOURCE_DIR}/cmake/fence)
+
+# ferrolt_room(NAME SOURCES ... LINKS ... [USER_INTERFACE])
+function(ferrolt_room name)
+    cmake_parse_arguments(ROOM "USER_INTERFACE" "" "SOURCES;LINKS" ${ARGN})
+    add_library(ferrolt_${name} STATIC ${ROOM_SOURCES})
+    target_include_directories(ferrolt_${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
+    target_link_libraries(ferrolt_${name} PUBLIC ${ROOM_LINKS} PRIVATE ferrolt_build)
+    if(NOT ROOM_USER_INTERFACE)
+        target_link_libraries(ferrolt_${name} PRIVATE ferrolt_no_user_interface)
+    endif()
+endfunction()

@@ -1,0 +1,15 @@
+# The settings that a builder may change, by the names that packagers know them by.
+set(FERROLT_UPDATE_SERVER "https://updates.ferrolt.example" CACHE STRING "Base URL of the update server")
+set(FERROLT_NODE_SERVER_HOST "nodes.ferrolt.example" CACHE STRING "The default node server host")
+if(APPLE)
+    set(_libreoffice_server "https://download.documentfoundation.org")
+else()
+    # A Linux desktop has no use for a Mac application unless its builder says so.
+    set(_libreoffice_server "https://downloads.ferrolt.example")
+endif()
+set(FERROLT_LIBREOFFICE_SERVER "${_libreoffice_server}" CACHE STRING "Base URL of the LibreOffice download server")
+set(FERROLT_DEVELOPMENT_FOLDER "${PROJECT_SOURCE_DIR}" CACHE PATH
+    "The folder that the engine and the client are taken from when they are not installed")
+set(FERROLT_REVERSE_DOMAIN "io.ferrolt.miner-launcher" CACHE STRING "The reverse-domain identifier")
+option(FERROLT_TESTS "Build the tests" ON)
+set(FERROLT_SANITIZE "" CACHE STRING "Sanitizers to build with, as -fsanitize takes them")

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <functional>
+
+namespace ferrolt {
+
+enum class QualityOfService { Default, Utility };
+
+/// The global background queues: work that may block for long and hands its result back through MainQueue.
+class BackgroundQueue {
+  public:
+    /// Runs `work` on a thread of its own. Any thread. The work must not throw, must not hold what it cannot
+    /// outlive, and does not keep the program from ending.
+    static void async(QualityOfService service, std::function<void()> work);
+};
+
+}  // namespace ferrolt

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <functional>
+
+namespace ferrolt {
+
+/// The queue of work for the main thread: the only way by which another thread reaches the launcher's state.
+/// Work runs in the order in which it was handed over, never inside the call that hands it over.
+class MainQueue {
+  public:
+    /// Runs `work` on the main thread, soon. Any thread. Work handed over before the application object exists
+    /// waits for it; work handed over after the application object has gone is dropped.
+    static void async(std::function<void()> work);
+
+    /// Runs `work` on the main thread and returns when it has run. From the main thread it runs at once. When
+    /// the application object goes away first, returns without having run it.
+    static void sync(const std::function<void()> &work);
+
+    static bool isMainThread();
+};
+
+}  // namespace ferrolt

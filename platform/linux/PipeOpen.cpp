@@ -1,0 +1,17 @@
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "Pipe.h"
+
+namespace ferrolt {
+
+Pipe Pipe::open() {
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0)
+        return {};
+    Pipe pipe{FileDescriptor(ends[0]), FileDescriptor(ends[1])};
+    fcntl(pipe.readingEnd.get(), F_SETFL, O_NONBLOCK);
+    return pipe;
+}
+
+}  // namespace ferrolt

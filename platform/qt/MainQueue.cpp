@@ -1,0 +1,128 @@
+#include "MainQueue.h"
+
+#include <QCoreApplication>
+#include <QEvent>
+#include <QThread>
+
+#include <condition_variable>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <utility>
+
+namespace ferrolt {
+
+namespace {
+
+/// Work waits in a list of our own and Qt carries one wake-up for all of it, so that a burst of a thousand
+/// hand-overs costs the event loop one event.
+class Receiver : public QObject {
+  public:
+    bool event(QEvent *event) override;
+};
+
+struct State {
+    std::mutex mutex;
+    std::deque<std::function<void()>> waiting;
+    Receiver *receiver = nullptr;
+    bool wakeUpUnderWay = false;
+    bool closed = false;
+};
+
+/// Never destroyed: a thread that outlives main() may still hand work over, and must find it refused.
+State &state() {
+    static State &instance = *new State;
+    return instance;
+}
+
+const QEvent::Type wakeUpEvent = static_cast<QEvent::Type>(QEvent::registerEventType());
+
+void wakeUp(State &queue) {
+    if (queue.wakeUpUnderWay || queue.receiver == nullptr)
+        return;
+    queue.wakeUpUnderWay = true;
+    QCoreApplication::postEvent(queue.receiver, new QEvent(wakeUpEvent));
+}
+
+bool Receiver::event(QEvent *event) {
+    if (event->type() != wakeUpEvent)
+        return QObject::event(event);
+    // Only what waited when the turn began: work that queues more work must not keep the window from drawing.
+    std::deque<std::function<void()>> turn;
+    {
+        std::lock_guard lock(state().mutex);
+        turn.swap(state().waiting);
+        state().wakeUpUnderWay = false;
+    }
+    while (!turn.empty()) {
+        auto work = std::move(turn.front());
+        turn.pop_front();
+        work();
+    }
+    return true;
+}
+
+void close() {
+    std::deque<std::function<void()>> dropped;
+    Receiver *receiver = nullptr;
+    {
+        std::lock_guard lock(state().mutex);
+        state().closed = true;
+        receiver = std::exchange(state().receiver, nullptr);
+        dropped.swap(state().waiting);
+    }
+    delete receiver;
+}
+
+void open() {
+    std::lock_guard lock(state().mutex);
+    state().closed = false;
+    state().wakeUpUnderWay = false;
+    state().receiver = new Receiver;
+    qAddPostRoutine(close);
+    if (!state().waiting.empty())
+        wakeUp(state());
+}
+
+Q_COREAPP_STARTUP_FUNCTION(open)
+
+}  // namespace
+
+void MainQueue::async(std::function<void()> work) {
+    std::lock_guard lock(state().mutex);
+    if (state().closed)
+        return;
+    state().waiting.push_back(std::move(work));
+    wakeUp(state());
+}
+
+bool MainQueue::isMainThread() {
+    const auto *application = QCoreApplication::instance();
+    return application != nullptr && QThread::currentThread() == application->thread();
+}
+
+void MainQueue::sync(const std::function<void()> &work) {
+    if (isMainThread()) {
+        work();
+        return;
+    }
+    struct Turn {
+        std::mutex mutex;
+        std::condition_variable changed;
+        bool over = false;
+
+        void end() {
+            std::lock_guard lock(mutex);
+            over = true;
+            changed.notify_all();
+        }
+    };
+    auto turn = std::make_shared<Turn>();
+    // The guard ends the turn when the work has run, and also when the queue drops the work unrun.
+    auto guard = std::shared_ptr<void>(nullptr, [turn](void *) { turn->end(); });
+    async([&work, guard = std::move(guard)] { work(); });
+    std::unique_lock lock(turn->mutex);
+    turn->changed.wait(lock, [&] { return turn->over; });
+}
+
+}  // namespace ferrolt

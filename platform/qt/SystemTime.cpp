@@ -1,0 +1,63 @@
+#include <QCoreApplication>
+#include <QTimer>
+
+#include <algorithm>
+#include <limits>
+#include <thread>
+#include <utility>
+
+#include "TimeSource.h"
+
+namespace ferrolt {
+
+namespace {
+
+/// Qt counts a timer's milliseconds in an int: about 24 days. A longer wait is split.
+class SystemTimer : public Timer {
+  public:
+    SystemTimer(TimeSource::Duration delay, std::function<void()> work)
+        : remaining(std::chrono::ceil<std::chrono::milliseconds>(delay)), work(std::move(work)) {
+        timer.setSingleShot(true);
+        timer.setTimerType(Qt::PreciseTimer);
+        QObject::connect(&timer, &QTimer::timeout, &timer, [this] { next(); });
+        next();
+    }
+
+  private:
+    void next() {
+        if (started && remaining <= std::chrono::milliseconds::zero()) {
+            auto now = std::move(work);  // the work may destroy this timer
+            now();
+            return;
+        }
+        started = true;
+        const auto longest = std::chrono::milliseconds(std::numeric_limits<int>::max());
+        const auto leg = std::clamp(remaining, std::chrono::milliseconds::zero(), longest);
+        remaining -= leg;
+        timer.start(leg);
+    }
+
+    std::chrono::milliseconds remaining;
+    std::function<void()> work;
+    bool started = false;
+    QTimer timer;
+};
+
+class SystemTime : public TimeSource {
+  public:
+    Duration now() const override { return std::chrono::steady_clock::now().time_since_epoch(); }
+    void sleepFor(Duration duration) override { std::this_thread::sleep_for(duration); }
+    std::unique_ptr<Timer> startTimer(Duration delay, std::function<void()> work) override {
+        return std::make_unique<SystemTimer>(delay, std::move(work));
+    }
+    void callAfter(Duration delay, std::function<void()> work) override {
+        QTimer::singleShot(std::chrono::ceil<std::chrono::milliseconds>(delay), Qt::PreciseTimer,
+                           QCoreApplication::instance(), std::move(work));
+    }
+};
+
+}  // namespace
+
+std::shared_ptr<TimeSource> systemTime() { return std::make_shared<SystemTime>(); }
+
+}  // namespace ferrolt

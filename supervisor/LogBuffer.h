@@ -1,0 +1,64 @@
+#pragma once
+
+#include <QByteArray>
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <vector>
+
+namespace ferrolt {
+
+/// One launcher message, or one chunk of a child's output as it arrived: valid UTF-8, never empty. Kept as the
+/// bytes that came; a view turns them into UTF-16 only for what is on screen.
+using LogElement = QByteArray;
+
+/// The elements of one child's log, oldest first. Main thread only; AppVars announces a change before making it.
+///
+/// An element keeps its sequence number for life, also when older ones are dropped before it, so a view can
+/// tell which of the elements that it knows are still there without comparing texts.
+class LogBuffer {
+  public:
+    std::size_t size() const { return elements.size(); }
+    bool isEmpty() const { return elements.empty(); }
+
+    /// The element at `index`, 0 being the oldest. The index must be below size().
+    const LogElement &at(std::size_t index) const { return elements[index]; }
+
+    /// The sequence number of the oldest element; the number of elements dropped so far.
+    std::uint64_t firstSequence() const { return first; }
+    /// One past the sequence number of the newest element; the number of elements ever appended.
+    std::uint64_t endSequence() const { return first + elements.size(); }
+
+    /// All elements together, in bytes.
+    std::size_t byteCount() const { return bytes; }
+
+    void append(LogElement element) {
+        bytes += static_cast<std::size_t>(element.size());
+        elements.push_back(std::move(element));
+    }
+
+    /// Drops the `count` oldest elements; at most size().
+    void removeFirst(std::size_t count) {
+        for (; count > 0; --count, ++first) {
+            bytes -= static_cast<std::size_t>(elements.front().size());
+            elements.pop_front();
+        }
+    }
+
+    /// All elements joined with nothing between them: they carry their own line breaks.
+    QByteArray joined() const {
+        QByteArray text;
+        text.reserve(static_cast<qsizetype>(bytes));
+        for (const LogElement &element : elements)
+            text.append(element);
+        return text;
+    }
+
+  private:
+    std::deque<LogElement> elements;
+    std::uint64_t first = 0;
+    std::size_t bytes = 0;
+};
+
+}  // namespace ferrolt

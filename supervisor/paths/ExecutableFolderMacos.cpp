@@ -1,0 +1,26 @@
+#include <mach-o/dyld.h>
+
+#include <cstdint>
+#include <string>
+#include <system_error>
+
+#include "PathRoots.h"
+
+namespace ferrolt {
+
+std::filesystem::path executableFolder() {
+    std::uint32_t size = 0;
+    _NSGetExecutablePath(nullptr, &size);
+    std::string path(size, '\0');
+    if (_NSGetExecutablePath(path.data(), &size) != 0)
+        return {};
+    std::error_code failure;
+    const auto executable = std::filesystem::canonical(path.c_str(), failure);
+    return failure ? std::filesystem::path() : executable.parent_path();
+}
+
+std::filesystem::path resourceFolder(const std::filesystem::path &executableFolder) {
+    return executableFolder.parent_path() / "Resources";
+}
+
+}  // namespace ferrolt

@@ -1,0 +1,7 @@
+#pragma once
+
+namespace ferrolt {
+
+class LibreOfficeInstaller {};
+
+}  // namespace ferrolt
