@@ -1,0 +1,1 @@
+ferrolt_test(app LogConsoleLookTest LINKS ferrolt_app WINDOW)
