@@ -1,6 +1,8 @@
 #include "ThemedLabel.h"
 
 #include <QEvent>
+#include <QPainter>
+#include <QStyle>
 
 namespace ferrolt {
 
@@ -8,28 +10,25 @@ ThemedLabel::ThemedLabel(const QString &text, FontRole fontRole, ColorRole color
     : QLabel(parent), fontRole(fontRole), colorRole(colorRole) {
     setTextFormat(Qt::PlainText);
     setText(text);
-    followTheme();
+    setFont(fontRole());
+}
+
+// A palette of its own would have to be made anew, in the right order, whenever that of the desktop changes;
+// a colour that is asked for while painting is never the old one.
+void ThemedLabel::paintEvent(QPaintEvent *) {
+    QPainter painter(this);
+    painter.setPen(colorRole(palette()));
+    const Qt::Alignment place = QStyle::visualAlignment(layoutDirection(), alignment());
+    painter.drawText(contentsRect(),
+                     static_cast<int>(place) | (wordWrap() ? Qt::TextWordWrap : Qt::TextSingleLine), text());
 }
 
 void ThemedLabel::changeEvent(QEvent *event) {
     QLabel::changeEvent(event);
-    if (event->type() == QEvent::PaletteChange || event->type() == QEvent::ApplicationFontChange ||
-        event->type() == QEvent::FontChange)
-        followTheme();
-}
-
-void ThemedLabel::followTheme() {
-    // Setting either announces itself as a change.
-    if (isFollowing)
-        return;
-    isFollowing = true;
-    setFont(fontRole());
-    // The inherited colours without the one that was set here before.
-    QPalette colors = parentWidget() ? parentWidget()->palette() : QPalette();
-    colors.setResolveMask(0);
-    colors.setColor(QPalette::WindowText, colorRole(colors));
-    setPalette(colors);
-    isFollowing = false;
+    if (event->type() == QEvent::ApplicationFontChange && font() != fontRole())
+        setFont(fontRole());
+    if (event->type() == QEvent::PaletteChange)
+        update();
 }
 
 }  // namespace ferrolt

@@ -17,14 +17,12 @@ class ThemedLabel : public QLabel {
     ThemedLabel(const QString &text, FontRole fontRole, ColorRole colorRole, QWidget *parent = nullptr);
 
   protected:
+    void paintEvent(QPaintEvent *event) override;
     void changeEvent(QEvent *event) override;
 
   private:
-    void followTheme();
-
     FontRole fontRole;
     ColorRole colorRole;
-    bool isFollowing = false;
 };
 
 }  // namespace ferrolt

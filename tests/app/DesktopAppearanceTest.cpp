@@ -1,4 +1,5 @@
 #include "DesktopAppearance.h"
+#include "Theme.h"
 
 #include <QApplication>
 #include <QDBusConnection>
@@ -10,8 +11,6 @@
 #include <QStandardPaths>
 #include <QStyle>
 #include <QTest>
-
-#include "Theme.h"
 
 using namespace ferrolt;
 
@@ -28,9 +27,11 @@ class PracticePortal : public QDBusVirtualObject {
             message.arguments() != QVariantList{"org.freedesktop.appearance", "color-scheme"})
             return false;
         ++reads;
-        connection.send(colorScheme.isValid()
-                            ? message.createReply(QVariant::fromValue(QDBusVariant(QVariant::fromValue(QDBusVariant(colorScheme)))))
-                            : message.createErrorReply("org.freedesktop.portal.Error.NotFound", "No such setting"));
+        connection.send(
+            colorScheme.isValid()
+                ? message.createReply(
+                      QVariant::fromValue(QDBusVariant(QVariant::fromValue(QDBusVariant(colorScheme)))))
+                : message.createErrorReply("org.freedesktop.portal.Error.NotFound", "No such setting"));
         return true;
     }
 
@@ -40,14 +41,15 @@ class PracticePortal : public QDBusVirtualObject {
     }
 
     void announce(const QString &space, const QString &key, const QVariant &value) {
-        QDBusMessage signal = QDBusMessage::createSignal("/org/freedesktop/portal/desktop", "org.freedesktop.portal.Settings",
-                                                         "SettingChanged");
+        QDBusMessage signal = QDBusMessage::createSignal("/org/freedesktop/portal/desktop",
+                                                         "org.freedesktop.portal.Settings", "SettingChanged");
         signal << space << key << QVariant::fromValue(QDBusVariant(value));
         QDBusConnection("portal").send(signal);
     }
 
     void appear() {
-        QDBusConnection bus = QDBusConnection::connectToBus(QString::fromLocal8Bit(qgetenv("DBUS_SESSION_BUS_ADDRESS")), "portal");
+        QDBusConnection bus = QDBusConnection::connectToBus(
+            QString::fromLocal8Bit(qgetenv("DBUS_SESSION_BUS_ADDRESS")), "portal");
         QVERIFY(bus.registerVirtualObject("/org/freedesktop/portal/desktop", this));
         QVERIFY(bus.registerService("org.freedesktop.portal.Desktop"));
     }

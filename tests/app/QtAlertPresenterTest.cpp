@@ -1,5 +1,6 @@
 #include "QtAlertPresenter.h"
 
+#include <QAccessible>
 #include <QApplication>
 #include <QLabel>
 #include <QMessageBox>
@@ -33,9 +34,7 @@ class QtAlertPresenterTest : public QObject {
     }
 
   private Q_SLOTS:
-    void cleanup() {
-        QTRY_VERIFY(!shown());
-    }
+    void cleanup() { QTRY_VERIFY(!shown()); }
 
     void anAlertAppearsWithoutAnyWindowAndBlocksNothingButWindows() {
         QtAlertPresenter presenter;
@@ -134,7 +133,8 @@ class QtAlertPresenterTest : public QObject {
     void anAnswerMayBringTheNextAlert() {
         QtAlertPresenter presenter;
         bool secondDismissed = false;
-        presenter.present(alert("first"), [&] { presenter.present(alert("second"), [&] { secondDismissed = true; }); });
+        presenter.present(alert("first"),
+                          [&] { presenter.present(alert("second"), [&] { secondDismissed = true; }); });
         QTest::mouseClick(onlyButton(shown()), Qt::LeftButton);
         QTRY_VERIFY(shown() && shown()->text() == "second");
         QTest::mouseClick(onlyButton(shown()), Qt::LeftButton);
@@ -152,7 +152,8 @@ class QtAlertPresenterTest : public QObject {
             if (!label->text().isEmpty())
                 QCOMPARE(label->textFormat(), Qt::PlainText);
         }
-        QCOMPARE(QAccessible::queryAccessibleInterface(onlyButton(shown()))->text(QAccessible::Name), QString("Save & Go"));
+        QCOMPARE(QAccessible::queryAccessibleInterface(onlyButton(shown()))->text(QAccessible::Name),
+                 QString("Save & Go"));
     }
 
     void aPresenterThatGoesTakesItsAlertsUnanswered() {

@@ -16,7 +16,8 @@ class SingleLineTextTest : public QObject {
   private Q_SLOTS:
     void aLineBreakOfAnyKindBecomesOneSpace_data() {
         QTest::addColumn<QString>("lineBreak");
-        for (const char16_t *lineBreak : {u"\n", u"\r", u"\r\n", u"\v", u"\f", u"\u0085", u"\u2028", u"\u2029"})
+        for (const char16_t *lineBreak :
+             {u"\n", u"\r", u"\r\n", u"\v", u"\f", u"\u0085", u"\u2028", u"\u2029"})
             QTest::addRow("U+%04X", lineBreak[0]) << QString::fromUtf16(lineBreak);
     }
     void aLineBreakOfAnyKindBecomesOneSpace() {

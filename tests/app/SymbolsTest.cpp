@@ -9,15 +9,17 @@ using namespace ferrolt;
 class SymbolsTest : public QObject {
     Q_OBJECT
 
-    static constexpr Symbol all[] = {
-        Symbol::House,      Symbol::Gear,   Symbol::CircleFill, Symbol::DocOnDoc,   Symbol::Checkmark,      Symbol::Envelope,
-        Symbol::Person,     Symbol::Desktop, Symbol::Paperplane, Symbol::CheckmarkCircle, Symbol::InfoCircle};
+    static constexpr Symbol all[] = {Symbol::House,           Symbol::Gear,      Symbol::CircleFill,
+                                     Symbol::DocOnDoc,        Symbol::Checkmark, Symbol::Envelope,
+                                     Symbol::Person,          Symbol::Desktop,   Symbol::Paperplane,
+                                     Symbol::CheckmarkCircle, Symbol::InfoCircle};
 
   private Q_SLOTS:
     void everySymbolIsDrawnInItsTintAndNothingElse() {
         const QColor tint(10, 102, 216);
         for (const Symbol symbol : all) {
-            const QImage image = symbolPixmap(symbol, QSize(16, 16), tint, 1).toImage().convertToFormat(QImage::Format_ARGB32);
+            const QImage image =
+                symbolPixmap(symbol, QSize(16, 16), tint, 1).toImage().convertToFormat(QImage::Format_ARGB32);
             int solid = 0;
             for (int y = 0; y < 16; ++y) {
                 for (int x = 0; x < 16; ++x) {

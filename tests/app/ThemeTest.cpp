@@ -1,12 +1,10 @@
 #include "Theme.h"
+#include "ThemedLabel.h"
 
 #include <QApplication>
 #include <QFontInfo>
-#include <QLabel>
 #include <QStyle>
 #include <QTest>
-
-#include "ThemedLabel.h"
 
 using namespace ferrolt;
 
@@ -29,18 +27,26 @@ class ThemeTest : public QObject {
             QColor (*role)(const QPalette &);
             QRgb light, dark;
         };
-        const Row rows[] = {{Theme::windowBackground, 0xf5f5f7, 0x242426}, {Theme::sidebarBackground, 0xebebef, 0x2c2c2f},
-                            {Theme::controlBackground, 0xffffff, 0x323236}, {Theme::textBackground, 0xffffff, 0x1b1b1d},
-                            {Theme::separator, 0xd4d4d9, 0x3d3d42},        {Theme::accent, 0x0a66d8, 0x4a9bff},
-                            {Theme::selection, 0xd9e4f5, 0x35486a},        {Theme::primaryText, 0x1d1d1f, 0xf2f2f4},
-                            {Theme::secondaryText, 0x6e6e73, 0x9a9aa0},    {Theme::green, 0x248a3d, 0x32d158},
+        const Row rows[] = {{Theme::windowBackground, 0xf5f5f7, 0x242426},
+                            {Theme::sidebarBackground, 0xebebef, 0x2c2c2f},
+                            {Theme::controlBackground, 0xffffff, 0x323236},
+                            {Theme::textBackground, 0xffffff, 0x1b1b1d},
+                            {Theme::separator, 0xd4d4d9, 0x3d3d42},
+                            {Theme::accent, 0x0a66d8, 0x4a9bff},
+                            {Theme::selection, 0xd9e4f5, 0x35486a},
+                            {Theme::primaryText, 0x1d1d1f, 0xf2f2f4},
+                            {Theme::secondaryText, 0x6e6e73, 0x9a9aa0},
+                            {Theme::green, 0x248a3d, 0x32d158},
                             {Theme::gray, 0x8e8e93, 0x8e8e93}};
         for (const Row &row : rows) {
-            for (const auto &[palette, wanted] : {std::pair(Theme::lightPalette(), row.light), {Theme::darkPalette(), row.dark}}) {
+            for (const auto &[palette, wanted] :
+                 {std::pair(Theme::lightPalette(), row.light), {Theme::darkPalette(), row.dark}}) {
                 const QColor color = row.role(palette);
                 // Roles that are derived come near; nobody sees a difference of a few steps.
-                for (const int difference : {color.red() - qRed(wanted), color.green() - qGreen(wanted), color.blue() - qBlue(wanted)})
-                    QVERIFY2(qAbs(difference) <= 4, qPrintable(color.name() + " for " + QColor(wanted).name()));
+                for (const int difference : {color.red() - qRed(wanted), color.green() - qGreen(wanted),
+                                             color.blue() - qBlue(wanted)})
+                    QVERIFY2(qAbs(difference) <= 4,
+                             qPrintable(color.name() + " for " + QColor(wanted).name()));
             }
         }
     }
@@ -60,7 +66,8 @@ class ThemeTest : public QObject {
         QVERIFY(Theme::contrast(Theme::primaryText(palette), window) >= 7);
         QVERIFY(Theme::contrast(Theme::secondaryText(palette), window) >= 4.4);
         QVERIFY(Theme::contrast(Theme::accent(palette), window) >= 4);
-        QVERIFY(Theme::contrast(Theme::accentOn(palette, Theme::selection(palette)), Theme::selection(palette)) >= 4);
+        QVERIFY(Theme::contrast(Theme::accentOn(palette, Theme::selection(palette)),
+                                Theme::selection(palette)) >= 4);
         QVERIFY(Theme::contrast(Theme::green(palette), Theme::controlBackground(palette)) >= 3);
         QVERIFY(Theme::contrast(Theme::onAccent(palette), Theme::accent(palette)) >= 2.5);
         QVERIFY(Theme::separator(palette) != window);
@@ -108,16 +115,24 @@ class ThemeTest : public QObject {
     void aLabelFollowsFontAndPaletteWhileItIsShown() {
         const QFont fontBefore = QApplication::font();
         QWidget window;
-        auto *label = new ThemedLabel("Process Status & <b>more</b>", Theme::caption, Theme::secondaryText, &window);
+        ThemedLabel label("Process Status & <b>more</b>", Theme::subheadline, Theme::secondaryText, &window);
+        label.resize(600, 60);
         window.show();
-        QFont larger = fontBefore;
-        larger.setPointSizeF(18);
-        for (const QPalette &palette : {Theme::darkPalette(), Theme::lightPalette(), Theme::darkPalette()}) {
+        for (const auto &[palette, points] : {std::pair(Theme::darkPalette(), 40.0),
+                                              {Theme::lightPalette(), 30.0},
+                                              {Theme::darkPalette(), 20.0}}) {
+            QFont font = fontBefore;
+            font.setPointSizeF(points);
             QApplication::setPalette(palette);
-            QApplication::setFont(palette == Theme::darkPalette() ? larger : fontBefore);
-            QCOMPARE(label->palette().color(QPalette::WindowText), Theme::secondaryText(palette));
-            QCOMPARE(label->palette().color(QPalette::Window), palette.color(QPalette::Window));
-            QCOMPARE(label->font().pointSizeF(), Theme::caption().pointSizeF());
+            QApplication::setFont(font);
+            QCOMPARE(label.font().pointSizeF(), points * 0.85);
+            const QImage picture = window.grab().toImage();
+            int inColour = 0;
+            for (int y = 0; y < 60; ++y)
+                for (int x = 0; x < 600; ++x)
+                    inColour += picture.width() > x && picture.height() > y &&
+                                picture.pixelColor(x, y) == Theme::secondaryText(palette);
+            QVERIFY2(inColour > 20, qPrintable(QString::number(inColour)));
         }
         QApplication::setFont(fontBefore);
         QApplication::setPalette(QPalette());

@@ -1,5 +1,9 @@
 #pragma once
 
+#include "MainWindow.h"
+#include "QtClipboard.h"
+#include "Supervision.h"
+
 #include <QAccessible>
 #include <QApplication>
 #include <QTemporaryDir>
@@ -7,15 +11,13 @@
 
 #include <memory>
 
-#include "MainWindow.h"
-#include "QtClipboard.h"
-#include "Supervision.h"
-
 namespace ferrolt {
 
 /// The widget that a screen reader knows by that name, among those below `root`.
 inline QWidget *named(const QWidget &root, const QString &name) {
     for (QWidget *widget : root.findChildren<QWidget *>()) {
+        if (widget->isHidden())
+            continue;
         QAccessibleInterface *const known = QAccessible::queryAccessibleInterface(widget);
         if (known && known->text(QAccessible::Name) == name)
             return widget;
