@@ -42,6 +42,8 @@ class LogTextArea : public QAbstractScrollArea {
     void logChanged();
 
     const LogBuffer &buffer() const { return log; }
+    /// Whether a movement to the newest entry is under way.
+    bool isFollowing() const { return following.state() == QAbstractAnimation::Running; }
     const LogSelection &selection() const { return selected; }
     bool hasSelection() const { return !selected.isEmpty(); }
     /// Selects a part of the log and scrolls it into view.
