@@ -261,7 +261,8 @@ class LogTextAreaTest : public QObject {
                            Qt::LeftButton, Qt::LeftButton, {});
         QCoreApplication::sendEvent(viewport, &second);
         const QPoint end = pointOf(console, at(0, 13));
-        QMouseEvent move(QEvent::MouseMove, end, viewport->mapToGlobal(QPointF(end)), Qt::NoButton, Qt::LeftButton, {});
+        QMouseEvent move(QEvent::MouseMove, end, viewport->mapToGlobal(QPointF(end)), Qt::NoButton,
+                         Qt::LeftButton, {});
         QCoreApplication::sendEvent(viewport, &move);
         QTest::mouseRelease(viewport, Qt::LeftButton, {}, end);
         QCOMPARE(selectedText(console), "beta gamma");

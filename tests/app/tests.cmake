@@ -1,5 +1,6 @@
 ferrolt_test(app LogConsoleLookTest LINKS ferrolt_app WINDOW)
 ferrolt_test(app LogConsoleViewTest LINKS ferrolt_app WINDOW)
+ferrolt_test(app LogHostileTextTest LINKS ferrolt_app WINDOW TIMEOUT 300)
 ferrolt_test(app LogRowsTest LINKS ferrolt_app)
 ferrolt_test(app LogTextAreaTest LINKS ferrolt_app WINDOW)
 ferrolt_test(app LogTextTest LINKS ferrolt_app)
