@@ -22,8 +22,10 @@ class PipeReader {
     /// A read takes at most this many bytes.
     static constexpr std::size_t largestRead = 65536;
 
-    /// Starts reading. `readingEnd` must not block. Ownership of it passes to the reader's thread.
-    PipeReader(FileDescriptor readingEnd, Receiver receiver);
+    /// Starts reading. `readingEnd` must not block; it passes to the reader's thread, and so does the receiver,
+    /// which is destroyed there. Null when the system has no thread or descriptor to give; errno is set then.
+    static std::shared_ptr<PipeReader> start(FileDescriptor readingEnd, Receiver receiver);
+
     /// Detaches. Does not wait.
     ~PipeReader();
     PipeReader(const PipeReader &) = delete;
@@ -38,6 +40,8 @@ class PipeReader {
 
   private:
     struct Shared;
+    explicit PipeReader(std::shared_ptr<Shared> shared);
+
     std::shared_ptr<Shared> shared;
 };
 
