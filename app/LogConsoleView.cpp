@@ -1,6 +1,8 @@
 #include "LogConsoleView.h"
 
 #include "Drawing.h"
+#include "FindBar.h"
+#include "LogSearch.h"
 #include "LogTextArea.h"
 #include "SymbolButton.h"
 #include "Theme.h"
@@ -10,6 +12,7 @@
 #include <QLabel>
 #include <QPainter>
 #include <QPointer>
+#include <QShortcut>
 #include <QVBoxLayout>
 
 namespace ferrolt {
@@ -37,7 +40,9 @@ LogConsoleView::LogConsoleView(const QString &title, const LogBuffer &lines, con
           new SymbolButton(tr("Copy this log to the clipboard"), Symbol::DocOnDoc, Theme::accent, header)),
       badge(new StatusBadge(header)),
       divider(new QWidget(this)),
-      area(new LogTextArea(lines, bottomId, clipboard, this)) {
+      findBar(new FindBar(this)),
+      area(new LogTextArea(lines, bottomId, clipboard, this)),
+      search(new LogSearch(*area, *findBar, this)) {
     setMinimumSize(smallest);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
     titleLabel->setTextFormat(Qt::PlainText);
@@ -60,12 +65,30 @@ LogConsoleView::LogConsoleView(const QString &title, const LogBuffer &lines, con
     stack->setSpacing(0);
     stack->addWidget(header);
     stack->addWidget(divider);
+    stack->addWidget(findBar);
     stack->addWidget(area, 1);
 
     connect(copyButton, &QAbstractButton::clicked, this, &LogConsoleView::copyLog);
     connect(area, &LogTextArea::refreshed, this, &LogConsoleView::refreshHeader);
+    const auto addShortcut = [this](const QKeySequence &keys, auto act) {
+        auto *const shortcut = new QShortcut(keys, this);
+        shortcut->setContext(Qt::WidgetWithChildrenShortcut);
+        connect(shortcut, &QShortcut::activated, search, act);
+        return shortcut;
+    };
+    addShortcut(QKeySequence::Find, &LogSearch::open);
+    addShortcut(QKeySequence::FindNext, &LogSearch::findNext);
+    addShortcut(QKeySequence::FindPrevious, &LogSearch::findPrevious);
+    QShortcut *const escape = addShortcut(Qt::Key_Escape, &LogSearch::close);
+    escape->setEnabled(false);
+    connect(search, &LogSearch::openChanged, escape, &QShortcut::setEnabled);
+
     titleLabel->setFont(Theme::headline());
     refreshHeader();
+}
+
+void LogConsoleView::openFindBar() {
+    search->open();
 }
 
 void LogConsoleView::setRunning(bool isRunning) {

@@ -13,6 +13,8 @@ class QLabel;
 
 namespace ferrolt {
 
+class FindBar;
+class LogSearch;
 class LogTextArea;
 class SymbolButton;
 
@@ -38,6 +40,9 @@ class LogConsoleView : public QWidget {
 
     LogTextArea &textArea() const { return *area; }
 
+    /// Shows the find bar, as Ctrl+F in the console does.
+    void openFindBar();
+
   protected:
     void paintEvent(QPaintEvent *event) override;
     void showEvent(QShowEvent *event) override;
@@ -58,7 +63,9 @@ class LogConsoleView : public QWidget {
     SymbolButton *const copyButton;
     StatusBadge *const badge;
     QWidget *const divider;
+    FindBar *const findBar;
     LogTextArea *const area;
+    LogSearch *const search;
 };
 
 }  // namespace ferrolt

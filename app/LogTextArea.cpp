@@ -92,7 +92,7 @@ void LogTextArea::refresh(CatchUp how) {
     sinceRefresh.start();
     const auto countBefore = layout.endSequence() - layout.firstSequence();
     if (!layout.isCurrent()) {
-        view.sync(holdNow());
+        view.sync(holdNow(), bytesCountedAtOnce);
         if (selected.sync())
             Q_EMIT selectionChanged();
     }
@@ -102,7 +102,6 @@ void LogTextArea::refresh(CatchUp how) {
         else
             jumpToEnd();
     }
-    view.measureBytes(bytesCountedAtOnce);
     showView();
     if (!layout.isExact())
         refineTimer.start(quietMilliseconds, Qt::CoarseTimer, this);

@@ -42,14 +42,17 @@ class LogTextArea : public QAbstractScrollArea {
     void logChanged();
 
     const LogBuffer &buffer() const { return log; }
+    /// Whether a movement to the newest entry is under way.
+    bool isFollowing() const { return following.state() == QAbstractAnimation::Running; }
     const LogSelection &selection() const { return selected; }
     bool hasSelection() const { return !selected.isEmpty(); }
-    /// Selects a part of the log and scrolls it into view.
+    /// Selects a part of the log and scrolls it into view, with some text around it if it was not.
     void select(LogSpan span);
     void moveCaret(LogPosition position);
 
-    /// What a search has found is marked; `selectionIsHit` while the selection is the hit that it stands at.
+    /// What a search has found is marked.
     void setHits(HitsOfRow hitsOfRow);
+    /// Whether what is selected now is the hit that the search stands at, which has a mark of its own.
     void setSelectionIsHit(bool isHit);
 
     /// The beginning of the topmost row on screen; none in an empty log.

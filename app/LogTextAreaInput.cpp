@@ -97,8 +97,9 @@ void LogTextArea::select(LogSpan span) {
     if (log.isEmpty())
         return;
     selectBy([&] { selected.select({LogText::clamped(log, span.begin), LogText::clamped(log, span.end)}); });
-    reveal(span.end);
-    reveal(span.begin);
+    const QRectF begin = rectangleOf(span.begin);
+    if (begin.top() < 0 || begin.bottom() > view.viewHeight())
+        scrollByUser(view.offset() + std::llround(begin.center().y() - view.viewHeight() / 2.0));
 }
 
 void LogTextArea::moveCaret(LogPosition position) {

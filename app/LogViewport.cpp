@@ -70,9 +70,11 @@ void LogViewport::setGrid(int columns, int rowHeight) {
     });
 }
 
-void LogViewport::sync(Hold hold) {
+void LogViewport::sync(Hold hold, std::size_t bytesToCount) {
     const qint64 before = offset();
     layout.sync();
+    // Before the offset is looked up again: an estimate that is put right only later would move the text.
+    layout.measureBytes(bytesToCount);
     if (hold == Hold::Offset || !layout.knows(anchor))
         anchorAt(hold == Hold::Offset ? before : 0);
 }
@@ -80,16 +82,15 @@ void LogViewport::sync(Hold hold) {
 void LogViewport::settle() {
     if (layout.isEmpty() || !layout.isCurrent())
         return;
-    // Each turn counts at least one more of the few elements that fit on screen.
-    for (bool changed = true; changed;) {
-        changed = false;
-        anchorAt(offset());
+    // Each turn counts one more of the few elements that fit on screen.
+    const bool atEnd = offset() > 0 && showsEnd();
+    for (bool counted = true; counted;) {
+        counted = false;
+        anchorAt(atEnd ? std::max(offset(), followOffset()) : offset());
         const std::uint64_t last = layout.elementAt(offset() + height);
-        for (std::uint64_t i = anchor; i <= last && !changed; ++i) {
-            if (layout.isExact(i))
-                continue;
+        for (std::uint64_t i = anchor; i <= last && !counted; ++i) {
+            counted = !layout.isExact(i);
             layout.measure(i);
-            changed = true;
         }
     }
 }

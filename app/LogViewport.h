@@ -55,10 +55,10 @@ class LogViewport {
     void setHeight(int pixels);
     void setGrid(int columns, int rowHeight);
 
-    /// Takes over what the log holds now.
-    void sync(Hold hold);
+    /// Takes over what the log holds now, and counts the rows of its newest elements, up to this many bytes.
+    void sync(Hold hold, std::size_t bytesToCount);
 
-    /// Counts the rows of what is on screen, until its heights are exact.
+    /// Counts the rows of what is on screen, until its heights are exact. A view at the end stays there.
     void settle();
     /// Counts rows that are not on screen; the rows on screen stay where they are, or at the end.
     void measureBytes(std::size_t bytes);

@@ -36,6 +36,11 @@ class LogConsoleLookTest : public QObject {
                 "console and then some\n");
             console.show();
             save(console.view, dark ? QStringLiteral("console-dark") : QStringLiteral("console-light"));
+            QTest::keyClick(&console.area(), Qt::Key_F, Qt::ControlModifier);
+            QTest::keyClicks(QApplication::focusWidget(), QStringLiteral("on"));
+            QTest::qWait(50);
+            save(console.view, dark ? QStringLiteral("find-dark") : QStringLiteral("find-light"));
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
             QTest::keyClick(&console.area(), Qt::Key_A, Qt::ControlModifier);
             save(console.view, dark ? QStringLiteral("selected-dark") : QStringLiteral("selected-light"));
         }
