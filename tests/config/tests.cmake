@@ -1,6 +1,6 @@
 set(config_tests
     ClientConfigurationTemplateTest ConcurrentReaderTest EnginePortTest FileReplacementTest
-    LoadPropsTest MinerIdentityTest PropertiesEntryTest SaveHazardsTest SavePropsTest
+    LauncherPrefsModelTest LoadPropsTest MinerIdentityTest PropertiesEntryTest SaveHazardsTest SavePropsTest
     TextFileTest TextLinesTest)
 if(NOT APPLE)
     # One mounts a file system for a single process, the other watches for the opening of a file.
