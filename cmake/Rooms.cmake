@@ -1,10 +1,13 @@
 # Every folder is a target, every arrow between folders a link. A room sees the headers of the rooms that it
 # links and of no other, so an arrow that is not drawn here does not compile.
 
-add_library(ferrolt_build INTERFACE)
-target_compile_options(ferrolt_build INTERFACE
+add_library(ferrolt_warnings INTERFACE)
+target_compile_options(ferrolt_warnings INTERFACE
     -Wall -Wextra -Wpedantic $<IF:$<CXX_COMPILER_ID:GNU>,-Wshadow=local,-Wshadow> -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Wold-style-cast
     -Woverloaded-virtual -Wimplicit-fallthrough -fno-common -fstack-protector-strong)
+
+add_library(ferrolt_build INTERFACE)
+target_link_libraries(ferrolt_build INTERFACE ferrolt_warnings)
 target_compile_definitions(ferrolt_build INTERFACE
     QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING QT_NO_KEYWORDS QT_USE_QSTRINGBUILDER
     QT_DISABLE_DEPRECATED_BEFORE=0x060400)
