@@ -55,8 +55,10 @@ void Client::run() {
         }
         if (endRequest.hasCome())
             return;
-        log.warning("no connection to " + engine + ": " + failure + "; next try in " +
-                    std::to_string(pause.count()) + " ms");
+        std::string line = "no connection to " + engine;
+        line.append(": ").append(failure).append("; next try in ");
+        line.append(std::to_string(pause.count())).append(" ms");
+        log.warning(line);
         endRequest.waitFor(pause);
         // An engine that is away for long is not knocked at all the time.
         pause = std::min(pause * 2, longestPause);

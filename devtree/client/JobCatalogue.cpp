@@ -7,14 +7,14 @@ namespace ferrolt::practice {
 namespace {
 
 constexpr const char *jobs[] = {
-    "transcode 東京の朝.mov → 720p",
+    "transcode დილა თბილისში.mov → 720p",
     "transcode Sommerabend am Fluß.mov → 1080p",
     "thumbnail Übersicht – Frühjahr.pdf",
     "thumbnail quarterly report.odt",
     "caption Привет, мир.srt",
     "caption Ελληνική ιστορία.srt",
     "waveform café de l’été ☕.flac",
-    "poster 夏祭り 🎆.mp4",
+    "poster Σαββατοκύριακο 😀.mp4",
     "index release notes.txt",
 };
 

@@ -62,7 +62,7 @@ int main(int, char **arguments) {
     if (!readSettings(settingsPath(arguments[0]), settings, log))
         return EXIT_FAILURE;
     log.info("worker pool: " + std::to_string(settings.workers) +
-             " workers\nfonts and captions: Latin, Ελληνικά, Кириллица, 日本語, 🎬");
+             " workers\nfonts and captions: Latin, Ελληνικά, Кириллица, ქართული, 😀");
     if (!Engine(settings, log, endRequest).run())
         return EXIT_FAILURE;
     log.info("asked to end, goodbye");

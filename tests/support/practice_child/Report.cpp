@@ -8,7 +8,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-extern char **environ;
+// POSIX leaves this declaration to the program; some headers make it all the same.
+extern char **environ;  // NOLINT(readability-redundant-declaration)
 
 namespace ferrolt::practice {
 
