@@ -9,11 +9,12 @@
 
 namespace ferrolt {
 
-/// One launcher message, or one chunk of a child's output as it arrived: valid UTF-8, never empty. Kept as the
-/// bytes that came; a view turns them into UTF-16 only for what is on screen.
+/// One launcher message, or one chunk of a child's output as it arrived: valid UTF-8, never empty. Kept as
+/// the bytes that came; a view turns them into UTF-16 only for what is on screen.
 using LogElement = QByteArray;
 
-/// The elements of one child's log, oldest first. Main thread only; AppVars announces a change before making it.
+/// The elements of one child's log, oldest first. Main thread only; AppVars announces a change before making
+/// it.
 ///
 /// An element keeps its sequence number for life, also when older ones are dropped before it, so a view can
 /// tell which of the elements that it knows are still there without comparing texts.
@@ -29,6 +30,14 @@ class LogBuffer {
     std::uint64_t firstSequence() const { return first; }
     /// One past the sequence number of the newest element; the number of elements ever appended.
     std::uint64_t endSequence() const { return first + elements.size(); }
+
+    /// Whether the element with this sequence number is there: neither dropped nor yet to come.
+    bool holds(std::uint64_t sequence) const { return sequence >= first && sequence < endSequence(); }
+
+    /// The element with this sequence number, which the buffer must hold.
+    const LogElement &bySequence(std::uint64_t sequence) const {
+        return elements[static_cast<std::size_t>(sequence - first)];
+    }
 
     /// All elements together, in bytes.
     std::size_t byteCount() const { return bytes; }
@@ -54,6 +63,9 @@ class LogBuffer {
             text.append(element);
         return text;
     }
+
+    /// All elements as they are now. They share their bytes with the buffer's, so this costs no copy of the text.
+    std::vector<LogElement> snapshot() const { return {elements.begin(), elements.end()}; }
 
   private:
     std::deque<LogElement> elements;
