@@ -79,6 +79,12 @@ void LogTextArea::reveal(LogPosition position) {
     showView();
 }
 
+LogSpan LogTextArea::rowAt(LogPosition position) {
+    bringUpToDate();
+    const LogRow row = layout.rowOf(LogText::clamped(log, position));
+    return {{row.sequence, row.begin}, {row.sequence, row.next}};
+}
+
 void LogTextArea::selectBy(const std::function<void()> &change) {
     const LogSpan before = selected.span();
     const LogPosition caretBefore = selected.caret();

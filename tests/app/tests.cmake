@@ -1,3 +1,4 @@
+ferrolt_test(app LogAccessibleTest LINKS ferrolt_app WINDOW)
 ferrolt_test(app LogConsoleLookTest LINKS ferrolt_app WINDOW)
 ferrolt_test(app LogConsoleViewTest LINKS ferrolt_app WINDOW)
 ferrolt_test(app LogHostileTextTest LINKS ferrolt_app WINDOW TIMEOUT 300)
