@@ -1,5 +1,7 @@
 #include "Symbols.h"
 
+#include "Drawing.h"
+
 #include <QIconEngine>
 #include <QPainter>
 #include <QPixmapCache>
@@ -78,6 +80,29 @@ class SymbolIconEngine : public QIconEngine {
     QColor tint;
 };
 
+/// The program's icon, drawn anew for each size. Only what window managers and task bars ask for is offered.
+class ApplicationIconEngine : public QIconEngine {
+  public:
+    QIconEngine *clone() const override { return new ApplicationIconEngine; }
+
+    void paint(QPainter *painter, const QRect &rectangle, QIcon::Mode, QIcon::State) override {
+        initSymbolResource();
+        QSvgRenderer(QStringLiteral(":/symbols/ferrolt-miner-launcher.svg")).render(painter, rectangle);
+    }
+
+    QPixmap pixmap(const QSize &size, QIcon::Mode mode, QIcon::State state) override {
+        QPixmap pixmap(size);
+        pixmap.fill(Qt::transparent);
+        QPainter painter(&pixmap);
+        paint(&painter, pixmap.rect(), mode, state);
+        return pixmap;
+    }
+
+    QList<QSize> availableSizes(QIcon::Mode, QIcon::State) override {
+        return {QSize(16, 16), QSize(24, 24), QSize(32, 32), QSize(48, 48), QSize(128, 128)};
+    }
+};
+
 }  // namespace
 
 QPixmap symbolPixmap(Symbol symbol, QSize logicalSize, const QColor &tint, qreal devicePixelRatio) {
@@ -109,6 +134,17 @@ QPixmap symbolPixmap(Symbol symbol, QSize logicalSize, const QColor &tint, qreal
     pixmap.setDevicePixelRatio(devicePixelRatio);
     QPixmapCache::insert(key, pixmap);
     return pixmap;
+}
+
+void drawSymbol(QPainter &painter, Symbol symbol, const QRectF &rectangle, const QColor &tint) {
+    const QRectF target = Drawing::snapped(painter, rectangle);
+    const QSize pixels = painter.deviceTransform().mapRect(target).size().toSize();
+    const QPixmap pixmap = symbolPixmap(symbol, pixels, tint, 1.0);
+    painter.drawPixmap(target, pixmap, QRectF(pixmap.rect()));
+}
+
+QIcon applicationIcon() {
+    return QIcon(new ApplicationIconEngine);
 }
 
 QIcon symbolIcon(Symbol symbol, const QColor &tint) {

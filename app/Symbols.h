@@ -3,7 +3,10 @@
 #include <QColor>
 #include <QIcon>
 #include <QPixmap>
+#include <QRectF>
 #include <QSize>
+
+class QPainter;
 
 namespace ferrolt {
 
@@ -25,7 +28,13 @@ enum class Symbol {
 /// which is also the pixmap's own. Drawn once for each combination and then kept. Main thread.
 QPixmap symbolPixmap(Symbol symbol, QSize logicalSize, const QColor &tint, qreal devicePixelRatio);
 
+/// Draws the symbol into `rectangle`, moved to the nearest device pixels so that it stays crisp.
+void drawSymbol(QPainter &painter, Symbol symbol, const QRectF &rectangle, const QColor &tint);
+
 /// The symbol as an icon that is drawn anew for whatever size and scale it is shown at; faint when disabled.
 QIcon symbolIcon(Symbol symbol, const QColor &tint);
+
+/// The program's own icon.
+QIcon applicationIcon();
 
 }  // namespace ferrolt

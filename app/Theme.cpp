@@ -127,8 +127,13 @@ QColor Theme::separator(const QPalette &palette) {
 }
 
 QColor Theme::accent(const QPalette &palette) {
-    return readable(opaque(palette.color(QPalette::Active, QPalette::Highlight)), window(palette),
-                    windowText(palette), 4.5);
+    return accentOn(palette, window(palette));
+}
+
+QColor Theme::accentOn(const QPalette &palette, const QColor &background) {
+    // A little less than WCAG asks of the smallest text, so that the usual blues stay what they are.
+    return readable(opaque(palette.color(QPalette::Active, QPalette::Highlight)), background,
+                    windowText(palette), 4.0);
 }
 
 QColor Theme::onAccent(const QPalette &palette) {

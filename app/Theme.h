@@ -24,6 +24,8 @@ class Theme {
     static QColor separator(const QPalette &palette);
     /// The desktop's own, shifted where needed until it reads as text on the window background.
     static QColor accent(const QPalette &palette);
+    /// The accent colour as text on a `background` other than the window's.
+    static QColor accentOn(const QPalette &palette, const QColor &background);
     /// Text and symbols on a surface of the accent colour.
     static QColor onAccent(const QPalette &palette);
     /// The surface behind the selected entry of a list.
