@@ -225,11 +225,14 @@ QAccessibleInterface *interfaceFor(const QString &, QObject *object) {
 
 }  // namespace
 
-void makeAccessible(LogTextArea &area) {
+void installConsoleRoles() {
     [[maybe_unused]] static const bool installed = [] {
         QAccessible::installFactory(interfaceFor);
         return true;
     }();
+}
+
+void announceChanges(LogTextArea &area) {
     new Announcer(area);
 }
 

@@ -4,10 +4,13 @@ namespace ferrolt {
 
 class LogTextArea;
 
-/// Lets screen readers read a console: its text area is a text that can be read and selected but not changed,
-/// named by the console's title; its badge is a text. Tells them what is appended, and where the caret and
-/// the selection are. Costs nothing while none is running. Once for each area, which it then lives as long
-/// as. Main thread.
-void makeAccessible(LogTextArea &area);
+/// Tells screen readers what the parts of a console are: its text area is a text that can be read and
+/// selected but not changed, its badge a text. To be called before the first of either gets its name; once is
+/// enough, more do no harm. Main thread.
+void installConsoleRoles();
+
+/// Tells them what is appended to an area's log, and where its caret and its selection are, for as long as it
+/// lives. Costs nothing while none is running. Once for each area. Main thread.
+void announceChanges(LogTextArea &area);
 
 }  // namespace ferrolt

@@ -2,7 +2,6 @@
 
 #include "Drawing.h"
 #include "FindBar.h"
-#include "LogAccessible.h"
 #include "LogSearch.h"
 #include "LogTextArea.h"
 #include "SymbolButton.h"
@@ -50,7 +49,6 @@ LogConsoleView::LogConsoleView(const QString &title, const LogBuffer &lines, con
     // A title that is too long for its panel is cut before it pushes the badge out of it.
     titleLabel->setMinimumWidth(1);
     area->setAccessibleName(title);
-    makeAccessible(*area);
 
     auto *const row = new QHBoxLayout(header);
     row->setContentsMargins(Theme::padding, headerPaddingAlong, Theme::padding, headerPaddingAlong);

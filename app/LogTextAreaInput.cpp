@@ -1,5 +1,6 @@
 // Mouse and keyboard of LogTextArea.
 
+#include "FocusRing.h"
 #include "LogRowText.h"
 #include "LogText.h"
 #include "LogTextArea.h"
@@ -224,8 +225,7 @@ void LogTextArea::contextMenuEvent(QContextMenuEvent *event) {
 }
 
 void LogTextArea::focusInEvent(QFocusEvent *event) {
-    focusShown = event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason ||
-                 event->reason() == Qt::ShortcutFocusReason;
+    focusShown = FocusRing::isDueFor(event->reason(), focusShown);
     QAbstractScrollArea::focusInEvent(event);
     viewport()->update();
 }

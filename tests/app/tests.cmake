@@ -20,6 +20,10 @@ ferrolt_test(app TextFieldTest LINKS ferrolt_app WINDOW)
 ferrolt_test(app ThemeTest LINKS ferrolt_app WINDOW)
 ferrolt_test(app WindowStateTest LINKS ferrolt_app)
 if(NOT APPLE)
+    # What screen readers are told leaves the program only where they have a bus.
+    add_test(NAME app.LogAccessibleTestOnABus
+        COMMAND ${PROJECT_SOURCE_DIR}/tests/support/on_a_bus.sh $<TARGET_FILE:LogAccessibleTest>)
+    set_tests_properties(app.LogAccessibleTestOnABus PROPERTIES TIMEOUT 120 LABELS app FAIL_REGULAR_EXPRESSION "SKIP ")
     ferrolt_test(app DesktopAppearanceTest LINKS ferrolt_app WINDOW)
     ferrolt_test(app StateFolderTest LINKS ferrolt_app)
 endif()
