@@ -296,8 +296,10 @@ void LogTextArea::paintEvent(QPaintEvent *event) {
         .selection = selected.span(),
         .selectionIsHit = selectionIsHit,
         .caret = active && caretShown ? std::optional(selected.caret()) : std::nullopt,
-        .hits = hits};
-    logPainter.paint(painter, rows, textLeft(), textWidth());
+        .hits = hits,
+        .left = textLeft(),
+        .width = textWidth()};
+    logPainter.paint(painter, rows);
     if (active && focusShown)
         FocusRing::draw(painter, viewport()->rect(), 0, palette());
 }
