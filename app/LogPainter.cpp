@@ -78,10 +78,7 @@ void LogPainter::paint(QPainter &painter, const std::vector<LogViewport::Visible
         const LogRow &row = visible.row;
         if (!log.holds(row.sequence))
             continue;
-        const auto begin = static_cast<qsizetype>(count(row.begin));
-        const auto length = static_cast<qsizetype>(count(row.textEnd)) - begin;
-        const LogRowText text(font, QByteArrayView(log.bySequence(row.sequence)).sliced(begin, length),
-                              width);
+        const LogRowText text(font, textOf(log, row), width);
 
         if (hits) {
             for (const LogSpan &hit : hits(row))
