@@ -2,14 +2,12 @@
 
 #include "FocusRing.h"
 #include "LogAccessible.h"
-#include "LogText.h"
 #include "Theme.h"
 
 #include <QEvent>
 #include <QPaintEvent>
 #include <QPainter>
 #include <QScreen>
-#include <QScrollBar>
 #include <QTimerEvent>
 #include <QWindow>
 
@@ -85,36 +83,36 @@ void LogTextArea::scheduleRefresh() {
 }
 
 LogViewport::Hold LogTextArea::holdNow() const {
-    return dragging || hasSelection() ? LogViewport::Hold::Text : hold;
+    // What is under the mouse must not move while it selects.
+    return dragging ? LogViewport::Hold::Text : hold;
+}
+
+void LogTextArea::syncLayout() {
+    if (layout.isCurrent())
+        return;
+    view.sync(holdNow(), bytesCountedAtOnce);
+    if (selected.sync())
+        Q_EMIT selectionChanged();
 }
 
 void LogTextArea::refresh(CatchUp how) {
     refreshTimer.stop();
     sinceRefresh.start();
-    const auto countBefore = layout.endSequence() - layout.firstSequence();
-    if (!layout.isCurrent()) {
-        view.sync(holdNow(), bytesCountedAtOnce);
-        if (selected.sync())
-            Q_EMIT selectionChanged();
-    }
-    if (wasShown && log.size() != countBefore) {
-        if (how == CatchUp::Moving)
+    syncLayout();
+    if (std::exchange(followedCount, log.size()) != log.size() && wasShown) {
+        if (how == CatchUp::Moving && isOnScreen())
             startFollowing();
         else
             jumpToEnd();
     }
     showView();
-    if (!layout.isExact())
+    if (!layout.isExact() && isVisible())
         refineTimer.start(quietMilliseconds, Qt::CoarseTimer, this);
     Q_EMIT refreshed();
 }
 
-void LogTextArea::bringUpToDate() {
-    if (!layout.isCurrent())
-        refresh(std::exchange(changedUnseen, false) ? CatchUp::AtOnce : CatchUp::Moving);
-}
-
 void LogTextArea::showView() {
+    syncLayout();
     view.settle();
     updateScrollBar();
     std::vector<LogViewport::VisibleRow> now = view.visibleRows();
@@ -158,8 +156,8 @@ void LogTextArea::showEvent(QShowEvent *event) {
 void LogTextArea::hideEvent(QHideEvent *event) {
     if (following.state() == QAbstractAnimation::Running) {
         stopFollowing();
-        if (layout.isCurrent())
-            jumpToEnd();
+        syncLayout();
+        jumpToEnd();
     }
     changedUnseen = changedUnseen || refreshTimer.isActive();
     refreshTimer.stop();
@@ -196,9 +194,10 @@ void LogTextArea::timerEvent(QTimerEvent *event) {
             updateGrid();
         refresh(std::exchange(changedUnseen, false) ? CatchUp::AtOnce : CatchUp::Moving);
     } else if (event->timerId() == refineTimer.timerId()) {
+        syncLayout();
         view.measureFor(countingTurn);
         showView();
-        if (layout.isExact() || !layout.isCurrent())
+        if (layout.isExact())
             refineTimer.stop();
         else
             refineTimer.start(pauseMilliseconds, Qt::CoarseTimer, this);
@@ -216,6 +215,10 @@ void LogTextArea::paintEvent(QPaintEvent *event) {
     // What changed while nobody could see it, a move to a screen of another density included.
     if (changedUnseen || !layout.isCurrent() || !font.isFor(Theme::console(), devicePixelRatioF()))
         scheduleRefresh();
+    if (!layout.isCurrent()) {
+        syncLayout();
+        rows = view.visibleRows();
+    }
 
     QPainter painter(viewport());
     painter.fillRect(event->rect(), Theme::textBackground(palette()));

@@ -104,7 +104,8 @@ class LogTextArea : public QAbstractScrollArea {
     bool isOnScreen() const;
     void scheduleRefresh();
     void refresh(CatchUp how);
-    void bringUpToDate();
+    /// The layout knows the log's elements after this; to be called before anything that looks at them.
+    void syncLayout();
     void updateGrid();
     void showView();
     void updateScrollBar();
@@ -138,6 +139,7 @@ class LogTextArea : public QAbstractScrollArea {
     bool selectionIsHit = false;
 
     bool wasShown = false;
+    std::size_t followedCount = 0;  ///< the number of elements that the view has followed
     bool changedUnseen = false;
     QBasicTimer refreshTimer;
     QElapsedTimer sinceRefresh;

@@ -24,7 +24,7 @@ void LogTextArea::focusOutEvent(QFocusEvent *event) {
 }
 
 void LogTextArea::keyPressEvent(QKeyEvent *event) {
-    bringUpToDate();
+    syncLayout();
     if (event->matches(QKeySequence::Copy))
         copy();
     else if (event->matches(QKeySequence::SelectAll))

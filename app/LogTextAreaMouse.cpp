@@ -1,6 +1,5 @@
 // The mouse in LogTextArea.
 
-#include "LogText.h"
 #include "LogTextArea.h"
 
 #include <QAction>
@@ -87,7 +86,7 @@ void LogTextArea::mouseReleaseEvent(QMouseEvent *event) {
 }
 
 void LogTextArea::contextMenuEvent(QContextMenuEvent *event) {
-    bringUpToDate();
+    syncLayout();
     auto *const menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
     QAction *const copyAction = menu->addAction(tr("&Copy"), this, &LogTextArea::copy);

@@ -12,13 +12,13 @@
 namespace ferrolt {
 
 std::optional<LogPosition> LogTextArea::topOfView() {
-    bringUpToDate();
+    syncLayout();
     const std::optional<LogRow> row = view.rowAt(0);
     return row ? std::optional(LogPosition{row->sequence, row->begin}) : std::nullopt;
 }
 
 std::optional<LogPosition> LogTextArea::positionAt(QPointF point) {
-    bringUpToDate();
+    syncLayout();
     if (log.isEmpty())
         return std::nullopt;
     const auto y = static_cast<qint64>(std::floor(point.y()));
@@ -32,7 +32,7 @@ std::optional<LogPosition> LogTextArea::positionAt(QPointF point) {
 }
 
 QRectF LogTextArea::rectangleOf(LogPosition position) {
-    bringUpToDate();
+    syncLayout();
     if (log.isEmpty())
         return QRectF(textLeft(), LogLayout::padding, 0, font.rowHeight());
     position = LogText::clamped(log, position);
@@ -48,7 +48,7 @@ QRectF LogTextArea::rectangleOf(LogPosition position) {
 }
 
 void LogTextArea::reveal(LogPosition position) {
-    bringUpToDate();
+    syncLayout();
     if (log.isEmpty())
         return;
     const LogRow row = layout.rowOf(LogText::clamped(log, position));
@@ -62,7 +62,7 @@ void LogTextArea::reveal(LogPosition position) {
 }
 
 LogSpan LogTextArea::rowAt(LogPosition position) {
-    bringUpToDate();
+    syncLayout();
     const LogRow row = layout.rowOf(LogText::clamped(log, position));
     return {{row.sequence, row.begin}, {row.sequence, row.next}};
 }
@@ -81,7 +81,7 @@ void LogTextArea::selectBy(const std::function<void()> &change) {
 }
 
 void LogTextArea::select(LogSpan span) {
-    bringUpToDate();
+    syncLayout();
     if (log.isEmpty())
         return;
     selectBy([&] { selected.select({LogText::clamped(log, span.begin), LogText::clamped(log, span.end)}); });
@@ -91,7 +91,7 @@ void LogTextArea::select(LogSpan span) {
 }
 
 void LogTextArea::moveCaret(LogPosition position) {
-    bringUpToDate();
+    syncLayout();
     if (log.isEmpty())
         return;
     selectBy([&] { selected.begin(LogText::clamped(log, position)); });
@@ -99,7 +99,7 @@ void LogTextArea::moveCaret(LogPosition position) {
 }
 
 void LogTextArea::selectAll() {
-    bringUpToDate();
+    syncLayout();
     if (log.isEmpty())
         return;
     stopFollowing();
@@ -108,7 +108,7 @@ void LogTextArea::selectAll() {
 }
 
 void LogTextArea::copy() {
-    bringUpToDate();
+    syncLayout();
     if (!hasSelection())
         return;
     clipboard.clearContents();
