@@ -1,6 +1,7 @@
 #include "LogTextArea.h"
 
-#include "Drawing.h"
+#include "FocusRing.h"
+#include "LogAccessible.h"
 #include "LogText.h"
 #include "Theme.h"
 
@@ -42,6 +43,7 @@ LogTextArea::LogTextArea(const LogBuffer &log, const QString &bottomId, Clipboar
       view(layout),
       selected(log),
       marker(new QWidget(viewport())) {
+    installConsoleRoles();
     setFrameStyle(QFrame::NoFrame);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setFocusPolicy(Qt::StrongFocus);
@@ -58,6 +60,7 @@ LogTextArea::LogTextArea(const LogBuffer &log, const QString &bottomId, Clipboar
     following.setEasingCurve(QEasingCurve::OutCubic);
     connect(&following, &QVariantAnimation::valueChanged, this,
             [this](const QVariant &progress) { follow(progress.toDouble()); });
+    announceChanges(*this);
 }
 
 bool LogTextArea::isOnScreen() const {
@@ -295,12 +298,8 @@ void LogTextArea::paintEvent(QPaintEvent *event) {
         .caret = active && caretShown ? std::optional(selected.caret()) : std::nullopt,
         .hits = hits};
     logPainter.paint(painter, rows, textLeft(), textWidth());
-    if (active && focusShown) {
-        const QRectF frame(viewport()->rect());
-        const qreal line = Drawing::borderWidth(painter);
-        Drawing::strokeRectangle(painter, frame, Theme::accent(palette()));
-        Drawing::strokeRectangle(painter, frame.adjusted(line, line, -line, -line), Theme::accent(palette()));
-    }
+    if (active && focusShown)
+        FocusRing::draw(painter, viewport()->rect(), 0, palette());
 }
 
 void LogTextArea::setHits(HitsOfRow hitsOfRow) {

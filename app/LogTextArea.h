@@ -62,6 +62,8 @@ class LogTextArea : public QAbstractScrollArea {
     /// Where the character at a place stands in the viewport, be it on screen or not.
     QRectF rectangleOf(LogPosition position);
     void reveal(LogPosition position);
+    /// The text of the row that holds a place, its line break included. The log must not be empty.
+    LogSpan rowAt(LogPosition position);
 
     QSize sizeHint() const override { return {480, 240}; }
 

@@ -1,5 +1,6 @@
 // Mouse and keyboard of LogTextArea.
 
+#include "FocusRing.h"
 #include "LogRowText.h"
 #include "LogText.h"
 #include "LogTextArea.h"
@@ -77,6 +78,12 @@ void LogTextArea::reveal(LogPosition position) {
     if (view.offset() != before)
         scrollByUser(view.offset());
     showView();
+}
+
+LogSpan LogTextArea::rowAt(LogPosition position) {
+    bringUpToDate();
+    const LogRow row = layout.rowOf(LogText::clamped(log, position));
+    return {{row.sequence, row.begin}, {row.sequence, row.next}};
 }
 
 void LogTextArea::selectBy(const std::function<void()> &change) {
@@ -218,8 +225,7 @@ void LogTextArea::contextMenuEvent(QContextMenuEvent *event) {
 }
 
 void LogTextArea::focusInEvent(QFocusEvent *event) {
-    focusShown = event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason ||
-                 event->reason() == Qt::ShortcutFocusReason;
+    focusShown = FocusRing::isDueFor(event->reason(), focusShown);
     QAbstractScrollArea::focusInEvent(event);
     viewport()->update();
 }

@@ -1,6 +1,7 @@
 #include "StatusBadge.h"
 
 #include "Drawing.h"
+#include "LogAccessible.h"
 #include "Theme.h"
 
 #include <QEvent>
@@ -22,6 +23,7 @@ constexpr qreal cornerRadius = 6;
 
 StatusBadge::StatusBadge(QWidget *parent) : QWidget(parent) {
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+    installConsoleRoles();
     setAccessibleName(text());
 }
 

@@ -1,6 +1,7 @@
 #include "SymbolButton.h"
 
 #include "Drawing.h"
+#include "FocusRing.h"
 #include "Theme.h"
 
 #include <QEvent>
@@ -51,20 +52,20 @@ bool SymbolButton::event(QEvent *event) {
 }
 
 void SymbolButton::focusInEvent(QFocusEvent *event) {
-    focusShown = event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason ||
-                 event->reason() == Qt::ShortcutFocusReason;
+    focusShown = FocusRing::isDueFor(event->reason(), focusShown);
+    update();
     QAbstractButton::focusInEvent(event);
 }
 
 void SymbolButton::focusOutEvent(QFocusEvent *event) {
-    focusShown = false;
     QAbstractButton::focusOutEvent(event);
+    update();
 }
 
 void SymbolButton::paintEvent(QPaintEvent *) {
     QPainter painter(this);
-    if (focusShown)
-        Drawing::strokeRounded(painter, rect(), focusRadius, Theme::accent(palette()));
+    if (focusShown && hasFocus())
+        FocusRing::draw(painter, rect(), focusRadius, palette());
     const int length = std::min(side(), std::min(width(), height()));
     const QPixmap pixmap = symbolPixmap(shown, QSize(length, length), tint(palette()), devicePixelRatioF());
     const QPointF corner((width() - length) / 2.0, (height() - length) / 2.0);

@@ -4,8 +4,8 @@
 #include "LogBuffer.h"
 #include "LogConsoleView.h"
 #include "LogTextArea.h"
+#include "ManualTime.h"
 #include "SymbolButton.h"
-#include "TimeSource.h"
 
 #include <QApplication>
 #include <QTest>
@@ -40,31 +40,6 @@ class RecordingClipboard : public Clipboard {
             all += piece;
         return all;
     }
-};
-
-/// A time that passes when the test says so.
-class ManualTime : public TimeSource {
-  public:
-    Duration now() const override { return moment; }
-    void sleepFor(Duration) override {}
-    std::unique_ptr<Timer> startTimer(Duration, std::function<void()>) override { return nullptr; }
-    void callAfter(Duration delay, std::function<void()> work) override {
-        waiting.emplace_back(moment + delay, std::move(work));
-    }
-    /// Every delay here is the same, so what was asked for first is due first.
-    void pass(Duration duration) {
-        moment += duration;
-        while (!waiting.empty() && waiting.front().first <= moment) {
-            auto work = std::move(waiting.front().second);
-            waiting.pop_front();
-            work();
-        }
-    }
-    std::size_t waitingCount() const { return waiting.size(); }
-
-  private:
-    Duration moment{};
-    std::deque<std::pair<Duration, std::function<void()>>> waiting;
 };
 
 /// A console in a window, and all that it works on.

@@ -87,16 +87,16 @@ class LogConsoleViewTest : public QObject {
         QCOMPARE(console.copyButton().symbol(), Symbol::DocOnDoc);
         QTest::mouseClick(&console.copyButton(), Qt::LeftButton);
         QCOMPARE(console.copyButton().symbol(), Symbol::Checkmark);
-        console.time.pass(700ms);
+        console.time.advance(700ms);
         QTest::mouseClick(&console.copyButton(), Qt::LeftButton);
         QCOMPARE(console.copyButton().symbol(), Symbol::Checkmark);
-        console.time.pass(499ms);
+        console.time.advance(499ms);
         QCOMPARE(console.copyButton().symbol(), Symbol::Checkmark);
-        console.time.pass(1ms);
+        console.time.advance(1ms);
         QCOMPARE(console.copyButton().symbol(), Symbol::DocOnDoc);
-        console.time.pass(700ms);
+        console.time.advance(700ms);
         QCOMPARE(console.copyButton().symbol(), Symbol::DocOnDoc);
-        QCOMPARE(console.time.waitingCount(), 0U);
+        QCOMPARE(console.time.pending(), 0U);
     }
 
     void aResetThatComesAfterTheViewHasGoneDoesNothing() {
@@ -110,7 +110,7 @@ class LogConsoleViewTest : public QObject {
             view.show();
             view.findChild<SymbolButton *>()->click();
         }
-        time.pass(2s);
+        time.advance(2s);
         QCOMPARE(clipboard.text, "text\n");
     }
 
