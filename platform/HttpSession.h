@@ -13,6 +13,8 @@
 
 namespace ferrolt {
 
+class HttpEngine;
+
 /// How the requests of a session behave. A default-constructed value is that of the shared session.
 struct HttpConfiguration {
     enum class Storage {
@@ -34,7 +36,7 @@ struct HttpConfiguration {
 /// How a request ended.
 struct HttpReply {
     enum class Error {
-        None,       ///< the reply arrived whole, whatever its status
+        None,       ///< the reply arrived whole, whatever its status; for a download, as much as is wanted of it
         Transport,  ///< no connection, no name, a refused certificate or redirect, a reply that was cut or damaged
         TimedOut,   ///< one of the session's two time-outs
         TooLarge,   ///< a body for memory beyond HttpSession::largestBody
@@ -74,7 +76,8 @@ class HttpSession {
     HttpSession(const HttpSession &) = delete;
     HttpSession &operator=(const HttpSession &) = delete;
 
-    /// Returns at once. `completion` comes exactly once, on a background thread, never inside this call.
+    /// Returns at once. `completion` comes exactly once, on a background thread, never inside this call; it must
+    /// not block.
     void fetch(const QUrl &url, Completion completion);
 
     /// Blocks the calling thread, which must not be the main one, until the request has ended.
@@ -89,8 +92,7 @@ class HttpSession {
     void cancel();
 
   private:
-    class Engine;
-    std::shared_ptr<Engine> engine;
+    std::shared_ptr<HttpEngine> engine;
 };
 
 }  // namespace ferrolt

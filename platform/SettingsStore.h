@@ -3,8 +3,11 @@
 #include <QString>
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
+
+class QSettings;
 
 namespace ferrolt {
 
@@ -28,7 +31,11 @@ class SettingsStore {
     bool setText(const QString &key, const QString &value);
 
   private:
-    std::filesystem::path file;
+    /// Nothing if there is something in the file's place that is not a settings file.
+    using Opener = std::function<std::unique_ptr<QSettings>()>;
+    explicit SettingsStore(Opener open);
+
+    Opener open;
 };
 
 }  // namespace ferrolt
