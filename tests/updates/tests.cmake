@@ -1,0 +1,3 @@
+ferrolt_test(updates InstallProgressTest LINKS ferrolt_updates)
+ferrolt_test(updates Sha256Test LINKS ferrolt_updates ferrolt_test_images)
+ferrolt_test(updates StagingFolderTest LINKS ferrolt_updates ferrolt_test_images)
