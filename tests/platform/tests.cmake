@@ -1,0 +1,1 @@
+ferrolt_test(platform HttpSessionTest LINKS ferrolt_platform ferrolt_test_server)
