@@ -1,5 +1,3 @@
-#include "TimeSource.h"
-
 #include <QCoreApplication>
 #include <QTimer>
 
@@ -7,6 +5,8 @@
 #include <limits>
 #include <thread>
 #include <utility>
+
+#include "TimeSource.h"
 
 namespace ferrolt {
 
@@ -58,8 +58,6 @@ class SystemTime : public TimeSource {
 
 }  // namespace
 
-std::shared_ptr<TimeSource> systemTime() {
-    return std::make_shared<SystemTime>();
-}
+std::shared_ptr<TimeSource> systemTime() { return std::make_shared<SystemTime>(); }
 
 }  // namespace ferrolt
