@@ -1,5 +1,7 @@
 #pragma once
 
+#include "TimeSource.h"
+
 #include <QByteArray>
 #include <QUrl>
 
@@ -8,8 +10,6 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
-
-#include "TimeSource.h"
 
 namespace ferrolt {
 
@@ -36,8 +36,9 @@ struct HttpConfiguration {
 /// How a request ended.
 struct HttpReply {
     enum class Error {
-        None,       ///< the reply arrived whole, whatever its status; for a download, as much as is wanted of it
-        Transport,  ///< no connection, no name, a refused certificate or redirect, a reply that was cut or damaged
+        None,  ///< the reply arrived whole, whatever its status; for a download, as much as is wanted of it
+        Transport,  ///< no connection, no name, a refused certificate or redirect, a reply that was cut or
+                    ///< damaged
         TimedOut,   ///< one of the session's two time-outs
         TooLarge,   ///< a body for memory beyond HttpSession::largestBody
         File,       ///< the downloaded bytes could not be stored or moved to their place
@@ -51,15 +52,16 @@ struct HttpReply {
     bool isWhole() const { return error == Error::None; }
 };
 
-/// HTTP and HTTPS GET requests that share a configuration, their connections and a thread of the session's own.
+/// HTTP and HTTPS GET requests that share a configuration, their connections and a thread of the session's
+/// own.
 ///
-/// Certificates are always verified; redirects are followed, but not from https to http and not without end; the
-/// system's proxies are used; bodies that were compressed for the transfer come decoded. URLs of any other scheme
-/// than http and https fail.
+/// Certificates are always verified; redirects are followed, but not from https to http and not without end;
+/// the system's proxies are used; bodies that were compressed for the transfer come decoded. URLs of any
+/// other scheme than http and https fail.
 ///
 /// States: open --cancel(), destruction, or the end of the application object--> cancelled. A request that
-/// is under way or made in the cancelled state ends at once with Error::Cancelled. All of it may be called from
-/// any thread, and none of it waits for the main thread.
+/// is under way or made in the cancelled state ends at once with Error::Cancelled. All of it may be called
+/// from any thread, and none of it waits for the main thread.
 class HttpSession {
   public:
     /// Bodies that go to memory may be this many bytes long, decoded.
@@ -76,16 +78,16 @@ class HttpSession {
     HttpSession(const HttpSession &) = delete;
     HttpSession &operator=(const HttpSession &) = delete;
 
-    /// Returns at once. `completion` comes exactly once, on a background thread, never inside this call; it must
-    /// not block.
+    /// Returns at once. `completion` comes exactly once, on a background thread, never inside this call; it
+    /// must not block.
     void fetch(const QUrl &url, Completion completion);
 
     /// Blocks the calling thread, which must not be the main one, until the request has ended.
     HttpReply fetchData(const QUrl &url);
 
-    /// Streams the body into a temporary file beside `destination`, in constant memory. Only when it came whole
-    /// and with status 200, whatever is at `destination` is deleted and the file moved there; on any other
-    /// outcome nothing of it is left. Blocks like fetchData(). Success is isWhole() with status 200.
+    /// Streams the body into a temporary file beside `destination`, in constant memory. Only when it came
+    /// whole and with status 200, whatever is at `destination` is deleted and the file moved there; on any
+    /// other outcome nothing of it is left. Blocks like fetchData(). Success is isWhole() with status 200.
     HttpReply downloadFile(const QUrl &url, const std::filesystem::path &destination, Progress progress = {});
 
     /// Ends every request. Does not wait.

@@ -4,7 +4,8 @@
 
 namespace ferrolt {
 
-/// The application's reverse-domain identifier, as it was built: the stem of labels and of the settings' place.
+/// The application's reverse-domain identifier, as it was built: the stem of labels and of the settings'
+/// place.
 extern const std::string_view reverseDomain;
 
 }  // namespace ferrolt

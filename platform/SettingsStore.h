@@ -11,11 +11,12 @@ class QSettings;
 
 namespace ferrolt {
 
-/// The user's settings of this application: texts under keys. On macOS the user's defaults database in the domain of
-/// the reverse-domain identifier; on Linux an INI file that is named after it in the user's configuration folder.
+/// The user's settings of this application: texts under keys. On macOS the user's defaults database in the
+/// domain of the reverse-domain identifier; on Linux an INI file that is named after it in the user's
+/// configuration folder.
 ///
-/// What is stored is on disk, whole, when the call returns. A file that cannot be read or understood counts as one
-/// without entries. Main thread.
+/// What is stored is on disk, whole, when the call returns. A file that cannot be read or understood counts
+/// as one without entries. Main thread.
 class SettingsStore {
   public:
     /// The store of the user who runs the program.

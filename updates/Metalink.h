@@ -9,7 +9,8 @@
 
 namespace ferrolt {
 
-/// What the installer needs of a Metalink document (RFC 5854): where a file can be had, and what it must hash to.
+/// What the installer needs of a Metalink document (RFC 5854): where a file can be had, and what it must hash
+/// to.
 struct Metalink {
     QList<QUrl> mirrors;            ///< http and https only, in document order
     std::optional<QString> sha256;  ///< lower-case, otherwise unchecked

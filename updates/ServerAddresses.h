@@ -4,8 +4,8 @@
 
 namespace ferrolt {
 
-/// The servers that the launcher downloads from: base URLs, without a slash at the end. A default-constructed value
-/// is what the program was built with.
+/// The servers that the launcher downloads from: base URLs, without a slash at the end. A default-constructed
+/// value is what the program was built with.
 struct ServerAddresses {
     ServerAddresses();
 

@@ -1,10 +1,10 @@
+#include "ReverseDomain.h"
+#include "SettingsStore.h"
+
 #include <QFile>
 #include <QStandardPaths>
 
 #include <string>
-
-#include "ReverseDomain.h"
-#include "SettingsStore.h"
 
 namespace ferrolt {
 

@@ -1,16 +1,16 @@
+#include "ReverseDomain.h"
+#include "SettingsStore.h"
+
 #include <QSettings>
 #include <QString>
 #include <QStringList>
 
 #include <algorithm>
 
-#include "ReverseDomain.h"
-#include "SettingsStore.h"
-
 namespace ferrolt {
 
-/// Qt builds the domain of the user's defaults from an organisation's Internet domain, which it turns round, and
-/// an application's name.
+/// Qt builds the domain of the user's defaults from an organisation's Internet domain, which it turns round,
+/// and an application's name.
 std::shared_ptr<SettingsStore> SettingsStore::ofUser() {
     QStringList parts = QString::fromUtf8(reverseDomain.data(), static_cast<qsizetype>(reverseDomain.size()))
                             .split(QLatin1Char('.'));

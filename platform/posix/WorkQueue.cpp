@@ -1,12 +1,12 @@
 #include "WorkQueue.h"
 
+#include "ThreadName.h"
+
 #include <deque>
 #include <mutex>
 #include <system_error>
 #include <thread>
 #include <utility>
-
-#include "ThreadName.h"
 
 namespace ferrolt {
 
@@ -23,8 +23,8 @@ struct WorkQueue::Shared {
 
 namespace {
 
-/// A thread's name shows no more than 15 characters, and a longer one is refused: the reverse domain in front tells
-/// least.
+/// A thread's name shows no more than 15 characters, and a longer one is refused: the reverse domain in front
+/// tells least.
 std::string threadNameOf(const std::string &label) {
     const auto dot = label.rfind('.');
     return label.substr(dot == std::string::npos ? 0 : dot + 1, 15);
@@ -40,7 +40,9 @@ WorkQueue::WorkQueue(std::string label, QualityOfService service) : shared(std::
 
 WorkQueue::~WorkQueue() = default;
 
-const std::string &WorkQueue::label() const { return shared->label; }
+const std::string &WorkQueue::label() const {
+    return shared->label;
+}
 
 bool WorkQueue::async(std::function<void()> work) {
     std::lock_guard lock(shared->mutex);

@@ -1,12 +1,12 @@
 #pragma once
 
-#include <deque>
-#include <memory>
-#include <mutex>
-
 #include "HttpSession.h"
 #include "HttpTransfer.h"
 #include "NetworkThread.h"
+
+#include <deque>
+#include <memory>
+#include <mutex>
 
 namespace ferrolt {
 
@@ -14,8 +14,8 @@ namespace ferrolt {
 /// started by the first request and ends with the session.
 class HttpEngine : public std::enable_shared_from_this<HttpEngine> {
   public:
-    /// Also enters the list of sessions that the end of the application object cancels: Qt's network classes cannot
-    /// do without it, and a call that blocks on another thread must not hold up the program's end.
+    /// Also enters the list of sessions that the end of the application object cancels: Qt's network classes
+    /// cannot do without it, and a call that blocks on another thread must not hold up the program's end.
     static std::shared_ptr<HttpEngine> create(HttpConfiguration configuration);
     ~HttpEngine();
     HttpEngine(const HttpEngine &) = delete;

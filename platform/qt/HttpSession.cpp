@@ -1,12 +1,12 @@
 #include "HttpSession.h"
 
+#include "BackgroundQueue.h"
+#include "HttpEngine.h"
+
 #include <condition_variable>
 #include <mutex>
 #include <optional>
 #include <utility>
-
-#include "BackgroundQueue.h"
-#include "HttpEngine.h"
 
 namespace ferrolt {
 
@@ -37,7 +37,9 @@ HttpReply waitFor(HttpEngine &engine, HttpRequest request) {
 HttpSession::HttpSession(HttpConfiguration configuration)
     : engine(HttpEngine::create(std::move(configuration))) {}
 
-HttpSession::~HttpSession() { engine->close(); }
+HttpSession::~HttpSession() {
+    engine->close();
+}
 
 void HttpSession::fetch(const QUrl &url, Completion completion) {
     HttpRequest request{url, std::nullopt, {}, std::move(completion)};
@@ -60,6 +62,8 @@ HttpReply HttpSession::downloadFile(const QUrl &url, const std::filesystem::path
     return waitFor(*kept, {url, destination, std::move(progress), {}});
 }
 
-void HttpSession::cancel() { engine->cancel(); }
+void HttpSession::cancel() {
+    engine->cancel();
+}
 
 }  // namespace ferrolt

@@ -23,7 +23,9 @@ HttpFileSink::HttpFileSink(fs::path destination)
     : destination(std::move(destination)),
       file(QFile::decodeName(this->destination.c_str()) + QStringLiteral(".XXXXXX")) {}
 
-bool HttpFileSink::open() { return file.isOpen() || file.open(); }
+bool HttpFileSink::open() {
+    return file.isOpen() || file.open();
+}
 
 Error HttpFileSink::accept(const char *bytes, std::int64_t count) {
     return open() && file.write(bytes, count) == count ? Error::None : Error::File;

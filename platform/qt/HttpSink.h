@@ -1,13 +1,13 @@
 #pragma once
 
+#include "HttpSession.h"
+
 #include <QByteArray>
 #include <QTemporaryFile>
 
 #include <cstdint>
 #include <filesystem>
 #include <memory>
-
-#include "HttpSession.h"
 
 namespace ferrolt {
 

@@ -1,5 +1,10 @@
 #include "HttpTransfer.h"
 
+#include "BackgroundQueue.h"
+#include "HttpInflatingSink.h"
+#include "NetworkThread.h"
+#include "SystemProxies.h"
+
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 
@@ -7,10 +12,6 @@
 #include <array>
 #include <chrono>
 #include <utility>
-
-#include "BackgroundQueue.h"
-#include "NetworkThread.h"
-#include "SystemProxies.h"
 
 namespace ferrolt {
 
@@ -34,10 +35,9 @@ bool isHttp(const QUrl &url) {
 /// Whether Qt's error only repeats a status of 400 or more, whose page arrived like any other.
 bool isOnlyTheStatus(QNetworkReply::NetworkError error, int statusCode) {
     using Qt = QNetworkReply;
-    return statusCode >= 400 &&
-           ((error >= Qt::ContentAccessDenied && error <= Qt::UnknownContentError) ||
-            error == Qt::ProtocolInvalidOperationError ||
-            (error >= Qt::InternalServerError && error <= Qt::UnknownServerError));
+    return statusCode >= 400 && ((error >= Qt::ContentAccessDenied && error <= Qt::UnknownContentError) ||
+                                 error == Qt::ProtocolInvalidOperationError ||
+                                 (error >= Qt::InternalServerError && error <= Qt::UnknownServerError));
 }
 
 }  // namespace
@@ -53,10 +53,6 @@ HttpTransfer::HttpTransfer(const Means &means, HttpRequest request, std::functio
 }
 
 void HttpTransfer::start() {
-    if (request.destination)
-        sink = std::make_unique<HttpFileSink>(*request.destination);
-    else
-        sink = std::make_unique<HttpMemorySink>();
     watchTime();
     if (!over)
         findProxies(request.url);
@@ -104,6 +100,8 @@ void HttpTransfer::bytesCame() {
     if (refusesBody())
         return;
     const auto target = redirectTarget();
+    if (!target)
+        openSink();
     std::array<char, readSize> bytes;
     while (!over && reply != nullptr) {
         const std::int64_t count = reply->read(bytes.data(), bytes.size());
@@ -124,16 +122,27 @@ void HttpTransfer::bytesCame() {
     }
 }
 
-/// Nothing of a page that comes in place of a download, or of a body that announces itself as too long, is wanted.
+void HttpTransfer::openSink() {
+    if (sink != nullptr)
+        return;
+    if (request.destination)
+        sink = std::make_unique<HttpFileSink>(*request.destination);
+    else
+        sink = std::make_unique<HttpMemorySink>();
+    const QByteArray encoding = reply->rawHeader("Content-Encoding").trimmed().toLower();
+    if (encoding == "gzip" || encoding == "x-gzip" || encoding == "deflate")
+        sink = std::make_unique<HttpInflatingSink>(std::move(sink));
+}
+
+/// Nothing of a page that comes in place of a download, or of a body that announces itself as too long, is
+/// wanted.
 bool HttpTransfer::refusesBody() {
     if (redirectTarget())
         return false;
     const auto length = reply->header(QNetworkRequest::ContentLengthHeader);
-    // Qt leaves out the length of a body that it decodes: what was announced is not what comes.
-    const bool plain = !reply->hasRawHeader("Content-Encoding");
-    announced = length.isValid() && plain ? length.toLongLong() : -1;
+    announced = length.isValid() ? length.toLongLong() : -1;
     if (request.destination) {
-        if (statusCode == 200)
+        if (statusCode == 200 || statusCode == 0)
             return false;
         end(Error::None);
         return true;
@@ -145,17 +154,12 @@ bool HttpTransfer::refusesBody() {
 }
 
 void HttpTransfer::replyFinished() {
-    noteActivity();
-    if (reply->bytesAvailable() > 0)
-        bytesCame();
+    bytesCame();
     if (over || reply == nullptr)
         return;
-    statusCode = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-    if (refusesBody())
-        return;
     const auto error = reply->error();
-    const bool whole = (error == QNetworkReply::NoError || isOnlyTheStatus(error, statusCode)) && statusCode > 0;
-    if (!whole || isShort())
+    const bool whole = error == QNetworkReply::NoError || isOnlyTheStatus(error, statusCode);
+    if (!whole || statusCode == 0)
         end(Error::Transport);
     else if (const auto target = redirectTarget())
         follow(*target);
@@ -164,8 +168,6 @@ void HttpTransfer::replyFinished() {
         end(sink->keep());
     }
 }
-
-bool HttpTransfer::isShort() const { return announced >= 0 && received != announced; }
 
 std::optional<QUrl> HttpTransfer::redirectTarget() const {
     switch (statusCode) {
@@ -189,14 +191,17 @@ void HttpTransfer::follow(const QUrl &target) {
     reply->abort();
     reply->deleteLater();
     reply = nullptr;
-    const bool stepsDown = url.scheme() == QLatin1String("https") && target.scheme() != QLatin1String("https");
+    const bool stepsDown =
+        url.scheme() == QLatin1String("https") && target.scheme() != QLatin1String("https");
     if (stepsDown || ++redirects > mostRedirects)
         end(Error::Transport);
     else
         findProxies(target);
 }
 
-void HttpTransfer::noteActivity() { lastActivity = means.configuration.time->now(); }
+void HttpTransfer::noteActivity() {
+    lastActivity = means.configuration.time->now();
+}
 
 /// Looks at the clock again and again instead of setting a timer for the whole time: a timer follows the real
 /// clock only.

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "HttpSession.h"
+#include "HttpSink.h"
+
 #include <QByteArray>
 #include <QElapsedTimer>
 #include <QNetworkRequest>
@@ -12,9 +15,6 @@
 #include <functional>
 #include <memory>
 #include <optional>
-
-#include "HttpSession.h"
-#include "HttpSink.h"
 
 class QNetworkAccessManager;
 class QNetworkReply;
@@ -47,7 +47,8 @@ class HttpTransfer : public QObject, public std::enable_shared_from_this<HttpTra
         std::weak_ptr<NetworkThread> thread;
     };
 
-    /// `ended` is called once, when the request's completion has been called; it must not destroy the transfer.
+    /// `ended` is called once, when the request's completion has been called; it must not destroy the
+    /// transfer.
     HttpTransfer(const Means &means, HttpRequest request, std::function<void(HttpTransfer *)> ended);
 
     void start();
@@ -57,11 +58,11 @@ class HttpTransfer : public QObject, public std::enable_shared_from_this<HttpTra
     void findProxies(const QUrl &url);
     void transfer();
     void bytesCame();
+    void openSink();
     void replyFinished();
     bool refusesBody();
     std::optional<QUrl> redirectTarget() const;
     void follow(const QUrl &target);
-    bool isShort() const;
     void noteActivity();
     void watchTime();
     void tellProgress(bool last);

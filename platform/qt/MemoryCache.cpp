@@ -10,7 +10,9 @@ namespace ferrolt {
 MemoryCache::MemoryCache() = default;
 MemoryCache::~MemoryCache() = default;
 
-QNetworkCacheMetaData MemoryCache::metaData(const QUrl &url) { return entries.value(url).metaData; }
+QNetworkCacheMetaData MemoryCache::metaData(const QUrl &url) {
+    return entries.value(url).metaData;
+}
 
 void MemoryCache::updateMetaData(const QNetworkCacheMetaData &metaData) {
     if (const auto entry = entries.find(metaData.url()); entry != entries.end())

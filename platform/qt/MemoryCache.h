@@ -11,9 +11,9 @@ class QBuffer;
 
 namespace ferrolt {
 
-/// A cache of replies that is forgotten with its session. Which replies may be kept and for how long is decided by
-/// the network access manager, by the rules of HTTP; this only holds them, a few small ones. Lives on the session's
-/// thread.
+/// A cache of replies that is forgotten with its session. Which replies may be kept and for how long is
+/// decided by the network access manager, by the rules of HTTP; this only holds them, a few small ones. Lives
+/// on the session's thread.
 class MemoryCache : public QAbstractNetworkCache {
   public:
     /// All bodies together, in bytes.

@@ -1,13 +1,13 @@
 #include "NetworkThread.h"
 
+#include "ThreadName.h"
+
 #include <QCoreApplication>
 #include <QEvent>
 #include <QEventLoop>
 
 #include <system_error>
 #include <utility>
-
-#include "ThreadName.h"
 
 namespace ferrolt {
 

@@ -12,11 +12,12 @@ namespace ferrolt {
 
 /// A thread with an event loop, for Qt's network classes. Work reaches it in order, under a mutex of our own.
 ///
-/// States: running --finish()--> finishing --> ended. Work that waits when finish() is called is destroyed unrun.
+/// States: running --finish()--> finishing --> ended. Work that waits when finish() is called is destroyed
+/// unrun.
 class NetworkThread {
   public:
-    /// Starts a thread; `leaving` runs on it after the last piece of work. Nothing if the system has no thread to
-    /// give.
+    /// Starts a thread; `leaving` runs on it after the last piece of work. Nothing if the system has no
+    /// thread to give.
     static std::shared_ptr<NetworkThread> start(std::function<void()> leaving);
     ~NetworkThread();
     NetworkThread(const NetworkThread &) = delete;
@@ -26,8 +27,8 @@ class NetworkThread {
     void post(std::function<void()> work);
     /// Asks the thread to end. Any thread.
     void finish();
-    /// Waits until it has ended, or not longer than `longest`; from then on it ends by itself. On the thread itself
-    /// it does not wait. After finish().
+    /// Waits until it has ended, or not longer than `longest`; from then on it ends by itself. On the thread
+    /// itself it does not wait. After finish().
     void waitForEnd(std::chrono::milliseconds longest);
 
   private:

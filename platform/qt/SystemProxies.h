@@ -8,9 +8,9 @@
 
 namespace ferrolt {
 
-/// Gives a network access manager the system's proxies without ever asking for them itself: the system may have
-/// to fetch and run a script for its answer and block for as long, so a transfer asks on a background thread and
-/// leaves the answer here before it starts. Lives on the session's thread.
+/// Gives a network access manager the system's proxies without ever asking for them itself: the system may
+/// have to fetch and run a script for its answer and block for as long, so a transfer asks on a background
+/// thread and leaves the answer here before it starts. Lives on the session's thread.
 class SystemProxies : public QNetworkProxyFactory {
   public:
     /// Blocks. Any thread.

@@ -1,16 +1,16 @@
 #include "TestAuthority.h"
 
+#include <QHostAddress>
+
+#include <atomic>
+#include <cstdlib>
+
 #include <openssl/bio.h>
 #include <openssl/ec.h>
 #include <openssl/evp.h>
 #include <openssl/pem.h>
 #include <openssl/x509.h>
 #include <openssl/x509v3.h>
-
-#include <QHostAddress>
-
-#include <atomic>
-#include <cstdlib>
 
 namespace ferrolt {
 
@@ -117,7 +117,9 @@ TestAuthority::TestAuthority() : keys(std::make_unique<Keys>()) {
 
 TestAuthority::~TestAuthority() = default;
 
-QByteArray TestAuthority::certificate() const { return pem(keys->certificate.get()); }
+QByteArray TestAuthority::certificate() const {
+    return pem(keys->certificate.get());
+}
 
 TestCertificate TestAuthority::issue(const QStringList &hosts, Validity validity) const {
     const Key key = newKey();

@@ -27,7 +27,8 @@ class TestAuthority {
     QByteArray certificate() const;
 
     /// Signs a certificate for these host names and addresses.
-    TestCertificate issue(const QStringList &hosts = {QStringLiteral("127.0.0.1"), QStringLiteral("localhost")},
+    TestCertificate issue(const QStringList &hosts = {QStringLiteral("127.0.0.1"),
+                                                      QStringLiteral("localhost")},
                           Validity validity = Validity::Current) const;
 
     /// A certificate that nobody vouches for.

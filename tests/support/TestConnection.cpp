@@ -1,16 +1,16 @@
 #include "TestConnection.h"
 
-#include <fcntl.h>
-#include <openssl/err.h>
-#include <poll.h>
-#include <sys/socket.h>
-
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
 #include <climits>
 #include <utility>
+
+#include <fcntl.h>
+#include <openssl/err.h>
+#include <poll.h>
+#include <sys/socket.h>
 
 namespace ferrolt {
 
@@ -88,7 +88,8 @@ bool TestConnection::send(const char *bytes, std::size_t count) {
     while (count > 0 && isOpen()) {
         ssize_t sent = 0;
         if (tls != nullptr) {
-            const int result = SSL_write(tls.get(), bytes, static_cast<int>(std::min<std::size_t>(count, INT_MAX)));
+            const int result =
+                SSL_write(tls.get(), bytes, static_cast<int>(std::min<std::size_t>(count, INT_MAX)));
             if (result <= 0 && !retry(result))
                 return false;
             sent = result;

@@ -1,18 +1,18 @@
 #pragma once
 
-#include <openssl/ssl.h>
+#include "FileDescriptor.h"
 
 #include <QByteArray>
 
 #include <atomic>
 #include <memory>
 
-#include "FileDescriptor.h"
+#include <openssl/ssl.h>
 
 namespace ferrolt {
 
-/// A server's side of one connection, with TLS or without; every wait also ends when the server stops. Only on the
-/// connection's own thread.
+/// A server's side of one connection, with TLS or without; every wait also ends when the server stops. Only
+/// on the connection's own thread.
 class TestConnection {
   public:
     /// `context` is null for a connection without TLS. `stopping` becomes readable when the server stops.

@@ -1,5 +1,19 @@
 #include "TestHttpsServer.h"
 
+#include "Pipe.h"
+#include "TestConnection.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <list>
+#include <mutex>
+#include <optional>
+#include <thread>
+#include <utility>
+
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <openssl/bio.h>
@@ -7,20 +21,6 @@
 #include <openssl/ssl.h>
 #include <poll.h>
 #include <sys/socket.h>
-
-#include <atomic>
-#include <cerrno>
-#include <csignal>
-#include <cstdlib>
-#include <algorithm>
-#include <list>
-#include <mutex>
-#include <optional>
-#include <thread>
-#include <utility>
-
-#include "Pipe.h"
-#include "TestConnection.h"
 
 namespace ferrolt {
 
@@ -31,7 +31,8 @@ using Context = std::unique_ptr<SSL_CTX, decltype(&SSL_CTX_free)>;
 Context contextFor(const TestCertificate &certificate) {
     Context context(SSL_CTX_new(TLS_server_method()), SSL_CTX_free);
     std::unique_ptr<BIO, decltype(&BIO_free_all)> chain(
-        BIO_new_mem_buf(certificate.chain.constData(), static_cast<int>(certificate.chain.size())), BIO_free_all);
+        BIO_new_mem_buf(certificate.chain.constData(), static_cast<int>(certificate.chain.size())),
+        BIO_free_all);
     std::unique_ptr<BIO, decltype(&BIO_free_all)> key(
         BIO_new_mem_buf(certificate.key.constData(), static_cast<int>(certificate.key.size())), BIO_free_all);
     bool first = true;
@@ -196,13 +197,19 @@ TestHttpsServer::~TestHttpsServer() {
         thread.join();
 }
 
-std::uint16_t TestHttpsServer::port() const { return state->port; }
-
-QString TestHttpsServer::base() const {
-    return QStringLiteral("%1://127.0.0.1:%2").arg(QLatin1String(state->context ? "https" : "http")).arg(port());
+std::uint16_t TestHttpsServer::port() const {
+    return state->port;
 }
 
-QUrl TestHttpsServer::url(const QString &path) const { return QUrl(base() + path, QUrl::StrictMode); }
+QString TestHttpsServer::base() const {
+    return QStringLiteral("%1://127.0.0.1:%2")
+        .arg(QLatin1String(state->context ? "https" : "http"))
+        .arg(port());
+}
+
+QUrl TestHttpsServer::url(const QString &path) const {
+    return QUrl(base() + path, QUrl::StrictMode);
+}
 
 void TestHttpsServer::on(const QString &path, Handler handler) {
     std::lock_guard lock(state->mutex);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "TestAuthority.h"
+
 #include <QByteArray>
 #include <QList>
 #include <QString>
@@ -9,8 +11,6 @@
 #include <functional>
 #include <map>
 #include <memory>
-
-#include "TestAuthority.h"
 
 namespace ferrolt {
 
@@ -23,8 +23,8 @@ struct TestRequest {
     TestHeaders headers;  ///< names in lower case
 };
 
-/// One request's connection, in a handler's hands: it can be well-behaved or as nasty as the test needs. Only on
-/// the handler's thread. Every operation does nothing once the client or the server is gone.
+/// One request's connection, in a handler's hands: it can be well-behaved or as nasty as the test needs. Only
+/// on the handler's thread. Every operation does nothing once the client or the server is gone.
 class TestExchange {
   public:
     virtual ~TestExchange() = default;
@@ -50,8 +50,8 @@ class TestExchange {
     explicit TestExchange(TestRequest request) : request(std::move(request)) {}
 };
 
-/// An HTTP/1.1 server on 127.0.0.1, with TLS or without, each connection on a thread of its own. Destroying it
-/// closes every connection and waits for every thread.
+/// An HTTP/1.1 server on 127.0.0.1, with TLS or without, each connection on a thread of its own. Destroying
+/// it closes every connection and waits for every thread.
 class TestHttpsServer {
   public:
     using Handler = std::function<void(TestExchange &)>;
@@ -69,8 +69,8 @@ class TestHttpsServer {
     QString base() const;
     QUrl url(const QString &path) const;
 
-    /// What requests of `path` get; without a handler it is a 404 with a page. On the connection's thread. May be
-    /// called again at any time.
+    /// What requests of `path` get; without a handler it is a 404 with a page. On the connection's thread.
+    /// May be called again at any time.
     void on(const QString &path, Handler handler);
 
     /// The requests so far, whole ones only.

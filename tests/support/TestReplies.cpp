@@ -1,14 +1,16 @@
+#include "TestHttpsServer.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdint>
-
-#include "TestHttpsServer.h"
 
 namespace ferrolt {
 
 namespace {
 
-QByteArray decimal(std::int64_t number) { return QByteArray::number(static_cast<qlonglong>(number)); }
+QByteArray decimal(std::int64_t number) {
+    return QByteArray::number(static_cast<qlonglong>(number));
+}
 
 void announce(TestExchange &exchange, const QByteArray &body) {
     exchange.head(200, {{"Content-Length", decimal(body.size())}});
@@ -30,7 +32,8 @@ void TestExchange::reply(int status, const QByteArray &body, const TestHeaders &
     send(body);
 }
 
-TestHttpsServer::Handler TestHttpsServer::replies(int status, const QByteArray &body, const TestHeaders &headers) {
+TestHttpsServer::Handler TestHttpsServer::replies(int status, const QByteArray &body,
+                                                  const TestHeaders &headers) {
     return [=](TestExchange &exchange) { exchange.reply(status, body, headers); };
 }
 
@@ -79,7 +82,8 @@ TestHttpsServer::Handler TestHttpsServer::repliesCompressed(int status, const QB
     return replies(status, gzipped(body), {{"Content-Encoding", "gzip"}});
 }
 
-TestHttpsServer::Handler TestHttpsServer::repliesChunked(int status, const QByteArray &body, qsizetype chunk) {
+TestHttpsServer::Handler TestHttpsServer::repliesChunked(int status, const QByteArray &body,
+                                                         qsizetype chunk) {
     return [=](TestExchange &exchange) {
         exchange.head(status, {{"Transfer-Encoding", "chunked"}});
         for (qsizetype at = 0; at < body.size(); at += chunk) {
@@ -127,10 +131,11 @@ QByteArray gzipped(const QByteArray &bytes) {
         }
         return four;
     };
-    // qCompress puts four bytes of length in front of zlib's two bytes, and zlib four bytes of checksum behind.
+    // qCompress puts four bytes of length in front of zlib's two bytes, and zlib four bytes of checksum
+    // behind.
     const QByteArray zlib = qCompress(bytes, 9);
-    return QByteArray("\x1f\x8b\x08\0\0\0\0\0\0\x03", 10) + zlib.mid(6, zlib.size() - 10) + littleEndian(sum) +
-           littleEndian(static_cast<std::uint32_t>(bytes.size()));
+    return QByteArray("\x1f\x8b\x08\0\0\0\0\0\0\x03", 10) + zlib.mid(6, zlib.size() - 10) +
+           littleEndian(sum) + littleEndian(static_cast<std::uint32_t>(bytes.size()));
 }
 
 }  // namespace ferrolt

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QEventLoop>
+
+#include <chrono>
+#include <exception>
+#include <future>
+#include <thread>
+#include <utility>
+
+namespace ferrolt {
+
+/// Runs what blocks on a thread of its own, as a work queue does, while the test's events go on.
+template <class Work>
+auto inBackground(Work work) {
+    std::packaged_task<decltype(work())()> task(std::move(work));
+    auto result = task.get_future();
+    std::thread(std::move(task)).detach();
+    while (result.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready)
+        QCoreApplication::processEvents();
+    return result.get();
+}
+
+/// Waits until `condition` holds; false after `milliseconds`. Events go on.
+template <class Condition>
+bool becomes(Condition condition, int milliseconds = 10000) {
+    QElapsedTimer time;
+    time.start();
+    while (!condition()) {
+        if (time.elapsed() > milliseconds)
+            return false;
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
+
+}  // namespace ferrolt
