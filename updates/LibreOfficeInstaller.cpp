@@ -61,6 +61,8 @@ bool LibreOfficeInstaller::isInstalling() {
 }
 
 void LibreOfficeInstaller::install(const QString &version, Log log, Completion completion) {
+    if (!log)
+        log = [](const QString &) {};
     MainQueue::async(
         [weak = std::weak_ptr(state), version, log = std::move(log), completion = std::move(completion)] {
             if (const auto state = weak.lock())

@@ -1,13 +1,21 @@
 #include "InstallationScene.h"
 
-#include <QCryptographicHash>
-
 #include "Background.h"
 #include "TreeSnapshot.h"
+
+#include <QCryptographicHash>
 
 namespace ferrolt {
 
 namespace fs = std::filesystem;
+
+char *toString(const std::optional<InstallOutcome> &outcome) {
+    constexpr const char *names[] = {"installed", "failed", "alreadyCurrent", "skippedUserInstalled"};
+    if (!outcome)
+        return qstrdup("no outcome");
+    const QByteArray name = names[static_cast<int>(outcome->which())];
+    return qstrdup(QByteArray(name + "(" + outcome->text().toUtf8() + ")").constData());
+}
 
 bool SubstituteTools::runTool(const fs::path &executable, const std::vector<std::string> &arguments,
                               const Progress & /* none */) {
@@ -41,7 +49,8 @@ bool SubstitutePrompt::privilegedCopy(const fs::path &source, const fs::path &de
     return true;
 }
 
-InstallationScene::InstallationScene() : server(authority.issue()), image(testPattern() + QByteArray(150'000, 'x')) {
+InstallationScene::InstallationScene()
+    : server(authority.issue()), image(testPattern() + QByteArray(150'000, 'x')) {
     fs::create_directories(temporary);
     services.server = server.base();
     services.http.extraAuthorities = authority.certificate();
@@ -54,12 +63,14 @@ InstallationScene::InstallationScene() : server(authority.issue()), image(testPa
 }
 
 QString InstallationScene::metalinkPath(const QString &version) {
-    return QStringLiteral("/libreoffice/stable/%1/mac/aarch64/LibreOffice_%1_MacOS_aarch64.dmg.meta4").arg(version);
+    return QStringLiteral("/libreoffice/stable/%1/mac/aarch64/LibreOffice_%1_MacOS_aarch64.dmg.meta4")
+        .arg(version);
 }
 
 QByteArray InstallationScene::metalink(const QStringList &urls, const QString &sha256) {
-    QString text = QStringLiteral("<?xml version=\"1.0\"?>\n<metalink xmlns=\"urn:ietf:params:xml:ns:metalink\">\n"
-                                  "<file name=\"LibreOffice.dmg\">\n<hash type=\"sha-256\">%1</hash>\n")
+    QString text = QStringLiteral(
+                       "<?xml version=\"1.0\"?>\n<metalink xmlns=\"urn:ietf:params:xml:ns:metalink\">\n"
+                       "<file name=\"LibreOffice.dmg\">\n<hash type=\"sha-256\">%1</hash>\n")
                        .arg(sha256);
     for (const QString &url : urls)
         text += QStringLiteral("<url priority=\"1\">%1</url>\n").arg(url.toHtmlEscaped());
@@ -104,9 +115,13 @@ void InstallationScene::installBefore(const QByteArray &content) {
     writeFile(application / "content", content);
 }
 
-bool InstallationScene::isTemporaryFolderEmpty() const { return fs::is_empty(temporary); }
+bool InstallationScene::isTemporaryFolderEmpty() const {
+    return fs::is_empty(temporary);
+}
 
-QByteArray InstallationScene::installedContent() const { return readFile(application / "content"); }
+QByteArray InstallationScene::installedContent() const {
+    return readFile(application / "content");
+}
 
 QString InstallationScene::downloading(const QString &host) {
     return QStringLiteral("Downloading LibreOffice from %1\u2026\n").arg(host);

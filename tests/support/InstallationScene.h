@@ -1,5 +1,10 @@
 #pragma once
 
+#include "LibreOfficeInstaller.h"
+#include "TestAuthority.h"
+#include "TestHttpsServer.h"
+#include "TestTime.h"
+
 #include <QByteArray>
 #include <QString>
 #include <QStringList>
@@ -13,14 +18,13 @@
 #include <string>
 #include <vector>
 
-#include "LibreOfficeInstaller.h"
-#include "TestAuthority.h"
-#include "TestHttpsServer.h"
-#include "TestTime.h"
-
 namespace ferrolt {
 
-/// Stands in for the tools: notes what was asked for, and "mounts" an application without looking at the image.
+/// For a comparison that fails.
+char *toString(const std::optional<InstallOutcome> &outcome);
+
+/// Stands in for the tools: notes what was asked for, and "mounts" an application without looking at the
+/// image.
 class SubstituteTools : public ToolRunner {
   public:
     using Call = std::vector<std::string>;  ///< the executable, then the arguments
@@ -41,7 +45,8 @@ class SubstituteTools : public ToolRunner {
 /// Stands in for the prompt: the user agrees and the copy is made, unless the test has other ideas.
 class SubstitutePrompt : public PrivilegedCopy {
   public:
-    bool privilegedCopy(const std::filesystem::path &source, const std::filesystem::path &destination) override;
+    bool privilegedCopy(const std::filesystem::path &source,
+                        const std::filesystem::path &destination) override;
 
     std::function<bool(const std::filesystem::path &source, const std::filesystem::path &destination)> answer;
     int asked = 0;
@@ -85,8 +90,12 @@ class InstallationScene {
     LibreOfficeInstaller::Log logger();
 
     void installBefore(const QByteArray &content = "old");
-    std::optional<QString> recorded() const { return services.settings->text(LibreOfficeInstaller::versionKey); }
-    void record(const QString &version) { services.settings->setText(LibreOfficeInstaller::versionKey, version); }
+    std::optional<QString> recorded() const {
+        return services.settings->text(LibreOfficeInstaller::versionKey);
+    }
+    void record(const QString &version) {
+        services.settings->setText(LibreOfficeInstaller::versionKey, version);
+    }
     /// Whether nothing at all is left in the temporary folder.
     bool isTemporaryFolderEmpty() const;
     /// The installed application's one file; empty if there is none.

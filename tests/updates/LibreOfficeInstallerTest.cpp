@@ -1,4 +1,8 @@
+#include "Background.h"
+#include "InstallationScene.h"
 #include "LibreOfficeInstaller.h"
+#include "MainQueue.h"
+#include "TreeSnapshot.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -7,11 +11,6 @@
 #include <semaphore>
 #include <thread>
 
-#include "Background.h"
-#include "InstallationScene.h"
-#include "MainQueue.h"
-#include "TreeSnapshot.h"
-
 using namespace ferrolt;
 namespace fs = std::filesystem;
 
@@ -19,7 +18,9 @@ namespace {
 
 const QString version = QStringLiteral("26.2.4");
 
-QStringList fetching() { return {QStringLiteral("Fetching LibreOffice 26.2.4 download info\u2026\n")}; }
+QStringList fetching() {
+    return {QStringLiteral("Fetching LibreOffice 26.2.4 download info\u2026\n")};
+}
 
 }  // namespace
 
@@ -90,7 +91,8 @@ class LibreOfficeInstallerTest : public QObject {
         QVERIFY(LibreOfficeInstaller::isInstalling());
         const auto linesBefore = scene->log();
 
-        const auto failure = InstallOutcome::failed(QStringLiteral("another LibreOffice install is already running"));
+        const auto failure =
+            InstallOutcome::failed(QStringLiteral("another LibreOffice install is already running"));
         QCOMPARE(scene->install(), failure);  // another installer: the rule holds for the process
         std::optional<InstallOutcome> again;
         first.install(version, scene->logger(), [&](const InstallOutcome &result) { again = result; });
@@ -110,8 +112,9 @@ class LibreOfficeInstallerTest : public QObject {
         scene->publish({scene->goodMirror()});
         scene->installBefore("the user's own");
         QCOMPARE(scene->install(), InstallOutcome::skippedUserInstalled());
-        QCOMPARE(scene->log(), QStringList{QStringLiteral(
-                                   "LibreOffice is already installed (not by this launcher); leaving it in place.\n")});
+        QCOMPARE(scene->log(),
+                 QStringList{QStringLiteral(
+                     "LibreOffice is already installed (not by this launcher); leaving it in place.\n")});
         QCOMPARE(scene->recorded(), std::optional(version));
         QCOMPARE(scene->install(), InstallOutcome::alreadyCurrent());
         QCOMPARE(scene->log().size(), 1);
@@ -121,7 +124,8 @@ class LibreOfficeInstallerTest : public QObject {
 
         // From then on it counts as the launcher's own.
         scene->publish({scene->goodMirror()}, QStringLiteral("26.8.0"));
-        QCOMPARE(scene->install(QStringLiteral("26.8.0")), InstallOutcome::installed(QStringLiteral("26.8.0")));
+        QCOMPARE(scene->install(QStringLiteral("26.8.0")),
+                 InstallOutcome::installed(QStringLiteral("26.8.0")));
         QCOMPARE(scene->installedContent(), QByteArray("new"));
     }
 
@@ -154,11 +158,13 @@ class LibreOfficeInstallerTest : public QObject {
 
     void theThirdMirrorAfterAMissingPageAndASmallOne() {
         scene->server.on(QStringLiteral("/missing.dmg"), TestHttpsServer::replies(404, "not here"));
-        scene->server.on(QStringLiteral("/page.dmg"), TestHttpsServer::replies(200, QByteArray(500'000, ' ')));
+        scene->server.on(QStringLiteral("/page.dmg"),
+                         TestHttpsServer::replies(200, QByteArray(500'000, ' ')));
         scene->publish({scene->server.url(QStringLiteral("/missing.dmg")).toString(),
                         scene->server.url(QStringLiteral("/page.dmg")).toString(), scene->goodMirror()});
         QCOMPARE(scene->install(), InstallOutcome::installed(version));
-        QCOMPARE(scene->log(), InstallationScene::linesOfAnInstallation(QStringList(3, InstallationScene::downloading())));
+        QCOMPARE(scene->log(),
+                 InstallationScene::linesOfAnInstallation(QStringList(3, InstallationScene::downloading())));
     }
 
     void aWrongDigestIsToldAndTheNextMirrorIsTried() {
@@ -167,7 +173,8 @@ class LibreOfficeInstallerTest : public QObject {
         QCOMPARE(scene->install(), InstallOutcome::installed(version));
         auto expected = InstallationScene::linesOfAnInstallation(
             {InstallationScene::downloading(), QStringLiteral("Verifying download\u2026\n"),
-             QStringLiteral("Checksum mismatch from this mirror; trying another.\n"), InstallationScene::downloading()});
+             QStringLiteral("Checksum mismatch from this mirror; trying another.\n"),
+             InstallationScene::downloading()});
         QCOMPARE(scene->log(), expected);
     }
 
@@ -184,7 +191,8 @@ class LibreOfficeInstallerTest : public QObject {
         scene->installBefore();
         scene->record(QStringLiteral("7.6.4"));
         scene->tools->attach = [](const fs::path &, const fs::path &) { return false; };
-        QCOMPARE(scene->install(), InstallOutcome::failed(QStringLiteral("failed to mount the LibreOffice disk image")));
+        QCOMPARE(scene->install(),
+                 InstallOutcome::failed(QStringLiteral("failed to mount the LibreOffice disk image")));
         QVERIFY(scene->isTemporaryFolderEmpty());
         QCOMPARE(scene->tools->calls().size(), std::size_t{1});
         QCOMPARE(scene->log().last(), QStringLiteral("Mounting disk image\u2026\n"));
@@ -211,7 +219,8 @@ class LibreOfficeInstallerTest : public QObject {
                 writeFile(mountPoint / "LibreOffice.app", "file");
             return true;
         };
-        QCOMPARE(scene->install(), InstallOutcome::failed(QStringLiteral("LibreOffice.app not found in the mounted image")));
+        QCOMPARE(scene->install(),
+                 InstallOutcome::failed(QStringLiteral("LibreOffice.app not found in the mounted image")));
         QVERIFY(scene->isTemporaryFolderEmpty());
         QCOMPARE(scene->tools->calls().size(), std::size_t{2});
         QCOMPARE(scene->tools->calls().back()[1], std::string("detach"));
@@ -225,10 +234,13 @@ class LibreOfficeInstallerTest : public QObject {
         scene->installBefore();
         scene->record(QStringLiteral("7.6.4"));
         scene->prompt->answer = [](const fs::path &, const fs::path &) { return false; };
-        QCOMPARE(scene->install(),
-                 InstallOutcome::failed(QStringLiteral("authorization was denied or the privileged copy failed")));
-        QCOMPARE(scene->log().last(),
-                 QStringLiteral("Installing LibreOffice to /Applications (administrator authorization required)\u2026\n"));
+        QCOMPARE(
+            scene->install(),
+            InstallOutcome::failed(QStringLiteral("authorization was denied or the privileged copy failed")));
+        QCOMPARE(
+            scene->log().last(),
+            QStringLiteral(
+                "Installing LibreOffice to /Applications (administrator authorization required)\u2026\n"));
         QCOMPARE(scene->tools->calls().back()[1], std::string("detach"));
         QVERIFY(scene->isTemporaryFolderEmpty());
         QCOMPARE(scene->installedContent(), QByteArray("old"));
@@ -243,8 +255,9 @@ class LibreOfficeInstallerTest : public QObject {
             fs::remove_all(destination);
             return false;
         };
-        QCOMPARE(scene->install(),
-                 InstallOutcome::failed(QStringLiteral("authorization was denied or the privileged copy failed")));
+        QCOMPARE(
+            scene->install(),
+            InstallOutcome::failed(QStringLiteral("authorization was denied or the privileged copy failed")));
         QVERIFY(scene->isTemporaryFolderEmpty());
         QCOMPARE(scene->recorded(), std::optional(QStringLiteral("7.6.4")));
         // With the application gone the next check installs it, whatever is recorded.
@@ -279,9 +292,8 @@ class LibreOfficeInstallerTest : public QObject {
     void anInstallerThatIsGoneBeforeItsTurnDoesNothing() {
         scene->publish({scene->goodMirror()});
         bool called = false;
-        std::make_unique<LibreOfficeInstaller>(scene->services)->install(version, scene->logger(), [&](const InstallOutcome &) {
-            called = true;
-        });
+        std::make_unique<LibreOfficeInstaller>(scene->services)
+            ->install(version, scene->logger(), [&](const InstallOutcome &) { called = true; });
         bool turned = false;
         MainQueue::async([&] { turned = true; });
         QVERIFY(becomes([&] { return turned; }));
@@ -316,8 +328,9 @@ class LibreOfficeInstallerTest : public QObject {
         QVERIFY(becomes([&] { return installer.progress->isIdle(); }));
         QCOMPARE(texts.first(), QStringLiteral("LibreOffice 26.2.4: 0 MB"));
         QVERIFY(texts.contains(QStringLiteral("LibreOffice 26.2.4: 1 of 1 MB")));
-        QCOMPARE(texts.mid(texts.size() - 3), (QStringList{QStringLiteral("LibreOffice 26.2.4: verifying"),
-                                                          QStringLiteral("LibreOffice 26.2.4: installing"), QString()}));
+        QCOMPARE(texts.mid(texts.size() - 3),
+                 (QStringList{QStringLiteral("LibreOffice 26.2.4: verifying"),
+                              QStringLiteral("LibreOffice 26.2.4: installing"), QString()}));
         QVERIFY(fetching().first() == scene->log().first());
     }
 
