@@ -1,11 +1,11 @@
 #pragma once
 
-#include <functional>
-#include <memory>
-
 #include "AlertPresenter.h"
 #include "PathRoots.h"
 #include "TimeSource.h"
+
+#include <functional>
+#include <memory>
 
 namespace ferrolt {
 

@@ -1,18 +1,18 @@
 #include "LaunchChild.h"
 
-#include <fcntl.h>
-#include <sys/prctl.h>
-#include <sys/resource.h>
-#include <sys/syscall.h>
-#include <sys/wait.h>
-#include <unistd.h>
+#include "FileDescriptor.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <csignal>
 
-#include "FileDescriptor.h"
+#include <fcntl.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace ferrolt {
 
@@ -29,7 +29,8 @@ void closeRange(unsigned first, unsigned last) {
         close(static_cast<int>(descriptor));
 }
 
-/// Only exec-proof calls from here on: the memory still belongs to the launcher, which stands still meanwhile.
+/// Only exec-proof calls from here on: the memory still belongs to the launcher, which stands still
+/// meanwhile.
 [[noreturn]] void becomeChild(const ChildImage &image, int errorReport, pid_t launcher) {
     // The kernel sends this when the launcher is gone, even after a kill -9. A launcher that died before the
     // request was in place is seen by the parent id.
@@ -65,8 +66,8 @@ void closeRange(unsigned first, unsigned last) {
 /// A frame of its own, never inlined: a child that shares the stack must not disturb the caller's variables.
 [[gnu::noinline]] pid_t split(const ChildImage &image, int errorReport) {
     const pid_t launcher = getpid();
-    // vfork and not fork: a fork copies the page tables, which takes 10 to 20 ms once the logs are full, on the
-    // main thread. And not posix_spawn, which cannot ask for the parent-death signal.
+    // vfork and not fork: a fork copies the page tables, which takes 10 to 20 ms once the logs are full, on
+    // the main thread. And not posix_spawn, which cannot ask for the parent-death signal.
     const pid_t child = vfork();
     if (child == 0)
         becomeChild(image, errorReport, launcher);

@@ -1,10 +1,10 @@
 #include "LaunchChild.h"
 
-#include <spawn.h>
+#include "ParentDeathWatch.h"
 
 #include <csignal>
 
-#include "ParentDeathWatch.h"
+#include <spawn.h>
 
 namespace ferrolt {
 

@@ -1,18 +1,19 @@
 #include "ParentDeathWatch.h"
 
+#include <cerrno>
+#include <csignal>
+
 #include <sys/event.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include <cerrno>
-#include <csignal>
 
 namespace ferrolt {
 
 namespace {
 
-// macOS has no parent-death signal. A small process of our own waits in a kqueue for the launcher's end, which it
-// sees however the launcher dies, and passes the terminate request on to the children that it was told of.
+// macOS has no parent-death signal. A small process of our own waits in a kqueue for the launcher's end,
+// which it sees however the launcher dies, and passes the terminate request on to the children that it was
+// told of.
 constexpr int mostChildren = 64;
 
 void watch(int queue, pid_t process) {
@@ -37,7 +38,8 @@ void watch(int queue, pid_t process) {
             _exit(1);
         }
         pid_t announced = 0;
-        if (event.filter == EVFILT_READ && read(announcements, &announced, sizeof announced) == sizeof announced) {
+        if (event.filter == EVFILT_READ &&
+            read(announcements, &announced, sizeof announced) == sizeof announced) {
             for (pid_t &slot : children) {
                 if (slot == 0) {
                     slot = announced;
@@ -47,7 +49,8 @@ void watch(int queue, pid_t process) {
             }
             continue;
         }
-        const bool launcherIsGone = event.filter == EVFILT_READ || static_cast<pid_t>(event.ident) == launcher;
+        const bool launcherIsGone =
+            event.filter == EVFILT_READ || static_cast<pid_t>(event.ident) == launcher;
         for (pid_t &slot : children) {
             if (launcherIsGone && slot != 0)
                 kill(slot, SIGTERM);
@@ -59,8 +62,8 @@ void watch(int queue, pid_t process) {
     }
 }
 
-/// Starts the watcher and returns the end that announcements are written to; -1 when that fails. Two forks, so
-/// that the watcher belongs to the system and nobody here has to reap it.
+/// Starts the watcher and returns the end that announcements are written to; -1 when that fails. Two forks,
+/// so that the watcher belongs to the system and nobody here has to reap it.
 int startWatcher() {
     int ends[2];
     if (pipe(ends) != 0)

@@ -1,8 +1,7 @@
 #include "PipeReader.h"
 
-#include <poll.h>
-#include <sys/ioctl.h>
-#include <unistd.h>
+#include "Pipe.h"
+#include "ThreadName.h"
 
 #include <algorithm>
 #include <atomic>
@@ -14,8 +13,9 @@
 #include <utility>
 #include <vector>
 
-#include "Pipe.h"
-#include "ThreadName.h"
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
 
 namespace ferrolt {
 
@@ -107,9 +107,13 @@ std::shared_ptr<PipeReader> PipeReader::start(FileDescriptor readingEnd, Receive
 
 PipeReader::PipeReader(std::shared_ptr<Shared> shared) : shared(std::move(shared)) {}
 
-PipeReader::~PipeReader() { detach(); }
+PipeReader::~PipeReader() {
+    detach();
+}
 
-void PipeReader::detach() { shared->detached.store(true, std::memory_order_release); }
+void PipeReader::detach() {
+    shared->detached.store(true, std::memory_order_release);
+}
 
 void PipeReader::childHasEnded() {
     shared->childEnded.store(true, std::memory_order_release);

@@ -1,14 +1,14 @@
 #include "PortProbe.h"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <poll.h>
-#include <sys/socket.h>
+#include "FileDescriptor.h"
 
 #include <cerrno>
 #include <cstring>
 
-#include "FileDescriptor.h"
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
 
 namespace ferrolt {
 
@@ -26,13 +26,13 @@ bool connectionArrives(int socket) {
     return getsockopt(socket, SOL_SOCKET, SO_ERROR, &error, &size) == 0 && error == 0;
 }
 
-/// With nobody listening, the system may pick the very port that is being tried as the connection's own and so
-/// connect the socket with itself. That is not an engine, and would keep the engine from its port.
+/// With nobody listening, the system may pick the very port that is being tried as the connection's own and
+/// so connect the socket with itself. That is not an engine, and would keep the engine from its port.
 bool isConnectedToItself(int socket, const sockaddr_in &peer) {
     sockaddr_in own{};
     socklen_t size = sizeof own;
-    return getsockname(socket, reinterpret_cast<sockaddr *>(&own), &size) == 0 && own.sin_port == peer.sin_port &&
-           own.sin_addr.s_addr == peer.sin_addr.s_addr;
+    return getsockname(socket, reinterpret_cast<sockaddr *>(&own), &size) == 0 &&
+           own.sin_port == peer.sin_port && own.sin_addr.s_addr == peer.sin_addr.s_addr;
 }
 
 }  // namespace

@@ -1,8 +1,7 @@
 #include "Process.h"
 
-#include <fcntl.h>
-#include <sys/wait.h>
-#include <unistd.h>
+#include "LaunchChild.h"
+#include "ThreadName.h"
 
 #include <cerrno>
 #include <condition_variable>
@@ -12,14 +11,17 @@
 #include <thread>
 #include <utility>
 
-#include "LaunchChild.h"
-#include "ThreadName.h"
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 extern char **environ;
 
 namespace ferrolt {
 
-std::string LaunchError::localizedDescription() const { return std::generic_category().message(code); }
+std::string LaunchError::localizedDescription() const {
+    return std::generic_category().message(code);
+}
 
 /// Shared by the object and the thread that waits for the child, whichever lives longer.
 struct Process::Shared {
@@ -51,7 +53,8 @@ bool Process::Shared::learnChild() {
     return !launchFailed;
 }
 
-/// On a thread of its own that lives as long as the child: it blocks in the kernel and costs nothing meanwhile.
+/// On a thread of its own that lives as long as the child: it blocks in the kernel and costs nothing
+/// meanwhile.
 void Process::Shared::waitForChild() {
     nameThisThread("child-wait");
     if (!learnChild())
@@ -85,11 +88,21 @@ void Process::Shared::waitForChild() {
 Process::Process() : shared(std::make_shared<Shared>()) {}
 Process::~Process() = default;
 
-void Process::setExecutable(std::filesystem::path executable) { shared->executable = std::move(executable); }
-void Process::setArguments(std::vector<std::string> arguments) { shared->arguments = std::move(arguments); }
-void Process::setWorkingFolder(std::filesystem::path folder) { shared->workingFolder = std::move(folder); }
-void Process::setOutput(FileDescriptor writingEnd) { shared->output = std::move(writingEnd); }
-void Process::setExitHook(std::function<void()> hook) { shared->exitHook = std::move(hook); }
+void Process::setExecutable(std::filesystem::path executable) {
+    shared->executable = std::move(executable);
+}
+void Process::setArguments(std::vector<std::string> arguments) {
+    shared->arguments = std::move(arguments);
+}
+void Process::setWorkingFolder(std::filesystem::path folder) {
+    shared->workingFolder = std::move(folder);
+}
+void Process::setOutput(FileDescriptor writingEnd) {
+    shared->output = std::move(writingEnd);
+}
+void Process::setExitHook(std::function<void()> hook) {
+    shared->exitHook = std::move(hook);
+}
 
 void Process::setTerminationHandler(TerminationHandler handler) {
     std::lock_guard lock(shared->mutex);
@@ -104,6 +117,8 @@ void Process::removeTerminationHandler() {
 
 std::optional<LaunchError> Process::launch() {
     const FileDescriptor nothing(open("/dev/null", O_RDWR | O_CLOEXEC));
+    if (!nothing.isValid())
+        return LaunchError{errno};
     // Clear of 0, 1 and 2, which a launcher that was itself started without them may have given to a pipe.
     const FileDescriptor input(fcntl(nothing.get(), F_DUPFD_CLOEXEC, 3));
     const int wanted = shared->output.isValid() ? shared->output.get() : nothing.get();

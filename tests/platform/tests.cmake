@@ -1,4 +1,14 @@
-ferrolt_test(platform HttpSessionTest LINKS ferrolt_platform ferrolt_test_server)
+ferrolt_test(platform MainQueueTest LINKS ferrolt_platform)
+ferrolt_test(platform PipeReaderTest LINKS ferrolt_platform)
+ferrolt_test(platform PortProbeTest LINKS ferrolt_platform)
+ferrolt_test(platform SingleInstanceTest LINKS ferrolt_platform)
+ferrolt_test(platform ProcessTest LINKS ferrolt_platform ferrolt_paths)
+
+foreach(name HttpDownloadTest HttpProxyTest HttpSessionEndTest HttpSessionTest HttpTimeoutTest)
+    ferrolt_test(platform ${name} LINKS ferrolt_platform ferrolt_test_server)
+endforeach()
+ferrolt_test(platform SettingsStoreTest LINKS ferrolt_platform)
+ferrolt_test(platform WorkQueueTest LINKS ferrolt_platform)
 
 # What an installation needs of the system.
 ferrolt_test(platform PrivilegedCommandTest LINKS ferrolt_platform)
