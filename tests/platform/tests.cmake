@@ -1,1 +1,3 @@
-ferrolt_test(platform HttpSessionTest LINKS ferrolt_platform ferrolt_test_server)
+foreach(name HttpDownloadTest HttpSessionEndTest HttpSessionTest HttpTimeoutTest)
+    ferrolt_test(platform ${name} LINKS ferrolt_platform ferrolt_test_server)
+endforeach()
