@@ -1,3 +1,5 @@
-foreach(name HttpDownloadTest HttpSessionEndTest HttpSessionTest HttpTimeoutTest)
+foreach(name HttpDownloadTest HttpProxyTest HttpSessionEndTest HttpSessionTest HttpTimeoutTest)
     ferrolt_test(platform ${name} LINKS ferrolt_platform ferrolt_test_server)
 endforeach()
+ferrolt_test(platform SettingsStoreTest LINKS ferrolt_platform)
+ferrolt_test(platform WorkQueueTest LINKS ferrolt_platform)
