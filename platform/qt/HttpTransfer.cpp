@@ -21,8 +21,8 @@ namespace {
 
 constexpr int mostRedirects = 20;
 constexpr std::size_t readSize = 64 * 1024;
-/// A redirect's page is read so that its connection can be used again, unless it is longer than this.
-constexpr std::int64_t longestRedirectPage = 64 * 1024;
+/// A page that nobody wants is read so that its connection can be used again, unless it is longer than this.
+constexpr std::int64_t longestUnwantedPage = 64 * 1024;
 /// How soon a time-out is noticed when the time source is not the real clock.
 constexpr TimeSource::Duration longestLook = std::chrono::milliseconds(200);
 constexpr std::int64_t progressInterval = 100;  // milliseconds
@@ -97,29 +97,37 @@ void HttpTransfer::transfer() {
 void HttpTransfer::bytesCame() {
     noteActivity();
     statusCode = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-    if (refusesBody())
+    const auto length = reply->header(QNetworkRequest::ContentLengthHeader);
+    announced = length.isValid() ? length.toLongLong() : -1;
+    const bool wanted = wantsBody();
+    if (wanted && !request.destination && announced > HttpSession::largestBody) {
+        end(Error::TooLarge);
         return;
-    const auto target = redirectTarget();
-    if (!target)
-        openSink();
+    }
     std::array<char, readSize> bytes;
     while (!over && reply != nullptr) {
         const std::int64_t count = reply->read(bytes.data(), bytes.size());
         if (count <= 0)
             return;
         received += count;
-        if (target && received > longestRedirectPage) {
-            follow(*target);
-            return;
-        }
-        if (target)
-            continue;
-        if (const Error error = sink->accept(bytes.data(), count); error != Error::None) {
-            end(error);
-            return;
-        }
-        tellProgress(false);
+        if (wanted)
+            keep(bytes.data(), count);
+        else if (received > longestUnwantedPage)
+            passOn();
     }
+}
+
+/// Neither a redirect's page nor one that comes in place of a download is wanted.
+bool HttpTransfer::wantsBody() const {
+    return !redirectTarget() && (!request.destination || statusCode == 200);
+}
+
+void HttpTransfer::keep(const char *bytes, std::int64_t count) {
+    openSink();
+    if (const Error error = sink->accept(bytes, count); error != Error::None)
+        end(error);
+    else
+        tellProgress(false);
 }
 
 void HttpTransfer::openSink() {
@@ -134,23 +142,12 @@ void HttpTransfer::openSink() {
         sink = std::make_unique<HttpInflatingSink>(std::move(sink));
 }
 
-/// Nothing of a page that comes in place of a download, or of a body that announces itself as too long, is
-/// wanted.
-bool HttpTransfer::refusesBody() {
-    if (redirectTarget())
-        return false;
-    const auto length = reply->header(QNetworkRequest::ContentLengthHeader);
-    announced = length.isValid() ? length.toLongLong() : -1;
-    if (request.destination) {
-        if (statusCode == 200 || statusCode == 0)
-            return false;
+/// What comes after a page that is not wanted.
+void HttpTransfer::passOn() {
+    if (const auto target = redirectTarget())
+        follow(*target);
+    else
         end(Error::None);
-        return true;
-    }
-    if (announced <= HttpSession::largestBody)
-        return false;
-    end(Error::TooLarge);
-    return true;
 }
 
 void HttpTransfer::replyFinished() {
@@ -159,14 +156,17 @@ void HttpTransfer::replyFinished() {
         return;
     const auto error = reply->error();
     const bool whole = error == QNetworkReply::NoError || isOnlyTheStatus(error, statusCode);
-    if (!whole || statusCode == 0)
+    if (!whole || statusCode == 0) {
         end(Error::Transport);
-    else if (const auto target = redirectTarget())
-        follow(*target);
-    else {
-        tellProgress(true);
-        end(sink->keep());
+        return;
     }
+    if (!wantsBody()) {
+        passOn();
+        return;
+    }
+    openSink();
+    tellProgress(true);
+    end(sink->keep());
 }
 
 std::optional<QUrl> HttpTransfer::redirectTarget() const {
@@ -187,16 +187,24 @@ std::optional<QUrl> HttpTransfer::redirectTarget() const {
 }
 
 void HttpTransfer::follow(const QUrl &target) {
-    reply->disconnect(this);
-    reply->abort();
-    reply->deleteLater();
-    reply = nullptr;
+    dropReply();
     const bool stepsDown =
         url.scheme() == QLatin1String("https") && target.scheme() != QLatin1String("https");
     if (stepsDown || ++redirects > mostRedirects)
         end(Error::Transport);
     else
         findProxies(target);
+}
+
+void HttpTransfer::dropReply() {
+    if (reply == nullptr)
+        return;
+    reply->disconnect(this);
+    // Qt takes amiss a second error of one reply.
+    if (reply->error() == QNetworkReply::NoError)
+        reply->abort();
+    reply->deleteLater();
+    reply = nullptr;
 }
 
 void HttpTransfer::noteActivity() {
@@ -228,12 +236,7 @@ void HttpTransfer::end(Error error) {
     if (std::exchange(over, true))
         return;
     watch.stop();
-    if (reply != nullptr) {
-        reply->disconnect(this);
-        reply->abort();
-        reply->deleteLater();
-        reply = nullptr;
-    }
+    dropReply();
     HttpReply answer;
     answer.error = error;
     answer.statusCode = statusCode;

@@ -60,9 +60,12 @@ class HttpTransfer : public QObject, public std::enable_shared_from_this<HttpTra
     void bytesCame();
     void openSink();
     void replyFinished();
-    bool refusesBody();
+    bool wantsBody() const;
+    void keep(const char *bytes, std::int64_t count);
+    void passOn();
     std::optional<QUrl> redirectTarget() const;
     void follow(const QUrl &target);
+    void dropReply();
     void noteActivity();
     void watchTime();
     void tellProgress(bool last);

@@ -58,10 +58,18 @@ bool SettingsStore::setText(const QString &key, const QString &value) {
     const auto settings = open();
     if (settings == nullptr)
         return false;
+    const QVariant before = settings->value(key);
     // A null text would be stored as no value at all.
     settings->setValue(key, value.isNull() ? QStringLiteral("") : value);
     settings->sync();
-    return settings->status() == QSettings::NoError;
+    if (settings->status() == QSettings::NoError)
+        return true;
+    // Qt keeps what it could not write, for every later reader of this process and for its next try.
+    if (before.isValid())
+        settings->setValue(key, before);
+    else
+        settings->remove(key);
+    return false;
 }
 
 }  // namespace ferrolt

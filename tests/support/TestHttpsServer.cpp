@@ -154,6 +154,11 @@ TestHttpsServer::Handler TestHttpsServer::State::handlerFor(const TestRequest &r
 }
 
 void TestHttpsServer::State::serve(FileDescriptor socket) {
+    // The TLS library writes with write(), and a client that has gone must not end the test.
+    sigset_t brokenPipe;
+    sigemptyset(&brokenPipe);
+    sigaddset(&brokenPipe, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &brokenPipe, nullptr);
     {
         TestConnection connection(std::move(socket), context.get(), stop.readingEnd.get());
         QByteArray buffer;
@@ -181,8 +186,6 @@ void TestHttpsServer::State::serve(FileDescriptor socket) {
 
 TestHttpsServer::TestHttpsServer(const TestCertificate &certificate)
     : state(std::make_shared<State>(contextFor(certificate))) {
-    // The TLS library writes with write(), and a client that has gone must not end the test.
-    std::signal(SIGPIPE, SIG_IGN);
     state->listen();
 }
 
