@@ -51,7 +51,8 @@ LibreOfficeInstaller::Services::Services()
 }
 
 LibreOfficeInstaller::LibreOfficeInstaller(Services services)
-    : progress(std::make_shared<InstallProgress>()),
+    : workQueue(services.workQueue),
+      progress(std::make_shared<InstallProgress>()),
       state(std::make_shared<State>(State{std::move(services), progress})) {}
 
 LibreOfficeInstaller::~LibreOfficeInstaller() = default;

@@ -61,6 +61,7 @@ class LibreOfficeInstaller {
     /// Whether an installation is under way in this process. Main thread.
     static bool isInstalling();
 
+    const std::shared_ptr<WorkQueue> workQueue;
     const std::shared_ptr<InstallProgress> progress;
 
   private:
