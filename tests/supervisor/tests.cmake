@@ -5,3 +5,4 @@ ferrolt_test(supervisor AppVarsUpdateCycleTest LINKS ferrolt_supervisor ferrolt_
 ferrolt_test(supervisor ChunkDecoderTest LINKS ferrolt_supervisor)
 ferrolt_test(supervisor OutputReaderTest LINKS ferrolt_supervisor)
 ferrolt_test(supervisor PathResolversTest LINKS ferrolt_paths)
+set_tests_properties(supervisor.AppVarsStartTest PROPERTIES RESOURCE_LOCK port-9877)
