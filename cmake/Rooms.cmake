@@ -5,9 +5,7 @@ add_library(ferrolt_build INTERFACE)
 target_compile_options(ferrolt_build INTERFACE
     -Wall -Wextra -Wpedantic $<IF:$<CXX_COMPILER_ID:GNU>,-Wshadow=local,-Wshadow> -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Wold-style-cast
     -Woverloaded-virtual -Wimplicit-fallthrough -fno-common -fstack-protector-strong)
-target_compile_definitions(ferrolt_build INTERFACE
-    QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING QT_NO_KEYWORDS QT_USE_QSTRINGBUILDER
-    QT_DISABLE_DEPRECATED_BEFORE=0x060400)
+target_compile_definitions(ferrolt_build INTERFACE QT_NO_KEYWORDS QT_DISABLE_DEPRECATED_BEFORE=0x060400)
 if(FERROLT_SANITIZE)
     target_compile_options(ferrolt_build INTERFACE -fsanitize=${FERROLT_SANITIZE} -fno-omit-frame-pointer
         -fno-sanitize-recover=all)
@@ -25,6 +23,9 @@ function(ferrolt_room name)
     add_library(ferrolt_${name} STATIC ${ROOM_SOURCES})
     target_include_directories(ferrolt_${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
     target_link_libraries(ferrolt_${name} PUBLIC ${ROOM_LINKS} PRIVATE ferrolt_build)
+    # Text that a person sees is UTF-16 by intent, never by accident. Tests may write it as it comes.
+    target_compile_definitions(ferrolt_${name} PRIVATE
+        QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING QT_USE_QSTRINGBUILDER)
     if(NOT ROOM_USER_INTERFACE)
         target_link_libraries(ferrolt_${name} PRIVATE ferrolt_no_user_interface)
     endif()

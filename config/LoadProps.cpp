@@ -1,9 +1,51 @@
 #include "LoadProps.h"
 
+#include "PathResolvers.h"
+#include "PropertiesEntry.h"
+#include "TextFile.h"
+#include "TextLines.h"
+
+#include <QByteArrayView>
+#include <QStringDecoder>
+
+#include <string>
+#include <string_view>
+
 namespace ferrolt {
 
-QString LoadProps::MinerEmailAddress() { return {}; }
-QString LoadProps::MinerEntityName() { return {}; }
-QString LoadProps::MinerDisplayName() { return {}; }
+namespace {
+
+/// QString::fromUtf8() would take a U+FEFF at the start of a value for a byte-order mark and drop it.
+QString toQString(std::string_view utf8) {
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom);
+    return decoder.decode(QByteArrayView(utf8.data(), static_cast<qsizetype>(utf8.size())));
+}
+
+}  // namespace
+
+std::optional<QString> LoadProps::value(const QString &key) {
+    const TextFile file = TextFile::read(clientConfigurationPath());
+    if (file.state != TextFile::State::Read)
+        return std::nullopt;
+    const std::string wanted = key.toStdString();
+    TextLines lines(file.text);
+    while (const auto line = lines.next()) {
+        if (!line->starts_with(wanted))
+            continue;
+        if (const auto entry = PropertiesEntry::parse(*line))
+            return toQString(entry->value);
+    }
+    return std::nullopt;
+}
+
+QString LoadProps::MinerEmailAddress() {
+    return value(QStringLiteral("MinerEmailAddress")).value_or(QString());
+}
+QString LoadProps::MinerEntityName() {
+    return value(QStringLiteral("MinerEntityName")).value_or(QString());
+}
+QString LoadProps::MinerDisplayName() {
+    return value(QStringLiteral("MinerDisplayName")).value_or(QString());
+}
 
 }  // namespace ferrolt

@@ -8,8 +8,8 @@ namespace ferrolt {
 /// Work runs in the order in which it was handed over, never inside the call that hands it over.
 class MainQueue {
   public:
-    /// Runs `work` on the main thread, soon. Any thread. Work handed over before the application object exists
-    /// waits for it; work handed over after the application object has gone is dropped.
+    /// Runs `work` on the main thread, soon. Any thread. Work handed over before the application object
+    /// exists waits for it; work handed over after the application object has gone is dropped.
     static void async(std::function<void()> work);
 
     /// Runs `work` on the main thread and returns when it has run. From the main thread it runs at once. When

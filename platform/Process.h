@@ -1,5 +1,7 @@
 #pragma once
 
+#include "FileDescriptor.h"
+
 #include <chrono>
 #include <filesystem>
 #include <functional>
@@ -7,8 +9,6 @@
 #include <optional>
 #include <string>
 #include <vector>
-
-#include "FileDescriptor.h"
 
 namespace ferrolt {
 
@@ -22,9 +22,9 @@ struct LaunchError {
 /// One child program: started once, ended once.
 ///
 /// A child begins with a fresh signal mask, default signal dispositions, the launcher's environment, standard
-/// input from /dev/null and no other descriptor than 0, 1 and 2. When the launcher dies, however, the child gets
-/// the terminate request. Destroying this object neither kills the child nor waits for it: it is still reaped,
-/// and its end still reported to the handlers.
+/// input from /dev/null and no other descriptor than 0, 1 and 2. When the launcher dies, however, the child
+/// gets the terminate request. Destroying this object neither kills the child nor waits for it: it is still
+/// reaped, and its end still reported to the handlers.
 ///
 /// States: prepared --launch()--> running --the child's end--> ended; a failed launch() leaves it prepared.
 /// The setters belong to the prepared state and to the thread that owns the object; launch() to a thread that
@@ -63,9 +63,11 @@ class Process {
     bool isRunning() const;
     /// The child's process id once it was launched; 0 before.
     int processIdentifier() const;
-    /// Sends the terminate request (SIGTERM) if the child runs. Never a signal to a process that took over the id.
+    /// Sends the terminate request (SIGTERM) if the child runs. Never a signal to a process that took over
+    /// the id.
     void terminate();
-    /// Blocks until the child has ended and its handlers have been called; at once when it never was launched.
+    /// Blocks until the child has ended and its handlers have been called; at once when it never was
+    /// launched.
     Status waitUntilExit();
 
   private:

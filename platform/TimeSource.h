@@ -12,7 +12,8 @@ class Timer {
     virtual ~Timer() = default;
 };
 
-/// Time as the launcher sees it: a seam, so that a wait of thirty seconds or an hour can be shown in a moment.
+/// Time as the launcher sees it: a seam, so that a wait of thirty seconds or an hour can be shown in a
+/// moment.
 class TimeSource {
   public:
     using Duration = std::chrono::nanoseconds;

@@ -1,19 +1,43 @@
 #include "AppVars.h"
 
-#include <utility>
-
+#include "AppVarsChildren.h"
+#include "HttpSession.h"
 #include "LibreOfficeInstaller.h"
-#include "LoadProps.h"
+#include "MinerIdentity.h"
 #include "PathResolvers.h"
 #include "Updater.h"
+
+#include <utility>
 
 namespace ferrolt {
 
 const QString AppVars::homeTab = QStringLiteral("home");
 const QString AppVars::settingsTab = QStringLiteral("settings");
 
+const AppVars::Child AppVars::engineChild{QStringLiteral("Lumora Core"), LogTarget::Lumora, &AppVars::_lump,
+                                          &AppVars::_isLumRunning, &AppVars::lumObserver};
+const AppVars::Child AppVars::clientChild{QStringLiteral("Qor Client"), LogTarget::QorClient,
+                                          &AppVars::_qorcp, &AppVars::_isQorClientRunning,
+                                          &AppVars::jcObserver};
+
+namespace {
+
+QString initialTab() {
+    return isIdentityComplete() ? AppVars::homeTab : AppVars::settingsTab;
+}
+
+std::unique_ptr<Updater> newUpdater(const Seams &seams) {
+    HttpConfiguration shared;
+    shared.time = seams.time;
+    shared.extraAuthorities = seams.extraAuthorities;
+    return std::make_unique<Updater>(std::make_shared<HttpSession>(std::move(shared)),
+                                     seams.servers.updateServer);
+}
+
+}  // namespace
+
 AppVars::AppVars(Seams given)
-    : updater(std::make_unique<Updater>()),
+    : updater(newUpdater(given)),
       libreOfficeInstaller(std::make_unique<LibreOfficeInstaller>()),
       _lump(*this, nullptr),
       _qorcp(*this, nullptr),
@@ -23,8 +47,9 @@ AppVars::AppVars(Seams given)
       _selectedTab(*this, std::nullopt),
       seams(std::move(given)) {
     usePathRoots(seams.paths);
-    const bool complete = !LoadProps::MinerEmailAddress().isEmpty() && !LoadProps::MinerEntityName().isEmpty();
-    _selectedTab.set(complete ? homeTab : settingsTab);
+    _selectedTab.set(initialTab());
+    // The connection ends with this object: the updater never outlives its hold on it.
+    cancellable = connect(updater.get(), &Updater::objectWillChange, this, &AppVars::objectWillChange);
 }
 
 AppVars::~AppVars() = default;
@@ -43,11 +68,16 @@ void AppVars::appendLog(std::vector<LogElement> texts, LogTarget target) {
     LogBuffer &buffer = target == LogTarget::Lumora ? _lumoraLog : _qorClientLog;
     for (LogElement &text : texts) {
         buffer.append(std::move(text));
+        // The bound belongs to the rule itself; it equals maxLogLines and must stay so.
         if (buffer.size() >= 1001)
             buffer.removeFirst(buffer.size() - 1000);
     }
 }
 
-void AppVars::selectTab(const QString &tab) { _selectedTab.set(tab); }
+static_assert(AppVars::maxLogLines == 1000 && LogMailbox::mostWaiting == 1000);
+
+void AppVars::selectTab(const QString &tab) {
+    _selectedTab.set(tab);
+}
 
 }  // namespace ferrolt

@@ -1,18 +1,20 @@
 #pragma once
 
-#include <QObject>
-#include <QString>
-
-#include <cstdint>
-#include <memory>
-#include <optional>
-#include <vector>
-
 #include "LogBuffer.h"
 #include "OutputReader.h"
 #include "Process.h"
 #include "Published.h"
 #include "Seams.h"
+
+#include <QObject>
+#include <QString>
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace ferrolt {
 
@@ -25,30 +27,34 @@ enum class LogTarget { Lumora, QorClient };
 /// The launcher's single observable state, and the supervisor of its two children: the Lumora Core engine and
 /// the Qor Client. One lives for the whole run, owned by the application.
 ///
-/// Main thread only. What other threads, timers and notifications hold of it is weak. `objectWillChange` comes
-/// on the main thread before every change of a field whose name has a leading underscore.
+/// Main thread only. What other threads, timers and notifications hold of it is weak. `objectWillChange`
+/// comes on the main thread before every change of a field whose name has a leading underscore.
 ///
 /// States:
-///   idle              nothing was started yet; left by startServices()
-///   engine running    _isLumRunning; the client waits for its identity or for the engine's port
-///   awaiting port     isAwaitingOrbixPort as well, for at most 30 seconds
-///   both running      _isQorClientRunning as well
-///   reloading         isOrbixReloadInProgress: the engine alone is being restarted
-///   shutting down     isShuttingDown, set by stopAll(); never left
+///   idle                 nothing was started yet; left by startServices()
+///   engine running       _isLumRunning; the client waits for its identity or for the engine's port
+///   awaiting port        isAwaitingOrbixPort as well, for at most 30 seconds
+///   both running         _isQorClientRunning as well
+///   reloading            isOrbixReloadInProgress: the engine alone is being restarted
+///   shutting down        isShuttingDown, set by stopAll(); never left
 ///   permanently stopped  _isPermanentlyStopped, set when a child ended by itself; never left
+///
+/// The implementation is one file for each concern: AppVars.cpp (state and log rule), AppVarsStart.cpp (start
+/// sequence), AppVarsTermination.cpp (termination and stop), AppVarsUpdateCycle.cpp (reload and updates).
 class AppVars : public QObject, public std::enable_shared_from_this<AppVars> {
     Q_OBJECT
 
   public:
-    /// The tab identifiers.
-    static const QString homeTab;      // "home"
-    static const QString settingsTab;  // "settings"
+    /// The tab identifiers, "home" and "settings".
+    static const QString homeTab;
+    static const QString settingsTab;
 
-    /// To be owned by a std::shared_ptr, which the weak references need. Reads the client configuration once,
-    /// for the initial tab.
+    /// To be owned by a std::shared_ptr, which the weak references need. Roots the path resolvers at the
+    /// seams' paths and reads the client configuration once, for the initial tab.
     explicit AppVars(Seams seams);
     ~AppVars() override;
 
+    // The fields, in the order in which they are initialised.
     const std::unique_ptr<Updater> updater;
     const std::unique_ptr<LibreOfficeInstaller> libreOfficeInstaller;
 
@@ -64,25 +70,24 @@ class AppVars : public QObject, public std::enable_shared_from_this<AppVars> {
 
     static constexpr std::int64_t maxLogLines = 1000;
 
-    /// Appends `text` (UTF-8) as one element, unsplit, and keeps the newest 1000. Every message and every chunk of output
-    /// enters a buffer here. An empty text is dropped.
+    /// Appends `text` as one element, unsplit, and keeps the newest 1000. Every message and every chunk of
+    /// output enters a buffer here; a message carries its own line break. An empty text is dropped.
     void appendLog(LogElement text, LogTarget buffer);
-    /// The same for several elements that arrived together: one announcement for all of them.
+    /// The same for elements that arrived together: one announcement for all of them.
     void appendLog(std::vector<LogElement> texts, LogTarget buffer);
 
     void selectTab(const QString &tab);
 
-    // The start sequence.
+    /// Starts what does not run yet: the engine, then, once its port is open or 30 seconds have passed, the
+    /// client, if the identity is complete. Does nothing once anything was stopped. A failure ends in
+    /// fatalError().
     void startServices();
+    /// One wait at a time; its result comes as onEnginePortResult().
     void awaitEnginePort();
 
-    // Termination.
+    /// Sends both children the terminate request and forgets them, without waiting for either. For good: from
+    /// here on nothing is started any more, and no child's end is a failure.
     void stopAll();
-
-    // The reload and update cycle.
-    void reloadEngine();
-    void scheduleUpdateTimer();
-    void ensureLibreOffice();
 
   Q_SIGNALS:
     void objectWillChange();
@@ -92,8 +97,35 @@ class AppVars : public QObject, public std::enable_shared_from_this<AppVars> {
     friend class Published;
     void announceChange() { Q_EMIT objectWillChange(); }
 
+    struct Child;
+    static const Child engineChild;
+    static const Child clientChild;
+
+    void startEngine(const std::filesystem::path &binFolder, const std::filesystem::path &executablePath);
+    void startClient(const std::filesystem::path &workingFolder, const std::filesystem::path &executablePath);
+    /// Nothing when it runs; else what fatalError() is to say.
+    std::optional<LaunchError> launchChild(const Child &child, const std::filesystem::path &executablePath,
+                                           const std::filesystem::path &workingFolder,
+                                           std::vector<std::string> arguments);
+    void onEnginePortResult(bool reachable, const std::string &host, std::int64_t port,
+                            TimeSource::Duration timeout);
+    void fatalError(const QString &message);
+
+    void onChildTerminated(const Child &child, Process::Status status);
+
     LogBuffer _lumoraLog;
     LogBuffer _qorClientLog;
+
+    QMetaObject::Connection cancellable;
+    ObserverToken lumObserver;
+    ObserverToken jcObserver;
+    bool isShuttingDown = false;
+    std::unique_ptr<Timer> updateTimer;
+    std::int64_t updateCheckIntervalHours = 1;
+    bool isUpdateCheckInProgress = false;
+    bool isOrbixReloadInProgress = false;
+    bool isAwaitingOrbixPort = false;
+
     Seams seams;
 };
 

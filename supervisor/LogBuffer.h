@@ -9,11 +9,12 @@
 
 namespace ferrolt {
 
-/// One launcher message, or one chunk of a child's output as it arrived: valid UTF-8, never empty. Kept as the
-/// bytes that came; a view turns them into UTF-16 only for what is on screen.
+/// One launcher message, or one chunk of a child's output as it arrived: valid UTF-8, never empty. Kept as
+/// the bytes that came; a view turns them into UTF-16 only for what is on screen.
 using LogElement = QByteArray;
 
-/// The elements of one child's log, oldest first. Main thread only; AppVars announces a change before making it.
+/// The elements of one child's log, oldest first. Main thread only; AppVars announces a change before making
+/// it.
 ///
 /// An element keeps its sequence number for life, also when older ones are dropped before it, so a view can
 /// tell which of the elements that it knows are still there without comparing texts.

@@ -1,9 +1,39 @@
 #pragma once
 
+#include "ChunkDecoder.h"
+#include "LogMailbox.h"
+#include "PipeReader.h"
+
+#include <functional>
 #include <memory>
+#include <vector>
 
 namespace ferrolt {
-class OutputReader;
-/// The subscription of a child's output; dropping the last one detaches the reader.
+
+/// Turns what a child writes into elements of its log: reads and decodes on a thread of its own, delivers on
+/// the main thread, one element for each read, in order. An object of this type is the observer token of a
+/// subscription.
+///
+/// States: attached --detach()--> detached. Once detached the pipe is still emptied until the child ends, but
+/// no further read becomes an element; what was read before is still delivered.
+class OutputReader {
+  public:
+    /// Subscribes to the pipe. `delivery` is called on the main thread and must hold what it reaches weakly.
+    /// Null when the system has no thread or descriptor to give; errno is set then.
+    static std::shared_ptr<OutputReader> attachReader(FileDescriptor readingEnd,
+                                                      LogMailbox::Delivery delivery);
+
+    void detach() { reader->detach(); }
+
+    /// Delivers what the child left in the pipe and closes it; see PipeReader::childHasEnded().
+    void childHasEnded() { reader->childHasEnded(); }
+
+  private:
+    explicit OutputReader(std::shared_ptr<PipeReader> reader) : reader(std::move(reader)) {}
+
+    std::shared_ptr<PipeReader> reader;
+};
+
 using ObserverToken = std::shared_ptr<OutputReader>;
+
 }  // namespace ferrolt

@@ -1,11 +1,14 @@
 #pragma once
 
-#include <functional>
-#include <memory>
-
 #include "AlertPresenter.h"
 #include "PathRoots.h"
+#include "ServerAddresses.h"
 #include "TimeSource.h"
+
+#include <QByteArray>
+
+#include <functional>
+#include <memory>
 
 namespace ferrolt {
 
@@ -17,6 +20,8 @@ struct Seams {
     std::shared_ptr<AlertPresenter> alerts;
     PathRoots paths;
     std::shared_ptr<TimeSource> time = systemTime();
+    ServerAddresses servers;
+    QByteArray extraAuthorities;  ///< PEM certificates that the servers may show besides the system's
     std::function<void()> terminateApplication;
 };
 

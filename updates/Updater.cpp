@@ -5,11 +5,8 @@
 #include "DeployConfig.h"
 #include "HttpSession.h"
 #include "MainQueue.h"
-#include "ServerAddresses.h"
 
 namespace ferrolt {
-
-Updater::Updater() : Updater(std::make_shared<HttpSession>(), ServerAddresses().updateServer) {}
 
 Updater::Updater(std::shared_ptr<HttpSession> session, const QString &updateServer)
     : _isUpdateCheckComplete(*this, false),

@@ -33,8 +33,6 @@ class Updater : public QObject {
     /// has none.
     using Completion = std::function<void(std::optional<std::int64_t>)>;
 
-    /// As in production: the update server that the program was built with, and the session's default configuration.
-    Updater();
     /// `updateServer` is the server's base URL.
     Updater(std::shared_ptr<HttpSession> session, const QString &updateServer);
     ~Updater() override;

@@ -1,7 +1,7 @@
+#include "Pipe.h"
+
 #include <fcntl.h>
 #include <unistd.h>
-
-#include "Pipe.h"
 
 namespace ferrolt {
 

@@ -6,7 +6,9 @@
 
 namespace ferrolt {
 
-void nameThisThread(const char *name) { pthread_setname_np(pthread_self(), name); }
+void nameThisThread(const char *name) {
+    pthread_setname_np(pthread_self(), name);
+}
 
 void lowerThisThread() {
     // On Linux a nice value belongs to a thread, not to its process.

@@ -5,8 +5,12 @@
 
 namespace ferrolt {
 
-void nameThisThread(const char *name) { pthread_setname_np(name); }
+void nameThisThread(const char *name) {
+    pthread_setname_np(name);
+}
 
-void lowerThisThread() { pthread_set_qos_class_self_np(QOS_CLASS_UTILITY, 0); }
+void lowerThisThread() {
+    pthread_set_qos_class_self_np(QOS_CLASS_UTILITY, 0);
+}
 
 }  // namespace ferrolt

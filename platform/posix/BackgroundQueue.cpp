@@ -1,15 +1,15 @@
 #include "BackgroundQueue.h"
 
+#include "ThreadName.h"
+
 #include <system_error>
 #include <thread>
 #include <utility>
 
-#include "ThreadName.h"
-
 namespace ferrolt {
 
-// A thread for each piece of work instead of a pool: the few pieces that we have block for up to half a minute,
-// and a pool would make the program wait for them when it ends.
+// A thread for each piece of work instead of a pool: the few pieces that we have block for up to half a
+// minute, and a pool would make the program wait for them when it ends.
 void BackgroundQueue::async(QualityOfService service, std::function<void()> work) {
     std::thread([service, work = std::move(work)] {
         nameThisThread(service == QualityOfService::Utility ? "utility" : "background");

@@ -1,3 +1,5 @@
+#include "TimeSource.h"
+
 #include <QCoreApplication>
 #include <QTimer>
 
@@ -5,8 +7,6 @@
 #include <limits>
 #include <thread>
 #include <utility>
-
-#include "TimeSource.h"
 
 namespace ferrolt {
 
@@ -58,6 +58,8 @@ class SystemTime : public TimeSource {
 
 }  // namespace
 
-std::shared_ptr<TimeSource> systemTime() { return std::make_shared<SystemTime>(); }
+std::shared_ptr<TimeSource> systemTime() {
+    return std::make_shared<SystemTime>();
+}
 
 }  // namespace ferrolt

@@ -1,6 +1,6 @@
-#include <system_error>
-
 #include "PathRoots.h"
+
+#include <system_error>
 
 namespace ferrolt {
 

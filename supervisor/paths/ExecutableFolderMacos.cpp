@@ -1,10 +1,10 @@
-#include <mach-o/dyld.h>
+#include "PathRoots.h"
 
 #include <cstdint>
 #include <string>
 #include <system_error>
 
-#include "PathRoots.h"
+#include <mach-o/dyld.h>
 
 namespace ferrolt {
 

@@ -29,9 +29,13 @@ bool isThere(const fs::path &path) {
 
 }  // namespace
 
-void usePathRoots(PathRoots roots) { resolved() = Resolved{std::move(roots), {}, {}, {}}; }
+void usePathRoots(PathRoots roots) {
+    resolved() = Resolved{std::move(roots), {}, {}, {}};
+}
 
-const PathRoots &pathRoots() { return resolved().roots; }
+const PathRoots &pathRoots() {
+    return resolved().roots;
+}
 
 fs::path engineFolder() {
     const PathRoots &roots = pathRoots();
@@ -48,7 +52,9 @@ fs::path engineBinFolder(const fs::path &engineFolder) {
     return engineFolder / "Bin/MediaEngine";
 }
 
-fs::path localPropertiesPath() { return engineFolder() / "Properties/local.properties"; }
+fs::path localPropertiesPath() {
+    return engineFolder() / "Properties/local.properties";
+}
 
 fs::path clientExecutablePath() {
     auto &cached = resolved().clientExecutable;
@@ -68,7 +74,9 @@ fs::path clientWorkingFolder() {
     return *cached;
 }
 
-fs::path clientVarFolder() { return pathRoots().home / ".qor" / pathRoots().nodeServerHost; }
+fs::path clientVarFolder() {
+    return pathRoots().home / ".qor" / pathRoots().nodeServerHost;
+}
 
 fs::path clientConfigurationPath() {
     auto &cached = resolved().clientConfiguration;
@@ -77,6 +85,8 @@ fs::path clientConfigurationPath() {
     return *cached;
 }
 
-fs::path libreOfficePath() { return pathRoots().root / "Applications/LibreOffice.app"; }
+fs::path libreOfficePath() {
+    return pathRoots().root / "Applications/LibreOffice.app";
+}
 
 }  // namespace ferrolt

@@ -1,15 +1,15 @@
 #pragma once
 
-#include <filesystem>
-
 #include "PathRoots.h"
+
+#include <filesystem>
 
 /// Where the launcher finds the engine, the client and the client's files. All of it is main-thread only.
 /// Existence tests never throw: a path that cannot be examined counts as absent.
 namespace ferrolt {
 
-/// Roots every resolver anew and forgets what was computed once. AppVars calls it with its seam before it asks
-/// for a path; without a call the production roots hold.
+/// Roots every resolver anew and forgets what was computed once. AppVars calls it with its seam before it
+/// asks for a path; without a call the production roots hold.
 void usePathRoots(PathRoots roots);
 const PathRoots &pathRoots();
 
@@ -24,7 +24,8 @@ std::filesystem::path engineBinFolder(const std::filesystem::path &engineFolder)
 /// The engine's own settings, which name its port.
 std::filesystem::path localPropertiesPath();
 
-/// "qorclient" beside the launcher's own executable if it exists, else the development folder's. Computed once.
+/// "qorclient" beside the launcher's own executable if it exists, else the development folder's. Computed
+/// once.
 std::filesystem::path clientExecutablePath();
 
 /// "/Users/Shared/Ferrolt/qorclient" if it exists, else the development folder's "Client". Computed once.

@@ -1,9 +1,9 @@
 #include "PathRoots.h"
 
+#include <cstdlib>
+
 #include <pwd.h>
 #include <unistd.h>
-
-#include <cstdlib>
 
 namespace ferrolt {
 

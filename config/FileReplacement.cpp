@@ -1,0 +1,127 @@
+#include "FileReplacement.h"
+
+#include "FileDescriptor.h"
+
+#include <QRandomGenerator>
+
+#include <cerrno>
+#include <cstddef>
+#include <cstdio>
+#include <optional>
+#include <string>
+#include <system_error>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace ferrolt {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+/// Nothing when the links go round in a circle. The end need not exist.
+std::optional<fs::path> endOfLinks(fs::path path) {
+    constexpr int longestChain = 40;  // the kernel's own bound
+    for (int followed = 0; followed <= longestChain; ++followed) {
+        std::error_code isNoLink;
+        const fs::path target = fs::read_symlink(path, isNoLink);
+        if (isNoLink)
+            return path;
+        path = path.parent_path() / target;
+    }
+    return std::nullopt;
+}
+
+/// The new file, which goes again unless it takes its place.
+class NewFile {
+  public:
+    NewFile(const fs::path &folder, mode_t mode) {
+        // Short and our own, so that it fits wherever the target's name does.
+        for (int attempt = 0; attempt < 100; ++attempt) {
+            const auto number = static_cast<unsigned long long>(QRandomGenerator::system()->generate64());
+            path = folder / (".ferrolt-save-" + std::to_string(number));
+            descriptor = FileDescriptor(
+                ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
+            if (descriptor.isValid() || errno != EEXIST)
+                return;
+        }
+    }
+    ~NewFile() {
+        if (descriptor.isValid() && !isInPlace)
+            ::unlink(path.c_str());
+    }
+    NewFile(const NewFile &) = delete;
+    NewFile &operator=(const NewFile &) = delete;
+
+    bool isOpen() const { return descriptor.isValid(); }
+
+    /// Best effort: a file system without permissions refuses, and shows the same ones for every file anyway.
+    void takeAccessOf(const struct stat &old) {
+        struct stat own {};
+        if (::fstat(descriptor.get(), &own) != 0)
+            return;
+        // Before the permissions, because a change of owner may take some of them away. Who may not give a
+        // file away may still give it to a group of theirs.
+        const bool isAnothers = own.st_uid != old.st_uid || own.st_gid != old.st_gid;
+        [[maybe_unused]] const bool isGiven =
+            isAnothers && (::fchown(descriptor.get(), old.st_uid, old.st_gid) == 0 ||
+                           ::fchown(descriptor.get(), static_cast<uid_t>(-1), old.st_gid) == 0);
+        ::fchmod(descriptor.get(), old.st_mode & 0777);
+    }
+
+    bool write(std::string_view contents) {
+        while (!contents.empty()) {
+            const ssize_t count = ::write(descriptor.get(), contents.data(), contents.size());
+            if (count < 0 && errno == EINTR)
+                continue;
+            if (count <= 0)
+                return false;
+            contents.remove_prefix(static_cast<std::size_t>(count));
+        }
+        return true;
+    }
+
+    /// Before the renaming, or a power cut could leave the new name on a file that is still empty. It is also
+    /// where a network's disk says that it is full. Some file systems cannot and say so: that is no failure.
+    bool writeThrough() {
+        int result = 0;
+        do
+            result = ::fsync(descriptor.get());
+        while (result != 0 && errno == EINTR);
+        return result == 0 || errno == EINVAL || errno == ENOSYS || errno == ENOTSUP;
+    }
+
+    bool takePlaceOf(const fs::path &target) {
+        isInPlace = std::rename(path.c_str(), target.c_str()) == 0;
+        return isInPlace;
+    }
+
+  private:
+    fs::path path;
+    FileDescriptor descriptor;
+    bool isInPlace = false;
+};
+
+}  // namespace
+
+bool replaceFile(const fs::path &path, std::string_view contents) {
+    const auto target = endOfLinks(path);
+    if (!target)
+        return false;
+    struct stat old {};
+    const bool exists = ::lstat(target->c_str(), &old) == 0;
+    if (exists ? !S_ISREG(old.st_mode) : errno != ENOENT)
+        return false;
+    // What replaces a private file must not be readable for others even for a moment.
+    NewFile file(target->parent_path(), exists ? 0600 : 0666);
+    if (!file.isOpen())
+        return false;
+    if (exists)
+        file.takeAccessOf(old);
+    return file.write(contents) && file.writeThrough() && file.takePlaceOf(*target);
+}
+
+}  // namespace ferrolt

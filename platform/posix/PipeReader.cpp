@@ -1,0 +1,126 @@
+#include "PipeReader.h"
+
+#include "Pipe.h"
+#include "ThreadName.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <condition_variable>
+#include <mutex>
+#include <system_error>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace ferrolt {
+
+/// Shared by the object and the reading thread, whichever lives longer.
+struct PipeReader::Shared {
+    FileDescriptor readingEnd;  // the thread's alone
+    Pipe wakeUp;
+    Receiver receiver;  // the thread's alone
+    std::atomic<bool> detached = false;
+    std::atomic<bool> childEnded = false;
+    std::vector<std::byte> bytes = std::vector<std::byte>(largestRead);
+
+    std::mutex mutex;
+    std::condition_variable changed;
+    bool closed = false;
+
+    enum class Read { Some, NothingYet, End };
+
+    void run();
+    void waitForBytes();
+    Read readOnce(std::size_t most);
+    void takeWhatIsLeft();
+};
+
+PipeReader::Shared::Read PipeReader::Shared::readOnce(std::size_t most) {
+    const ssize_t count = read(readingEnd.get(), bytes.data(), std::min(most, bytes.size()));
+    if (count < 0)
+        return errno == EAGAIN || errno == EINTR ? Read::NothingYet : Read::End;
+    if (count == 0)
+        return Read::End;
+    if (!detached.load(std::memory_order_acquire))
+        receiver({bytes.data(), static_cast<std::size_t>(count)});
+    return Read::Some;
+}
+
+void PipeReader::Shared::waitForBytes() {
+    pollfd sources[] = {{readingEnd.get(), POLLIN, 0}, {wakeUp.readingEnd.get(), POLLIN, 0}};
+    poll(sources, 2, -1);
+}
+
+/// A grandchild may hold the pipe and write on for ever: only what is in it now belongs to the child.
+void PipeReader::Shared::takeWhatIsLeft() {
+    int left = 0;
+    if (ioctl(readingEnd.get(), FIONREAD, &left) != 0)
+        return;
+    for (auto remaining = static_cast<std::size_t>(std::max(left, 0)); remaining > 0;) {
+        const std::size_t most = std::min(remaining, largestRead);
+        if (readOnce(most) == Read::End)
+            return;
+        remaining -= most;
+    }
+}
+
+void PipeReader::Shared::run() {
+    nameThisThread("child-output");
+    for (;;) {
+        if (childEnded.load(std::memory_order_acquire)) {
+            takeWhatIsLeft();
+            break;
+        }
+        const Read outcome = readOnce(largestRead);
+        if (outcome == Read::End)
+            break;
+        if (outcome == Read::NothingYet)
+            waitForBytes();
+    }
+    readingEnd.close();
+    receiver = nullptr;
+    std::lock_guard lock(mutex);
+    closed = true;
+    changed.notify_all();
+}
+
+std::shared_ptr<PipeReader> PipeReader::start(FileDescriptor readingEnd, Receiver receiver) {
+    auto shared = std::make_shared<Shared>();
+    shared->readingEnd = std::move(readingEnd);
+    shared->receiver = std::move(receiver);
+    shared->wakeUp = Pipe::open();
+    if (!shared->wakeUp.readingEnd.isValid())
+        return nullptr;
+    try {
+        std::thread([shared] { shared->run(); }).detach();
+    } catch (const std::system_error &failure) {
+        errno = failure.code().value();
+        return nullptr;
+    }
+    return std::shared_ptr<PipeReader>(new PipeReader(std::move(shared)));
+}
+
+PipeReader::PipeReader(std::shared_ptr<Shared> shared) : shared(std::move(shared)) {}
+
+PipeReader::~PipeReader() {
+    detach();
+}
+
+void PipeReader::detach() {
+    shared->detached.store(true, std::memory_order_release);
+}
+
+void PipeReader::childHasEnded() {
+    shared->childEnded.store(true, std::memory_order_release);
+    const char wake = 0;
+    [[maybe_unused]] const ssize_t written = write(shared->wakeUp.writingEnd.get(), &wake, 1);
+    std::unique_lock lock(shared->mutex);
+    shared->changed.wait(lock, [&] { return shared->closed; });
+}
+
+}  // namespace ferrolt

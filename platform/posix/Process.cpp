@@ -1,0 +1,182 @@
+#include "Process.h"
+
+#include "LaunchChild.h"
+#include "ThreadName.h"
+
+#include <cerrno>
+#include <condition_variable>
+#include <csignal>
+#include <mutex>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+extern char **environ;
+
+namespace ferrolt {
+
+std::string LaunchError::localizedDescription() const {
+    return std::generic_category().message(code);
+}
+
+/// Shared by the object and the thread that waits for the child, whichever lives longer.
+struct Process::Shared {
+    enum class Stage { Prepared, Running, Ended };
+
+    std::filesystem::path executable;
+    std::vector<std::string> arguments;
+    std::filesystem::path workingFolder = "/";
+    FileDescriptor output;
+    std::function<void()> exitHook;
+
+    std::mutex mutex;
+    std::condition_variable changed;
+    TerminationHandler terminationHandler;
+    Stage stage = Stage::Prepared;
+    bool launchFailed = false;
+    bool reported = false;
+    pid_t child = 0;
+    Status status = 0;
+
+    void waitForChild();
+    bool learnChild();
+};
+
+/// False when the launch failed and there is nothing to wait for.
+bool Process::Shared::learnChild() {
+    std::unique_lock lock(mutex);
+    changed.wait(lock, [&] { return stage == Stage::Running || launchFailed; });
+    return !launchFailed;
+}
+
+/// On a thread of its own that lives as long as the child: it blocks in the kernel and costs nothing
+/// meanwhile.
+void Process::Shared::waitForChild() {
+    nameThisThread("child-wait");
+    if (!learnChild())
+        return;
+    // Look first and reap under the lock: until then the id cannot go to another process, so terminate() can
+    // never hit a stranger.
+    siginfo_t end{};
+    while (waitid(P_PID, static_cast<id_t>(child), &end, WEXITED | WNOWAIT) != 0 && errno == EINTR) {
+    }
+    {
+        std::lock_guard lock(mutex);
+        while (waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
+        }
+        stage = Stage::Ended;
+        status = end.si_status;  // the exit code or the number of the terminating signal
+    }
+    if (auto hook = std::exchange(exitHook, nullptr))
+        hook();
+    TerminationHandler handler;
+    {
+        std::lock_guard lock(mutex);
+        handler = std::exchange(terminationHandler, nullptr);
+    }
+    if (handler)
+        handler(status);
+    std::lock_guard lock(mutex);
+    reported = true;
+    changed.notify_all();
+}
+
+Process::Process() : shared(std::make_shared<Shared>()) {}
+Process::~Process() = default;
+
+void Process::setExecutable(std::filesystem::path executable) {
+    shared->executable = std::move(executable);
+}
+void Process::setArguments(std::vector<std::string> arguments) {
+    shared->arguments = std::move(arguments);
+}
+void Process::setWorkingFolder(std::filesystem::path folder) {
+    shared->workingFolder = std::move(folder);
+}
+void Process::setOutput(FileDescriptor writingEnd) {
+    shared->output = std::move(writingEnd);
+}
+void Process::setExitHook(std::function<void()> hook) {
+    shared->exitHook = std::move(hook);
+}
+
+void Process::setTerminationHandler(TerminationHandler handler) {
+    std::lock_guard lock(shared->mutex);
+    shared->terminationHandler = std::move(handler);
+}
+
+void Process::removeTerminationHandler() {
+    TerminationHandler removed;  // destroyed outside the lock: it may hold the last reference to anything
+    std::lock_guard lock(shared->mutex);
+    removed = std::exchange(shared->terminationHandler, nullptr);
+}
+
+std::optional<LaunchError> Process::launch() {
+    const FileDescriptor nothing(open("/dev/null", O_RDWR | O_CLOEXEC));
+    if (!nothing.isValid())
+        return LaunchError{errno};
+    // Clear of 0, 1 and 2, which a launcher that was itself started without them may have given to a pipe.
+    const FileDescriptor input(fcntl(nothing.get(), F_DUPFD_CLOEXEC, 3));
+    const int wanted = shared->output.isValid() ? shared->output.get() : nothing.get();
+    const FileDescriptor output(fcntl(wanted, F_DUPFD_CLOEXEC, 3));
+    shared->output.close();
+    if (!input.isValid() || !output.isValid())
+        return LaunchError{errno};
+
+    // The waiting thread stands before the child does, so that no child is ever left without one.
+    try {
+        std::thread([shared = shared] { shared->waitForChild(); }).detach();
+    } catch (const std::system_error &failure) {
+        return LaunchError{failure.code().value()};
+    }
+
+    std::vector<char *> arguments{const_cast<char *>(shared->executable.c_str())};
+    for (const std::string &argument : shared->arguments)
+        arguments.push_back(const_cast<char *>(argument.c_str()));
+    arguments.push_back(nullptr);
+
+    const LaunchOutcome outcome = launchChild({.executable = shared->executable.c_str(),
+                                               .arguments = arguments.data(),
+                                               .environment = environ,
+                                               .workingFolder = shared->workingFolder.c_str(),
+                                               .standardInput = input.get(),
+                                               .standardOutputAndError = output.get()});
+    std::lock_guard lock(shared->mutex);
+    shared->launchFailed = outcome.child == 0;
+    if (outcome.child != 0) {
+        shared->child = outcome.child;
+        shared->stage = Shared::Stage::Running;
+    }
+    shared->changed.notify_all();
+    if (shared->launchFailed)
+        return LaunchError{outcome.error};
+    return std::nullopt;
+}
+
+bool Process::isRunning() const {
+    std::lock_guard lock(shared->mutex);
+    return shared->stage == Shared::Stage::Running;
+}
+
+int Process::processIdentifier() const {
+    std::lock_guard lock(shared->mutex);
+    return shared->child;
+}
+
+void Process::terminate() {
+    std::lock_guard lock(shared->mutex);
+    if (shared->stage == Shared::Stage::Running)
+        kill(shared->child, SIGTERM);
+}
+
+Process::Status Process::waitUntilExit() {
+    std::unique_lock lock(shared->mutex);
+    shared->changed.wait(lock, [&] { return shared->reported || shared->stage == Shared::Stage::Prepared; });
+    return shared->status;
+}
+
+}  // namespace ferrolt

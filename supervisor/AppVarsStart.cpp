@@ -1,0 +1,179 @@
+#include "AppVars.h"
+#include "AppVarsChildren.h"
+#include "BackgroundQueue.h"
+#include "EnginePort.h"
+#include "MainQueue.h"
+#include "MinerIdentity.h"
+#include "PathResolvers.h"
+#include "Pipe.h"
+#include "PortProbe.h"
+
+#include <QFile>
+
+#include <cerrno>
+#include <chrono>
+#include <system_error>
+#include <utility>
+
+namespace ferrolt {
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr TimeSource::Duration portTimeout = 30s;
+constexpr TimeSource::Duration portProbeInterval = 250ms;
+
+QString text(const fs::path &path) {
+    return QFile::decodeName(path.c_str());
+}
+
+bool isThere(const fs::path &path) {
+    std::error_code failure;
+    return fs::exists(path, failure) && !failure;
+}
+
+}  // namespace
+
+void AppVars::startServices() {
+    // A launcher that is stopping, for good or because of a fatal error whose alert still stands, starts
+    // nothing: a second press of the settings form's button may have been queued before it.
+    if (_isPermanentlyStopped || isShuttingDown)
+        return;
+    if (!_isLumRunning) {
+        const fs::path binFolder = engineBinFolder(engineFolder());
+        const fs::path executable = binFolder / "Orbix";
+        if (!isThere(executable)) {
+            fatalError(QStringLiteral("Orbix binary not found at ") + text(executable));
+            return;
+        }
+        startEngine(binFolder, executable);
+        if (isShuttingDown)
+            return;
+    }
+    if (!isIdentityComplete() || _isQorClientRunning)
+        return;
+    if (isThere(clientExecutablePath()))
+        awaitEnginePort();
+    else
+        fatalError(QStringLiteral("Qor Client executable not found at ") + text(clientExecutablePath()));
+}
+
+void AppVars::startEngine(const fs::path &binFolder, const fs::path &executablePath) {
+    if (_isLumRunning)
+        return;
+    if (const auto error = launchChild(engineChild, executablePath, binFolder, {}))
+        fatalError(QStringLiteral("Failed to start Lumora Core: ") +
+                   QString::fromLocal8Bit(error->localizedDescription()));
+}
+
+void AppVars::startClient(const fs::path &workingFolder, const fs::path &executablePath) {
+    if (_isQorClientRunning || _isPermanentlyStopped)
+        return;
+    const fs::path variableFolder = clientVarFolder();
+    std::error_code ignored;  // the client says itself what it misses
+    fs::create_directories(variableFolder, ignored);
+    if (const auto error =
+            launchChild(clientChild, executablePath, workingFolder, {"--vardir", variableFolder}))
+        fatalError(QStringLiteral("Failed to start Qor Client: ") +
+                   QString::fromLocal8Bit(error->localizedDescription()));
+}
+
+std::optional<LaunchError> AppVars::launchChild(const Child &child, const fs::path &executablePath,
+                                                const fs::path &workingFolder,
+                                                std::vector<std::string> arguments) {
+    const auto process = std::make_shared<Process>();
+    process->setExecutable(executablePath);
+    process->setArguments(std::move(arguments));
+    process->setWorkingFolder(workingFolder);
+
+    Pipe pipe = Pipe::open();
+    if (!pipe.readingEnd.isValid())
+        return LaunchError{errno};
+    process->setOutput(std::move(pipe.writingEnd));
+
+    const std::weak_ptr<AppVars> weakSelf = weak_from_this();
+    process->setTerminationHandler([weakSelf, &child](Process::Status status) {
+        MainQueue::async([weakSelf, &child, status] {
+            if (const auto self = weakSelf.lock())
+                self->onChildTerminated(child, status);
+        });
+    });
+
+    auto observer = OutputReader::attachReader(std::move(pipe.readingEnd),
+                                               [weakSelf, &child](std::vector<LogElement> elements) {
+                                                   if (const auto self = weakSelf.lock())
+                                                       self->appendLog(std::move(elements), child.log);
+                                               });
+    if (!observer)
+        return LaunchError{errno};
+    // The child's last words come into its log before the line that reports its end.
+    process->setExitHook([observer] { observer->childHasEnded(); });
+    this->*child.observer = std::move(observer);
+
+    if (const auto error = process->launch())
+        return error;
+    (this->*child.process).set(process);
+    (this->*child.isRunning).set(true);
+    appendLog((child.name + QStringLiteral(" started.\n")).toUtf8(), child.log);
+    return std::nullopt;
+}
+
+void AppVars::awaitEnginePort() {
+    if (_isQorClientRunning || isAwaitingOrbixPort || _isPermanentlyStopped)
+        return;
+    isAwaitingOrbixPort = true;
+    const std::int64_t port = readEnginePort();
+    BackgroundQueue::async(QualityOfService::Default, [weakSelf = weak_from_this(), time = seams.time, port] {
+        const std::string host = "127.0.0.1";
+        const TimeSource::Duration deadline = time->now() + portTimeout;
+        bool reachable = false;
+        // Nobody waits for the answer any more once the launcher's state is gone.
+        while (time->now() < deadline && !weakSelf.expired()) {
+            reachable = probePort(host, port);
+            if (reachable)
+                break;
+            time->sleepFor(portProbeInterval);
+        }
+        MainQueue::async([weakSelf, reachable, host, port] {
+            if (const auto self = weakSelf.lock())
+                self->onEnginePortResult(reachable, host, port, portTimeout);
+        });
+    });
+}
+
+void AppVars::onEnginePortResult(bool reachable, const std::string &host, std::int64_t port,
+                                 TimeSource::Duration timeout) {
+    isAwaitingOrbixPort = false;
+    if (_isPermanentlyStopped || _isQorClientRunning || isShuttingDown)
+        return;
+    const QString address = QString::fromStdString(host) + u':' + QString::number(port);
+    QString line;
+    if (reachable) {
+        line =
+            QStringLiteral("Lumora Core is accepting connections on %1; starting Qor Client.\n").arg(address);
+    } else {
+        const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(timeout).count();
+        line = QStringLiteral("Lumora Core did not open %1 within %2s; starting Qor Client anyway.\n")
+                   .arg(address, QString::number(seconds));
+    }
+    appendLog(line.toUtf8(), LogTarget::QorClient);
+    startClient(clientWorkingFolder(), clientExecutablePath());
+}
+
+void AppVars::fatalError(const QString &message) {
+    stopAll();
+    MainQueue::async([weakSelf = weak_from_this(), message] {
+        const auto self = weakSelf.lock();
+        if (!self)
+            return;
+        self->seams.alerts->present({.style = AlertStyle::Critical,
+                                     .messageText = QStringLiteral("Ferrolt Miner Launcher Error"),
+                                     .informativeText = message,
+                                     .button = QStringLiteral("Exit")},
+                                    self->seams.terminateApplication);
+    });
+}
+
+}  // namespace ferrolt

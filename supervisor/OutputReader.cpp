@@ -1,0 +1,22 @@
+#include "OutputReader.h"
+
+#include <utility>
+
+namespace ferrolt {
+
+std::shared_ptr<OutputReader> OutputReader::attachReader(FileDescriptor readingEnd,
+                                                         LogMailbox::Delivery delivery) {
+    auto mailbox = std::make_shared<LogMailbox>(std::move(delivery));
+    auto decoder = std::make_shared<ChunkDecoder>();
+    auto reader =
+        PipeReader::start(std::move(readingEnd), [mailbox, decoder](std::span<const std::byte> bytes) {
+            LogElement text = decoder->take(bytes);
+            if (!text.isEmpty())
+                mailbox->post(std::move(text));
+        });
+    if (!reader)
+        return nullptr;
+    return std::shared_ptr<OutputReader>(new OutputReader(std::move(reader)));
+}
+
+}  // namespace ferrolt

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QByteArray>
+
+#include <cstddef>
+#include <string_view>
+
+/// Strict UTF-8 as Unicode 15, table 3-7, defines it: no overlong forms, no surrogates, nothing above
+/// U+10FFFF. A byte-order mark is text like any other and NUL a character.
+namespace ferrolt::utf8 {
+
+/// The length in bytes of the longest prefix of `bytes` that is well-formed.
+std::size_t validPrefixLength(std::string_view bytes);
+
+/// `bytes` with every maximal ill-formed subsequence (Unicode 15, section 3.9) replaced by U+FFFD.
+QByteArray withReplacements(std::string_view bytes);
+
+}  // namespace ferrolt::utf8

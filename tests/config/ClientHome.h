@@ -1,0 +1,76 @@
+#pragma once
+
+#include "PathResolvers.h"
+
+#include <QByteArray>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QString>
+#include <QStringList>
+#include <QTemporaryDir>
+
+#include <filesystem>
+#include <string>
+
+namespace ferrolt {
+
+/// A file system of a test's own for the path resolvers, removed with the object. It stands in memory where
+/// the system offers that, so that thousands of saves do not wait for a disk.
+class ClientHome {
+  public:
+    ClientHome() : folder(place()) {
+        PathRoots roots;
+        roots.root = path() / "root";
+        roots.home = path() / "home";
+        roots.resources = path() / "resources";
+        roots.executableFolder = path() / "bin";
+        roots.developmentFolder = path() / "development";
+        roots.nodeServerHost = "nodes.test.example";
+        usePathRoots(roots);
+    }
+    ~ClientHome() { usePathRoots(PathRoots()); }
+    ClientHome(const ClientHome &) = delete;
+    ClientHome &operator=(const ClientHome &) = delete;
+
+    bool isValid() const { return folder.isValid(); }
+    std::filesystem::path path() const { return QFile::encodeName(folder.path()).toStdString(); }
+
+    std::filesystem::path configuration() const { return clientConfigurationPath(); }
+    void writeConfiguration(const QByteArray &bytes) const { write(configuration(), bytes); }
+    QByteArray readConfiguration() const { return read(configuration()); }
+
+    static void write(const std::filesystem::path &path, const QByteArray &bytes) {
+        std::filesystem::create_directories(path.parent_path());
+        QFile file(name(path));
+        if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(bytes) != bytes.size())
+            qFatal("A test could not write its file.");
+    }
+    /// A null array when it cannot be read.
+    static QByteArray read(const std::filesystem::path &path) {
+        QFile file(name(path));
+        if (!file.open(QIODevice::ReadOnly))
+            return {};
+        const QByteArray bytes = file.readAll();
+        return bytes.isNull() ? QByteArray("") : bytes;
+    }
+    /// Everything in a folder, hidden files too, sorted.
+    static QStringList contents(const std::filesystem::path &folder) {
+        return QDir(name(folder))
+            .entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
+    }
+
+  private:
+    static QString name(const std::filesystem::path &path) {
+        return QFile::decodeName(QByteArray::fromStdString(path.native()));
+    }
+    static QString place() {
+        const QFileInfo memory(QStringLiteral("/dev/shm"));
+        const QString parent = memory.isDir() && memory.isWritable() ? memory.filePath() : QDir::tempPath();
+        return parent + QStringLiteral("/ferrolt-config-XXXXXX");
+    }
+
+    QTemporaryDir folder;
+};
+
+}  // namespace ferrolt

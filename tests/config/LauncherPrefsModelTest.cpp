@@ -1,0 +1,292 @@
+#include "ClientHome.h"
+#include "InChild.h"
+#include "LauncherPrefsModel.h"
+#include "LoadProps.h"
+
+#include <QElapsedTimer>
+#include <QSignalSpy>
+#include <QtTest>
+
+#include <algorithm>
+#include <csignal>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include <sys/resource.h>
+
+namespace ferrolt {
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+using StatusLine = LauncherPrefsModel::StatusLine;
+
+namespace {
+
+/// Time that stands still until it is told to pass.
+class StandingTime : public TimeSource {
+  public:
+    Duration now() const override { return current; }
+    void sleepFor(Duration) override {}
+    std::unique_ptr<Timer> startTimer(Duration, std::function<void()>) override { return nullptr; }
+    void callAfter(Duration delay, std::function<void()> work) override {
+        waiting.emplace_back(current + delay, std::move(work));
+    }
+
+    void pass(Duration duration) {
+        const Duration end = current + duration;
+        for (;;) {
+            const auto next =
+                std::min_element(waiting.begin(), waiting.end(),
+                                 [](const auto &a, const auto &b) { return a.first < b.first; });
+            if (next == waiting.end() || next->first > end)
+                break;
+            auto [moment, work] = std::move(*next);
+            waiting.erase(next);
+            current = moment;
+            work();
+        }
+        current = end;
+    }
+
+    std::size_t waitingCount() const { return waiting.size(); }
+
+  private:
+    Duration current{};
+    std::vector<std::pair<Duration, std::function<void()>>> waiting;
+};
+
+}  // namespace
+
+class LauncherPrefsModelTest : public QObject {
+    Q_OBJECT
+
+  private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void onAFirstLaunchTheFieldsAreEmptyAndSavingCreatesTheFileAndShowsSuccessForThreeSeconds();
+    void theMissingCredentialsLineAsksForEmailAndNameButNotForADisplayName();
+    void aFieldOfBlanksCountsAsFilledUntilItIsLoadedAgain();
+    void twoPressesTwoSecondsApartHideSuccessThreeSecondsAfterTheFirst();
+    void unsavedEditsAreLostOnLoading();
+    void loadingTakesTheTrimmedValuesOfTheFile();
+    void savingWritesTheFieldsUnchanged();
+    void successIsShownEvenWhenTheFileCouldNotBeWritten();
+    void aStartIsAskedForSoonAndNeverInsideThePress();
+    void theFileIsSavedBeforeTheStartIsAskedFor();
+    void everyChangeIsAnnouncedBeforeItHappens();
+    void aModelThatGoesBeforeItsResetHarmsNobodyAndStillStartsTheServices();
+    void onTheRealClockSuccessLastsThreeSeconds();
+    void withoutAServiceStartTheProgramEnds();
+
+  private:
+    std::optional<ClientHome> home;
+    std::shared_ptr<StandingTime> time;
+    std::unique_ptr<LauncherPrefsModel> model;
+    int starts = 0;
+};
+
+void LauncherPrefsModelTest::init() {
+    home.emplace();
+    starts = 0;
+    time = std::make_shared<StandingTime>();
+    model = std::make_unique<LauncherPrefsModel>([this] { ++starts; }, time);
+}
+
+void LauncherPrefsModelTest::cleanup() {
+    QCoreApplication::processEvents();  // no start of one test may be counted in the next
+    model.reset();
+    time.reset();
+    home.reset();
+}
+
+void LauncherPrefsModelTest::
+    onAFirstLaunchTheFieldsAreEmptyAndSavingCreatesTheFileAndShowsSuccessForThreeSeconds() {
+    model->load();
+    QCOMPARE(model->_email.get(), QString());
+    QCOMPARE(model->_entity.get(), QString());
+    QCOMPARE(model->_displayName.get(), QString());
+    QVERIFY(!model->_isSavedSuccessfully);
+    QCOMPARE(model->statusLine(), StatusLine::MissingCredentials);
+
+    model->setEmail(QStringLiteral("miner@example.org"));
+    model->saveAndApply();
+    QVERIFY(home->readConfiguration().startsWith("### Qor Miner client configuration file ###\n"));
+    QVERIFY(home->readConfiguration().contains("\nMinerEmailAddress       = miner@example.org\n"));
+    QCOMPARE(model->statusLine(), StatusLine::Success);
+    time->pass(2999ms);
+    QCOMPARE(model->statusLine(), StatusLine::Success);
+    time->pass(1ms);
+    QCOMPARE(model->statusLine(), StatusLine::MissingCredentials);
+}
+
+void LauncherPrefsModelTest::theMissingCredentialsLineAsksForEmailAndNameButNotForADisplayName() {
+    model->setEmail(QStringLiteral("miner@example.org"));
+    QCOMPARE(model->statusLine(), StatusLine::MissingCredentials);
+    model->setEntity(QStringLiteral("Acme"));
+    QCOMPARE(model->statusLine(), StatusLine::None);
+    model->setEmail({});
+    QCOMPARE(model->statusLine(), StatusLine::MissingCredentials);
+    model->setDisplayName(QStringLiteral("rig"));
+    QCOMPARE(model->statusLine(), StatusLine::MissingCredentials);
+}
+
+void LauncherPrefsModelTest::aFieldOfBlanksCountsAsFilledUntilItIsLoadedAgain() {
+    model->setEmail(QStringLiteral("miner@example.org"));
+    model->setEntity(QStringLiteral("  \t"));
+    QCOMPARE(model->statusLine(), StatusLine::None);
+    model->saveAndApply();
+    time->pass(3s);
+    QCOMPARE(model->statusLine(), StatusLine::None);
+    model->load();
+    QCOMPARE(model->_entity.get(), QString());
+    QCOMPARE(model->statusLine(), StatusLine::MissingCredentials);
+    model->setEntity(QStringLiteral("Acme"));
+    model->setEmail(QStringLiteral(" "));
+    QCOMPARE(model->statusLine(), StatusLine::None);
+}
+
+void LauncherPrefsModelTest::twoPressesTwoSecondsApartHideSuccessThreeSecondsAfterTheFirst() {
+    model->setEmail(QStringLiteral("miner@example.org"));
+    model->setEntity(QStringLiteral("Acme"));
+    model->saveAndApply();
+    time->pass(2s);
+    model->saveAndApply();
+    time->pass(999ms);
+    QCOMPARE(model->statusLine(), StatusLine::Success);
+    time->pass(1ms);
+    QCOMPARE(model->statusLine(), StatusLine::None);
+    QCOMPARE(time->waitingCount(), std::size_t{1});
+    time->pass(2s);  // the second reset finds nothing to do
+    QCOMPARE(model->statusLine(), StatusLine::None);
+    QTRY_COMPARE(starts, 2);
+}
+
+void LauncherPrefsModelTest::unsavedEditsAreLostOnLoading() {
+    home->writeConfiguration(
+        "MinerEmailAddress = saved@example.org\nMinerEntityName = Saved\nMinerDisplayName = saved\n");
+    model->load();
+    model->setEmail(QStringLiteral("typed"));
+    model->setEntity(QStringLiteral("typed"));
+    model->setDisplayName(QStringLiteral("typed"));
+    model->load();
+    QCOMPARE(model->_email.get(), QStringLiteral("saved@example.org"));
+    QCOMPARE(model->_entity.get(), QStringLiteral("Saved"));
+    QCOMPARE(model->_displayName.get(), QStringLiteral("saved"));
+    fs::remove(home->configuration());
+    model->load();
+    QCOMPARE(model->_email.get() + model->_entity.get() + model->_displayName.get(), QString());
+}
+
+void LauncherPrefsModelTest::loadingTakesTheTrimmedValuesOfTheFile() {
+    home->writeConfiguration(
+        "MinerEmailAddress =  \t a@b \t\nMinerEntityName = \t\nMinerDisplayName = a = b\n");
+    model->load();
+    QCOMPARE(model->_email.get(), QStringLiteral("a@b"));
+    QCOMPARE(model->_entity.get(), QString());
+    QCOMPARE(model->_displayName.get(), QStringLiteral("a"));
+}
+
+void LauncherPrefsModelTest::savingWritesTheFieldsUnchanged() {
+    home->writeConfiguration("");
+    model->setEmail(QStringLiteral(" not an address "));
+    model->setEntity(QStringLiteral("\tA = B"));
+    model->saveAndApply();
+    QCOMPARE(home->readConfiguration(), QByteArray("MinerEmailAddress       =  not an address \n"
+                                                   "MinerEntityName         = \tA = B\n"
+                                                   "MinerDisplayName        = \n"));
+    QCOMPARE(model->_email.get(), QStringLiteral(" not an address "));
+}
+
+void LauncherPrefsModelTest::successIsShownEvenWhenTheFileCouldNotBeWritten() {
+    ClientHome::write(home->path() / "home", "a file in place of the folder");
+    model->saveAndApply();
+    QCOMPARE(model->statusLine(), StatusLine::Success);
+    QTRY_COMPARE(starts, 1);
+    QCOMPARE(ClientHome::read(home->path() / "home"), QByteArray("a file in place of the folder"));
+}
+
+void LauncherPrefsModelTest::aStartIsAskedForSoonAndNeverInsideThePress() {
+    model->saveAndApply();
+    QCOMPARE(starts, 0);
+    QTRY_COMPARE(starts, 1);
+    time->pass(10s);
+    QCoreApplication::processEvents();
+    QCOMPARE(starts, 1);
+}
+
+void LauncherPrefsModelTest::theFileIsSavedBeforeTheStartIsAskedFor() {
+    QString storedAtStart;
+    LauncherPrefsModel form([&] { storedAtStart = LoadProps::MinerEntityName(); }, time);
+    form.setEntity(QStringLiteral("Acme"));
+    form.saveAndApply();
+    QTRY_COMPARE(storedAtStart, QStringLiteral("Acme"));
+}
+
+void LauncherPrefsModelTest::everyChangeIsAnnouncedBeforeItHappens() {
+    QStringList before;
+    connect(model.get(), &LauncherPrefsModel::objectWillChange, this, [&] {
+        before += model->_email.get() + QLatin1Char('|') + model->_entity.get() + QLatin1Char('|') +
+                  model->_displayName.get() + QLatin1Char('|') +
+                  QString::number(static_cast<int>(model->_isSavedSuccessfully.get()));
+    });
+    const auto announced = [&](const QStringList &expected) { return std::exchange(before, {}) == expected; };
+    model->setEmail(QStringLiteral("e"));
+    QVERIFY(announced({QStringLiteral("|||0")}));
+    model->setEntity(QStringLiteral("n"));
+    QVERIFY(announced({QStringLiteral("e|||0")}));
+    model->setDisplayName(QStringLiteral("d"));
+    QVERIFY(announced({QStringLiteral("e|n||0")}));
+    model->saveAndApply();
+    QVERIFY(announced({QStringLiteral("e|n|d|0")}));
+    time->pass(3s);
+    QVERIFY(announced({QStringLiteral("e|n|d|1")}));
+    fs::remove(home->configuration());
+    model->load();
+    QVERIFY(announced({QStringLiteral("e|n|d|0"), QStringLiteral("|n|d|0"), QStringLiteral("||d|0")}));
+}
+
+void LauncherPrefsModelTest::aModelThatGoesBeforeItsResetHarmsNobodyAndStillStartsTheServices() {
+    model->saveAndApply();
+    model->saveAndApply();
+    model.reset();
+    QTRY_COMPARE(starts, 2);
+    QCOMPARE(time->waitingCount(), std::size_t{2});
+    time->pass(3s);
+    QCOMPARE(time->waitingCount(), std::size_t{0});
+}
+
+void LauncherPrefsModelTest::onTheRealClockSuccessLastsThreeSeconds() {
+    LauncherPrefsModel form([] {}, systemTime());
+    QElapsedTimer timer;
+    timer.start();
+    form.saveAndApply();
+    QTRY_VERIFY_WITH_TIMEOUT(!form._isSavedSuccessfully, 30'000);
+    QVERIFY(timer.elapsed() >= 3000);
+}
+
+void LauncherPrefsModelTest::withoutAServiceStartTheProgramEnds() {
+    const auto build = [](bool hasStart, bool hasTime) {
+        return inChild([=] {
+            const rlimit noCore{0, 0};
+            ::setrlimit(RLIMIT_CORE, &noCore);
+            // Or the test's own handlers would report a failure of the test.
+            std::signal(SIGABRT, SIG_DFL);
+            qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
+            const LauncherPrefsModel form(hasStart ? std::function<void()>([] {}) : nullptr,
+                                          hasTime ? systemTime() : nullptr);
+            return 0;
+        });
+    };
+    QCOMPARE(build(false, true), -SIGABRT);
+    QCOMPARE(build(true, false), -SIGABRT);
+    QCOMPARE(build(true, true), 0);
+}
+
+}  // namespace ferrolt
+
+QTEST_GUILESS_MAIN(ferrolt::LauncherPrefsModelTest)
+#include "LauncherPrefsModelTest.moc"

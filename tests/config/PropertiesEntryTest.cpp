@@ -1,0 +1,57 @@
+#include "PropertiesEntry.h"
+
+#include <QtTest>
+
+namespace ferrolt {
+
+class PropertiesEntryTest : public QObject {
+    Q_OBJECT
+
+  private Q_SLOTS:
+    void aLineWithoutAnEqualsSignIsNoEntry();
+    void theKeyKeepsItsBlanksAndTheValueLosesThem();
+    void theValueEndsAtTheSecondEqualsSign();
+    void anEntryMayBeEmptyOnBothSides();
+    void onlySpacesAndTabsAreBlanks();
+};
+
+void PropertiesEntryTest::aLineWithoutAnEqualsSignIsNoEntry() {
+    QVERIFY(!PropertiesEntry::parse(""));
+    QVERIFY(!PropertiesEntry::parse("Key"));
+    QVERIFY(!PropertiesEntry::parse("Key : value"));
+}
+
+void PropertiesEntryTest::theKeyKeepsItsBlanksAndTheValueLosesThem() {
+    const auto entry = PropertiesEntry::parse(" \tKey \t= \t a value\t ");
+    QVERIFY(entry);
+    QVERIFY(entry->key == " \tKey \t");
+    QVERIFY(entry->value == "a value");
+}
+
+void PropertiesEntryTest::theValueEndsAtTheSecondEqualsSign() {
+    const auto entry = PropertiesEntry::parse("Key = one = two = three");
+    QVERIFY(entry);
+    QVERIFY(entry->value == "one");
+}
+
+void PropertiesEntryTest::anEntryMayBeEmptyOnBothSides() {
+    const auto entry = PropertiesEntry::parse("=");
+    QVERIFY(entry);
+    QVERIFY(entry->key.empty());
+    QVERIFY(entry->value.empty());
+    QVERIFY(PropertiesEntry::parse("==value")->value.empty());
+}
+
+void PropertiesEntryTest::onlySpacesAndTabsAreBlanks() {
+    QVERIFY(trimmedOfBlanks("").empty());
+    QVERIFY(trimmedOfBlanks(" \t \t").empty());
+    QVERIFY(trimmedOfBlanks(" \ta b\t ") == "a b");
+    const std::string_view noBreakSpaces = "\xC2\xA0value\xC2\xA0";
+    QVERIFY(trimmedOfBlanks(noBreakSpaces) == noBreakSpaces);
+    QVERIFY(trimmedOfBlanks(" \r value \v ") == "\r value \v");
+}
+
+}  // namespace ferrolt
+
+QTEST_GUILESS_MAIN(ferrolt::PropertiesEntryTest)
+#include "PropertiesEntryTest.moc"

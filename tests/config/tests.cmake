@@ -1,0 +1,10 @@
+set(config_tests
+    ClientConfigurationTemplateTest ConcurrentReaderTest EnginePortTest FileReplacementTest LauncherPrefsModelTest
+    LoadPropsTest MinerIdentityTest PropertiesEntryTest SaveHazardsTest SavePropsTest TextFileTest TextLinesTest)
+if(NOT APPLE)
+    # One mounts a file system for a single process, the other watches for the opening of a file.
+    list(APPEND config_tests FullDiskTest UnopenedPipeTest)
+endif()
+foreach(test ${config_tests})
+    ferrolt_test(config ${test} LINKS ferrolt_config)
+endforeach()

@@ -1,0 +1,159 @@
+#include "Pipe.h"
+#include "PipeReader.h"
+#include "ProcessFacts.h"
+#include "Waiting.h"
+
+#include <QTest>
+
+#include <atomic>
+#include <csignal>
+#include <future>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+using namespace ferrolt;
+
+namespace {
+
+/// Collects what a reader hands on, from whatever thread.
+class Collector {
+  public:
+    PipeReader::Receiver receiver() {
+        return [this](std::span<const std::byte> bytes) {
+            std::lock_guard lock(mutex);
+            reads.emplace_back(reinterpret_cast<const char *>(bytes.data()), bytes.size());
+        };
+    }
+    std::vector<std::string> taken() const {
+        std::lock_guard lock(mutex);
+        return reads;
+    }
+    std::string joined() const {
+        std::string all;
+        for (const std::string &read : taken())
+            all += read;
+        return all;
+    }
+
+  private:
+    mutable std::mutex mutex;
+    std::vector<std::string> reads;
+};
+
+void write(const Pipe &pipe, const std::string &bytes) {
+    for (std::size_t at = 0; at < bytes.size();) {
+        const ssize_t count = ::write(pipe.writingEnd.get(), bytes.data() + at, bytes.size() - at);
+        if (count < 0)
+            return;
+        at += static_cast<std::size_t>(count);
+    }
+}
+
+/// Whether nobody reads the pipe any more: then the kernel reports an error on the writing end.
+bool isClosedForWriting(const Pipe &pipe) {
+    pollfd end{pipe.writingEnd.get(), POLLOUT, 0};
+    return poll(&end, 1, 0) == 1 && (end.revents & POLLERR) != 0;
+}
+
+}  // namespace
+
+class PipeReaderTest : public QObject {
+    Q_OBJECT
+
+  private Q_SLOTS:
+    void initTestCase() { std::signal(SIGPIPE, SIG_IGN); }
+
+    void eachArrivalIsHandedOnOnceAndInOrder() {
+        Collector collector;
+        Pipe pipe = Pipe::open();
+        const auto reader = PipeReader::start(std::move(pipe.readingEnd), collector.receiver());
+        write(pipe, "one");
+        QVERIFY(waitWithoutEvents([&] { return collector.taken().size() == 1; }));
+        write(pipe, "two");
+        QVERIFY(waitWithoutEvents([&] { return collector.taken().size() == 2; }));
+        QCOMPARE(collector.taken(), (std::vector<std::string>{"one", "two"}));
+    }
+
+    void noReadIsLargerThan64KiBAndNothingIsLost() {
+        Collector collector;
+        Pipe pipe = Pipe::open();
+        const auto reader = PipeReader::start(std::move(pipe.readingEnd), collector.receiver());
+        std::string sent;
+        for (int i = 0; i < 100'000; ++i)
+            sent += std::to_string(i) + '\n';
+        write(pipe, sent);
+        pipe.writingEnd.close();
+        reader->childHasEnded();
+        QCOMPARE(collector.joined(), sent);
+        for (const std::string &read : collector.taken())
+            QVERIFY(read.size() <= PipeReader::largestRead);
+    }
+
+    void theEndOfThePipeClosesItAndEndsTheThread() {
+        const int descriptors = openDescriptors();
+        Collector collector;
+        {
+            Pipe pipe = Pipe::open();
+            const auto reader = PipeReader::start(std::move(pipe.readingEnd), collector.receiver());
+            QVERIFY(reader != nullptr);
+        }
+        QVERIFY(waitWithoutEvents(
+            [&] { return threadsNamed("child-output") == 0 && openDescriptors() == descriptors; }));
+        QVERIFY(collector.taken().empty());
+    }
+
+    void aDetachedReaderStillDrainsThePipeButHandsNothingOn() {
+        Collector collector;
+        Pipe pipe = Pipe::open();
+        const auto reader = PipeReader::start(std::move(pipe.readingEnd), collector.receiver());
+        reader->detach();
+        write(pipe,
+              std::string(1 << 20, 'x'));  // sixteen times what a pipe holds: would block for ever unread
+        reader->childHasEnded();
+        QVERIFY(collector.taken().empty());
+    }
+
+    void destroyingTheReaderNeitherBlocksNorBreaksTheWriter() {
+        Collector collector;
+        Pipe pipe = Pipe::open();
+        PipeReader::start(std::move(pipe.readingEnd), collector.receiver());  // dropped at once
+        write(pipe, std::string(1 << 20, 'x'));
+        QVERIFY(!isClosedForWriting(pipe));
+    }
+
+    void theChildsEndTakesWhatIsLeftAndClosesThePipeThoughAnotherHoldsIt() {
+        Collector collector;
+        Pipe pipe = Pipe::open();
+        const auto reader = PipeReader::start(std::move(pipe.readingEnd), collector.receiver());
+        write(pipe, "last words\n");
+        reader->childHasEnded();  // our writing end is still open, as a grandchild's would be
+        QCOMPARE(collector.joined(), "last words\n");
+        QVERIFY(isClosedForWriting(pipe));
+        reader->childHasEnded();  // once more changes nothing and does not wait
+    }
+
+    void aGrandchildThatFloodsDoesNotDelayTheChildsEnd() {
+        std::atomic<std::size_t> bytes = 0;
+        Pipe pipe = Pipe::open();
+        const auto reader = PipeReader::start(std::move(pipe.readingEnd),
+                                              [&](std::span<const std::byte> read) { bytes += read.size(); });
+        std::thread grandchild([&] {
+            const std::string block(65536, 'g');
+            while (::write(pipe.writingEnd.get(), block.data(), block.size()) > 0) {
+            }
+        });
+        QVERIFY(waitWithoutEvents([&] { return bytes > 1'000'000; }));
+        auto ended = std::async(std::launch::async, [&] { reader->childHasEnded(); });
+        QCOMPARE(ended.wait_for(std::chrono::seconds(20)), std::future_status::ready);
+        grandchild.join();  // the closed pipe has ended it
+    }
+};
+
+QTEST_GUILESS_MAIN(PipeReaderTest)
+#include "PipeReaderTest.moc"

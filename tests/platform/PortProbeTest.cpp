@@ -1,0 +1,76 @@
+#include "FileDescriptor.h"
+#include "Listener.h"
+#include "PortProbe.h"
+#include "ProcessFacts.h"
+
+#include <QTest>
+
+#include <cstdint>
+
+#include <sys/socket.h>
+
+using namespace ferrolt;
+
+class PortProbeTest : public QObject {
+    Q_OBJECT
+
+  private Q_SLOTS:
+    void anOpenPortIsReachableAndNothingIsSentToIt() {
+        const Listener listener;
+        QVERIFY(listener.port > 0);
+        QVERIFY(probePort("127.0.0.1", listener.port));
+        const FileDescriptor connection(accept(listener.socket.get(), nullptr, nullptr));
+        char byte = 0;
+        QCOMPARE(recv(connection.get(), &byte, 1, 0), ssize_t(0));  // closed, without a byte
+    }
+
+    void aClosedPortIsNotReachable() {
+        std::int64_t port = 0;
+        {
+            const Listener listener;
+            port = listener.port;
+        }
+        QVERIFY(!probePort("127.0.0.1", port));
+    }
+
+    void aPortAbove65535IsNotCutToSixteenBits() {
+        const Listener listener;
+        QVERIFY(!probePort("127.0.0.1", listener.port + 65536));
+        QVERIFY(!probePort("127.0.0.1", INT64_MAX));
+        QVERIFY(!probePort("127.0.0.1", 0));
+        QVERIFY(!probePort("127.0.0.1", -1));
+    }
+
+    void aHostThatIsNoDottedAddressIsNotReachable() {
+        const Listener listener;
+        QVERIFY(!probePort("localhost", listener.port));
+        QVERIFY(!probePort("127.0.0.1.1", listener.port));
+        QVERIFY(!probePort("", listener.port));
+        QVERIFY(!probePort("::1", listener.port));
+    }
+
+    void everyProbeClosesItsSocket() {
+        const Listener listener;
+        const int before = openDescriptors();
+        for (int i = 0; i < 200; ++i) {
+            probePort("127.0.0.1", listener.port);
+            probePort("127.0.0.1", 1);
+            probePort("nowhere", 1);
+            const FileDescriptor connection(accept(listener.socket.get(), nullptr, nullptr));
+        }
+        QCOMPARE(openDescriptors(), before);
+    }
+
+    void aConnectionOfTheSocketWithItselfIsNoEngine() {
+        // The system picks a connection's own port from a range; that many tries of one port in the range all
+        // but surely meet the case in which it picks that very port.
+        const std::int64_t port = Listener().port & ~std::int64_t(1);
+        int reachable = 0;
+        for (int i = 0; i < 60'000; ++i)
+            reachable += probePort("127.0.0.1", port);
+        QCOMPARE(reachable, 0);
+    }
+};
+
+QTEST_GUILESS_MAIN(PortProbeTest)
+#include "PortProbeTest.moc"

@@ -1,0 +1,239 @@
+#include "ChunkDecoder.h"
+#include "Utf8.h"
+
+#include <QTest>
+
+#include <cstdint>
+#include <optional>
+#include <random>
+#include <set>
+#include <string>
+#include <vector>
+
+using namespace ferrolt;
+
+namespace {
+
+LogElement take(ChunkDecoder &decoder, const std::string &bytes) {
+    return decoder.take(std::as_bytes(std::span(bytes)));
+}
+
+/// The same rule once more, written for plainness alone: one code point at a time, every prefix tried in
+/// turn.
+namespace plain {
+
+std::optional<std::size_t> characterLength(const std::string &s, std::size_t at) {
+    const auto byte = [&](std::size_t i) { return static_cast<unsigned>(static_cast<unsigned char>(s[i])); };
+    const unsigned lead = byte(at);
+    if (lead < 0x80)
+        return 1;
+    const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
+    if (lead < 0xC0 || lead > 0xF7 || at + length > s.size())
+        return std::nullopt;
+    unsigned code = lead & (0xFFU >> (length + 1));
+    for (std::size_t i = 1; i < length; ++i) {
+        if ((byte(at + i) & 0xC0U) != 0x80U)
+            return std::nullopt;
+        code = code << 6U | (byte(at + i) & 0x3FU);
+    }
+    const unsigned smallest[] = {0, 0, 0x80, 0x800, 0x10000};
+    if (code < smallest[length] || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF))
+        return std::nullopt;
+    return length;
+}
+
+bool isStrict(const std::string &s) {
+    for (std::size_t at = 0; at < s.size();) {
+        const auto length = characterLength(s, at);
+        if (!length)
+            return false;
+        at += *length;
+    }
+    return true;
+}
+
+std::string encoded(unsigned code) {
+    const auto byte = [](unsigned value) { return static_cast<char>(static_cast<unsigned char>(value)); };
+    if (code < 0x80)
+        return {byte(code)};
+    if (code < 0x800)
+        return {byte(0xC0 | code >> 6), byte(0x80 | (code & 0x3F))};
+    if (code < 0x10000)
+        return {byte(0xE0 | code >> 12), byte(0x80 | (code >> 6 & 0x3F)), byte(0x80 | (code & 0x3F))};
+    return {byte(0xF0 | code >> 18), byte(0x80 | (code >> 12 & 0x3F)), byte(0x80 | (code >> 6 & 0x3F)),
+            byte(0x80 | (code & 0x3F))};
+}
+
+/// Whether `s` begins some character without being one: then it is one maximal ill-formed piece.
+bool isBeginningOfCharacter(const std::string &s) {
+    static const std::set<std::string> beginnings = [] {
+        std::set<std::string> all;
+        for (unsigned code = 0; code <= 0x10FFFF; ++code) {
+            if (code >= 0xD800 && code <= 0xDFFF)
+                continue;
+            const std::string character = encoded(code);
+            for (std::size_t length = 1; length < character.size(); ++length)
+                all.insert(character.substr(0, length));
+        }
+        return all;
+    }();
+    return beginnings.contains(s);
+}
+
+std::string replaced(const std::string &s) {
+    std::string text;
+    for (std::size_t at = 0; at < s.size();) {
+        if (const auto length = characterLength(s, at)) {
+            text += s.substr(at, *length);
+            at += *length;
+            continue;
+        }
+        std::size_t piece = 1;
+        for (std::size_t longer = 2; longer <= 3 && at + longer <= s.size(); ++longer) {
+            if (isBeginningOfCharacter(s.substr(at, longer)))
+                piece = longer;
+        }
+        text += "\xEF\xBF\xBD";
+        at += piece;
+    }
+    return text;
+}
+
+struct Decoder {
+    std::string pending;
+
+    std::string take(const std::string &bytes) {
+        pending += bytes;
+        const std::size_t n = pending.size();
+        for (std::size_t k = 0; k <= 3 && k <= n; ++k) {
+            if (const std::string prefix = pending.substr(0, n - k); isStrict(prefix)) {
+                pending.erase(0, n - k);
+                return prefix;
+            }
+        }
+        const std::string text = replaced(pending);
+        pending.clear();
+        return text;
+    }
+};
+
+}  // namespace plain
+
+/// Text as a log holds it, and damage as a log meets it.
+std::string sample(std::mt19937 &random) {
+    static const std::vector<std::string> pieces{
+        "line one\n", "a", "\t", std::string(1, '\0'), "\xC3\xA9", "\xE2\x82\xAC", "\xEF\xBB\xBF",
+        "\xF0\x9F\x9A\x80", "\xED\x9F\xBF", "\xEE\x80\x80", "\xF4\x8F\xBF\xBF",
+        // ill-formed: overlong, surrogate, too high, lone continuation, cut short, never valid
+        "\xC0\x80", "\xE0\x80\x80", "\xF0\x80\x80\x80", "\xED\xA0\x80", "\xF4\x90\x80\x80", "\x80",
+        "\xBF\xBF\xBF\xBF", "\xE2\x82", "\xF0\x9F\x9A", "\xF0\x9F", "\xC3", "\xFF", "\xFE\xFD\xFC",
+        "\xF8\x88\x80\x80\x80", std::string(40, 'x')};
+    std::string text;
+    for (int count = std::uniform_int_distribution(0, 6)(random); count > 0; --count) {
+        text += pieces[std::uniform_int_distribution<std::size_t>(0, pieces.size() - 1)(random)];
+    }
+    for (int damage = std::uniform_int_distribution(0, 3)(random) - 1; damage > 0 && !text.empty(); --damage)
+        text[std::uniform_int_distribution<std::size_t>(0, text.size() - 1)(random)] =
+            static_cast<char>(std::uniform_int_distribution(0, 255)(random));
+    return text;
+}
+
+}  // namespace
+
+class ChunkDecoderTest : public QObject {
+    Q_OBJECT
+
+  private Q_SLOTS:
+    void aCharacterSplitOverTwoReadsArrivesWholeInTheSecondElement() {
+        ChunkDecoder decoder;
+        QCOMPARE(take(decoder, "\xE2"), LogElement());
+        QCOMPARE(take(decoder, "\x82\xAC!"), LogElement("\xE2\x82\xAC!"));
+    }
+
+    void bytesThatAreNotUtf8ComeOutWithReplacementCharacters() {
+        ChunkDecoder decoder;
+        QCOMPARE(take(decoder, "\xFF\xFE\xFD\xFC"),
+                 LogElement("\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD"));
+        QCOMPARE(take(decoder, "ok"), LogElement("ok"));
+    }
+
+    void upToThreeBytesThatAreNotUtf8WaitForMore() {
+        ChunkDecoder decoder;
+        QCOMPARE(take(decoder, "\xFF"), LogElement());
+        QCOMPARE(take(decoder, "\xFF"), LogElement());
+        QCOMPARE(take(decoder, "\xFF"), LogElement());
+        QCOMPARE(take(decoder, "a"), LogElement("\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD"
+                                                "a"));
+    }
+
+    void anInvalidTailOfUpToThreeBytesIsHeldBackWithoutItsText() {
+        ChunkDecoder decoder;
+        QCOMPARE(take(decoder, "abc\xFF\xFF"), LogElement("abc"));
+        QCOMPARE(take(decoder, "de"), LogElement("\xEF\xBF\xBD\xEF\xBF\xBD"
+                                                 "de"));
+    }
+
+    void severalLinesOfOneReadAreOneElementAndAnUnfinishedLineIsNotJoined() {
+        ChunkDecoder decoder;
+        QCOMPARE(take(decoder, "line one\nline two\npart"), LogElement("line one\nline two\npart"));
+        QCOMPARE(take(decoder, " of three\n"), LogElement(" of three\n"));
+    }
+
+    void aByteOrderMarkAtTheStartOfAChunkIsTextAndSurvives() {
+        ChunkDecoder decoder;
+        QCOMPARE(take(decoder, "\xEF\xBB\xBFhello"), LogElement("\xEF\xBB\xBFhello"));
+        QCOMPARE(take(decoder, "\xEF\xBB\xBF"), LogElement("\xEF\xBB\xBF"));
+    }
+
+    void aMaximalIllFormedPieceBecomesOneReplacementCharacter() {
+        QCOMPARE(utf8::withReplacements("\xF0\x9F\x9A"
+                                        "a\xE2\x82"
+                                        "b\xC0\x80"
+                                        "c"),
+                 QByteArray("\xEF\xBF\xBD"
+                            "a\xEF\xBF\xBD"
+                            "b\xEF\xBF\xBD\xEF\xBF\xBD"
+                            "c"));
+    }
+
+    void anyTextSplitAtEveryOffsetIsDecodedAsThePlainRuleSays() {
+        std::mt19937 random(20261121);
+        int cases = 0;
+        for (int round = 0; cases < 100'000; ++round) {
+            const std::string text = sample(random);
+            for (std::size_t offset = 0; offset <= text.size(); ++offset, ++cases) {
+                ChunkDecoder decoder;
+                plain::Decoder plainDecoder;
+                for (const std::string &part :
+                     {text.substr(0, offset), text.substr(offset), std::string("end.")})
+                    QCOMPARE(take(decoder, part).toStdString(), plainDecoder.take(part));
+            }
+        }
+    }
+
+    void anyTextInRandomPiecesIsDecodedAsThePlainRuleSays() {
+        std::mt19937 random(7);
+        for (int round = 0; round < 100'000; ++round) {
+            ChunkDecoder decoder;
+            plain::Decoder plainDecoder;
+            const std::string text = sample(random) + sample(random);
+            for (std::size_t at = 0; at < text.size();) {
+                const std::size_t length = std::uniform_int_distribution<std::size_t>(1, 9)(random);
+                const std::string part = text.substr(at, length);
+                QCOMPARE(take(decoder, part).toStdString(), plainDecoder.take(part));
+                at += length;
+            }
+        }
+    }
+
+    void aMultiByteCharacterAtEveryPlaceOfALongAsciiRunIsFound() {
+        for (std::size_t at = 0; at < 100; ++at) {
+            std::string text(100, 'x');
+            text[at] = '\xFF';
+            QCOMPARE(utf8::validPrefixLength(text), at);
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(ChunkDecoderTest)
+#include "ChunkDecoderTest.moc"

@@ -1,0 +1,80 @@
+#pragma once
+
+#include "AppVars.h"
+#include "ManualTime.h"
+#include "Process.h"
+#include "RecordingAlerts.h"
+#include "TestTree.h"
+#include "Waiting.h"
+
+#include <QString>
+
+#include <memory>
+#include <string>
+#include <utility>
+
+namespace ferrolt {
+
+/// A whole supervisor over practice children in a tree of its own. Time stands still unless a test moves it.
+struct Supervision {
+    TestTree tree;
+    std::shared_ptr<ManualTime> time = std::make_shared<ManualTime>();
+    std::shared_ptr<RecordingAlerts> alerts = std::make_shared<RecordingAlerts>();
+    int terminations = 0;  ///< how often the application was asked to end
+    std::shared_ptr<AppVars> vars;
+
+    explicit Supervision(const std::string &engine = "wait", const std::string &client = "wait") {
+        TestTree::installChild(tree.engine(), engine);
+        TestTree::installChild(tree.client(), client);
+        tree.writeIdentity("ada@example.org", "Ada Lovelace");
+    }
+
+    ~Supervision() {
+        if (!vars)
+            return;
+        const auto engine = vars->_lump.get();
+        const auto client = vars->_qorcp.get();
+        vars->stopAll();
+        for (const auto &child : {engine, client}) {
+            if (child)
+                child->waitUntilExit();
+        }
+    }
+
+    AppVars &create() {
+        Seams seams(alerts);
+        seams.paths = tree.roots();
+        seams.time = time;
+        seams.servers.updateServer.clear();  // no valid address: a check ends without a look at the network
+        seams.terminateApplication = [this] { ++terminations; };
+        vars = std::make_shared<AppVars>(std::move(seams));
+        return *vars;
+    }
+
+    AppVars &start() {
+        create().startServices();
+        return *vars;
+    }
+
+    static std::string text(const LogBuffer &log) { return log.joined().toStdString(); }
+    std::string engineLog() const { return text(vars->lumoraLog()); }
+    std::string clientLog() const { return text(vars->qorClientLog()); }
+
+    bool waitForEngineLog(const std::string &part) const {
+        return waitUntil([&] { return engineLog().find(part) != std::string::npos; });
+    }
+    bool waitForClientLog(const std::string &part) const {
+        return waitUntil([&] { return clientLog().find(part) != std::string::npos; });
+    }
+
+    /// Lets the port wait run out, in steps that its probes can follow.
+    bool letThePortWaitRunOut() const {
+        return waitUntil([&] {
+            if (time->sleeping() > 0)
+                time->advance(std::chrono::milliseconds(250));
+            return clientLog().find("did not open") != std::string::npos;
+        });
+    }
+};
+
+}  // namespace ferrolt

@@ -1,0 +1,161 @@
+#include "Misbehaviours.h"
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <thread>
+
+#include <unistd.h>
+
+namespace {
+
+long long number(const Words &arguments, std::size_t index, long long otherwise) {
+    return index < arguments.size() ? std::stoll(arguments[index]) : otherwise;
+}
+
+std::string text(const Words &arguments, std::size_t index) {
+    return index < arguments.size() ? arguments[index] : std::string();
+}
+
+void pauseFor(long long milliseconds) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+}
+
+int waitForEver() {
+    say("ready\n");
+    for (;;)
+        pause();
+}
+
+std::string bytesOf(const std::string &hex) {
+    std::string bytes;
+    for (std::size_t i = 0; i + 1 < hex.size(); i += 2)
+        bytes += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
+    return bytes;
+}
+
+/// Each block names its number at its start, so that a reader can tell which ones it has.
+int flood(long long blocks, std::size_t size) {
+    std::string block(size, 'x');
+    for (std::size_t i = 99; i < size; i += 100)
+        block[i] = '\n';
+    for (long long i = 0; blocks < 0 || i < blocks; ++i) {
+        const std::string head = "block " + std::to_string(i) + '\n';
+        say(block.replace(0, head.size(), head));
+    }
+    return 0;
+}
+
+int leaveGrandchild(const std::string &then) {
+    const pid_t grandchild = fork();
+    if (grandchild == 0) {
+        for (;;)
+            pause();
+    }
+    say("grandchild=" + std::to_string(grandchild) + '\n');
+    return then == "exit" ? 0 : waitForEver();
+}
+
+int die(int signal) {
+    raise(signal);
+    return 65;  // the signal was no deadly one
+}
+
+}  // namespace
+
+void say(const std::string &bytes) {
+    for (std::size_t at = 0; at < bytes.size();) {
+        const ssize_t count = write(STDOUT_FILENO, bytes.data() + at, bytes.size() - at);
+        if (count < 0)
+            _exit(66);
+        at += static_cast<std::size_t>(count);
+    }
+}
+
+const std::vector<Misbehaviour> &misbehaviours() {
+    using W = const Words &;
+    static const std::vector<Misbehaviour> all{
+        {"wait", "says \"ready\" and waits to be ended", [](W, W) { return waitForEver(); }},
+        {"silent", "writes nothing and waits to be ended",
+         [](W, W) -> int {
+             for (;;)
+                 pause();
+         }},
+        {"exit CODE", "ends at once", [](W a, W) { return static_cast<int>(number(a, 0, 0)); }},
+        {"line-exit CODE TEXT", "writes the text as a line, then ends",
+         [](W a, W) {
+             say(text(a, 1) + '\n');
+             return static_cast<int>(number(a, 0, 0));
+         }},
+        {"delay-exit MILLISECONDS CODE", "says \"ready\" and ends after the delay",
+         [](W a, W) {
+             say("ready\n");
+             pauseFor(number(a, 0, 0));
+             return static_cast<int>(number(a, 1, 0));
+         }},
+        {"signal NUMBER", "dies by the signal",
+         [](W a, W) { return die(static_cast<int>(number(a, 0, SIGKILL))); }},
+        {"ignore-term", "ignores the terminate request",
+         [](W, W) {
+             std::signal(SIGTERM, SIG_IGN);
+             return waitForEver();
+         }},
+        {"slow-term MILLISECONDS", "says \"ending\" at the terminate request and dies of it after the delay",
+         [](W a, W) {
+             sigset_t request;
+             sigemptyset(&request);
+             sigaddset(&request, SIGTERM);
+             sigprocmask(SIG_BLOCK, &request, nullptr);
+             say("ready\n");
+             int signal = 0;
+             sigwait(&request, &signal);
+             say("ending\n");
+             pauseFor(number(a, 0, 0));
+             sigprocmask(SIG_UNBLOCK, &request, nullptr);
+             return die(SIGTERM);
+         }},
+        {"flood [BLOCKS [BYTES]]", "writes that many blocks (64 KiB each), or without end",
+         [](W a, W) { return flood(number(a, 0, -1), static_cast<std::size_t>(number(a, 1, 65536))); }},
+        {"chatter WRITES BYTES PER-SECOND", "writes small pieces at a rate, then waits",
+         [](W a, W) {
+             const auto begin = std::chrono::steady_clock::now();
+             const std::string piece(static_cast<std::size_t>(number(a, 1, 100)) - 1, 'c');
+             for (long long i = 0; i < number(a, 0, 1000); ++i) {
+                 say(piece + '\n');
+                 std::this_thread::sleep_until(begin + std::chrono::nanoseconds(1'000'000'000) * (i + 1) /
+                                                           number(a, 2, 1000));
+             }
+             return waitForEver();
+         }},
+        {"bytes HEX...", "writes the bytes of each argument in a write of its own, 100 ms apart, then waits",
+         [](W a, W) -> int {
+             for (const std::string &hex : a) {
+                 say(bytesOf(hex));
+                 pauseFor(100);
+             }
+             for (;;)
+                 pause();
+         }},
+        {"close-output", "says \"closing\", closes its output and runs on",
+         [](W, W) -> int {
+             say("closing\n");
+             close(STDOUT_FILENO);
+             close(STDERR_FILENO);
+             for (;;)
+                 pause();
+         }},
+        {"grandchild exit|wait", "leaves a grandchild on the pipe, then ends or waits",
+         [](W a, W) { return leaveGrandchild(text(a, 0)); }},
+        {"facts", "tells what it was given",
+         [](W, W commandLine) {
+             say(factsAboutThisProcess(commandLine));
+             return 0;
+         }},
+        {"facts-wait", "tells what it was given, then waits",
+         [](W, W commandLine) {
+             say(factsAboutThisProcess(commandLine));
+             return waitForEver();
+         }},
+    };
+    return all;
+}
