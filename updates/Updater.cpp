@@ -1,10 +1,10 @@
 #include "Updater.h"
 
-#include <utility>
-
 #include "DeployConfig.h"
 #include "HttpSession.h"
 #include "MainQueue.h"
+
+#include <utility>
 
 namespace ferrolt {
 

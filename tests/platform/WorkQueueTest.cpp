@@ -1,3 +1,4 @@
+#include "Waiting.h"
 #include "WorkQueue.h"
 
 #include <QDir>

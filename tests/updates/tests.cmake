@@ -1,0 +1,4 @@
+ferrolt_test(updates DeployConfigTest LINKS ferrolt_updates)
+ferrolt_test(updates MetalinkHazardsTest LINKS ferrolt_updates ferrolt_test_server TIMEOUT 600)
+ferrolt_test(updates MetalinkTest LINKS ferrolt_updates)
+ferrolt_test(updates UpdaterTest LINKS ferrolt_updates ferrolt_test_server)
