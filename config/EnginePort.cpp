@@ -18,8 +18,7 @@ constexpr std::int64_t defaultEnginePort = 9877;
 
 /// A decimal number above zero with an optional sign, and nothing beside it.
 std::optional<std::int64_t> positiveNumber(std::string_view text) {
-    // from_chars knows the other sign, though not this one. A number with both comes out negative, so
-    // unusable.
+    // from_chars knows the other sign, though not this one. With both the number is negative, so unusable.
     if (text.starts_with('+'))
         text.remove_prefix(1);
     std::int64_t number = 0;

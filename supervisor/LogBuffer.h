@@ -31,6 +31,14 @@ class LogBuffer {
     /// One past the sequence number of the newest element; the number of elements ever appended.
     std::uint64_t endSequence() const { return first + elements.size(); }
 
+    /// Whether the element with this sequence number is there: neither dropped nor yet to come.
+    bool holds(std::uint64_t sequence) const { return sequence >= first && sequence < endSequence(); }
+
+    /// The element with this sequence number, which the buffer must hold.
+    const LogElement &bySequence(std::uint64_t sequence) const {
+        return elements[static_cast<std::size_t>(sequence - first)];
+    }
+
     /// All elements together, in bytes.
     std::size_t byteCount() const { return bytes; }
 
@@ -55,6 +63,9 @@ class LogBuffer {
             text.append(element);
         return text;
     }
+
+    /// All elements as they are now. They share their bytes with the buffer's, so this costs no copy of the text.
+    std::vector<LogElement> snapshot() const { return {elements.begin(), elements.end()}; }
 
   private:
     std::deque<LogElement> elements;

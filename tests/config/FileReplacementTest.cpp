@@ -26,6 +26,7 @@ class FileReplacementTest : public QObject {
     void anOpenFileKeepsItsOldContents();
     void aHardLinkKeepsTheOldContents();
     void aChainOfLinksLeadsToTheFileThatIsReplaced();
+    void aRelativeLinkInAFolderThatIsALinkLeadsFromWhereItStands();
     void aLinkToNowhereGetsItsTarget();
     void aLinkIntoAMissingFolderFails();
     void aCircleOfLinksFails();
@@ -79,6 +80,16 @@ void FileReplacementTest::aChainOfLinksLeadsToTheFileThatIsReplaced() {
     QVERIFY(fs::is_symlink(home->path() / "deep/relative"));
     QVERIFY(fs::is_symlink(home->path() / "absolute"));
     QVERIFY(fs::is_symlink(path()));
+}
+
+void FileReplacementTest::aRelativeLinkInAFolderThatIsALinkLeadsFromWhereItStands() {
+    ClientHome::write(home->path() / "real/beside/target", "old");
+    fs::create_directory(home->path() / "real/folder");
+    fs::create_symlink("../beside/target", home->path() / "real/folder/link");
+    fs::create_directory_symlink("real/folder", home->path() / "linked");
+    QVERIFY(replaceFile(home->path() / "linked/link", "new"));
+    QCOMPARE(ClientHome::read(home->path() / "real/beside/target"), QByteArray("new"));
+    QVERIFY(fs::is_symlink(home->path() / "real/folder/link"));
 }
 
 void FileReplacementTest::aLinkToNowhereGetsItsTarget() {

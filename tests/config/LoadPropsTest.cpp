@@ -195,7 +195,7 @@ void LoadPropsTest::fiftyMegabytesAreSearchedQuickly() {
     timer.start();
     QCOMPARE(LoadProps::MinerEntityName(), QStringLiteral("Acme"));
     qInfo("%lld ms", timer.elapsed());
-    QVERIFY(timer.elapsed() < 10'000);  // a sanitizer's pace included; a quadratic walk would take hours
+    QVERIFY(timer.elapsed() < 60'000);  // on a busy machine, at a sanitizer's pace
 }
 
 void LoadPropsTest::aLineOfTenMegabytesIsReadQuickly_data() {
@@ -219,7 +219,7 @@ void LoadPropsTest::aLineOfTenMegabytesIsReadQuickly() {
     QCOMPARE(LoadProps::MinerEntityName().size(), valueLength);
     QCOMPARE(LoadProps::MinerDisplayName(), QStringLiteral("rig"));
     qInfo("%lld ms", timer.elapsed());
-    QVERIFY(timer.elapsed() < 10'000);
+    QVERIFY(timer.elapsed() < 60'000);  // on a busy machine, at a sanitizer's pace
 }
 
 }  // namespace ferrolt

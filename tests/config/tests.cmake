@@ -1,10 +1,12 @@
 set(config_tests
-    ClientConfigurationTemplateTest ConcurrentReaderTest EnginePortTest FileReplacementTest LauncherPrefsModelTest
-    LoadPropsTest MinerIdentityTest PropertiesEntryTest SaveHazardsTest SavePropsTest TextFileTest TextLinesTest)
+    ClientConfigurationTemplateTest ConcurrentReaderTest EnginePortTest FileReplacementTest
+    LauncherPrefsModelTest LoadPropsTest MinerIdentityTest PropertiesEntryTest SaveHazardsTest SavePropsTest
+    TextFileTest TextLinesTest)
 if(NOT APPLE)
     # One mounts a file system for a single process, the other watches for the opening of a file.
     list(APPEND config_tests FullDiskTest UnopenedPipeTest)
 endif()
 foreach(test ${config_tests})
-    ferrolt_test(config ${test} LINKS ferrolt_config)
+    # Files of 50 MB at a sanitizer's pace on a busy machine.
+    ferrolt_test(config ${test} LINKS ferrolt_config TIMEOUT 300)
 endforeach()

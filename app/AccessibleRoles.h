@@ -1,0 +1,9 @@
+#pragma once
+
+namespace ferrolt {
+
+/// Tells screen readers what the widgets drawn by ourselves are: a sidebar entry is an item of a list that
+/// can be pressed, a status row is text. Once is enough; more do no harm. Main thread.
+void installAccessibleRoles();
+
+}  // namespace ferrolt

@@ -1,0 +1,20 @@
+#include "Card.h"
+
+#include "Drawing.h"
+#include "Theme.h"
+
+#include <QPainter>
+
+namespace ferrolt {
+namespace {
+
+constexpr qreal cornerRadius = 8;
+
+}  // namespace
+
+void Card::paintEvent(QPaintEvent *) {
+    QPainter painter(this);
+    Drawing::fillRounded(painter, rect(), cornerRadius, Theme::controlBackground(palette()));
+}
+
+}  // namespace ferrolt

@@ -1,0 +1,91 @@
+#include "ContentView.h"
+
+#include "AccessibleRoles.h"
+#include "AppVars.h"
+#include "ChangeFollower.h"
+#include "HomeLogView.h"
+#include "LauncherPrefs.h"
+#include "PaneSplitter.h"
+#include "Sidebar.h"
+
+#include <QStackedWidget>
+#include <QVBoxLayout>
+
+#include <algorithm>
+#include <utility>
+
+namespace ferrolt {
+
+ContentView::ContentView(std::shared_ptr<AppVars> appVars, std::shared_ptr<TimeSource> time,
+                         std::shared_ptr<Clipboard> clipboard, QWidget *parent)
+    : QWidget(parent), _appVars(std::move(appVars)), time(std::move(time)) {
+    if (!_appVars || !this->time || !clipboard)
+        qFatal("The main window was built without the launcher state that it shows.");
+    installAccessibleRoles();
+    setMinimumSize(minimumWidth, minimumHeight);
+
+    column = new Sidebar;
+    home = new HomeLogView(_appVars, this->time, std::move(clipboard));
+    detail = new QStackedWidget;
+    detail->addWidget(home);
+
+    columns = new PaneSplitter(Qt::Horizontal, QStringLiteral("Sidebar width"));
+    // The sidebar draws the line that divides the columns.
+    columns->setHandleWidth(0);
+    columns->addWidget(column);
+    columns->addWidget(detail);
+    columns->setStretchFactor(0, 0);
+    columns->setStretchFactor(1, 1);
+    setSidebarWidth(Sidebar::idealColumnWidth);
+
+    auto *whole = new QVBoxLayout(this);
+    whole->setContentsMargins(0, 0, 0, 0);
+    whole->addWidget(columns);
+
+    connect(column, &Sidebar::tabChosen, this, [this](const QString &tab) { _appVars->selectTab(tab); });
+    auto *follower = new ChangeFollower(this, [this] { refresh(); });
+    connect(_appVars.get(), &AppVars::objectWillChange, follower, &ChangeFollower::changeAnnounced);
+    refresh();
+}
+
+int ContentView::sidebarWidth() const {
+    return columns->sizes().constFirst();
+}
+
+void ContentView::setSidebarWidth(int width) {
+    const int bounded = std::clamp(width, Sidebar::minimumColumnWidth, Sidebar::maximumColumnWidth);
+    // Before the first layout the splitter shares out whatever sum it is given.
+    const int whole = std::max(columns->width(), minimumWidth);
+    columns->setSizes({bounded, whole - bounded});
+}
+
+double ContentView::upperLogShare() const {
+    return home->upperShare();
+}
+
+void ContentView::setUpperLogShare(double share) {
+    home->setUpperShare(share);
+}
+
+void ContentView::refresh() {
+    column->showSelectedTab(_appVars->_selectedTab);
+    column->showStatus(_appVars->_isLumRunning, _appVars->_isQorClientRunning);
+    detail->setCurrentWidget(page(_appVars->_selectedTab.get().value_or(AppVars::homeTab)));
+}
+
+/// The form is built when it is first asked for: most starts never show it.
+QWidget *ContentView::page(const QString &tab) {
+    if (tab != AppVars::settingsTab)
+        return home;
+    if (!prefs) {
+        const auto startServices = [weakVars = std::weak_ptr(_appVars)] {
+            if (const auto vars = weakVars.lock())
+                vars->startServices();
+        };
+        prefs = new LauncherPrefs(startServices, time);
+        detail->addWidget(prefs);
+    }
+    return prefs;
+}
+
+}  // namespace ferrolt

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QWidget>
+
+class QLabel;
+class QLineEdit;
+class QToolButton;
+
+namespace ferrolt {
+
+/// The row of controls above a log with which a text is looked for. Only asks; what is found is shown
+/// elsewhere.
+class FindBar : public QWidget {
+    Q_OBJECT
+
+  public:
+    explicit FindBar(QWidget *parent = nullptr);
+
+    QString text() const;
+    /// Puts the cursor into the field, everything in it selected.
+    void focusField();
+    /// What came of the search, in words.
+    void setResult(const QString &words);
+
+  Q_SIGNALS:
+    void textChanged(const QString &text);
+    void nextWanted();
+    void previousWanted();
+    void closeWanted();
+
+  protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+    void paintEvent(QPaintEvent *event) override;
+
+  private:
+    QLineEdit *const field;
+    QLabel *const result;
+    QToolButton *const previous;
+    QToolButton *const next;
+};
+
+}  // namespace ferrolt

@@ -1,0 +1,75 @@
+#include "HomeLogView.h"
+
+#include "AppVars.h"
+#include "ChangeFollower.h"
+#include "LogConsoleView.h"
+#include "PaneSplitter.h"
+
+#include <QVBoxLayout>
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace ferrolt {
+namespace {
+
+constexpr int dividerHeight = 6;
+constexpr int leastConsoleWidth = 300;
+constexpr int leastConsoleHeight = 150;
+
+}  // namespace
+
+HomeLogView::HomeLogView(std::shared_ptr<AppVars> appVars, std::shared_ptr<TimeSource> time,
+                         std::shared_ptr<Clipboard> clipboard, QWidget *parent)
+    : QWidget(parent), _appVars(std::move(appVars)), time(std::move(time)), clipboard(std::move(clipboard)) {
+    if (!_appVars || !this->time || !this->clipboard)
+        qFatal("The logs were built without the launcher state that they show.");
+    lumora = new LogConsoleView(QStringLiteral("Lumora Core Engine"), _appVars->lumoraLog(),
+                                QStringLiteral("lumBottom"), *this->clipboard, *this->time);
+    qorClient = new LogConsoleView(QStringLiteral("Qor Client"), _appVars->qorClientLog(),
+                                   QStringLiteral("qorBottom"), *this->clipboard, *this->time);
+    panes = new PaneSplitter(Qt::Vertical, QStringLiteral("Log heights"));
+    panes->setHandleWidth(dividerHeight);
+    for (LogConsoleView *console : {lumora, qorClient}) {
+        console->setMinimumSize(leastConsoleWidth, leastConsoleHeight);
+        panes->addWidget(console);
+    }
+    auto *whole = new QVBoxLayout(this);
+    whole->setContentsMargins(0, 0, 0, 0);
+    whole->addWidget(panes);
+    // The window's background lies behind the whole, and shows where the panes leave it.
+    setAutoFillBackground(true);
+    setUpperShare(0.5);
+
+    auto *follower = new ChangeFollower(this, [this] { refresh(); });
+    connect(_appVars.get(), &AppVars::objectWillChange, follower, &ChangeFollower::changeAnnounced);
+    connect(_appVars.get(), &AppVars::objectWillChange, lumora, &LogConsoleView::logChanged);
+    connect(_appVars.get(), &AppVars::objectWillChange, qorClient, &LogConsoleView::logChanged);
+    refresh();
+}
+
+// The consoles refer to what this object holds.
+HomeLogView::~HomeLogView() {
+    delete panes;
+}
+
+double HomeLogView::upperShare() const {
+    const QList<int> heights = panes->sizes();
+    const int whole = heights.constFirst() + heights.constLast();
+    return whole > 0 ? static_cast<double>(heights.constFirst()) / whole : 0.5;
+}
+
+void HomeLogView::setUpperShare(double share) {
+    // Before the first layout the splitter shares out whatever sum it is given.
+    const int whole = std::max(panes->height() - dividerHeight, 2 * leastConsoleHeight);
+    const int upper = static_cast<int>(std::lround(whole * std::clamp(share, 0.0, 1.0)));
+    panes->setSizes({upper, whole - upper});
+}
+
+void HomeLogView::refresh() {
+    lumora->setRunning(_appVars->_isLumRunning);
+    qorClient->setRunning(_appVars->_isQorClientRunning);
+}
+
+}  // namespace ferrolt

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <QWidget>
+
+#include <memory>
+
+namespace ferrolt {
+
+class AppVars;
+class Clipboard;
+class LogConsoleView;
+class PaneSplitter;
+class TimeSource;
+
+/// The two live logs, one above the other, with a divider that the user can drag.
+class HomeLogView : public QWidget {
+    Q_OBJECT
+
+  public:
+    /// All three must be there; the program ends otherwise.
+    HomeLogView(std::shared_ptr<AppVars> appVars, std::shared_ptr<TimeSource> time,
+                std::shared_ptr<Clipboard> clipboard, QWidget *parent = nullptr);
+    ~HomeLogView() override;
+
+    LogConsoleView *lumoraConsole() const { return lumora; }
+    LogConsoleView *qorClientConsole() const { return qorClient; }
+
+    /// Which part of the height the upper log has, from 0 to 1. Setting is bound by the logs' least heights.
+    double upperShare() const;
+    void setUpperShare(double share);
+
+  private:
+    void refresh();
+
+    std::shared_ptr<AppVars> _appVars;
+    std::shared_ptr<TimeSource> time;
+    std::shared_ptr<Clipboard> clipboard;
+    PaneSplitter *panes;
+    LogConsoleView *lumora;
+    LogConsoleView *qorClient;
+};
+
+}  // namespace ferrolt

@@ -1,0 +1,141 @@
+#include "LauncherPrefs.h"
+
+#include "Card.h"
+#include "ChangeFollower.h"
+#include "ProminentButton.h"
+#include "StatusLine.h"
+#include "SymbolView.h"
+#include "TextField.h"
+#include "Theme.h"
+#include "ThemedLabel.h"
+
+#include <QHBoxLayout>
+#include <QScrollArea>
+#include <QShowEvent>
+#include <QVBoxLayout>
+
+#include <utility>
+
+namespace ferrolt {
+namespace {
+
+constexpr int groupSpacing = 20;
+constexpr int rowSpacing = 12;
+constexpr int titlePadding = 4;
+constexpr int symbolFrameWidth = 20;
+
+QVBoxLayout *makeStack(QWidget *owner, int spacing, int margin) {
+    auto *stack = new QVBoxLayout(owner);
+    stack->setSpacing(spacing);
+    stack->setContentsMargins(margin, margin, margin, margin);
+    return stack;
+}
+
+void addRow(QVBoxLayout *rows, Symbol symbol, TextField *field) {
+    auto *row = new QHBoxLayout;
+    row->setSpacing(Theme::spacing);
+    row->addWidget(new SymbolView(symbol, Theme::body, Theme::secondaryText, symbolFrameWidth));
+    row->addWidget(field);
+    rows->addLayout(row);
+}
+
+}  // namespace
+
+LauncherPrefs::LauncherPrefs(std::function<void()> startServices, std::shared_ptr<TimeSource> time,
+                             QWidget *parent)
+    : QWidget(parent),
+      model(std::move(startServices), std::move(time)),
+      follower(new ChangeFollower(this, [this] { refresh(); })) {
+    auto *content = new QWidget;
+    QVBoxLayout *groups = makeStack(content, groupSpacing, Theme::padding);
+    groups->addWidget(makeIdentityGroup());
+    groups->addWidget(makeApplyGroup());
+    groups->addStretch();
+
+    auto *scrollArea = new QScrollArea(this);
+    scrollArea->setFrameShape(QFrame::NoFrame);
+    scrollArea->setWidgetResizable(true);
+    // The controls inside take the keyboard, and are scrolled into view as they do.
+    scrollArea->setFocusPolicy(Qt::NoFocus);
+    scrollArea->setWidget(content);
+    makeStack(this, 0, 0)->addWidget(scrollArea);
+
+    connect(&model, &LauncherPrefsModel::objectWillChange, follower, &ChangeFollower::changeAnnounced);
+    refresh();
+}
+
+QWidget *LauncherPrefs::makeIdentityGroup() {
+    auto *group = new QWidget;
+    QVBoxLayout *stack = makeStack(group, rowSpacing, 0);
+    auto *title =
+        new ThemedLabel(QStringLiteral("Miner Client Registration"), Theme::headline, Theme::primaryText);
+    title->setContentsMargins(0, 0, 0, titlePadding);
+    title->setWordWrap(true);
+    stack->addWidget(title);
+
+    email = makeField(QStringLiteral("E-Mail Address"), &LauncherPrefsModel::setEmail);
+    entity = makeField(QStringLiteral("User / Company Name"), &LauncherPrefsModel::setEntity);
+    displayName =
+        makeField(QStringLiteral("Machine Display Name (Optional)"), &LauncherPrefsModel::setDisplayName);
+    auto *card = new Card;
+    QVBoxLayout *rows = makeStack(card, rowSpacing, Theme::padding);
+    addRow(rows, Symbol::Envelope, email);
+    addRow(rows, Symbol::Person, entity);
+    addRow(rows, Symbol::Desktop, displayName);
+    stack->addWidget(card);
+    return group;
+}
+
+QWidget *LauncherPrefs::makeApplyGroup() {
+    auto *card = new Card;
+    QVBoxLayout *stack = makeStack(card, rowSpacing, Theme::padding);
+    auto *apply = new ProminentButton(Symbol::Paperplane, QStringLiteral("Save & Apply Configuration"));
+    connect(apply, &ProminentButton::clicked, this, [this] { model.saveAndApply(); });
+    stack->addWidget(apply);
+    success = new StatusLine(Symbol::CheckmarkCircle, QStringLiteral("Settings applied successfully!"),
+                             Theme::subheadline, Theme::green);
+    stack->addWidget(success);
+    missingCredentials = new StatusLine(
+        Symbol::InfoCircle, QStringLiteral("Note: Missing required E-Mail and User/Company credentials."),
+        Theme::caption, Theme::secondaryText);
+    stack->addWidget(missingCredentials);
+    return card;
+}
+
+TextField *LauncherPrefs::makeField(const QString &placeholder,
+                                    void (LauncherPrefsModel::*store)(const QString &)) {
+    auto *field = new TextField(placeholder);
+    // Not only what is typed: a screen reader sets the whole text.
+    connect(field, &QLineEdit::textChanged, this, [this, store](const QString &text) {
+        if (!isShowingModel)
+            (model.*store)(text);
+    });
+    return field;
+}
+
+void LauncherPrefs::showEvent(QShowEvent *event) {
+    QWidget::showEvent(event);
+    // A window that comes back from the dock or from another desktop never went away.
+    if (event->spontaneous())
+        return;
+    model.load();
+    refresh();
+}
+
+void LauncherPrefs::refresh() {
+    isShowingModel = true;
+    const auto show = [](TextField *field, const QString &text) {
+        if (field->text() != text)
+            field->setText(text);
+    };
+    show(email, model._email);
+    show(entity, model._entity);
+    show(displayName, model._displayName);
+    isShowingModel = false;
+
+    const LauncherPrefsModel::StatusLine line = model.statusLine();
+    success->setVisible(line == LauncherPrefsModel::StatusLine::Success);
+    missingCredentials->setVisible(line == LauncherPrefsModel::StatusLine::MissingCredentials);
+}
+
+}  // namespace ferrolt

@@ -1,0 +1,239 @@
+#include "LogAccessible.h"
+
+#include "LogText.h"
+#include "LogTextArea.h"
+#include "StatusBadge.h"
+#include "Utf16Index.h"
+
+#include <QAccessible>
+#include <QAccessibleWidget>
+
+#include <algorithm>
+
+namespace ferrolt {
+namespace {
+
+/// What arrives in one refresh is read out up to this much; more is only announced as a change of what is
+/// shown.
+constexpr std::size_t bytesReadOut = 8 * 1024;
+
+class LogTextInterface final : public QAccessibleWidget, public QAccessibleTextInterface {
+  public:
+    explicit LogTextInterface(LogTextArea *area)
+        : QAccessibleWidget(area, QAccessible::EditableText), log(area->buffer()), index(log) {}
+
+    void *interface_cast(QAccessible::InterfaceType type) override {
+        if (type == QAccessible::TextInterface)
+            return static_cast<QAccessibleTextInterface *>(this);
+        return QAccessibleWidget::interface_cast(type);
+    }
+
+    QAccessible::State state() const override {
+        QAccessible::State state = QAccessibleWidget::state();
+        state.readOnly = true;
+        state.multiLine = true;
+        state.selectableText = true;
+        return state;
+    }
+
+    // Scroll bars and marker are how the text is shown, not what it says.
+    int childCount() const override { return 0; }
+    QAccessibleInterface *child(int) const override { return nullptr; }
+    int indexOfChild(const QAccessibleInterface *) const override { return -1; }
+    QAccessibleInterface *childAt(int, int) const override { return nullptr; }
+
+    int characterCount() const override { return index.size(); }
+
+    QString text(int start, int end) const override {
+        return log.isEmpty() ? QString() : textOf({index.positionAt(start), index.positionAt(end)});
+    }
+    using QAccessibleWidget::text;
+
+    int cursorPosition() const override { return index.unitsBefore(area()->selection().caret()); }
+    void setCursorPosition(int position) override {
+        if (!log.isEmpty())
+            area()->moveCaret(index.positionAt(position));
+    }
+
+    int selectionCount() const override { return area()->hasSelection() ? 1 : 0; }
+    void selection(int number, int *start, int *end) const override {
+        const bool there = number == 0 && area()->hasSelection();
+        *start = there ? index.unitsBefore(area()->selection().span().begin) : 0;
+        *end = there ? index.unitsBefore(area()->selection().span().end) : 0;
+    }
+    void addSelection(int start, int end) override { setSelection(0, start, end); }
+    void removeSelection(int number) override {
+        if (number == 0)
+            setCursorPosition(cursorPosition());
+    }
+    void setSelection(int number, int start, int end) override {
+        if (number == 0 && !log.isEmpty())
+            area()->select(spanBetween(index.positionAt(start), index.positionAt(end)));
+    }
+
+    QRect characterRect(int offset) const override {
+        if (log.isEmpty())
+            return QRect();
+        const QRect box = area()->rectangleOf(index.positionAt(offset)).toAlignedRect();
+        return QRect(area()->viewport()->mapToGlobal(box.topLeft()), box.size());
+    }
+    int offsetAtPoint(const QPoint &point) const override {
+        const auto place = area()->positionAt(area()->viewport()->mapFromGlobal(QPointF(point)));
+        return place ? index.unitsBefore(*place) : -1;
+    }
+    void scrollToSubstring(int start, int) override {
+        if (!log.isEmpty())
+            area()->reveal(index.positionAt(start));
+    }
+
+    QString attributes(int, int *start, int *end) const override {
+        *start = 0;
+        *end = characterCount();
+        return QString();
+    }
+
+    // The interface's own would convert the whole log for each of these.
+    QString textAtOffset(int offset, QAccessible::TextBoundaryType boundary, int *start,
+                         int *end) const override {
+        return log.isEmpty() ? nothing(start, end)
+                             : given(unitAt(index.positionAt(offset), boundary), start, end);
+    }
+    QString textBeforeOffset(int offset, QAccessible::TextBoundaryType boundary, int *start,
+                             int *end) const override {
+        if (log.isEmpty())
+            return nothing(start, end);
+        const LogPosition begin = unitAt(index.positionAt(offset), boundary).begin;
+        return begin == LogText::begin(log)
+                   ? nothing(start, end)
+                   : given(unitAt(LogText::previousCharacter(log, begin), boundary), start, end);
+    }
+    QString textAfterOffset(int offset, QAccessible::TextBoundaryType boundary, int *start,
+                            int *end) const override {
+        if (log.isEmpty())
+            return nothing(start, end);
+        const LogPosition after = unitAt(index.positionAt(offset), boundary).end;
+        return after >= LogText::end(log) ? nothing(start, end) : given(unitAt(after, boundary), start, end);
+    }
+
+  private:
+    LogTextArea *area() const { return static_cast<LogTextArea *>(widget()); }
+
+    QString textOf(LogSpan span) const {
+        QByteArray joined;
+        for (const QByteArray &piece : LogText::pieces(log, span))
+            joined += piece;
+        return QString::fromUtf8(joined);
+    }
+
+    static QString nothing(int *start, int *end) {
+        *start = *end = -1;
+        return QString();
+    }
+
+    QString given(LogSpan span, int *start, int *end) const {
+        *start = index.unitsBefore(span.begin);
+        *end = index.unitsBefore(span.end);
+        return textOf(span);
+    }
+
+    LogSpan unitAt(LogPosition place, QAccessible::TextBoundaryType boundary) const {
+        const auto size = static_cast<std::size_t>(log.bySequence(place.sequence).size());
+        if (count(place.offset) >= size && log.holds(place.sequence + 1))
+            place = {place.sequence + 1, ByteOffset{0}};
+        switch (boundary) {
+            case QAccessible::CharBoundary:
+                return {place, LogText::nextCharacter(log, place)};
+            case QAccessible::WordBoundary:
+                return LogText::wordAt(log, place);
+            case QAccessible::LineBoundary:
+                return area()->rowAt(place);
+            case QAccessible::SentenceBoundary:
+            case QAccessible::ParagraphBoundary:
+                return LogText::lineAt(log, place);
+            case QAccessible::NoBoundary:
+                break;
+        }
+        return LogText::whole(log);
+    }
+
+    const LogBuffer &log;
+    mutable Utf16Index index;
+};
+
+/// Tells screen readers what happens in an area.
+class Announcer : public QObject {
+  public:
+    explicit Announcer(LogTextArea &area) : QObject(&area), area(area), index(area.buffer()) {
+        connect(&area, &LogTextArea::refreshed, this, &Announcer::announceText);
+        connect(&area, &LogTextArea::caretMoved, this, [this] {
+            if (QAccessible::isActive())
+                announceCaret();
+        });
+        connect(&area, &LogTextArea::selectionChanged, this, [this] {
+            if (QAccessible::isActive())
+                announceSelection();
+        });
+    }
+
+  private:
+    void announceText() {
+        const LogBuffer &log = area.buffer();
+        const std::uint64_t from = std::max(known, log.firstSequence());
+        known = log.endSequence();
+        if (!QAccessible::isActive() || from == known)
+            return;
+        std::size_t bytes = 0;
+        for (std::uint64_t i = from; i < known && bytes <= bytesReadOut; ++i)
+            bytes += static_cast<std::size_t>(log.bySequence(i).size());
+        if (bytes > bytesReadOut) {
+            QAccessibleEvent event(&area, QAccessible::VisibleDataChanged);
+            QAccessible::updateAccessibility(&event);
+            return;
+        }
+        QByteArray text;
+        for (std::uint64_t i = from; i < known; ++i)
+            text += log.bySequence(i);
+        QAccessibleTextInsertEvent event(&area, index.unitsBefore({from, ByteOffset{0}}),
+                                         QString::fromUtf8(text));
+        QAccessible::updateAccessibility(&event);
+    }
+
+    void announceCaret() {
+        QAccessibleTextCursorEvent event(&area, index.unitsBefore(area.selection().caret()));
+        QAccessible::updateAccessibility(&event);
+    }
+
+    void announceSelection() {
+        const LogSpan span = area.selection().span();
+        QAccessibleTextSelectionEvent event(&area, index.unitsBefore(span.begin),
+                                            index.unitsBefore(span.end));
+        QAccessible::updateAccessibility(&event);
+    }
+
+    LogTextArea &area;
+    Utf16Index index;
+    std::uint64_t known = 0;
+};
+
+QAccessibleInterface *interfaceFor(const QString &, QObject *object) {
+    if (auto *area = qobject_cast<LogTextArea *>(object))
+        return new LogTextInterface(area);
+    if (auto *badge = qobject_cast<StatusBadge *>(object))
+        return new QAccessibleWidget(badge, QAccessible::StaticText);
+    return nullptr;
+}
+
+}  // namespace
+
+void installConsoleRoles() {
+    [[maybe_unused]] static const bool installed = [] {
+        QAccessible::installFactory(interfaceFor);
+        return true;
+    }();
+}
+
+void announceChanges(LogTextArea &area) {
+    new Announcer(area);
+}
+
+}  // namespace ferrolt

@@ -1,0 +1,152 @@
+#include "LogConsoleView.h"
+
+#include "Drawing.h"
+#include "FindBar.h"
+#include "LogSearch.h"
+#include "LogTextArea.h"
+#include "SymbolButton.h"
+#include "Theme.h"
+
+#include <QEvent>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPainter>
+#include <QPointer>
+#include <QShortcut>
+#include <QVBoxLayout>
+
+namespace ferrolt {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr QSize smallest(300, 150);
+constexpr int headerPaddingAlong = 10;
+constexpr auto confirmationTime = 1200ms;
+/// The line around the panel lies inside its bounds, and so does one between header and log.
+constexpr int line = 1;
+
+}  // namespace
+
+LogConsoleView::LogConsoleView(const QString &title, const LogBuffer &lines, const QString &bottomId,
+                               Clipboard &clipboard, TimeSource &time, QWidget *parent)
+    : QWidget(parent),
+      lines(lines),
+      clipboard(clipboard),
+      time(time),
+      header(new QWidget(this)),
+      titleLabel(new QLabel(title, header)),
+      copyButton(
+          new SymbolButton(tr("Copy this log to the clipboard"), Symbol::DocOnDoc, Theme::accent, header)),
+      badge(new StatusBadge(header)),
+      divider(new QWidget(this)),
+      findBar(new FindBar(this)),
+      area(new LogTextArea(lines, bottomId, clipboard, this)),
+      search(new LogSearch(*area, *findBar, this)) {
+    setMinimumSize(smallest);
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
+    titleLabel->setTextFormat(Qt::PlainText);
+    // A title that is too long for its panel is cut before it pushes the badge out of it.
+    titleLabel->setMinimumWidth(1);
+    area->setAccessibleName(title);
+
+    auto *const row = new QHBoxLayout(header);
+    row->setContentsMargins(Theme::padding, headerPaddingAlong, Theme::padding, headerPaddingAlong);
+    row->setSpacing(Theme::spacing);
+    row->addWidget(titleLabel);
+    row->addStretch();
+    row->addWidget(copyButton);
+    row->addWidget(badge);
+
+    divider->setFixedHeight(line);
+
+    auto *const stack = new QVBoxLayout(this);
+    stack->setContentsMargins(line, line, line, line);
+    stack->setSpacing(0);
+    stack->addWidget(header);
+    stack->addWidget(divider);
+    stack->addWidget(findBar);
+    stack->addWidget(area, 1);
+
+    connect(copyButton, &QAbstractButton::clicked, this, &LogConsoleView::copyLog);
+    connect(area, &LogTextArea::refreshed, this, &LogConsoleView::refreshHeader);
+    const auto addShortcut = [this](const QKeySequence &keys, auto act) {
+        auto *const shortcut = new QShortcut(keys, this);
+        shortcut->setContext(Qt::WidgetWithChildrenShortcut);
+        connect(shortcut, &QShortcut::activated, search, act);
+        return shortcut;
+    };
+    addShortcut(QKeySequence::Find, &LogSearch::open);
+    addShortcut(QKeySequence::FindNext, &LogSearch::findNext);
+    addShortcut(QKeySequence::FindPrevious, &LogSearch::findPrevious);
+    QShortcut *const escape = addShortcut(Qt::Key_Escape, &LogSearch::close);
+    escape->setEnabled(false);
+    connect(search, &LogSearch::openChanged, escape, &QShortcut::setEnabled);
+
+    titleLabel->setFont(Theme::headline());
+    refreshHeader();
+}
+
+void LogConsoleView::openFindBar() {
+    search->open();
+}
+
+void LogConsoleView::setRunning(bool isRunning) {
+    badge->setStatus(isRunning ? ServiceStatus::Running : ServiceStatus::Stopped);
+}
+
+void LogConsoleView::logChanged() {
+    area->logChanged();
+}
+
+void LogConsoleView::showEvent(QShowEvent *event) {
+    QWidget::showEvent(event);
+    refreshHeader();
+}
+
+bool LogConsoleView::event(QEvent *event) {
+    if (event->type() == QEvent::ApplicationFontChange)
+        titleLabel->setFont(Theme::headline());
+    return QWidget::event(event);
+}
+
+void LogConsoleView::refreshHeader() {
+    copyButton->setEnabled(!lines.isEmpty());
+}
+
+void LogConsoleView::copyLog() {
+    clipboard.clearContents();
+    // Joined with nothing between them: the entries carry their own line breaks.
+    clipboard.setText(lines.snapshot());
+    setDidCopy(true);
+    // Never cancelled: when the button is pressed again meanwhile, the first of the two turns the icon back.
+    time.callAfter(confirmationTime, [view = QPointer(this)] {
+        if (view)
+            view->setDidCopy(false);
+    });
+}
+
+void LogConsoleView::setDidCopy(bool didCopy) {
+    _didCopy = didCopy;
+    if (_didCopy)
+        copyButton->setSymbol(Symbol::Checkmark, Theme::green);
+    else
+        copyButton->setSymbol(Symbol::DocOnDoc, Theme::accent);
+}
+
+void LogConsoleView::paintEvent(QPaintEvent *) {
+    QPainter painter(this);
+    const QRectF whole(rect());
+    const qreal top = header->geometry().bottom() + 1;
+    painter.fillRect(QRectF(whole.topLeft(), QPointF(whole.right(), top)),
+                     Theme::windowBackground(palette()));
+    painter.fillRect(QRectF(QPointF(whole.left(), top), whole.bottomRight()),
+                     Theme::textBackground(palette()));
+    const QColor separator = Theme::separator(palette());
+    const QRectF across = Drawing::snapped(painter, QRectF(whole.left(), top, whole.width(), line));
+    painter.fillRect(QRectF(across.topLeft(), QSizeF(across.width(), Drawing::borderWidth(painter))),
+                     separator);
+    Drawing::strokeRectangle(painter, whole, separator);
+}
+
+}  // namespace ferrolt

@@ -1,0 +1,102 @@
+#include "LogPainter.h"
+
+#include "LogRowText.h"
+#include "Theme.h"
+
+#include <algorithm>
+
+namespace ferrolt {
+namespace {
+
+struct Bytes {
+    std::uint32_t begin;
+    std::uint32_t end;
+};
+
+/// The part of a row's text that lies in a span, from the row's beginning.
+Bytes within(const LogRow &row, LogSpan span) {
+    const LogPosition first{row.sequence, row.begin};
+    const LogPosition last{row.sequence, row.textEnd};
+    const LogPosition begin = std::clamp(span.begin, first, last);
+    const LogPosition end = std::clamp(span.end, first, last);
+    return {count(begin.offset) - count(row.begin), count(end.offset) - count(row.begin)};
+}
+
+QColor hitColor(const QPalette &palette) {
+    return Theme::isDark(palette) ? QColor(0x6b, 0x59, 0x0c) : QColor(0xff, 0xe8, 0x8c);
+}
+
+QColor currentHitColor() {
+    return QColor(0xff, 0xae, 0x2b);
+}
+
+}  // namespace
+
+void LogPainter::fill(QPainter &painter, const LogViewport::VisibleRow &visible, const LogRowText &text,
+                      LogSpan span, qreal left, const QColor &color) const {
+    const Bytes bytes = within(visible.row, span);
+    for (const auto &[from, to] : text.extents(bytes.begin, bytes.end))
+        painter.fillRect(QRectF(left + from, visible.y, to - from, font.rowHeight()), color);
+}
+
+void LogPainter::fillBeyond(QPainter &painter, const LogViewport::VisibleRow &visible, qreal textWidth,
+                            qreal left, qreal width, const QColor &color) const {
+    const LogRow &row = visible.row;
+    const LogPosition textEnd{row.sequence, row.textEnd};
+    const LogPosition next{row.sequence, row.next};
+    const bool goesOn = row.endsLine() ? selection.end >= next : selection.end > next;
+    if (selection.begin > textEnd || !goesOn)
+        return;
+    painter.fillRect(QRectF(left + textWidth, visible.y, std::max(width - textWidth, 0.0), font.rowHeight()),
+                     color);
+    const auto size = static_cast<std::size_t>(log.bySequence(row.sequence).size());
+    if (row.next == byteOffset(size) && selection.end.sequence > row.sequence)
+        painter.fillRect(QRectF(left, visible.y + font.rowHeight(), width, LogLayout::spacing), color);
+}
+
+void LogPainter::paint(QPainter &painter, const std::vector<LogViewport::VisibleRow> &rows, qreal left,
+                       qreal width) const {
+    const QColor textColor = Theme::primaryText(palette);
+    const QColor selected = selectionIsHit ? currentHitColor() : palette.color(group, QPalette::Highlight);
+    const QColor selectedText =
+        selectionIsHit ? QColor(Qt::black) : palette.color(group, QPalette::HighlightedText);
+    GlyphBatch plain;
+    GlyphBatch highlighted;
+    for (const LogViewport::VisibleRow &visible : rows) {
+        const LogRow &row = visible.row;
+        if (!log.holds(row.sequence))
+            continue;
+        const auto begin = static_cast<qsizetype>(count(row.begin));
+        const auto length = static_cast<qsizetype>(count(row.textEnd)) - begin;
+        const LogRowText text(font, QByteArrayView(log.bySequence(row.sequence)).sliced(begin, length),
+                              width);
+
+        if (hits) {
+            for (const LogSpan &hit : hits(row))
+                fill(painter, visible, text, hit, left, hitColor(palette));
+        }
+        LogRowText::Highlight highlight{0, 0, selectedText};
+        if (!selection.isEmpty()) {
+            fill(painter, visible, text, selection, left, selected);
+            const Bytes bytes = within(row, selection);
+            highlight.begin = bytes.begin;
+            highlight.end = bytes.end;
+            fillBeyond(painter, visible, text.width(), left, width, selected);
+        }
+        text.draw(painter, QPointF(left, visible.y), textColor, highlight, plain, highlighted);
+
+        const LogPosition from{row.sequence, row.begin};
+        const LogPosition to{row.sequence, row.next};
+        const bool isLast =
+            row.next == byteOffset(static_cast<std::size_t>(log.bySequence(row.sequence).size()));
+        if (caret && *caret >= from && (*caret < to || (isLast && *caret == to))) {
+            const auto offset = std::min(count(caret->offset), count(row.textEnd)) - count(row.begin);
+            painter.fillRect(QRectF(left + text.xOf(offset) - 0.5, visible.y, 1.5, font.rowHeight()),
+                             textColor);
+        }
+    }
+    plain.draw(painter, font.rawFont(), textColor);
+    highlighted.draw(painter, font.rawFont(), selectedText);
+}
+
+}  // namespace ferrolt

@@ -1,0 +1,186 @@
+#include "LogText.h"
+
+#include "Utf8.h"
+
+#include <QTextBoundaryFinder>
+
+#include <algorithm>
+
+namespace ferrolt {
+namespace {
+
+/// How much text around a place decides where its character or its word ends, in bytes. A word longer than
+/// that is taken in parts.
+constexpr std::size_t reach = 512;
+
+/// The text around a place in UTF-16, with the way back.
+class Window {
+  public:
+    Window(const LogElement &element, std::size_t at) {
+        const auto size = static_cast<std::size_t>(element.size());
+        begin = utf8Floor(element, at > reach ? at - reach : 0);
+        const std::size_t end = utf8Floor(element, std::min(at + reach, size));
+        bytes = QByteArrayView(element).sliced(static_cast<qsizetype>(begin),
+                                               static_cast<qsizetype>(end - begin));
+        text = QString::fromUtf8(bytes);
+        unit = static_cast<int>(QString::fromUtf8(bytes.first(static_cast<qsizetype>(at - begin))).size());
+    }
+
+    ByteOffset offsetOf(qsizetype units) const {
+        return byteOffset(begin + static_cast<std::size_t>(QStringView(text).first(units).toUtf8().size()));
+    }
+
+    QString text;
+    int unit = 0;
+
+  private:
+    QByteArrayView bytes;
+    std::size_t begin = 0;
+};
+
+std::size_t sizeOf(const LogBuffer &log, std::uint64_t sequence) {
+    return static_cast<std::size_t>(log.bySequence(sequence).size());
+}
+
+/// The end of an element is the beginning of the next one.
+LogPosition forward(const LogBuffer &log, LogPosition position) {
+    if (count(position.offset) >= sizeOf(log, position.sequence) && log.holds(position.sequence + 1))
+        return {position.sequence + 1, ByteOffset{0}};
+    return position;
+}
+
+LogPosition backward(const LogBuffer &log, LogPosition position) {
+    if (count(position.offset) == 0 && log.holds(position.sequence - 1) &&
+        position.sequence > log.firstSequence())
+        return {position.sequence - 1, byteOffset(sizeOf(log, position.sequence - 1))};
+    return position;
+}
+
+bool isBlank(QChar c) {
+    return c.isSpace();
+}
+
+}  // namespace
+
+LogPosition LogText::begin(const LogBuffer &log) {
+    return {log.firstSequence(), ByteOffset{0}};
+}
+
+LogPosition LogText::end(const LogBuffer &log) {
+    const std::uint64_t last = log.endSequence() - 1;
+    return {last, byteOffset(sizeOf(log, last))};
+}
+
+LogPosition LogText::clamped(const LogBuffer &log, LogPosition position) {
+    if (position.sequence < log.firstSequence())
+        return begin(log);
+    if (position.sequence >= log.endSequence())
+        return end(log);
+    return {position.sequence, std::min(position.offset, byteOffset(sizeOf(log, position.sequence)))};
+}
+
+LogPosition LogText::nextCharacter(const LogBuffer &log, LogPosition from) {
+    from = forward(log, from);
+    const LogElement &element = log.bySequence(from.sequence);
+    if (count(from.offset) >= static_cast<std::size_t>(element.size()))
+        return from;
+    const Window window(element, count(from.offset));
+    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, window.text);
+    finder.setPosition(window.unit);
+    const qsizetype next = finder.toNextBoundary();
+    return forward(log, {from.sequence, next < 0 ? byteOffset(static_cast<std::size_t>(element.size()))
+                                                 : window.offsetOf(next)});
+}
+
+LogPosition LogText::previousCharacter(const LogBuffer &log, LogPosition from) {
+    from = backward(log, from);
+    if (count(from.offset) == 0)
+        return from;
+    const Window window(log.bySequence(from.sequence), count(from.offset));
+    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, window.text);
+    finder.setPosition(window.unit);
+    const qsizetype previous = finder.toPreviousBoundary();
+    return {from.sequence, previous < 0 ? ByteOffset{0} : window.offsetOf(previous)};
+}
+
+LogPosition LogText::nextWord(const LogBuffer &log, LogPosition from) {
+    from = forward(log, from);
+    const LogElement &element = log.bySequence(from.sequence);
+    if (count(from.offset) >= static_cast<std::size_t>(element.size()))
+        return from;
+    const Window window(element, count(from.offset));
+    QTextBoundaryFinder finder(QTextBoundaryFinder::Word, window.text);
+    finder.setPosition(window.unit);
+    qsizetype at = finder.toNextBoundary();
+    while (at >= 0 && at < window.text.size() && isBlank(window.text[at]))
+        at = finder.toNextBoundary();
+    return forward(log, {from.sequence, window.offsetOf(at < 0 ? window.text.size() : at)});
+}
+
+LogPosition LogText::previousWord(const LogBuffer &log, LogPosition from) {
+    from = backward(log, from);
+    if (count(from.offset) == 0)
+        return from;
+    const Window window(log.bySequence(from.sequence), count(from.offset));
+    QTextBoundaryFinder finder(QTextBoundaryFinder::Word, window.text);
+    finder.setPosition(window.unit);
+    qsizetype at = finder.toPreviousBoundary();
+    while (at > 0 && isBlank(window.text[at]))
+        at = finder.toPreviousBoundary();
+    return {from.sequence, window.offsetOf(std::max<qsizetype>(at, 0))};
+}
+
+LogSpan LogText::wordAt(const LogBuffer &log, LogPosition position) {
+    const LogElement &element = log.bySequence(position.sequence);
+    const LogSpan line = lineAt(log, position);
+    // Past the last character of a line lies its last word.
+    if (position.offset > line.begin.offset &&
+        (count(position.offset) == static_cast<std::size_t>(element.size()) ||
+         element[static_cast<qsizetype>(count(position.offset))] == '\n'))
+        position.offset = byteOffset(utf8Floor(element, count(position.offset) - 1));
+    const Window window(element, count(position.offset));
+    QTextBoundaryFinder finder(QTextBoundaryFinder::Word, window.text);
+    finder.setPosition(window.unit);
+    qsizetype begin = window.unit;
+    if (!finder.isAtBoundary())
+        begin = std::max<qsizetype>(finder.toPreviousBoundary(), 0);
+    finder.setPosition(window.unit);
+    qsizetype end = finder.toNextBoundary();
+    if (end < 0)
+        end = window.text.size();
+    // Spaces are parted one by one otherwise.
+    if (begin < window.text.size() && window.text[begin] == u' ') {
+        while (begin > 0 && window.text[begin - 1] == u' ')
+            --begin;
+        while (end < window.text.size() && window.text[end] == u' ')
+            ++end;
+    }
+    return {{position.sequence, window.offsetOf(begin)}, {position.sequence, window.offsetOf(end)}};
+}
+
+LogSpan LogText::lineAt(const LogBuffer &log, LogPosition position) {
+    const LogElement &element = log.bySequence(position.sequence);
+    auto at = static_cast<qsizetype>(count(position.offset));
+    if (at == element.size() && at > 0 && element[at - 1] == '\n')
+        --at;
+    const qsizetype before = at > 0 ? element.lastIndexOf('\n', at - 1) : -1;
+    const qsizetype feed = element.indexOf('\n', at);
+    const qsizetype end = feed < 0 ? element.size() : feed + 1;
+    return {{position.sequence, byteOffset(static_cast<std::size_t>(before + 1))},
+            {position.sequence, byteOffset(static_cast<std::size_t>(end))}};
+}
+
+std::vector<QByteArray> LogText::pieces(const LogBuffer &log, LogSpan span) {
+    std::vector<QByteArray> found;
+    for (std::uint64_t i = span.begin.sequence; i <= span.end.sequence && log.holds(i); ++i) {
+        const LogElement &element = log.bySequence(i);
+        const auto from = i == span.begin.sequence ? static_cast<qsizetype>(count(span.begin.offset)) : 0;
+        const auto to =
+            i == span.end.sequence ? static_cast<qsizetype>(count(span.end.offset)) : element.size();
+        if (from < to)
+            found.push_back(element.mid(from, to - from));
+    }
+    return found;
+}
+
+}  // namespace ferrolt

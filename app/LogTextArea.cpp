@@ -1,0 +1,315 @@
+#include "LogTextArea.h"
+
+#include "FocusRing.h"
+#include "LogAccessible.h"
+#include "LogText.h"
+#include "Theme.h"
+
+#include <QEvent>
+#include <QPaintEvent>
+#include <QPainter>
+#include <QScreen>
+#include <QScrollBar>
+#include <QTimerEvent>
+#include <QWindow>
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace ferrolt {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr int followMilliseconds = 300;
+/// Counted at once when the log changes, which is everything at an everyday pace.
+constexpr std::size_t bytesCountedAtOnce = 256 * 1024;
+/// Heights that are still estimates are counted once the log has been quiet for a while, in turns short
+/// enough for nobody to notice.
+constexpr int quietMilliseconds = 100;
+constexpr int pauseMilliseconds = 2;
+constexpr auto countingTurn = 4ms;
+/// QScrollBar counts in int, and adds its page to its maximum.
+constexpr qint64 longestBar = 1'000'000'000;
+
+}  // namespace
+
+LogTextArea::LogTextArea(const LogBuffer &log, const QString &bottomId, Clipboard &clipboard, QWidget *parent)
+    : QAbstractScrollArea(parent),
+      log(log),
+      clipboard(clipboard),
+      layout(log),
+      view(layout),
+      selected(log),
+      marker(new QWidget(viewport())) {
+    installConsoleRoles();
+    setFrameStyle(QFrame::NoFrame);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setFocusPolicy(Qt::StrongFocus);
+    viewport()->setAttribute(Qt::WA_OpaquePaintEvent);
+    viewport()->setCursor(Qt::IBeamCursor);
+
+    marker->setObjectName(bottomId);
+    marker->setAttribute(Qt::WA_TransparentForMouseEvents);
+    marker->setAttribute(Qt::WA_NoSystemBackground);
+
+    following.setStartValue(0.0);
+    following.setEndValue(1.0);
+    following.setDuration(followMilliseconds);
+    following.setEasingCurve(QEasingCurve::OutCubic);
+    connect(&following, &QVariantAnimation::valueChanged, this,
+            [this](const QVariant &progress) { follow(progress.toDouble()); });
+    announceChanges(*this);
+}
+
+bool LogTextArea::isOnScreen() const {
+    const QWindow *const shownIn = window()->windowHandle();
+    return isVisible() && !window()->isMinimized() && shownIn != nullptr && shownIn->isExposed();
+}
+
+void LogTextArea::logChanged() {
+    if (!isOnScreen()) {
+        changedUnseen = true;
+        return;
+    }
+    scheduleRefresh();
+}
+
+void LogTextArea::scheduleRefresh() {
+    if (refreshTimer.isActive())
+        return;
+    const qreal rate = screen() != nullptr ? std::max(screen()->refreshRate(), 30.0) : 60.0;
+    const auto interval = static_cast<qint64>(std::ceil(1000 / rate));
+    const qint64 wait =
+        sinceRefresh.isValid() ? std::clamp<qint64>(interval - sinceRefresh.elapsed(), 0, interval) : 0;
+    refreshTimer.start(static_cast<int>(wait), Qt::PreciseTimer, this);
+}
+
+LogViewport::Hold LogTextArea::holdNow() const {
+    return dragging || hasSelection() ? LogViewport::Hold::Text : hold;
+}
+
+void LogTextArea::refresh(CatchUp how) {
+    refreshTimer.stop();
+    sinceRefresh.start();
+    const auto countBefore = layout.endSequence() - layout.firstSequence();
+    if (!layout.isCurrent()) {
+        view.sync(holdNow(), bytesCountedAtOnce);
+        if (selected.sync())
+            Q_EMIT selectionChanged();
+    }
+    if (wasShown && log.size() != countBefore) {
+        if (how == CatchUp::Moving)
+            startFollowing();
+        else
+            jumpToEnd();
+    }
+    showView();
+    if (!layout.isExact())
+        refineTimer.start(quietMilliseconds, Qt::CoarseTimer, this);
+    Q_EMIT refreshed();
+}
+
+void LogTextArea::bringUpToDate() {
+    if (!layout.isCurrent())
+        refresh(std::exchange(changedUnseen, false) ? CatchUp::AtOnce : CatchUp::Moving);
+}
+
+void LogTextArea::showView() {
+    view.settle();
+    updateScrollBar();
+    std::vector<LogViewport::VisibleRow> now = view.visibleRows();
+    if (now != rows) {
+        rows = std::move(now);
+        viewport()->update();
+    }
+    const qint64 top = layout.markerBottom() - LogLayout::markerHeight - view.offset();
+    marker->setGeometry(LogLayout::padding, static_cast<int>(std::clamp<qint64>(top, -1, view.viewHeight())),
+                        std::max(viewport()->width() - 2 * LogLayout::padding, 0), LogLayout::markerHeight);
+}
+
+void LogTextArea::updateScrollBar() {
+    const bool outer = std::exchange(settingBar, true);
+    QScrollBar *const bar = verticalScrollBar();
+    barUnit = view.maximum() / longestBar + 1;
+    bar->setSingleStep(static_cast<int>(std::max<qint64>(layout.rowHeight() / barUnit, 1)));
+    bar->setPageStep(
+        static_cast<int>(std::max<qint64>((view.viewHeight() - layout.rowHeight()) / barUnit, 1)));
+    bar->setRange(0, static_cast<int>(view.maximum() / barUnit));
+    // The bar may just have come or gone, and with it the width and everything that was set in it.
+    bar->setValue(static_cast<int>(view.offset() / barUnit));
+    settingBar = outer;
+}
+
+void LogTextArea::scrollContentsBy(int, int) {
+    if (settingBar)
+        return;
+    const QScrollBar *const bar = verticalScrollBar();
+    scrollByUser(bar->value() == bar->maximum() ? view.maximum() : bar->value() * barUnit);
+}
+
+void LogTextArea::scrollByUser(qint64 offset) {
+    stopFollowing();
+    view.scrollTo(offset);
+    view.settle();
+    hold = view.showsEnd() ? LogViewport::Hold::Offset : LogViewport::Hold::Text;
+    showView();
+}
+
+void LogTextArea::startFollowing() {
+    hold = LogViewport::Hold::Offset;
+    view.settle();
+    followDistance = view.followOffset() - view.offset();
+    if (followDistance == 0) {
+        stopFollowing();
+        return;
+    }
+    // When more arrives on the way, the movement goes on from where it is.
+    following.stop();
+    following.start();
+}
+
+void LogTextArea::stopFollowing() {
+    following.stop();
+}
+
+void LogTextArea::follow(qreal progress) {
+    if (followDistance == 0)
+        return;
+    // Measured from where the end is now: what is counted or dropped on the way does not lead astray.
+    const auto rest = static_cast<qint64>(std::llround(static_cast<double>(followDistance) * (1 - progress)));
+    if (rest == 0)
+        jumpToEnd();
+    else
+        view.scrollTo(view.followOffset() - rest);
+    showView();
+}
+
+void LogTextArea::jumpToEnd() {
+    hold = LogViewport::Hold::Offset;
+    // Counting what comes on screen there moves the end; there are few elements to count.
+    for (int turn = 0; turn < 16 && view.offset() != view.followOffset(); ++turn) {
+        view.scrollTo(view.followOffset());
+        view.settle();
+    }
+}
+
+void LogTextArea::updateGrid() {
+    const QFont wanted = Theme::console();
+    const qreal ratio = devicePixelRatioF();
+    if (!font.isFor(wanted, ratio))
+        font = ConsoleFont(wanted, ratio);
+    const qreal width = viewport()->width() - 2 * LogLayout::padding;
+    view.setHeight(viewport()->height());
+    view.setGrid(std::max(static_cast<int>(width / font.cellWidth()), 1), font.rowHeight());
+    if (!wasShown)
+        return;
+    showView();
+    viewport()->update();
+    if (!layout.isExact() && isVisible())
+        refineTimer.start(quietMilliseconds, Qt::CoarseTimer, this);
+}
+
+void LogTextArea::resizeEvent(QResizeEvent *) {
+    updateGrid();
+}
+
+void LogTextArea::showEvent(QShowEvent *event) {
+    QAbstractScrollArea::showEvent(event);
+    updateGrid();
+    changedUnseen = false;
+    refresh(CatchUp::AtOnce);
+    wasShown = true;
+}
+
+void LogTextArea::hideEvent(QHideEvent *event) {
+    if (following.state() == QAbstractAnimation::Running) {
+        stopFollowing();
+        if (layout.isCurrent())
+            jumpToEnd();
+    }
+    changedUnseen = changedUnseen || refreshTimer.isActive();
+    refreshTimer.stop();
+    refineTimer.stop();
+    dragTimer.stop();
+    dragging = false;
+    QAbstractScrollArea::hideEvent(event);
+}
+
+void LogTextArea::changeEvent(QEvent *event) {
+    QAbstractScrollArea::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange || event->type() == QEvent::ActivationChange)
+        viewport()->update();
+}
+
+bool LogTextArea::event(QEvent *event) {
+    // Copy and Select All are this area's own while it has the focus, whatever menu offers them too.
+    if (event->type() == QEvent::ShortcutOverride) {
+        auto *const key = static_cast<QKeyEvent *>(event);
+        if (key->matches(QKeySequence::Copy) || key->matches(QKeySequence::SelectAll)) {
+            event->accept();
+            return true;
+        }
+    }
+    if (event->type() == QEvent::ApplicationFontChange)
+        updateGrid();
+    return QAbstractScrollArea::event(event);
+}
+
+void LogTextArea::timerEvent(QTimerEvent *event) {
+    if (event->timerId() == refreshTimer.timerId()) {
+        refreshTimer.stop();
+        if (!font.isFor(Theme::console(), devicePixelRatioF()))
+            updateGrid();
+        refresh(std::exchange(changedUnseen, false) ? CatchUp::AtOnce : CatchUp::Moving);
+    } else if (event->timerId() == refineTimer.timerId()) {
+        view.measureFor(countingTurn);
+        showView();
+        if (layout.isExact() || !layout.isCurrent())
+            refineTimer.stop();
+        else
+            refineTimer.start(pauseMilliseconds, Qt::CoarseTimer, this);
+    } else if (event->timerId() == dragTimer.timerId()) {
+        const qreal beyond =
+            dragPoint.y() < 0 ? dragPoint.y() : std::max(dragPoint.y() - viewport()->height(), 0.0);
+        scrollByUser(view.offset() + std::llround(beyond));
+        dragTo(dragPoint);
+    } else {
+        QAbstractScrollArea::timerEvent(event);
+    }
+}
+
+void LogTextArea::paintEvent(QPaintEvent *event) {
+    // What changed while nobody could see it, a move to a screen of another density included.
+    if (changedUnseen || !layout.isCurrent() || !font.isFor(Theme::console(), devicePixelRatioF()))
+        scheduleRefresh();
+
+    QPainter painter(viewport());
+    painter.fillRect(event->rect(), Theme::textBackground(palette()));
+    const bool active = hasFocus() && isActiveWindow();
+    const LogPainter logPainter{
+        .log = log,
+        .font = font,
+        .palette = palette(),
+        .group = active ? QPalette::Active : QPalette::Inactive,
+        .selection = selected.span(),
+        .selectionIsHit = selectionIsHit,
+        .caret = active && caretShown ? std::optional(selected.caret()) : std::nullopt,
+        .hits = hits};
+    logPainter.paint(painter, rows, textLeft(), textWidth());
+    if (active && focusShown)
+        FocusRing::draw(painter, viewport()->rect(), 0, palette());
+}
+
+void LogTextArea::setHits(HitsOfRow hitsOfRow) {
+    hits = std::move(hitsOfRow);
+    viewport()->update();
+}
+
+void LogTextArea::setSelectionIsHit(bool isHit) {
+    selectionIsHit = isHit;
+    viewport()->update();
+}
+
+}  // namespace ferrolt

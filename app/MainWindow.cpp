@@ -1,0 +1,92 @@
+#include "MainWindow.h"
+
+#include "ContentView.h"
+#include "MainMenu.h"
+#include "MenuButton.h"
+#include "Sidebar.h"
+#include "StateFolder.h"
+#include "Symbols.h"
+#include "WindowState.h"
+
+#include <QGuiApplication>
+#include <QMenuBar>
+#include <QScreen>
+#include <QShortcut>
+#include <QShowEvent>
+
+#include <utility>
+
+namespace ferrolt {
+
+MainWindow::MainWindow(std::shared_ptr<AppVars> appVars, std::shared_ptr<TimeSource> time,
+                       std::shared_ptr<Clipboard> clipboard, QString stateFile)
+    : stateFile(std::move(stateFile)),
+      view(new ContentView(std::move(appVars), std::move(time), std::move(clipboard))),
+      menu(new MainMenu(this)) {
+    setWindowTitle(QStringLiteral("Ferrolt Miner Launcher"));
+    setWindowIcon(applicationIcon());
+    setCentralWidget(view);
+    makeMenu();
+    restoreState();
+    connect(qApp, &QCoreApplication::aboutToQuit, this, &MainWindow::saveState);
+}
+
+MainWindow::~MainWindow() = default;
+
+QString MainWindow::defaultStateFile() {
+    return stateFolder() + QStringLiteral("/window.ini");
+}
+
+void MainWindow::makeMenu() {
+    connect(menu, &MainMenu::closeRequested, this, &QWidget::close);
+    connect(menu, &MainMenu::quitRequested, this, &MainWindow::quitRequested);
+
+    // Where the desktop shows menu bars outside of windows, the window's own is shown there; a bar inside
+    // would be a strip for four commands, so there they go behind a button.
+    auto *bar = new QMenuBar(this);
+    if (bar->isNativeMenuBar()) {
+        menu->fill(bar);
+        setMenuBar(bar);
+        return;
+    }
+    delete bar;
+    view->sidebar()->setMenu(menu->compactMenu());
+    auto *openMenu = new QShortcut(QKeySequence(Qt::Key_F10), this);
+    connect(openMenu, &QShortcut::activated, view->sidebar()->menuButton(), &MenuButton::showMenu);
+}
+
+void MainWindow::restoreState() {
+    const WindowState state = WindowState::load(stateFile);
+    QSize size = state.size.expandedTo(view->minimumSize());
+    if (const QScreen *const screen = QGuiApplication::primaryScreen())
+        size = size.boundedTo(screen->availableSize());
+    resize(size);
+    view->resize(size);
+    view->setSidebarWidth(state.sidebarWidth);
+    view->setUpperLogShare(state.upperLogShare);
+    if (state.isMaximized)
+        setWindowState(windowState() | Qt::WindowMaximized);
+}
+
+void MainWindow::saveState() const {
+    WindowState state;
+    state.isMaximized = isMaximized();
+    state.size = isMaximized() ? normalGeometry().size() : size();
+    state.sidebarWidth = view->sidebarWidth();
+    state.upperLogShare = view->upperLogShare();
+    state.save(stateFile);
+}
+
+void MainWindow::showEvent(QShowEvent *event) {
+    QMainWindow::showEvent(event);
+    if (!event->spontaneous())
+        QMetaObject::invokeMethod(this, &MainWindow::contentAppeared, Qt::QueuedConnection);
+}
+
+void MainWindow::hideEvent(QHideEvent *event) {
+    QMainWindow::hideEvent(event);
+    if (!event->spontaneous())
+        saveState();
+}
+
+}  // namespace ferrolt

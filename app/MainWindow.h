@@ -1,0 +1,53 @@
+#pragma once
+
+#include <QMainWindow>
+
+#include <memory>
+
+namespace ferrolt {
+
+class AppVars;
+class Clipboard;
+class ContentView;
+class MainMenu;
+class TimeSource;
+
+/// The one main window. Closing it hides it, and it can be shown again; what becomes of the program then is
+/// up to the owner. Remembers its size and its dividers. Main thread.
+class MainWindow : public QMainWindow {
+    Q_OBJECT
+
+  public:
+    /// Not shown yet. `stateFile` is read here, and written whenever the window goes away; its folder is
+    /// created when needed.
+    MainWindow(std::shared_ptr<AppVars> appVars, std::shared_ptr<TimeSource> time,
+               std::shared_ptr<Clipboard> clipboard, QString stateFile);
+    ~MainWindow() override;
+
+    /// The file for it in this user's folder for such things.
+    static QString defaultStateFile();
+
+    ContentView *content() const { return view; }
+
+  Q_SIGNALS:
+    /// The window was hidden, or never shown yet, and now its content is on screen. Comes from the event
+    /// loop, after the window itself, so that an alert shown in answer lies above it.
+    void contentAppeared();
+    /// The user chose Quit, from the menu or by its shortcut.
+    void quitRequested();
+
+  protected:
+    void showEvent(QShowEvent *event) override;
+    void hideEvent(QHideEvent *event) override;
+
+  private:
+    void makeMenu();
+    void restoreState();
+    void saveState() const;
+
+    QString stateFile;
+    ContentView *view;
+    MainMenu *menu;
+};
+
+}  // namespace ferrolt

@@ -1,0 +1,64 @@
+#include "QtClipboard.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QMimeData>
+
+#include <utility>
+
+namespace ferrolt {
+namespace {
+
+/// A text that is joined when somebody asks for it. The same text goes by two names: Qt's own, from which it
+/// makes whatever the platform calls plain text, and the one that needs no way through UTF-16.
+class TextInPieces : public QMimeData {
+  public:
+    explicit TextInPieces(std::vector<QByteArray> given) : pieces(std::move(given)) {}
+
+    QStringList formats() const override { return {plainText(), utf8Text()}; }
+    bool hasFormat(const QString &mimeType) const override { return formats().contains(mimeType); }
+
+  protected:
+    QVariant retrieveData(const QString &mimeType, QMetaType type) const override {
+        if (!hasFormat(mimeType))
+            return QVariant();
+        if (type.id() == QMetaType::QString)
+            return QString::fromUtf8(joined());
+        return joined();
+    }
+
+  private:
+    static QString plainText() { return QStringLiteral("text/plain"); }
+    static QString utf8Text() { return QStringLiteral("text/plain;charset=utf-8"); }
+
+    QByteArray joined() const {
+        qsizetype size = 0;
+        for (const QByteArray &piece : pieces)
+            size += piece.size();
+        QByteArray text;
+        text.reserve(size);
+        for (const QByteArray &piece : pieces)
+            text.append(piece);
+        return text;
+    }
+
+    std::vector<QByteArray> pieces;
+};
+
+}  // namespace
+
+void QtClipboard::clearContents() {
+    QGuiApplication::clipboard()->clear();
+}
+
+void QtClipboard::setText(std::vector<QByteArray> pieces) {
+    QGuiApplication::clipboard()->setMimeData(new TextInPieces(std::move(pieces)));
+}
+
+void QtClipboard::offerSelection(std::vector<QByteArray> pieces) {
+    QClipboard *clipboard = QGuiApplication::clipboard();
+    if (clipboard->supportsSelection())
+        clipboard->setMimeData(new TextInPieces(std::move(pieces)), QClipboard::Selection);
+}
+
+}  // namespace ferrolt

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "Clipboard.h"
+
+namespace ferrolt {
+
+/// The desktop's clipboard, by way of Qt. Needs the application object.
+class QtClipboard : public Clipboard {
+  public:
+    void clearContents() override;
+    void setText(std::vector<QByteArray> pieces) override;
+    void offerSelection(std::vector<QByteArray> pieces) override;
+};
+
+}  // namespace ferrolt

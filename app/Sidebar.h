@@ -1,0 +1,64 @@
+#pragma once
+
+#include <QWidget>
+
+#include <optional>
+
+class QMenu;
+class QVBoxLayout;
+
+namespace ferrolt {
+
+class MenuButton;
+class SidebarEntry;
+class StatusRow;
+
+/// The list of entries, for screen readers.
+class SidebarList : public QWidget {
+    Q_OBJECT
+
+  public:
+    using QWidget::QWidget;
+};
+
+/// The window's left column: the entries "Home" and "Settings", and below them the status of both services.
+class Sidebar : public QWidget {
+    Q_OBJECT
+
+  public:
+    static constexpr int minimumColumnWidth = 180;
+    static constexpr int idealColumnWidth = 200;
+    static constexpr int maximumColumnWidth = 250;
+
+    explicit Sidebar(QWidget *parent = nullptr);
+
+    /// Highlights the entry with that tag. Without a tag, what was highlighted stays so.
+    void showSelectedTab(const std::optional<QString> &tab);
+    void showStatus(bool isLumRunning, bool isQorClientRunning);
+
+    /// The menu behind the button at the foot and behind a right click. Not owned.
+    void setMenu(QMenu *menu);
+    MenuButton *menuButton() const { return button; }
+
+    /// Room at the foot, as wide as the column, for what runs in the background. Takes ownership.
+    void setFoot(QWidget *foot);
+
+  Q_SIGNALS:
+    /// The user chose an entry; `tab` is its tag.
+    void tabChosen(const QString &tab);
+
+  protected:
+    void paintEvent(QPaintEvent *event) override;
+    void contextMenuEvent(QContextMenuEvent *event) override;
+    void changeEvent(QEvent *event) override;
+
+  private:
+    SidebarEntry *home;
+    SidebarEntry *settings;
+    StatusRow *lumoraCore;
+    StatusRow *qorClient;
+    MenuButton *button;
+    QVBoxLayout *column;
+};
+
+}  // namespace ferrolt

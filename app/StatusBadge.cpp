@@ -1,0 +1,76 @@
+#include "StatusBadge.h"
+
+#include "Drawing.h"
+#include "LogAccessible.h"
+#include "Theme.h"
+
+#include <QEvent>
+#include <QFontMetrics>
+#include <QPainter>
+
+#include <algorithm>
+
+namespace ferrolt {
+namespace {
+
+constexpr int dotSize = 8;
+constexpr int spacing = 4;
+constexpr int paddingAcross = 8;
+constexpr int paddingAlong = 4;
+constexpr qreal cornerRadius = 6;
+
+}  // namespace
+
+StatusBadge::StatusBadge(QWidget *parent) : QWidget(parent) {
+    setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+    installConsoleRoles();
+    setAccessibleName(text());
+}
+
+void StatusBadge::setStatus(ServiceStatus status) {
+    if (status == shown)
+        return;
+    shown = status;
+    setAccessibleName(text());
+    updateGeometry();
+    update();
+}
+
+QString StatusBadge::text() const {
+    return shown == ServiceStatus::Running ? tr("Running") : tr("Stopped");
+}
+
+QFont StatusBadge::captionFont() const {
+    QFont font = Theme::caption();
+    font.setBold(true);
+    return font;
+}
+
+QSize StatusBadge::sizeHint() const {
+    const QFontMetrics metrics(captionFont());
+    return {2 * paddingAcross + dotSize + spacing + metrics.horizontalAdvance(text()),
+            2 * paddingAlong + std::max(metrics.height(), dotSize)};
+}
+
+bool StatusBadge::event(QEvent *event) {
+    if (event->type() == QEvent::ApplicationFontChange)
+        updateGeometry();
+    return QWidget::event(event);
+}
+
+void StatusBadge::paintEvent(QPaintEvent *) {
+    QPainter painter(this);
+    Drawing::fillRounded(painter, rect(), cornerRadius, Theme::controlBackground(palette()));
+    const QColor color =
+        shown == ServiceStatus::Running ? Theme::green(palette()) : Theme::secondaryText(palette());
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(color);
+    painter.drawEllipse(QRectF(paddingAcross, (height() - dotSize) / 2.0, dotSize, dotSize));
+    painter.setPen(color);
+    painter.setFont(captionFont());
+    painter.drawText(rect().adjusted(paddingAcross + dotSize + spacing, 0, 0, 0),
+                     Qt::AlignLeft | Qt::AlignVCenter, text());
+}
+
+}  // namespace ferrolt

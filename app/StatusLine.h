@@ -1,0 +1,18 @@
+#pragma once
+
+#include "SymbolView.h"
+
+#include <QWidget>
+
+namespace ferrolt {
+
+/// A symbol and a text below a control.
+class StatusLine : public QWidget {
+    Q_OBJECT
+
+  public:
+    StatusLine(Symbol symbol, const QString &text, SymbolView::FontRole fontRole,
+               SymbolView::ColorRole colorRole, QWidget *parent = nullptr);
+};
+
+}  // namespace ferrolt

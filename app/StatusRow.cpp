@@ -1,0 +1,69 @@
+#include "StatusRow.h"
+
+#include "Symbols.h"
+#include "Theme.h"
+
+#include <QEvent>
+#include <QPainter>
+#include <QStyle>
+
+namespace ferrolt {
+namespace {
+
+constexpr int inset = 10;
+constexpr int dotSide = 8;
+constexpr int roomAroundText = 11;
+
+}  // namespace
+
+StatusRow::StatusRow(const QString &serviceName, QWidget *parent)
+    : QWidget(parent), serviceName(serviceName) {
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    nameForScreenReaders();
+}
+
+void StatusRow::setRunning(bool nowRunning) {
+    if (running == nowRunning)
+        return;
+    running = nowRunning;
+    nameForScreenReaders();
+    update();
+}
+
+void StatusRow::nameForScreenReaders() {
+    setAccessibleName(serviceName + (running ? QStringLiteral(", running") : QStringLiteral(", stopped")));
+}
+
+QSize StatusRow::sizeHint() const {
+    const QFontMetrics metrics(Theme::subheadline());
+    return QSize(2 * inset + dotSide + Theme::spacing + metrics.horizontalAdvance(serviceName),
+                 metrics.height() + roomAroundText);
+}
+
+QSize StatusRow::minimumSizeHint() const {
+    return QSize(2 * inset + dotSide, sizeHint().height());
+}
+
+void StatusRow::paintEvent(QPaintEvent *) {
+    QPainter painter(this);
+    const QRect dot = QStyle::visualRect(layoutDirection(), rect(),
+                                         QRect(inset, (height() - dotSide) / 2, dotSide, dotSide));
+    drawSymbol(painter, Symbol::CircleFill, dot, running ? Theme::green(palette()) : Theme::gray(palette()));
+
+    const int textLeft = inset + dotSide + Theme::spacing;
+    const QRect textPlace = QStyle::visualRect(layoutDirection(), rect(),
+                                               QRect(textLeft, 0, width() - textLeft - inset, height()));
+    painter.setFont(Theme::subheadline());
+    painter.setPen(Theme::primaryText(palette()));
+    painter.drawText(textPlace, Qt::AlignLeading | Qt::AlignVCenter | Qt::TextSingleLine,
+                     painter.fontMetrics().elidedText(serviceName, Qt::ElideRight, textPlace.width()));
+}
+
+void StatusRow::changeEvent(QEvent *event) {
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::ApplicationFontChange || event->type() == QEvent::FontChange)
+        updateGeometry();
+    update();
+}
+
+}  // namespace ferrolt

@@ -1,0 +1,154 @@
+#include "Symbols.h"
+
+#include "Drawing.h"
+
+#include <QIconEngine>
+#include <QPainter>
+#include <QPixmapCache>
+#include <QSvgRenderer>
+
+#include <algorithm>
+#include <cmath>
+
+// A resource in a static library is left out of the program unless something asks for it, from outside of any
+// namespace.
+static void initSymbolResource() {
+    Q_INIT_RESOURCE(symbols);
+}
+
+namespace ferrolt {
+namespace {
+
+QString fileOf(Symbol symbol) {
+    switch (symbol) {
+        case Symbol::House:
+            return QStringLiteral("house.fill");
+        case Symbol::Gear:
+            return QStringLiteral("gearshape.fill");
+        case Symbol::CircleFill:
+            return QStringLiteral("circle.fill");
+        case Symbol::DocOnDoc:
+            return QStringLiteral("doc.on.doc");
+        case Symbol::Checkmark:
+            return QStringLiteral("checkmark");
+        case Symbol::Envelope:
+            return QStringLiteral("envelope.fill");
+        case Symbol::Person:
+            return QStringLiteral("person.crop.square.fill");
+        case Symbol::Desktop:
+            return QStringLiteral("desktopcomputer");
+        case Symbol::Paperplane:
+            return QStringLiteral("paperplane.fill");
+        case Symbol::CheckmarkCircle:
+            return QStringLiteral("checkmark.circle.fill");
+        case Symbol::InfoCircle:
+            return QStringLiteral("info.circle.fill");
+    }
+    return QString();
+}
+
+class SymbolIconEngine : public QIconEngine {
+  public:
+    SymbolIconEngine(Symbol symbol, const QColor &tint) : symbol(symbol), tint(tint) {}
+
+    QIconEngine *clone() const override { return new SymbolIconEngine(symbol, tint); }
+
+    void paint(QPainter *painter, const QRect &rectangle, QIcon::Mode mode, QIcon::State) override {
+        const qreal scale = painter->device() ? painter->device()->devicePixelRatio() : 1.0;
+        painter->drawPixmap(rectangle.topLeft(),
+                            symbolPixmap(symbol, rectangle.size(), tintFor(mode), scale));
+    }
+
+    QPixmap pixmap(const QSize &size, QIcon::Mode mode, QIcon::State state) override {
+        return scaledPixmap(size, mode, state, 1.0);
+    }
+
+    // The size is in device pixels here, and the caller sets the ratio.
+    QPixmap scaledPixmap(const QSize &size, QIcon::Mode mode, QIcon::State, qreal) override {
+        return symbolPixmap(symbol, size, tintFor(mode), 1.0);
+    }
+
+  private:
+    QColor tintFor(QIcon::Mode mode) const {
+        QColor color = tint;
+        if (mode == QIcon::Disabled)
+            color.setAlphaF(color.alphaF() * 0.35F);
+        return color;
+    }
+
+    Symbol symbol;
+    QColor tint;
+};
+
+/// The program's icon, drawn anew for each size. Only what window managers and task bars ask for is offered.
+class ApplicationIconEngine : public QIconEngine {
+  public:
+    QIconEngine *clone() const override { return new ApplicationIconEngine; }
+
+    void paint(QPainter *painter, const QRect &rectangle, QIcon::Mode, QIcon::State) override {
+        initSymbolResource();
+        QSvgRenderer(QStringLiteral(":/symbols/ferrolt-miner-launcher.svg")).render(painter, rectangle);
+    }
+
+    QPixmap pixmap(const QSize &size, QIcon::Mode mode, QIcon::State state) override {
+        QPixmap pixmap(size);
+        pixmap.fill(Qt::transparent);
+        QPainter painter(&pixmap);
+        paint(&painter, pixmap.rect(), mode, state);
+        return pixmap;
+    }
+
+    QList<QSize> availableSizes(QIcon::Mode, QIcon::State) override {
+        return {QSize(16, 16), QSize(24, 24), QSize(32, 32), QSize(48, 48), QSize(128, 128)};
+    }
+};
+
+}  // namespace
+
+QPixmap symbolPixmap(Symbol symbol, QSize logicalSize, const QColor &tint, qreal devicePixelRatio) {
+    const QSize pixels = (QSizeF(logicalSize) * devicePixelRatio).toSize();
+    if (pixels.isEmpty())
+        return QPixmap();
+    const QString file = fileOf(symbol);
+    const QString key = QStringLiteral("symbol/%1/%2x%3@%4/%5")
+                            .arg(file)
+                            .arg(pixels.width())
+                            .arg(pixels.height())
+                            .arg(devicePixelRatio)
+                            .arg(tint.rgba(), 8, 16);
+    QPixmap pixmap;
+    if (QPixmapCache::find(key, &pixmap))
+        return pixmap;
+
+    initSymbolResource();
+    QSvgRenderer renderer(QStringLiteral(":/symbols/") + file + QStringLiteral(".svg"));
+    pixmap = QPixmap(pixels);
+    pixmap.fill(Qt::transparent);
+    QPainter painter(&pixmap);
+    // The drawings are square: the largest square of whole device pixels, centred on whole device pixels.
+    const int side = std::min(pixels.width(), pixels.height());
+    renderer.render(&painter, QRectF((pixels.width() - side) / 2, (pixels.height() - side) / 2, side, side));
+    painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
+    painter.fillRect(pixmap.rect(), tint);
+    painter.end();
+    pixmap.setDevicePixelRatio(devicePixelRatio);
+    QPixmapCache::insert(key, pixmap);
+    return pixmap;
+}
+
+void drawSymbol(QPainter &painter, Symbol symbol, const QRectF &rectangle, const QColor &tint) {
+    const QRectF target = Drawing::snapped(painter, rectangle);
+    const QSize pixels = painter.deviceTransform().mapRect(target).size().toSize();
+    const QPixmap pixmap = symbolPixmap(symbol, pixels, tint, 1.0);
+    painter.drawPixmap(target, pixmap, QRectF(pixmap.rect()));
+}
+
+QIcon applicationIcon() {
+    return QIcon(new ApplicationIconEngine);
+}
+
+QIcon symbolIcon(Symbol symbol, const QColor &tint) {
+    return QIcon(new SymbolIconEngine(symbol, tint));
+}
+
+}  // namespace ferrolt

@@ -1,0 +1,84 @@
+#include "Utf16Index.h"
+
+#include "LogText.h"
+#include "Utf8.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace ferrolt {
+
+qint64 Utf16Index::unitsIn(QByteArrayView text) {
+    // One unit for each character and one more for each that takes four bytes; a byte that is not UTF-8 is
+    // never counted as more than a character.
+    qint64 units = 0;
+    constexpr qsizetype block = 64;  // a fixed count of turns lets the compiler take many bytes at once
+    const char *const bytes = text.data();
+    qsizetype at = 0;
+    const auto unitsOf = [](char byte) {
+        const auto value = static_cast<unsigned char>(byte);
+        return static_cast<unsigned char>(((value & 0xC0U) != 0x80U ? 1U : 0U) + (value >= 0xF0U ? 1U : 0U));
+    };
+    for (; at + block <= text.size(); at += block) {
+        unsigned char sum = 0;
+        for (qsizetype i = 0; i < block; ++i)
+            sum = static_cast<unsigned char>(sum + unitsOf(bytes[at + i]));
+        units += sum;
+    }
+    for (; at < text.size(); ++at)
+        units += unitsOf(bytes[at]);
+    return units;
+}
+
+void Utf16Index::sync() {
+    if (first == log.firstSequence() && lengths.size() == log.size() && !offsets.empty())
+        return;
+    for (; first < log.firstSequence() && !lengths.empty(); ++first)
+        lengths.pop_front();
+    first = log.firstSequence();
+    while (lengths.size() < log.size())
+        lengths.push_back(unitsIn(log.at(lengths.size())));
+    offsets.clear();
+    qint64 sum = 0;
+    for (const qint64 length : lengths) {
+        offsets.push_back(sum);
+        sum += length;
+    }
+    offsets.push_back(sum);
+}
+
+int Utf16Index::size() {
+    sync();
+    return static_cast<int>(std::min<qint64>(offsets.back(), std::numeric_limits<int>::max()));
+}
+
+int Utf16Index::unitsBefore(LogPosition position) {
+    sync();
+    if (log.isEmpty())
+        return 0;
+    position = LogText::clamped(log, position);
+    const QByteArrayView element(log.bySequence(position.sequence));
+    const qint64 units = offsets[static_cast<std::size_t>(position.sequence - first)] +
+                         unitsIn(element.first(static_cast<qsizetype>(count(position.offset))));
+    return static_cast<int>(std::min<qint64>(units, std::numeric_limits<int>::max()));
+}
+
+LogPosition Utf16Index::positionAt(int units) {
+    sync();
+    const qint64 wanted = std::clamp<qint64>(units, 0, offsets.back());
+    const auto after = std::upper_bound(offsets.begin(), offsets.end() - 1, wanted);
+    const auto index = static_cast<std::size_t>(std::max<std::ptrdiff_t>(after - offsets.begin() - 1, 0));
+    const QByteArrayView element(log.at(index));
+    const auto size = static_cast<std::size_t>(element.size());
+    qint64 left = wanted - offsets[index];
+    std::size_t at = 0;
+    while (left > 0 && at < size) {
+        const Utf8Character character = utf8CharacterAt(element, at);
+        left -= character.codePoint > 0xFFFF ? 2 : 1;
+        if (left >= 0)
+            at += character.length;
+    }
+    return {first + index, byteOffset(at)};
+}
+
+}  // namespace ferrolt

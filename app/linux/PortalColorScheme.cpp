@@ -1,0 +1,79 @@
+#include "PortalColorScheme.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QDBusServiceWatcher>
+#include <QFileInfo>
+
+namespace ferrolt {
+namespace {
+
+const QString service = QStringLiteral("org.freedesktop.portal.Desktop");
+const QString path = QStringLiteral("/org/freedesktop/portal/desktop");
+const QString interface = QStringLiteral("org.freedesktop.portal.Settings");
+const QString appearance = QStringLiteral("org.freedesktop.appearance");
+const QString colorScheme = QStringLiteral("color-scheme");
+
+/// Connecting without a bus would make the D-Bus library start one of its own.
+bool isSessionBusRunning() {
+    if (!qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS"))
+        return true;
+    const QString runtimeFolder = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    return !runtimeFolder.isEmpty() && QFileInfo::exists(runtimeFolder + QStringLiteral("/bus"));
+}
+
+}  // namespace
+
+void PortalColorScheme::watch() {
+    if (portalWatcher || !isSessionBusRunning())
+        return;
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    if (!bus.isConnected())
+        return;
+    bus.connect(service, path, interface, QStringLiteral("SettingChanged"), this,
+                SLOT(settingChanged(QString, QString, QDBusVariant)));
+    // A portal that starts later, or again, may have another value.
+    portalWatcher = new QDBusServiceWatcher(service, bus, QDBusServiceWatcher::WatchForRegistration, this);
+    connect(portalWatcher, &QDBusServiceWatcher::serviceRegistered, this, &PortalColorScheme::read);
+    read();
+}
+
+void PortalColorScheme::read() {
+    QDBusMessage question = QDBusMessage::createMethodCall(service, path, interface, QStringLiteral("Read"));
+    question << appearance << colorScheme;
+    auto *answer = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(question), this);
+    connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer] {
+        const QDBusPendingReply<QDBusVariant> reply = *answer;
+        answer->deleteLater();
+        if (!reply.isError())
+            take(QVariant::fromValue(reply.value()));
+    });
+}
+
+void PortalColorScheme::settingChanged(const QString &space, const QString &key, const QDBusVariant &value) {
+    if (space == appearance && key == colorScheme)
+        take(QVariant::fromValue(value));
+}
+
+void PortalColorScheme::take(QVariant value) {
+    // Read() answers with a variant inside a variant, the signal with a single one.
+    while (value.userType() == qMetaTypeId<QDBusVariant>())
+        value = value.value<QDBusVariant>().variant();
+    if (value.userType() != QMetaType::UInt)
+        return;
+    switch (value.toUInt()) {
+        case 1:
+            Q_EMIT preferenceChanged(Preference::Dark);
+            break;
+        case 2:
+            Q_EMIT preferenceChanged(Preference::Light);
+            break;
+        default:  // 0 and whatever a later version of the portal may add
+            Q_EMIT preferenceChanged(Preference::None);
+            break;
+    }
+}
+
+}  // namespace ferrolt

@@ -1,0 +1,75 @@
+#include <QApplication>
+
+#include <csignal>
+#include <cstdio>
+#include <memory>
+#include <utility>
+
+#include "AccessibleRoles.h"
+#include "DesktopAppearance.h"
+#include "Ferrolt_Miner_LauncherApp.h"
+#include "MainQueue.h"
+#include "MainWindow.h"
+#include "QtAlertPresenter.h"
+#include "QtClipboard.h"
+#include "QuitSignals.h"
+#include "SingleInstance.h"
+
+using namespace ferrolt;
+
+namespace {
+
+/// What a desktop does by itself when its user opens a program that already runs: its window comes to the front.
+void bringToFront(QWidget &window) {
+    window.setWindowState(window.windowState() & ~Qt::WindowMinimized);
+    window.raise();
+    window.activateWindow();
+}
+
+int runApplication(SingleInstance &instance) {
+    QApplication::setQuitOnLastWindowClosed(false);  // the services run on behind a closed window
+    installAccessibleRoles();
+    const auto appearance = DesktopAppearance::follow();
+
+    Ferrolt_Miner_LauncherApp app(Seams(std::make_shared<QtAlertPresenter>()));
+    AppDelegate &delegate = app.appDelegate();
+    MainWindow window(app.appVars(), systemTime(), std::make_shared<QtClipboard>(), MainWindow::defaultStateFile());
+    delegate.setFirstWindow(&window);
+
+    QObject::connect(&window, &MainWindow::contentAppeared, &app, &Ferrolt_Miner_LauncherApp::windowContentAppeared);
+    QObject::connect(&window, &MainWindow::quitRequested, qApp, &QApplication::quit);
+    QObject::connect(qApp, &QApplication::aboutToQuit, &app, [&] { delegate.applicationWillTerminate(); });
+    const QuitSignals signals([] { QApplication::quit(); });
+    instance.listen([&] {
+        const bool hasVisibleWindows = window.isVisible() && !window.isMinimized();
+        if (delegate.applicationShouldHandleReopen(hasVisibleWindows))
+            bringToFront(window);
+    });
+
+    MainQueue::async([&] { delegate.applicationDidFinishLaunching(); });
+    return QApplication::exec();
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    // A child or a desktop service that goes away in the middle of a write is an error of that write, no more.
+    std::signal(SIGPIPE, SIG_IGN);
+
+    SingleInstance instance(PathRoots().home);
+    switch (instance.start()) {
+        case SingleInstance::Start::First:
+            break;
+        case SingleInstance::Start::HandedOver:
+            return 0;
+        case SingleInstance::Start::Unanswered:
+            std::fputs("Another Ferrolt Miner Launcher is running but does not answer.\n", stderr);
+            return 1;
+    }
+
+    QApplication application(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("ferrolt-miner-launcher"));
+    QApplication::setApplicationDisplayName(QStringLiteral("Ferrolt Miner Launcher"));
+    QApplication::setDesktopFileName(QStringLiteral("ferrolt-miner-launcher"));
+    return runApplication(instance);
+}

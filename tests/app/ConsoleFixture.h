@@ -1,0 +1,78 @@
+#pragma once
+
+#include "Clipboard.h"
+#include "LogBuffer.h"
+#include "LogConsoleView.h"
+#include "LogTextArea.h"
+#include "ManualTime.h"
+#include "SymbolButton.h"
+
+#include <QApplication>
+#include <QTest>
+
+#include <deque>
+#include <functional>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace ferrolt {
+
+/// A clipboard that remembers what was done to it.
+class RecordingClipboard : public Clipboard {
+  public:
+    void clearContents() override { calls.push_back("clear"); }
+    void setText(std::vector<QByteArray> pieces) override {
+        calls.push_back("set");
+        text = join(pieces);
+    }
+    void offerSelection(std::vector<QByteArray> pieces) override { selection = join(pieces); }
+
+    std::vector<std::string> calls;
+    QByteArray text;
+    QByteArray selection;
+
+  private:
+    static QByteArray join(const std::vector<QByteArray> &pieces) {
+        QByteArray all;
+        for (const QByteArray &piece : pieces)
+            all += piece;
+        return all;
+    }
+};
+
+/// A console in a window, and all that it works on.
+struct ConsoleFixture {
+    explicit ConsoleFixture(const QString &title = QStringLiteral("Lumora Core Engine"))
+        : view(title, log, QStringLiteral("lumBottom"), clipboard, time) {}
+
+    /// As the launcher appends: the newest 1000 are kept.
+    void append(const QByteArray &element) {
+        log.append(element);
+        if (log.size() > 1000)
+            log.removeFirst(log.size() - 1000);
+        view.logChanged();
+    }
+    void appendLines(int count, const QByteArray &word = "line") {
+        for (int i = 0; i < count; ++i)
+            append(word + ' ' + QByteArray::number(i) + '\n');
+    }
+    void show(QSize size = {500, 300}) {
+        view.resize(size);
+        view.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&view));
+        view.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&view));
+    }
+    LogTextArea &area() { return view.textArea(); }
+    SymbolButton &copyButton() { return *view.findChild<SymbolButton *>(); }
+    QWidget &marker() { return *view.findChild<QWidget *>(QStringLiteral("lumBottom")); }
+
+    LogBuffer log;
+    RecordingClipboard clipboard;
+    ManualTime time;
+    LogConsoleView view;
+};
+
+}  // namespace ferrolt

@@ -1,0 +1,348 @@
+#include "ContentView.h"
+#include "HomeLogView.h"
+#include "LauncherPrefs.h"
+#include "Sidebar.h"
+#include "Theme.h"
+#include "WindowFixture.h"
+
+#include <QLineEdit>
+#include <QProcess>
+#include <QSplitter>
+#include <QTest>
+
+using namespace ferrolt;
+
+class ContentViewTest : public QObject {
+    Q_OBJECT
+
+    static bool isSelected(const WindowFixture &fixture, const QString &name) {
+        return QAccessible::queryAccessibleInterface(named(*fixture.window, name))->state().selected;
+    }
+
+    static LauncherPrefs *form(const WindowFixture &fixture) {
+        auto *prefs = fixture.window->findChild<LauncherPrefs *>();
+        return prefs && prefs->isVisible() ? prefs : nullptr;
+    }
+
+    static HomeLogView *logs(const WindowFixture &fixture) {
+        auto *home = fixture.window->findChild<HomeLogView *>();
+        return home && home->isVisible() ? home : nullptr;
+    }
+
+    static QColor pixel(QWidget *widget, QPoint place) { return widget->grab().toImage().pixelColor(place); }
+
+  private Q_SLOTS:
+    void withSettingsSelectedAtStartTheFormIsShownAndItsEntryHighlighted() {
+        WindowFixture fixture;
+        fixture.tree.writeIdentity("", "");
+        fixture.open();
+        QVERIFY(form(fixture));
+        QVERIFY(!logs(fixture));
+        QVERIFY(isSelected(fixture, "Settings"));
+        QVERIFY(!isSelected(fixture, "Home"));
+        QWidget *entry = named(*fixture.window, "Settings");
+        QCOMPARE(pixel(entry, QPoint(entry->width() - 12, 4)), Theme::selection(entry->palette()));
+        entry = named(*fixture.window, "Home");
+        QCOMPARE(pixel(entry->parentWidget()->parentWidget(),
+                       entry->mapTo(entry->parentWidget()->parentWidget(), QPoint(100, 4))),
+                 Theme::sidebarBackground(entry->palette()));
+    }
+
+    void withHomeSelectedAtStartTheTwoLogsAreShown() {
+        WindowFixture fixture;
+        fixture.open();
+        QVERIFY(logs(fixture));
+        QVERIFY(!form(fixture));
+        QVERIFY(isSelected(fixture, "Home"));
+        QVERIFY(!isSelected(fixture, "Settings"));
+    }
+
+    void aServiceThatStartsOrStopsTurnsItsDotAndItsBadgeByItself() {
+        WindowFixture fixture;
+        fixture.open();
+        QWidget *row = named(*fixture.window, "Lumora Core, stopped");
+        QVERIFY(row);
+        QVERIFY(named(*fixture.window, "Qor Client, stopped"));
+        const QPoint dot(14, row->height() / 2);
+        QCOMPARE(pixel(row, dot), Theme::gray(row->palette()));
+
+        fixture.vars->startServices();
+        QTRY_COMPARE(named(*fixture.window, "Lumora Core, running"), row);
+        QCOMPARE(pixel(row, dot), Theme::green(row->palette()));
+        QTRY_VERIFY(named(*logs(fixture), "Running"));
+        QVERIFY(named(*fixture.window, "Qor Client, stopped"));
+
+        QVERIFY(fixture.letThePortWaitRunOut());
+        QTRY_VERIFY(named(*fixture.window, "Qor Client, running"));
+        QTRY_VERIFY(!named(*logs(fixture), "Stopped"));
+
+        const auto engine = fixture.vars->_lump.get();
+        engine->terminate();
+        QTRY_COMPARE(named(*fixture.window, "Lumora Core, stopped"), row);
+        QCOMPARE(pixel(row, dot), Theme::gray(row->palette()));
+        QTRY_VERIFY(named(*fixture.window, "Qor Client, stopped"));
+        QTRY_VERIFY(!named(*logs(fixture), "Running"));
+    }
+
+    void theWindowIsNeverSmallerThanItsLeastSizeNorTheSidebarOutOfItsBounds() {
+        WindowFixture fixture;
+        MainWindow &window = fixture.open();
+        window.resize(100, 100);
+        QTRY_COMPARE(window.size(), QSize(800, 500));
+        QCOMPARE(fixture.window->content()->sidebarWidth(), 200);
+
+        Sidebar *sidebar = window.findChild<Sidebar *>();
+        const auto drag = [&](int by) {
+            const QPoint from = sidebar->mapTo(&window, QPoint(sidebar->width(), 300));
+            QWidget *divider = window.childAt(from);
+            QVERIFY(qobject_cast<QSplitterHandle *>(divider));
+            const QPoint grip = divider->mapFrom(&window, from);
+            QTest::mousePress(divider, Qt::LeftButton, {}, grip);
+            QTest::mouseMove(divider, grip + QPoint(by / 2, 0));
+            QTest::mouseMove(divider, grip + QPoint(by - by / 2, 0));
+            QTest::mouseRelease(divider, Qt::LeftButton, {}, grip + QPoint(by - by / 2, 0));
+        };
+        drag(400);
+        QCOMPARE(sidebar->width(), 250);
+        drag(-400);
+        QCOMPARE(sidebar->width(), 180);
+        drag(60);
+        QVERIFY(sidebar->width() > 180 && sidebar->width() <= 250);
+    }
+
+    void growingTheWindowLeavesTheSidebarAsItIs() {
+        WindowFixture fixture;
+        MainWindow &window = fixture.open();
+        fixture.window->content()->setSidebarWidth(220);
+        for (const QSize size : {QSize(1400, 900), QSize(800, 500), QSize(1000, 640)}) {
+            window.resize(size);
+            QTRY_COMPARE(window.size(), size);
+            QCOMPARE(fixture.window->content()->sidebarWidth(), 220);
+        }
+    }
+
+    void aClickOnAnEntrySelectsItsTab() {
+        WindowFixture fixture;
+        fixture.open();
+        QTest::mouseClick(named(*fixture.window, "Settings"), Qt::LeftButton);
+        QCOMPARE(fixture.vars->_selectedTab.get(), std::optional(AppVars::settingsTab));
+        QTRY_VERIFY(form(fixture));
+        QTest::mouseClick(named(*fixture.window, "Home"), Qt::LeftButton);
+        QCOMPARE(fixture.vars->_selectedTab.get(), std::optional(AppVars::homeTab));
+        QTRY_VERIFY(logs(fixture));
+    }
+
+    void aTabSelectedFromElsewhereSelectsItsEntry() {
+        WindowFixture fixture;
+        fixture.open();
+        fixture.vars->selectTab(AppVars::settingsTab);
+        QTRY_VERIFY(form(fixture));
+        QVERIFY(isSelected(fixture, "Settings"));
+        fixture.vars->selectTab(AppVars::homeTab);
+        QTRY_VERIFY(logs(fixture));
+        QVERIFY(isSelected(fixture, "Home"));
+    }
+
+    void aTabSelectedWhileTheWindowIsClosedShowsWhenItIsOpened() {
+        WindowFixture fixture;
+        fixture.open().hide();
+        fixture.vars->selectTab(AppVars::settingsTab);
+        QCoreApplication::processEvents();
+        fixture.window->show();
+        QVERIFY(form(fixture));
+        QVERIFY(isSelected(fixture, "Settings"));
+    }
+
+    void theFormIsLoadedEachTimeItsTabIsSelected() {
+        WindowFixture fixture;
+        fixture.open();
+        fixture.vars->selectTab(AppVars::settingsTab);
+        QTRY_VERIFY(form(fixture));
+        auto *email = named<QLineEdit>(*fixture.window, "E-Mail Address");
+        QCOMPARE(email->text(), QString("ada@example.org"));
+        email->setText("typed");
+        fixture.vars->selectTab(AppVars::homeTab);
+        QTRY_VERIFY(logs(fixture));
+        fixture.tree.writeIdentity("new@example.org", "Ada Lovelace");
+        fixture.vars->selectTab(AppVars::settingsTab);
+        QTRY_COMPARE(email->text(), QString("new@example.org"));
+    }
+
+    void theArrowKeysGoFromEntryToEntry() {
+        WindowFixture fixture;
+        fixture.open();
+        QWidget *home = named(*fixture.window, "Home");
+        QWidget *settings = named(*fixture.window, "Settings");
+        home->setFocus();
+        QTest::keyClick(home, Qt::Key_Down);
+        QVERIFY(settings->hasFocus());
+        QCOMPARE(fixture.vars->_selectedTab.get(), std::optional(AppVars::settingsTab));
+        QTest::keyClick(settings, Qt::Key_Up);
+        QVERIFY(home->hasFocus());
+        QCOMPARE(fixture.vars->_selectedTab.get(), std::optional(AppVars::homeTab));
+    }
+
+    void tabGoesThroughTheWindowInTheOrderOfTheEyeAndBack() {
+        WindowFixture fixture;
+        fixture.tree.writeIdentity("", "");
+        fixture.open();
+        QStringList names;
+        QWidget *first = named(*fixture.window, "Settings");
+        first->setFocus();
+        do {
+            names.append(
+                QAccessible::queryAccessibleInterface(QApplication::focusWidget())->text(QAccessible::Name));
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+        } while (QApplication::focusWidget() != first && names.size() < 20);
+        QCOMPARE(names,
+                 (QStringList{"Settings", "Menu", "Sidebar width", "E-Mail Address", "User / Company Name",
+                              "Machine Display Name (Optional)", "Save & Apply Configuration"}));
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Backtab);
+        QCOMPARE(QApplication::focusWidget(), named(*fixture.window, "Save & Apply Configuration"));
+    }
+
+    void tabGoesThroughTheLogsInTheOrderOfTheEye() {
+        WindowFixture fixture;
+        fixture.open();
+        fixture.vars->appendLog(std::vector<LogElement>{"one\n"}, LogTarget::Lumora);
+        fixture.vars->appendLog(std::vector<LogElement>{"two\n"}, LogTarget::QorClient);
+        QCoreApplication::processEvents();
+        QStringList names;
+        QWidget *first = named(*fixture.window, "Home");
+        first->setFocus();
+        do {
+            names.append(
+                QAccessible::queryAccessibleInterface(QApplication::focusWidget())->text(QAccessible::Name));
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+        } while (QApplication::focusWidget() != first && names.size() < 20);
+        QCOMPARE(names, (QStringList{"Home", "Menu", "Sidebar width", "Copy this log to the clipboard",
+                                     "Lumora Core Engine", "Log heights", "Copy this log to the clipboard",
+                                     "Qor Client"}));
+    }
+
+    void theFocusIsVisibleOnWhateverTheKeyboardGoesTo() {
+        WindowFixture fixture;
+        fixture.tree.writeIdentity("", "");
+        fixture.open();
+        QWidget *const first = named(*fixture.window, "Settings");
+        first->setFocus(Qt::TabFocusReason);
+        for (int i = 0; i < 7; ++i) {
+            QWidget *const focused = QApplication::focusWidget();
+            const QImage with = focused->grab().toImage();
+            QTest::keyClick(focused, Qt::Key_Tab);
+            QVERIFY2(focused->grab().toImage() != with, qPrintable(focused->accessibleName()));
+        }
+        QCOMPARE(QApplication::focusWidget(), first);
+    }
+
+    void aMouseClickLeavesNoFocusRing() {
+        WindowFixture fixture;
+        fixture.open();
+        QWidget *home = named(*fixture.window, "Home");
+        const QImage before = home->grab().toImage();
+        QTest::mouseClick(home, Qt::LeftButton);
+        QVERIFY(home->hasFocus());
+        QCOMPARE(home->grab().toImage(), before);
+    }
+
+    void theDividerMovesWithTheArrowKeys() {
+        WindowFixture fixture;
+        fixture.open();
+        QWidget *divider = named(*fixture.window, "Sidebar width");
+        divider->setFocus();
+        QTest::keyClick(divider, Qt::Key_Right);
+        QCOMPARE(fixture.window->content()->sidebarWidth(), 216);
+        for (int i = 0; i < 10; ++i)
+            QTest::keyClick(divider, Qt::Key_Right);
+        QCOMPARE(fixture.window->content()->sidebarWidth(), 250);
+        for (int i = 0; i < 20; ++i)
+            QTest::keyClick(divider, Qt::Key_Left);
+        QCOMPARE(fixture.window->content()->sidebarWidth(), 180);
+    }
+
+    void aScreenReaderFindsAndPressesTheEntriesAndReadsTheStatus() {
+        WindowFixture fixture;
+        fixture.open();
+        QAccessibleInterface *settings =
+            QAccessible::queryAccessibleInterface(named(*fixture.window, "Settings"));
+        QCOMPARE(settings->role(), QAccessible::ListItem);
+        QCOMPARE(settings->parent()->role(), QAccessible::List);
+        QVERIFY(settings->state().selectable && settings->state().focusable);
+        settings->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+        QTRY_VERIFY(form(fixture));
+        for (const QString name : {"Process Status", "Lumora Core, stopped", "Qor Client, stopped"}) {
+            QWidget *row = named(*fixture.window, name);
+            QVERIFY2(row, qPrintable(name));
+            QCOMPARE(QAccessible::queryAccessibleInterface(row)->role(), QAccessible::StaticText);
+        }
+    }
+
+    void thePaletteIsFollowedWhileTheWindowIsOpen() {
+        WindowFixture fixture;
+        MainWindow &window = fixture.open();
+        for (const QPalette &palette : {Theme::darkPalette(), Theme::lightPalette(), Theme::darkPalette()}) {
+            QApplication::setPalette(palette);
+            QCoreApplication::processEvents();
+            const QImage picture = window.grab().toImage();
+            QCOMPARE(picture.pixelColor(5, 400), Theme::sidebarBackground(palette));
+            QCOMPARE(picture.pixelColor(199, 400), Theme::separator(palette));
+            QWidget *settings = named(window, "Settings");
+            // The entry's symbol is drawn anew too.
+            const QImage entry = settings->grab().toImage();
+            bool hasAccent = false;
+            for (int x = 10; x < 26; ++x)
+                hasAccent = hasAccent || entry.pixelColor(x, entry.height() / 2) == Theme::accent(palette);
+            QVERIFY(hasAccent);
+        }
+        QApplication::setPalette(QPalette());
+    }
+
+    void theFontIsFollowedWhileTheWindowIsOpen() {
+        const QFont before = QApplication::font();
+        WindowFixture fixture;
+        MainWindow &window = fixture.open();
+        QList<int> heights;
+        for (const qreal points : {7.0, 18.0, 9.0}) {
+            QFont font = before;
+            font.setPointSizeF(points);
+            QApplication::setFont(font);
+            QTRY_VERIFY(named(window, "Home")->height() >= QFontMetrics(font).height());
+            QCoreApplication::processEvents();
+            heights.append(named(window, "Lumora Core, stopped")->height());
+            QVERIFY(window.size() == QSize(1000, 640));
+        }
+        QVERIFY(heights[0] < heights[1]);
+        QVERIFY(heights[2] < heights[1]);
+        QApplication::setFont(before);
+    }
+
+    void floodsOfChangesCostAHiddenWindowNothing() {
+        WindowFixture fixture;
+        MainWindow &window = fixture.open();
+        window.hide();
+        QCoreApplication::processEvents();
+        for (int i = 0; i < 100; ++i)
+            fixture.vars->selectTab(i % 2 ? AppVars::homeTab : AppVars::settingsTab);
+        QCoreApplication::processEvents();
+        QVERIFY(!window.findChild<LauncherPrefs *>());  // the form is built only when it is to be seen
+    }
+
+    void withoutALauncherStateTheProgramEnds() {
+        QProcess program;
+        program.start(QCoreApplication::applicationFilePath(), {"--without-state"});
+        QVERIFY(program.waitForFinished());
+        QCOMPARE(program.exitStatus(), QProcess::CrashExit);
+    }
+};
+
+int main(int argc, char **argv) {
+    QApplication application(argc, argv);
+    if (application.arguments().contains("--without-state")) {
+        ContentView view(nullptr, nullptr, nullptr);
+        return 0;
+    }
+    ContentViewTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "ContentViewTest.moc"

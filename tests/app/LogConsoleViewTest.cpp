@@ -1,0 +1,251 @@
+#include "ConsoleFixture.h"
+#include "LogLayout.h"
+#include "QtClipboard.h"
+#include "StatusBadge.h"
+#include "Theme.h"
+
+#include <QClipboard>
+#include <QElapsedTimer>
+#include <QMimeData>
+#include <QScrollBar>
+#include <QSignalSpy>
+#include <QtTest>
+
+#include <numeric>
+
+using namespace ferrolt;
+using namespace std::chrono_literals;
+
+class LogConsoleViewTest : public QObject {
+    Q_OBJECT
+
+  private Q_SLOTS:
+    void withNoEntriesTheCopyButtonIsDisabledAndThereIsOnlyTheMarker() {
+        ConsoleFixture console;
+        console.show();
+        QVERIFY(!console.copyButton().isEnabled());
+        QTest::mouseClick(&console.copyButton(), Qt::LeftButton);
+        QVERIFY(console.clipboard.calls.empty());
+
+        const QWidget *const viewport = console.area().viewport();
+        const auto children = viewport->findChildren<QWidget *>();
+        QCOMPARE(children.size(), 1);
+        QCOMPARE(children.front()->objectName(), QStringLiteral("lumBottom"));
+        QCOMPARE(console.marker().height(), 1);
+        QCOMPARE(console.marker().y(), LogLayout::padding);
+        const QImage image = console.area().viewport()->grab().toImage();
+        const QRgb background = Theme::textBackground(console.view.palette()).rgb();
+        for (int y = 0; y < image.height(); ++y)
+            for (int x = 0; x < image.width(); ++x)
+                QCOMPARE(image.pixel(x, y), background);
+    }
+
+    void theCopyButtonIsEnabledOnceThereIsAnEntry() {
+        ConsoleFixture console;
+        console.show();
+        console.append("Lumora Core started.\n");
+        QTRY_VERIFY(console.copyButton().isEnabled());
+    }
+
+    void entriesAreCopiedOneAfterTheOtherWithNothingBetween() {
+        ConsoleFixture console;
+        console.append("first line\n");
+        console.append("second line\n");
+        console.append("a chunk that ends in the middle of");
+        console.append(" a line\n");
+        console.show();
+        QTest::mouseClick(&console.copyButton(), Qt::LeftButton);
+        QCOMPARE(console.clipboard.calls, (std::vector<std::string>{"clear", "set"}));
+        QCOMPARE(console.clipboard.text,
+                 "first line\nsecond line\na chunk that ends in the middle of a line\n");
+    }
+
+    void twoEqualEntriesAreTwoRows() {
+        ConsoleFixture console;
+        console.append("the same\n");
+        console.append("the same\n");
+        console.show();
+        const auto first = console.area().rectangleOf({0, ByteOffset{0}});
+        const auto second = console.area().rectangleOf({1, ByteOffset{0}});
+        QCOMPARE(second.top() - first.top(), first.height() + 4);
+        const QImage image = console.area().viewport()->grab().toImage();
+        const QRect firstRow(16, static_cast<int>(first.top()), 200, static_cast<int>(first.height()));
+        const QImage one = image.copy(firstRow);
+        const QImage two = image.copy(firstRow.translated(0, static_cast<int>(second.top() - first.top())));
+        QCOMPARE(one, two);
+        const QColor background = one.pixelColor(one.width() - 1, 0);
+        bool ink = false;
+        for (int x = 0; x < one.width(); ++x)
+            ink = ink || one.pixelColor(x, one.height() / 2) != background;
+        QVERIFY(ink);
+    }
+
+    void copyingTwiceTurnsTheIconBackAfterTheFirst() {
+        ConsoleFixture console;
+        console.append("text\n");
+        console.show();
+        QCOMPARE(console.copyButton().symbol(), Symbol::DocOnDoc);
+        QTest::mouseClick(&console.copyButton(), Qt::LeftButton);
+        QCOMPARE(console.copyButton().symbol(), Symbol::Checkmark);
+        console.time.advance(700ms);
+        QTest::mouseClick(&console.copyButton(), Qt::LeftButton);
+        QCOMPARE(console.copyButton().symbol(), Symbol::Checkmark);
+        console.time.advance(499ms);
+        QCOMPARE(console.copyButton().symbol(), Symbol::Checkmark);
+        console.time.advance(1ms);
+        QCOMPARE(console.copyButton().symbol(), Symbol::DocOnDoc);
+        console.time.advance(700ms);
+        QCOMPARE(console.copyButton().symbol(), Symbol::DocOnDoc);
+        QCOMPARE(console.time.pending(), 0U);
+    }
+
+    void aResetThatComesAfterTheViewHasGoneDoesNothing() {
+        LogBuffer log;
+        log.append("text\n");
+        RecordingClipboard clipboard;
+        ManualTime time;
+        {
+            LogConsoleView view(QStringLiteral("Qor Client"), log, QStringLiteral("qorBottom"), clipboard,
+                                time);
+            view.show();
+            view.findChild<SymbolButton *>()->click();
+        }
+        time.advance(2s);
+        QCOMPARE(clipboard.text, "text\n");
+    }
+
+    void theIconOfOneConsoleIsItsOwn() {
+        ConsoleFixture engine;
+        ConsoleFixture client(QStringLiteral("Qor Client"));
+        engine.append("text\n");
+        client.append("text\n");
+        engine.show();
+        client.show();
+        QTest::mouseClick(&engine.copyButton(), Qt::LeftButton);
+        QCOMPARE(engine.copyButton().symbol(), Symbol::Checkmark);
+        QCOMPARE(client.copyButton().symbol(), Symbol::DocOnDoc);
+    }
+
+    void theBadgeChangesAtOnceWhenTheServiceStartsOrStops() {
+        ConsoleFixture console;
+        console.show();
+        StatusBadge &badge = *console.view.findChild<StatusBadge *>();
+        QCOMPARE(badge.text(), QStringLiteral("Stopped"));
+        const auto dot = [&] { return badge.grab().toImage().pixelColor(8 + 4, badge.height() / 2); };
+        QCOMPARE(dot(), Theme::secondaryText(console.view.palette()));
+        console.view.setRunning(true);
+        QCOMPARE(badge.text(), QStringLiteral("Running"));
+        QCOMPARE(badge.accessibleName(), QStringLiteral("Running"));
+        QCOMPARE(dot(), Theme::green(console.view.palette()));
+        console.view.setRunning(false);
+        QCOMPARE(badge.text(), QStringLiteral("Stopped"));
+    }
+
+    void theCopyButtonIsWorkedByTheKeyboard() {
+        ConsoleFixture console;
+        console.append("text\n");
+        console.show();
+        console.copyButton().setFocus(Qt::TabFocusReason);
+        QTest::keyClick(&console.copyButton(), Qt::Key_Space);
+        QCOMPARE(console.clipboard.text, "text\n");
+        QTest::keyClick(&console.copyButton(), Qt::Key_Tab);
+        QVERIFY(console.area().hasFocus());
+    }
+
+    void namesAndTexts() {
+        ConsoleFixture console(QStringLiteral("A & B <i>console</i>"));
+        console.show();
+        QCOMPARE(console.copyButton().toolTip(), QStringLiteral("Copy this log to the clipboard"));
+        QCOMPARE(console.copyButton().accessibleName(), console.copyButton().toolTip());
+        QCOMPARE(console.area().accessibleName(), QStringLiteral("A & B <i>console</i>"));
+        QCOMPARE(console.view.minimumSize(), QSize(300, 150));
+    }
+
+    void theHeaderFitsTheSmallestPanelWithALargeFont() {
+        const QFont before = QApplication::font();
+        QFont large = before;
+        large.setPointSize(18);
+        QApplication::setFont(large);
+        {
+            ConsoleFixture console;
+            console.show({300, 150});
+            QCOMPARE(console.view.size(), QSize(300, 150));
+            const QWidget &badge = *console.view.findChild<StatusBadge *>();
+            QVERIFY(badge.mapTo(&console.view, badge.rect().topRight()).x() < 300 - 16);
+            QVERIFY(badge.size() == badge.sizeHint());
+        }
+        QApplication::setFont(before);
+    }
+
+    void theFontFollowsTheDesktopsWhileShown() {
+        const QFont before = QApplication::font();
+        ConsoleFixture console;
+        console.append("text\n");
+        console.show();
+        const QRectF small = console.area().rectangleOf({0, ByteOffset{0}});
+        QFont large = before;
+        large.setPointSize(before.pointSize() * 2);
+        QApplication::setFont(large);
+        QTRY_VERIFY(console.area().rectangleOf({0, ByteOffset{0}}).height() > small.height() * 1.5);
+        QApplication::setFont(before);
+        QTRY_COMPARE(console.area().rectangleOf({0, ByteOffset{0}}).height(), small.height());
+    }
+
+    void theColoursFollowTheDesktopsWhileShown() {
+        QApplication::setPalette(Theme::lightPalette());
+        ConsoleFixture console;
+        console.show();
+        const auto pixel = [&](int y) { return console.view.grab().toImage().pixelColor(250, y); };
+        QCOMPARE(pixel(200), Theme::textBackground(Theme::lightPalette()));
+        QCOMPARE(pixel(5), Theme::windowBackground(Theme::lightPalette()));
+        QApplication::setPalette(Theme::darkPalette());
+        QTRY_COMPARE(pixel(200), Theme::textBackground(Theme::darkPalette()));
+        QCOMPARE(pixel(5), Theme::windowBackground(Theme::darkPalette()));
+        QApplication::setPalette(Theme::lightPalette());
+    }
+
+    void theBorderIsALineInsideThePanel() {
+        ConsoleFixture console;
+        console.show();
+        const QImage image = console.view.grab().toImage();
+        const QColor separator = Theme::separator(console.view.palette());
+        for (const QPoint point : {QPoint(0, 100), QPoint(image.width() - 1, 100), QPoint(100, 0),
+                                   QPoint(100, image.height() - 1)})
+            QCOMPARE(image.pixelColor(point), separator);
+        QVERIFY(image.pixelColor(1, 100) != separator);
+        QVERIFY(image.pixelColor(image.width() - 2, 100) != separator);
+    }
+
+    void aFullLogIsCopiedToTheRealClipboardWithoutAFreeze() {
+        LogBuffer log;
+        for (int i = 0; i < 1000; ++i)
+            log.append(QByteArray(65535, 'a') + '\n');
+        QtClipboard clipboard;
+        ManualTime time;
+        LogConsoleView view(QStringLiteral("Qor Client"), log, QStringLiteral("qorBottom"), clipboard, time);
+        view.show();
+        QElapsedTimer clock;
+        clock.start();
+        view.findChild<SymbolButton *>()->click();
+        QVERIFY2(clock.elapsed() < 100, qPrintable(QString::number(clock.elapsed())));
+        const QMimeData *const data = QGuiApplication::clipboard()->mimeData();
+        QVERIFY(data->hasText());
+        QCOMPARE(data->text().size(), 65536 * 1000);
+        QCOMPARE(data->data(QStringLiteral("text/plain;charset=utf-8")).size(), 65536 * 1000);
+        // A copy is of the log as it was.
+        log.removeFirst(999);
+        QCOMPARE(QGuiApplication::clipboard()->text().size(), 65536 * 1000);
+        QGuiApplication::clipboard()->clear();
+    }
+
+    void theClipboardTakesTextThatIsNotAscii() {
+        QtClipboard clipboard;
+        clipboard.clearContents();
+        clipboard.setText({"\xe6\xbc\xa2", QByteArray("\0x", 2), "\xf0\x9f\x98\x80\n"});
+        QCOMPARE(QGuiApplication::clipboard()->text(), QString::fromUtf8("漢\0x😀\n", 10));
+        QGuiApplication::clipboard()->clear();
+    }
+};
+
+QTEST_MAIN(LogConsoleViewTest)
+#include "LogConsoleViewTest.moc"

@@ -1,0 +1,178 @@
+#include "ConsoleFixture.h"
+#include "LogText.h"
+
+#include <QElapsedTimer>
+#include <QScrollBar>
+#include <QSignalSpy>
+#include <QSplitter>
+#include <QtTest>
+
+#include <algorithm>
+#include <vector>
+
+using namespace ferrolt;
+
+namespace {
+
+constexpr qsizetype fullElement = 65536;
+
+/// As much of a pattern as fits into an element, whole characters only.
+QByteArray full(const QByteArray &pattern) {
+    return pattern.repeated(fullElement / pattern.size());
+}
+
+/// The time between the turns of the event loop is what a user feels: the longest turn is the worst frame.
+class Frames : public QObject {
+  public:
+    template <class Work>
+    void frame(QWidget &window, Work work) {
+        QElapsedTimer clock;
+        clock.start();
+        work();
+        window.repaint();
+        worst = std::max(worst, clock.nsecsElapsed());
+    }
+    /// Lets the event loop run dry, turn by turn.
+    void turns(int milliseconds) {
+        QElapsedTimer whole;
+        whole.start();
+        while (whole.elapsed() < milliseconds) {
+            QElapsedTimer clock;
+            clock.start();
+            QCoreApplication::processEvents();
+            worst = std::max(worst, clock.nsecsElapsed());
+            QThread::usleep(200);
+        }
+    }
+    double worstMilliseconds() const { return static_cast<double>(worst) / 1e6; }
+
+  private:
+    qint64 worst = 0;
+};
+
+}  // namespace
+
+class LogHostileTextTest : public QObject {
+    Q_OBJECT
+
+  private Q_SLOTS:
+    void aThousandHostileElementsKeepTheirRows_data() {
+        QTest::addColumn<QByteArray>("element");
+        QTest::newRow("no line break") << QByteArray(fullElement, 'x');
+        QTest::newRow("words without a line break") << full("word and ");
+        QTest::newRow("spaces") << QByteArray(fullElement, ' ');
+        QTest::newRow("line breaks") << QByteArray(fullElement, '\n');
+        QTest::newRow("tabs") << QByteArray(fullElement, '\t');
+        QTest::newRow("carriage returns") << QByteArray(fullElement, '\r');
+        QTest::newRow("carriage returns and line feeds") << full("line\r\n");
+        QTest::newRow("escape sequences") << full("\x1b[31;1mred\x1b[0m\x1b[2J");
+        QTest::newRow("form feeds") << full("page\f\v\b\a");
+        QTest::newRow("wide") << full("漢字かな交じり文");
+        QTest::newRow("emoji") << full("😀👍🏽👩‍👩‍👧🇩🇪");
+        QTest::newRow("combining") << full("e\xcc\x81\xcc\x82\xcc\x83");
+        QTest::newRow("nothing but marks") << full("\xcc\x81");
+        QTest::newRow("replacement characters") << full("\xef\xbf\xbd");
+        QTest::newRow("nul") << QByteArray(fullElement, '\0');
+        QTest::newRow("right to left") << full("שלום عليكم ");
+        QTest::newRow("overrides of direction") << full(
+            "\xe2\x80\xae"
+            "abc\xe2\x80\xa8\xe2\x80\xa9");
+        QTest::newRow("the widest of all ligatures") << full("\xef\xb7\xbd");
+    }
+
+    void aThousandHostileElementsKeepTheirRows() {
+        QFETCH(QByteArray, element);
+        ConsoleFixture console;
+        console.append("the first row\n");
+        for (int i = 0; i < 998; ++i)
+            console.log.append(element);
+        console.append("the last row\n");
+        Frames frames;
+        console.view.resize(500, 300);
+        frames.frame(console.view, [&] { console.view.show(); });
+        QVERIFY(QTest::qWaitForWindowExposed(&console.view));
+        LogTextArea &area = console.area();
+        const QRectF first = area.rectangleOf({0, ByteOffset{0}});
+        QCOMPARE(first.top(), 16.0);
+        const QRectF second = area.rectangleOf({1, ByteOffset{0}});
+        QCOMPARE(second.top(), first.bottom() + 4);
+
+        // Every row of what is on screen is as high as the first, and none is wider than the view.
+        qreal top = second.top();
+        for (int row = 0; row < 10; ++row) {
+            const auto place = area.positionAt(QPointF(0, top + 1));
+            QVERIFY(place);
+            QCOMPARE(area.rectangleOf(*place).top(), top);
+            const auto end = area.positionAt(QPointF(1e6, top + 1));
+            QVERIFY(area.rectangleOf(*end).left() <= area.viewport()->width());
+            top += first.height();
+        }
+
+        QTest::keyClick(&area, Qt::Key_End);
+        const QRectF last = area.rectangleOf({999, ByteOffset{0}});
+        QCOMPARE(last.bottom() + 4 + 1 + 16, area.viewport()->height());
+        for (const int width : {420, 360, 300, 700})
+            frames.frame(console.view, [&] { console.view.resize(width, 300); });
+        for (int i = 0; i < 20; ++i)
+            frames.frame(console.view, [&] {
+                area.verticalScrollBar()->setValue(area.verticalScrollBar()->maximum() / 20 * i + 7 * i);
+            });
+        QTest::keyClick(&area, Qt::Key_A, Qt::ControlModifier);
+        frames.frame(console.view, [] {});
+        QTest::keyClick(&area, Qt::Key_C, Qt::ControlModifier);
+        QCOMPARE(console.clipboard.text.size(), static_cast<qsizetype>(console.log.byteCount()));
+        qInfo("worst frame %.1f ms", frames.worstMilliseconds());
+        QVERIFY2(frames.worstMilliseconds() < 500, "far beyond what it takes on the slowest of machines");
+    }
+
+    void twoFullConsolesAreShownAndResizedWithoutAFreeze() {
+        ConsoleFixture upper;
+        ConsoleFixture lower(QStringLiteral("Qor Client"));
+        for (int i = 0; i < 1000; ++i) {
+            upper.log.append(full("2024-05-01 12:00:00 [worker 3] unit 4711 done in 0.25 s, next is 4712\n"));
+            lower.log.append(QByteArray(fullElement, 'y'));
+        }
+        QSplitter splitter(Qt::Vertical);
+        splitter.addWidget(&upper.view);
+        splitter.addWidget(&lower.view);
+        splitter.resize(800, 640);
+        Frames show;
+        show.frame(splitter, [&] { splitter.show(); });
+        QVERIFY(QTest::qWaitForWindowExposed(&splitter));
+        show.turns(700);
+        qInfo("first show, worst frame %.1f ms", show.worstMilliseconds());
+
+        Frames resize;
+        for (int i = 0; i < 60; ++i) {
+            resize.frame(splitter,
+                         [&] { splitter.resize(800 + (i % 2 == 0 ? i * 5 : -i * 3), 640 - i * 3); });
+            resize.turns(5);
+        }
+        resize.turns(700);
+        qInfo("resize, worst frame %.1f ms", resize.worstMilliseconds());
+
+        Frames scroll;
+        QScrollBar &bar = *upper.area().verticalScrollBar();
+        for (int i = 0; i < 100; ++i)
+            scroll.frame(splitter, [&] { bar.setValue(bar.maximum() / 100 * i + i); });
+        qInfo("scroll, worst frame %.1f ms", scroll.worstMilliseconds());
+
+        Frames flood;
+        for (int turn = 0; turn < 60; ++turn) {
+            for (int i = 0; i < 200; ++i) {
+                upper.append(full("flooding line with some words in it, and its number is 12345\n"));
+                lower.append(QByteArray(fullElement, 'z'));
+            }
+            flood.turns(20);
+        }
+        qInfo("flood, worst frame %.1f ms", flood.worstMilliseconds());
+        for (const Frames *frames : {&show, &resize, &scroll, &flood})
+            QVERIFY2(frames->worstMilliseconds() < 500,
+                     "far beyond what it takes on the slowest of machines");
+        upper.view.setParent(nullptr);
+        lower.view.setParent(nullptr);
+    }
+};
+
+QTEST_MAIN(LogHostileTextTest)
+#include "LogHostileTextTest.moc"

@@ -1,0 +1,160 @@
+#include "CellWidth.h"
+#include "LogRows.h"
+#include "Utf8.h"
+
+#include <QRandomGenerator>
+#include <QtTest>
+
+#include <algorithm>
+
+using namespace ferrolt;
+
+class LogRowsTest : public QObject {
+    Q_OBJECT
+
+  private:
+    static QList<QByteArray> rows(const QByteArray &element, int columns) {
+        const std::vector<std::uint32_t> starts = rowStarts(element, columns);
+        QList<QByteArray> texts;
+        for (std::size_t i = 0; i < starts.size(); ++i) {
+            const auto next =
+                i + 1 < starts.size() ? starts[i + 1] : static_cast<std::uint32_t>(element.size());
+            texts.append(element.mid(starts[i], rowTextEnd(element, starts[i], next) - starts[i]));
+        }
+        return texts;
+    }
+
+    static std::uint32_t cells(const QByteArray &text) {
+        std::uint32_t sum = 0;
+        for (std::size_t at = 0; at < static_cast<std::size_t>(text.size());) {
+            const Utf8Character c = utf8CharacterAt(text, at);
+            sum += static_cast<std::uint32_t>(cellsOf(c.codePoint));
+            at += c.length;
+        }
+        return sum;
+    }
+
+  private Q_SLOTS:
+    void theLineBreakThatEndsAnElementOpensNoEmptyLine() {
+        QCOMPARE(rows("one\n", 20), QList<QByteArray>({"one"}));
+        QCOMPARE(rows("one\ntwo\n", 20), QList<QByteArray>({"one", "two"}));
+        QCOMPARE(rows("one\n\ntwo", 20), QList<QByteArray>({"one", "", "two"}));
+        QCOMPARE(rows("\n", 20), QList<QByteArray>({""}));
+        QCOMPARE(rows("\n\n", 20), QList<QByteArray>({"", ""}));
+    }
+
+    void aLineBreaksAfterTheLastWordThatFits() {
+        QCOMPARE(rows("the quick brown fox", 10), QList<QByteArray>({"the quick ", "brown fox"}));
+        QCOMPARE(rows("exactly ten", 11), QList<QByteArray>({"exactly ten"}));
+    }
+
+    void aSpaceAtTheEdgeHangsOverIt() {
+        QCOMPARE(rows("0123456789 next", 10), QList<QByteArray>({"0123456789 ", "next"}));
+        QCOMPARE(rows("0123456789 \nnext", 10), QList<QByteArray>({"0123456789 ", "next"}));
+        QCOMPARE(rows("0123456789 \r\nnext", 10), QList<QByteArray>({"0123456789 ", "next"}));
+        QCOMPARE(rows("0123456789 ", 10), QList<QByteArray>({"0123456789 "}));
+    }
+
+    void aWordLongerThanARowIsCut() {
+        QCOMPARE(rows("0123456789abcdef", 10), QList<QByteArray>({"0123456789", "abcdef"}));
+        QCOMPARE(rows("    0123456789abcdef", 10), QList<QByteArray>({"    012345", "6789abcdef"}));
+        QCOMPARE(rows("漢字漢字漢字", 5), QList<QByteArray>({"漢字", "漢字", "漢字"}));
+    }
+
+    void aCarriageReturnBeforeALineFeedIsPartOfTheBreak() {
+        QCOMPARE(rows("one\r\ntwo\r\n", 10), QList<QByteArray>({"one", "two"}));
+        QCOMPARE(rows("0123456789\r\nnext", 10), QList<QByteArray>({"0123456789", "next"}));
+        // The line feed of the last one may come with the next element.
+        QCOMPARE(rows("10%\r20%\r", 10), QList<QByteArray>({"10%\r20%"}));
+    }
+
+    void onlyALineFeedBreaksALine() {
+        const QByteArray odd("a\rb\fc\vd\x1b[1me\0f\xe2\x80\xa8g\xc2\x85h", 20);
+        QCOMPARE(rows(odd, 80).size(), 1);
+    }
+
+    void aMarkStaysWithItsCharacter() {
+        const QByteArray marked = QByteArray("e\xcc\x81").repeated(12);
+        for (const QByteArray &row : rows(marked, 5))
+            QCOMPARE(row.at(0), 'e');
+        QCOMPARE(rows(marked, 5).size(), 3);
+        // A family of three is one picture.
+        const QByteArray family("\xf0\x9f\x91\xa9\xe2\x80\x8d\xf0\x9f\x91\xa9\xe2\x80\x8d\xf0\x9f\x91\xa7");
+        QCOMPARE(rows("12" + family, 4).size(), 1);
+    }
+
+    void aThousandMarksOnOneCharacterDoNotMakeOneEndlessRow() {
+        const QByteArray heap = "e" + QByteArray("\xcc\x81").repeated(30000);
+        for (const QByteArray &row : rows(heap, 80))
+            QVERIFY(row.size() < 80 * 18 * 2);
+    }
+
+    void aTabReachesTheNextStop() {
+        QCOMPARE(rows("a\tb", 9).size(), 1);
+        QCOMPARE(rows("a\tbc", 9).size(), 2);
+        QCOMPARE(rows("a\tb\tc\td", 100).size(), 1);
+        QCOMPARE(countRows("a\tb\tc\td", 100).widest, 25U);
+        QVERIFY(rows(QByteArray(100, '\t'), 10).size() < 100);
+    }
+
+    void noTextIsLostAndNoRowIsTooLong_data() {
+        QTest::addColumn<int>("columns");
+        for (const int columns : {1, 2, 7, 40, 200})
+            QTest::addRow("%d columns", columns) << columns;
+    }
+
+    void noTextIsLostAndNoRowIsTooLong() {
+        QFETCH(int, columns);
+        const QByteArray bits[] = {"a",
+                                   " ",
+                                   "word ",
+                                   "\n",
+                                   "\r\n",
+                                   "\r",
+                                   "\t",
+                                   "\x1b",
+                                   "漢",
+                                   "é",
+                                   "\xcc\x81",
+                                   "\xef\xbf\xbd",
+                                   "\xe2\x80\x8d",
+                                   "\xf0\x9f\x98\x80",
+                                   "0123456789abcdef"};
+        QRandomGenerator random(7);
+        for (int round = 0; round < 300; ++round) {
+            QByteArray element;
+            const bool plain = round % 2 == 0;
+            for (int i = random.bounded(1, 200); i > 0; --i)
+                element +=
+                    plain ? bits[random.bounded(4)] : bits[random.bounded(static_cast<int>(std::size(bits)))];
+            const std::vector<std::uint32_t> starts = rowStarts(element, columns);
+            const RowCount counted = countRows(element, columns);
+            QCOMPARE(static_cast<std::size_t>(counted.rows), starts.size());
+            QCOMPARE(starts.front(), 0U);
+            QVERIFY(std::is_sorted(starts.begin(), starts.end(), std::less_equal<>()));
+            QVERIFY(starts.back() < static_cast<std::uint32_t>(element.size()));
+            for (const std::uint32_t start : starts)
+                QVERIFY(!isUtf8Continuation(element[static_cast<qsizetype>(start)]));
+            const auto feeds = static_cast<std::uint32_t>(element.count('\n'));
+            QCOMPARE(counted.lines, feeds + (element.endsWith('\n') ? 0U : 1U));
+            // Tabs depend on where they stand, and a joiner makes one character of two.
+            if (!element.contains('\t') && !element.contains("\xe2\x80\x8d")) {
+                for (const QByteArray &row : rows(element, columns))
+                    QVERIFY2(cells(row) <= static_cast<std::uint32_t>(std::max(columns, 2) + 1),
+                             row.toHex().constData());
+            }
+            if (counted.widest <= static_cast<std::uint32_t>(columns))
+                QCOMPARE(counted.rows, counted.lines);
+            QCOMPARE(countRows(element, static_cast<int>(counted.widest)).rows, counted.lines);
+        }
+    }
+
+    void textThatIsNotUtf8IsReadWithinItsBounds() {
+        const QByteArray broken[] = {"\x80\x80\x80", "\xe2\x82", "\xf0\x9f", "\xff\xfe", "a\xc3"};
+        for (const QByteArray &element : broken)
+            QCOMPARE(countRows(element, 80).rows, 1U);
+    }
+};
+
+QTEST_APPLESS_MAIN(LogRowsTest)
+#include "LogRowsTest.moc"

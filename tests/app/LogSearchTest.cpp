@@ -1,0 +1,274 @@
+#include "ConsoleFixture.h"
+#include "FindBar.h"
+#include "LogFinder.h"
+#include "LogSearch.h"
+#include "LogText.h"
+
+#include <QAbstractEventDispatcher>
+#include <QElapsedTimer>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QSignalSpy>
+#include <QToolButton>
+#include <QtTest>
+
+using namespace ferrolt;
+using namespace std::chrono_literals;
+
+namespace {
+
+LogPosition at(std::uint64_t sequence, std::uint32_t offset) {
+    return {sequence, ByteOffset{offset}};
+}
+
+}  // namespace
+
+class LogSearchTest : public QObject {
+    Q_OBJECT
+
+    static FindBar &bar(ConsoleFixture &console) { return *console.view.findChild<FindBar *>(); }
+    static QLineEdit &field(ConsoleFixture &console) { return *bar(console).findChild<QLineEdit *>(); }
+    static QString result(ConsoleFixture &console) { return bar(console).findChild<QLabel *>()->text(); }
+    static QByteArray selectedText(ConsoleFixture &console) {
+        QByteArray joined;
+        for (const QByteArray &piece : LogText::pieces(console.log, console.area().selection().span()))
+            joined += piece;
+        return joined;
+    }
+    static void openBar(ConsoleFixture &console) {
+        console.area().setFocus();
+        QTest::keyClick(&console.area(), Qt::Key_F, Qt::ControlModifier);
+        QVERIFY(bar(console).isVisible());
+        QVERIFY(field(console).hasFocus());
+    }
+    static std::size_t countAll(const LogBuffer &log, const QString &needle) {
+        LogFinder finder(log);
+        finder.setNeedle(needle);
+        while (!finder.isCounted())
+            finder.countFor(1ms);
+        return finder.total();
+    }
+
+  private Q_SLOTS:
+    void lettersAreFoundWhateverTheirCase() {
+        LogBuffer log;
+        log.append("Error, ERROR and error\n");
+        log.append("\xc3\x84pfel, \xc3\xa4pfel\n");  // Äpfel, äpfel
+        log.append("\xe2\x84\xaa is for Kelvin, k is not\n");
+        QCOMPARE(countAll(log, QStringLiteral("error")), 3U);
+        QCOMPARE(countAll(log, QString::fromUtf8("ÄPFEL")), 2U);
+        QCOMPARE(countAll(log, QStringLiteral("k")), 3U);
+        QCOMPARE(countAll(log, QStringLiteral("missing")), 0U);
+        QCOMPARE(countAll(log, QString::fromUtf8("漢")), 0U);
+    }
+
+    void hitsDoNotOverlap() {
+        LogBuffer log;
+        log.append("aaaaa");
+        QCOMPARE(countAll(log, QStringLiteral("aa")), 2U);
+    }
+
+    void hitsGoRoundInBothDirections() {
+        LogBuffer log;
+        log.append("x one\n");
+        log.append("nothing\n");
+        log.append("one, one\n");
+        LogFinder finder(log);
+        finder.setNeedle(QStringLiteral("one"));
+        const auto next = [&](LogPosition from, LogFinder::Direction direction) {
+            finder.seek(from, direction);
+            LogFinder::Answer answer;
+            do
+                answer = finder.seekFor(0ns);
+            while (answer == LogFinder::Answer::NotYet);
+            return finder.found().begin;
+        };
+        using Direction = LogFinder::Direction;
+        QCOMPARE(next(at(0, 0), Direction::Forth), at(0, 2));
+        QCOMPARE(next(at(0, 5), Direction::Forth), at(2, 0));
+        QCOMPARE(next(at(2, 3), Direction::Forth), at(2, 5));
+        QCOMPARE(next(at(2, 8), Direction::Forth), at(0, 2));
+        QCOMPARE(next(at(0, 2), Direction::Back), at(2, 5));
+        QCOMPARE(next(at(2, 5), Direction::Back), at(2, 0));
+        QCOMPARE(next(at(2, 0), Direction::Back), at(0, 2));
+    }
+
+    void countsFollowTheLog() {
+        LogBuffer log;
+        for (int i = 0; i < 10; ++i)
+            log.append("hit\n");
+        LogFinder finder(log);
+        finder.setNeedle(QStringLiteral("hit"));
+        finder.countFor(1s);
+        QCOMPARE(finder.total(), 10U);
+        log.removeFirst(4);
+        log.append("hit hit\n");
+        finder.sync();
+        QVERIFY(!finder.isCounted());
+        finder.countFor(1s);
+        QCOMPARE(finder.total(), 8U);
+        QCOMPARE(finder.numberOf(at(10, 4)), std::optional<std::size_t>(8));
+        QCOMPARE(finder.numberOf(at(10, 3)), std::nullopt);
+    }
+
+    void theBarTakesNoRoomUntilAskedFor() {
+        ConsoleFixture console;
+        console.append("text\n");
+        console.show();
+        QVERIFY(!bar(console).isVisible());
+        const int height = console.area().height();
+        openBar(console);
+        QVERIFY(console.area().height() < height);
+        QTest::keyClick(&field(console), Qt::Key_Escape);
+        QVERIFY(!bar(console).isVisible());
+        QTRY_COMPARE(console.area().height(), height);
+        QVERIFY(console.area().hasFocus());
+    }
+
+    void typingGoesToTheFirstHitAndEnterToTheNext() {
+        ConsoleFixture console;
+        console.appendLines(500);
+        console.show();
+        openBar(console);
+        QTest::keyClicks(&field(console), QStringLiteral("LINE 12"));
+        // 12, 120 to 129
+        QTRY_COMPARE(result(console), QStringLiteral("1 of 11"));
+        QCOMPARE(selectedText(console), "line 12");
+        QCOMPARE(console.area().selection().span().begin.sequence, 12U);
+        QTest::keyClick(&field(console), Qt::Key_Return);
+        QTRY_COMPARE(result(console), QStringLiteral("2 of 11"));
+        QCOMPARE(console.area().selection().span().begin.sequence, 120U);
+        const QRectF hit = console.area().rectangleOf(console.area().selection().span().begin);
+        QVERIFY(hit.top() > 0 && hit.bottom() < console.area().viewport()->height());
+        QTest::keyClick(&field(console), Qt::Key_Return, Qt::ShiftModifier);
+        QTRY_COMPARE(result(console), QStringLiteral("1 of 11"));
+        QTest::keyClick(&field(console), Qt::Key_Return, Qt::ShiftModifier);
+        QTRY_COMPARE(result(console), QStringLiteral("11 of 11"));
+        QTest::keyClick(&field(console), Qt::Key_F3);
+        QTRY_COMPARE(result(console), QStringLiteral("1 of 11"));
+        QTest::keyClick(&field(console), Qt::Key_F3, Qt::ShiftModifier);
+        QTRY_COMPARE(result(console), QStringLiteral("11 of 11"));
+        const auto buttons = bar(console).findChildren<QToolButton *>(QString(), Qt::FindDirectChildrenOnly);
+        QCOMPARE(buttons.size(), 2);
+        QTest::mouseClick(buttons[1], Qt::LeftButton);
+        QTRY_COMPARE(result(console), QStringLiteral("1 of 11"));
+    }
+
+    void theHitGrowsWhileItIsTyped() {
+        ConsoleFixture console;
+        console.append("abc abd\n");
+        console.append("abd\n");
+        console.show();
+        openBar(console);
+        QTest::keyClicks(&field(console), QStringLiteral("ab"));
+        QTRY_COMPARE(console.area().selection().span().begin, at(0, 0));
+        QTest::keyClicks(&field(console), QStringLiteral("d"));
+        QTRY_COMPARE(console.area().selection().span().begin, at(0, 4));
+        QTRY_COMPARE(result(console), QStringLiteral("1 of 2"));
+    }
+
+    void whatIsNotThereIsNotFound() {
+        ConsoleFixture console;
+        console.appendLines(5);
+        console.show();
+        openBar(console);
+        QTest::keyClicks(&field(console), QStringLiteral("absent"));
+        QTRY_COMPARE(result(console), QStringLiteral("Not found"));
+        QTest::keyClick(&field(console), Qt::Key_Return);
+        QTRY_COMPARE(result(console), QStringLiteral("Not found"));
+        field(console).clear();
+        QTRY_COMPARE(result(console), QString());
+    }
+
+    void hitsAreMarkedUntilTheBarCloses() {
+        ConsoleFixture console;
+        console.append("plain MARK plain MARK\n");
+        console.show();
+        const auto colourOf = [&](std::uint32_t offset) {
+            const QRectF box = console.area().rectangleOf(at(0, offset));
+            return console.area().viewport()->grab().toImage().pixelColor(box.topLeft().toPoint() +
+                                                                          QPoint(0, 1));
+        };
+        const QColor plain = colourOf(0);
+        openBar(console);
+        QTest::keyClicks(&field(console), QStringLiteral("mark"));
+        QTRY_COMPARE(result(console), QStringLiteral("1 of 2"));
+        QCOMPARE(colourOf(0), plain);
+        QVERIFY(colourOf(6) != plain);
+        QVERIFY(colourOf(17) != plain);
+        QVERIFY2(colourOf(6) != colourOf(17), "the hit at hand has a colour of its own");
+        QTest::keyClick(&field(console), Qt::Key_Escape);
+        QCOMPARE(colourOf(17), plain);
+        QCOMPARE(selectedText(console), "MARK");
+    }
+
+    void whatArrivesIsFoundToo() {
+        ConsoleFixture console;
+        console.append("hit\n");
+        console.show();
+        openBar(console);
+        QTest::keyClicks(&field(console), QStringLiteral("hit"));
+        QTRY_COMPARE(result(console), QStringLiteral("1 of 1"));
+        console.append("another hit\n");
+        QTRY_COMPARE(result(console), QStringLiteral("1 of 2"));
+    }
+
+    void theDoneButtonCloses() {
+        ConsoleFixture console;
+        console.append("text\n");
+        console.show();
+        openBar(console);
+        QTest::mouseClick(bar(console).findChild<QPushButton *>(), Qt::LeftButton);
+        QVERIFY(!bar(console).isVisible());
+    }
+
+    void theBarFitsTheSmallestPanel() {
+        ConsoleFixture console;
+        console.append("text\n");
+        console.show({300, 150});
+        openBar(console);
+        QTest::keyClicks(&field(console), QStringLiteral("text"));
+        QCOMPARE(console.view.size(), QSize(300, 150));
+        for (const QWidget *child :
+             bar(console).findChildren<QWidget *>(QString(), Qt::FindDirectChildrenOnly))
+            QVERIFY(child->geometry().right() < bar(console).width());
+        QVERIFY(field(console).width() > 50);
+        QVERIFY(console.area().height() > 30);
+    }
+
+    void aFullLogIsSearchedWithoutAFreeze() {
+        ConsoleFixture console;
+        const QByteArray line("a line of the log with nothing in it that anybody would look for\n");
+        for (int i = 0; i < 1000; ++i)
+            console.log.append(line.repeated(65536 / line.size()));
+        console.append("needle in a haystack\n");
+        console.show();
+        openBar(console);
+        double worst = 0;
+        QElapsedTimer whole;
+        whole.start();
+        QElapsedTimer clock;
+        clock.start();
+        field(console).setText(QStringLiteral("NEEDLE"));
+        worst = std::max(worst, static_cast<double>(clock.nsecsElapsed()) / 1e6);
+        while (result(console) != QStringLiteral("1 of 1") && whole.elapsed() < 60000) {
+            clock.start();
+            QCoreApplication::processEvents();
+            worst = std::max(worst, static_cast<double>(clock.nsecsElapsed()) / 1e6);
+            QThread::usleep(200);
+        }
+        QCOMPARE(selectedText(console), "needle");
+        qInfo("found in 64 MB after %lld ms, worst turn %.1f ms", static_cast<long long>(whole.elapsed()),
+              worst);
+        QVERIFY(worst < 500);
+        // And rests then.
+        QTRY_COMPARE(result(console), QStringLiteral("1 of 1"));
+        auto *const search = console.view.findChild<LogSearch *>();
+        QVERIFY(QAbstractEventDispatcher::instance()->registeredTimers(search).isEmpty());
+    }
+};
+
+QTEST_MAIN(LogSearchTest)
+#include "LogSearchTest.moc"

@@ -1,0 +1,131 @@
+#include "LogSelection.h"
+#include "LogText.h"
+
+#include <QtTest>
+
+using namespace ferrolt;
+
+namespace {
+
+LogPosition at(std::uint64_t sequence, std::uint32_t offset) {
+    return {sequence, ByteOffset{offset}};
+}
+
+}  // namespace
+
+class LogTextTest : public QObject {
+    Q_OBJECT
+
+    static LogBuffer logOf(const QList<QByteArray> &elements) {
+        LogBuffer log;
+        for (const QByteArray &element : elements)
+            log.append(element);
+        return log;
+    }
+    static QByteArray text(const LogBuffer &log, LogSpan span) {
+        QByteArray joined;
+        for (const QByteArray &piece : LogText::pieces(log, span))
+            joined += piece;
+        return joined;
+    }
+
+  private Q_SLOTS:
+    void aSpanOverElementsIsTheirTextWithNothingBetween() {
+        const LogBuffer log = logOf({"one\n", "tw", "o\n"});
+        QCOMPARE(text(log, {at(0, 1), at(2, 1)}), "ne\ntwo");
+        QCOMPARE(text(log, LogText::whole(log)), "one\ntwo\n");
+        QCOMPARE(text(log, {at(1, 1), at(1, 1)}), "");
+    }
+
+    void wholeElementsAreNotCopied() {
+        const LogBuffer log = logOf({"first element", "second element"});
+        const auto pieces = LogText::pieces(log, LogText::whole(log));
+        QCOMPARE(static_cast<const void *>(pieces[0].constData()),
+                 static_cast<const void *>(log.at(0).constData()));
+    }
+
+    void aCharacterIsALetterWithItsMarks() {
+        const LogBuffer log = logOf({"e\xcc\x81x\r\n", "\xf0\x9f\x98\x80"});
+        QCOMPARE(LogText::nextCharacter(log, at(0, 0)), at(0, 3));
+        QCOMPARE(LogText::nextCharacter(log, at(0, 3)), at(0, 4));
+        QCOMPARE(LogText::nextCharacter(log, at(0, 4)), at(1, 0));
+        QCOMPARE(LogText::nextCharacter(log, at(1, 0)), at(1, 4));
+        QCOMPARE(LogText::nextCharacter(log, at(1, 4)), at(1, 4));
+        QCOMPARE(LogText::previousCharacter(log, at(1, 4)), at(1, 0));
+        QCOMPARE(LogText::previousCharacter(log, at(1, 0)), at(0, 4));
+        QCOMPARE(LogText::previousCharacter(log, at(0, 4)), at(0, 3));
+        QCOMPARE(LogText::previousCharacter(log, at(0, 3)), at(0, 0));
+        QCOMPARE(LogText::previousCharacter(log, at(0, 0)), at(0, 0));
+    }
+
+    void everyCharacterOfALongElementIsReached() {
+        const QByteArray unit("a\xc3\xa9\xe6\xbc\xa2 ");
+        const LogBuffer log = logOf({unit.repeated(400), unit});
+        LogPosition place = LogText::begin(log);
+        int steps = 0;
+        for (; place != LogText::end(log) && steps < 10000; ++steps)
+            place = LogText::nextCharacter(log, place);
+        QCOMPARE(steps, 401 * 4);
+        for (; place != LogText::begin(log) && steps > -10000; --steps)
+            place = LogText::previousCharacter(log, place);
+        QCOMPARE(steps, 0);
+    }
+
+    void wordsAreFoundAcrossElements() {
+        const LogBuffer log = logOf({"port 9877 open\n", "next"});
+        QCOMPARE(LogText::nextWord(log, at(0, 0)), at(0, 5));
+        QCOMPARE(LogText::nextWord(log, at(0, 10)), at(1, 0));
+        QCOMPARE(LogText::previousWord(log, at(1, 0)), at(0, 10));
+        QCOMPARE(LogText::previousWord(log, at(0, 7)), at(0, 5));
+        QCOMPARE(text(log, LogText::wordAt(log, at(0, 6))), "9877");
+        QCOMPARE(text(log, LogText::wordAt(log, at(0, 14))), "open");
+        QCOMPARE(text(log, LogText::wordAt(log, at(1, 4))), "next");
+        QCOMPARE(text(log, LogText::wordAt(log, at(0, 4))), " ");
+    }
+
+    void anAddressIsOneWord() {
+        const LogBuffer log = logOf({"listening on 127.0.0.1 now"});
+        QCOMPARE(text(log, LogText::wordAt(log, at(0, 15))), "127.0.0.1");
+    }
+
+    void aLineIncludesItsBreakAndStaysInItsElement() {
+        const LogBuffer log = logOf({"a\nbc\nd", "e\n"});
+        QCOMPARE(text(log, LogText::lineAt(log, at(0, 3))), "bc\n");
+        QCOMPARE(text(log, LogText::lineAt(log, at(0, 4))), "bc\n");
+        QCOMPARE(text(log, LogText::lineAt(log, at(0, 6))), "d");
+        QCOMPARE(text(log, LogText::lineAt(log, at(1, 2))), "e\n");
+    }
+
+    void aSelectionStaysOnItsTextWhileElementsDrop() {
+        LogBuffer log = logOf({"one\n", "two\n", "three\n", "four\n"});
+        LogSelection selection(log);
+        selection.begin(at(1, 1));
+        selection.extendTo(at(2, 2));
+        QCOMPARE(text(log, selection.span()), "wo\nth");
+        log.removeFirst(1);
+        QVERIFY(!selection.sync());
+        QCOMPARE(text(log, selection.span()), "wo\nth");
+        log.removeFirst(1);
+        QVERIFY(selection.sync());
+        QCOMPARE(text(log, selection.span()), "th");
+        log.removeFirst(1);
+        selection.sync();
+        QVERIFY(selection.isEmpty());
+    }
+
+    void aSelectionGrowsByTheUnitItWasBegunWith() {
+        const LogBuffer log = logOf({"alpha beta gamma delta\n"});
+        LogSelection selection(log);
+        selection.begin(at(0, 7), LogSelection::Unit::Word);
+        QCOMPARE(text(log, selection.span()), "beta");
+        selection.extendTo(at(0, 13));
+        QCOMPARE(text(log, selection.span()), "beta gamma");
+        selection.extendTo(at(0, 2));
+        QCOMPARE(text(log, selection.span()), "alpha beta");
+        selection.moveEndTo(at(0, 4));
+        QCOMPARE(text(log, selection.span()), "a beta");
+    }
+};
+
+QTEST_APPLESS_MAIN(LogTextTest)
+#include "LogTextTest.moc"

@@ -1,0 +1,253 @@
+#include "ContentView.h"
+#include "MainWindow.h"
+#include "MenuButton.h"
+#include "QtAlertPresenter.h"
+#include "Sidebar.h"
+#include "WindowFixture.h"
+#include "WindowState.h"
+
+#include <QClipboard>
+#include <QLineEdit>
+#include <QMenu>
+#include <QSignalSpy>
+#include <QTest>
+#include <QTimer>
+
+using namespace ferrolt;
+
+class MainWindowTest : public QObject {
+    Q_OBJECT
+
+    static QMenu *openMenu() { return qobject_cast<QMenu *>(QApplication::activePopupWidget()); }
+
+    static QStringList texts(const QMenu *menu) {
+        QStringList texts;
+        for (const QAction *action : menu->actions())
+            texts.append(action->text().remove('&'));
+        return texts;
+    }
+
+  private Q_SLOTS:
+    void initTestCase() { QApplication::setQuitOnLastWindowClosed(false); }
+
+    void itBearsTheProgramsNameAndIcon() {
+        WindowFixture fixture;
+        MainWindow &window = fixture.open();
+        QCOMPARE(window.windowTitle(), QString("Ferrolt Miner Launcher"));
+        QVERIFY(!window.windowIcon().isNull());
+        QCOMPARE(window.size(), QSize(1000, 640));
+    }
+
+    void closingHidesItAndItCanBeShownAgain() {
+        WindowFixture fixture;
+        MainWindow &window = fixture.open();
+        QSignalSpy quitting(qApp, &QCoreApplication::aboutToQuit);
+        QVERIFY(window.close());
+        QVERIFY(!window.isVisible());
+        QCoreApplication::processEvents();
+        QCOMPARE(quitting.size(), 0);
+        WindowFixture::show(window);
+        QVERIFY(window.isVisible());
+    }
+
+    void itTellsEachTimeThatItsContentAppears() {
+        WindowFixture fixture;
+        fixture.create();
+        fixture.window = std::make_unique<MainWindow>(fixture.vars, fixture.time,
+                                                      std::make_shared<QtClipboard>(), fixture.stateFile());
+        QSignalSpy appeared(fixture.window.get(), &MainWindow::contentAppeared);
+        QCoreApplication::processEvents();
+        QCOMPARE(appeared.size(), 0);
+        fixture.window->show();
+        QTRY_COMPARE(appeared.size(), 1);
+        fixture.window->show();
+        fixture.window->activateWindow();
+        fixture.vars->selectTab(AppVars::settingsTab);
+        QCoreApplication::processEvents();
+        QCOMPARE(appeared.size(), 1);
+        fixture.window->close();
+        fixture.window->show();
+        QTRY_COMPARE(appeared.size(), 2);
+    }
+
+    void controlQAsksForQuitAndControlWCloses() {
+        WindowFixture fixture;
+        MainWindow &window = fixture.open();
+        QSignalSpy quit(&window, &MainWindow::quitRequested);
+        QTest::keyClick(&window, Qt::Key_Q, Qt::ControlModifier);
+        QCOMPARE(quit.size(), 1);
+        QVERIFY(window.isVisible());
+        QTest::keyClick(&window, Qt::Key_W, Qt::ControlModifier);
+        QVERIFY(!window.isVisible());
+        QCOMPARE(quit.size(), 1);
+    }
+
+    void theShortcutsWorkFromWithinAField() {
+        WindowFixture fixture;
+        fixture.tree.writeIdentity("", "");
+        MainWindow &window = fixture.open();
+        auto *email = named<QLineEdit>(window, "E-Mail Address");
+        email->setFocus();
+        QTest::keyClicks(email, "ada@example.org");
+        QTest::keyClick(email, Qt::Key_A, Qt::ControlModifier);
+        QCOMPARE(email->selectedText(), QString("ada@example.org"));
+        QTest::keyClick(email, Qt::Key_C, Qt::ControlModifier);
+        QCOMPARE(QApplication::clipboard()->text(), QString("ada@example.org"));
+        QSignalSpy quit(&window, &MainWindow::quitRequested);
+        QTest::keyClick(email, Qt::Key_Q, Qt::ControlModifier);
+        QCOMPARE(quit.size(), 1);
+    }
+
+    void f10OpensAMenuWithQuitAndTheRest() {
+        WindowFixture fixture;
+        MainWindow &window = fixture.open();
+        QSignalSpy quit(&window, &MainWindow::quitRequested);
+        QStringList seen;
+        // The menu runs an event loop of its own.
+        QTimer::singleShot(0, &window, [&] {
+            QTRY_VERIFY(openMenu());
+            seen = texts(openMenu());
+            for (QAction *action : openMenu()->actions()) {
+                if (action->text().contains("Quit"))
+                    QTest::mouseClick(openMenu(), Qt::LeftButton, {},
+                                      openMenu()->actionGeometry(action).center());
+            }
+        });
+        QTest::keyClick(&window, Qt::Key_F10);
+        QTRY_COMPARE(quit.size(), 1);
+        QCOMPARE(seen, (QStringList{"Copy", "Select All", "", "Close", "Quit"}));
+    }
+
+    void theMenusCopyAndSelectAllGoToTheFieldThatHasTheKeyboard() {
+        WindowFixture fixture;
+        MainWindow &window = fixture.open();
+        fixture.vars->selectTab(AppVars::settingsTab);
+        QTRY_VERIFY(named<QLineEdit>(window, "E-Mail Address"));
+        auto *email = named<QLineEdit>(window, "E-Mail Address");
+        QTRY_COMPARE(email->text(), QString("ada@example.org"));
+        email->setFocus();
+        for (const QString name : {"Select All", "Copy"}) {
+            for (QAction *action : window.actions()) {
+                if (action->text().remove('&') == name)
+                    action->trigger();
+            }
+        }
+        QCOMPARE(email->selectedText(), QString("ada@example.org"));
+        QCOMPARE(QApplication::clipboard()->text(), QString("ada@example.org"));
+    }
+
+    void theMenuButtonShowsOnlyWhenItIsWanted() {
+        WindowFixture fixture;
+        MainWindow &window = fixture.open();
+        MenuButton *button = window.content()->sidebar()->menuButton();
+        QVERIFY(button->isVisible());
+        const auto isDrawn = [&] {
+            const QImage picture = button->grab().toImage();
+            return picture != [&] {
+                QImage plain = picture;
+                plain.fill(picture.pixel(0, picture.height() - 1));
+                return plain;
+            }();
+        };
+        QTest::mouseMove(&window, QPoint(600, 300));
+        QTRY_VERIFY(!isDrawn());
+        QTest::mouseMove(&window, QPoint(50, 300));
+        QTRY_VERIFY(isDrawn());
+        QTest::mouseMove(&window, QPoint(600, 300));
+        QTRY_VERIFY(!isDrawn());
+        button->setFocus(Qt::TabFocusReason);
+        QVERIFY(isDrawn());
+    }
+
+    void sizeAndDividersComeBack() {
+        WindowFixture fixture;
+        MainWindow &window = fixture.open();
+        window.resize(1100, 700);
+        QTRY_COMPARE(window.size(), QSize(1100, 700));
+        window.content()->setSidebarWidth(230);
+        window.content()->setUpperLogShare(0.6);
+        const double share = window.content()->upperLogShare();
+        window.close();
+        QVERIFY(QFile::exists(fixture.stateFile()));
+
+        MainWindow &again = fixture.open();
+        QTRY_COMPARE(again.size(), QSize(1100, 700));
+        QCOMPARE(again.content()->sidebarWidth(), 230);
+        QVERIFY(qAbs(again.content()->upperLogShare() - share) < 0.01);
+    }
+
+    void dividersComeBackAlsoWhenTheWindowIsOpenedLate() {
+        WindowFixture fixture;
+        WindowState state;
+        state.size = QSize(1200, 800);
+        state.sidebarWidth = 181;
+        state.upperLogShare = 0.25;
+        state.save(fixture.stateFile());
+        fixture.create();
+        fixture.window = std::make_unique<MainWindow>(fixture.vars, fixture.time,
+                                                      std::make_shared<QtClipboard>(), fixture.stateFile());
+        QCoreApplication::processEvents();
+        fixture.window->show();
+        QVERIFY(QTest::qWaitForWindowExposed(fixture.window.get()));
+        QCOMPARE(fixture.window->content()->sidebarWidth(), 181);
+        QVERIFY(qAbs(fixture.window->content()->upperLogShare() - 0.25) < 0.01);
+    }
+
+    void aRememberedSizeIsFittedToTheScreenAndToTheLeastSize_data() {
+        QTest::addColumn<QSize>("remembered");
+        QTest::addRow("huge") << QSize(30000, 30000);
+        QTest::addRow("tiny") << QSize(1, 1);
+    }
+    void aRememberedSizeIsFittedToTheScreenAndToTheLeastSize() {
+        QFETCH(QSize, remembered);
+        WindowFixture fixture;
+        WindowState state;
+        state.size = remembered;
+        state.sidebarWidth = 30000;
+        state.upperLogShare = 0.999;
+        state.save(fixture.stateFile());
+        MainWindow &window = fixture.open();
+        const QSize screen = window.screen()->availableSize();
+        QVERIFY(window.width() <= qMax(800, screen.width()) && window.height() <= qMax(500, screen.height()));
+        QVERIFY(window.width() >= 800 && window.height() >= 500);
+        QCOMPARE(window.content()->sidebarWidth(), 250);
+    }
+
+    void aStateThatCannotBeKeptDoesNoHarm() {
+        WindowFixture fixture;
+        // A file where the folder should be.
+        TestTree::write(fixture.state.filePath("below").toStdString(), "in the way");
+        MainWindow &window = fixture.open();
+        QCOMPARE(window.size(), QSize(1000, 640));
+        window.close();
+        QVERIFY(!window.isVisible());
+    }
+
+    void anAlertShownAsTheContentAppearsLiesAboveAndOutlivesTheWindow() {
+        WindowFixture fixture;
+        fixture.create();
+        QtAlertPresenter presenter;
+        bool dismissed = false;
+        fixture.window = std::make_unique<MainWindow>(fixture.vars, fixture.time,
+                                                      std::make_shared<QtClipboard>(), fixture.stateFile());
+        connect(fixture.window.get(), &MainWindow::contentAppeared, [&] {
+            presenter.present(
+                {.messageText = "Ferrolt Miner Missing Info", .informativeText = "Text", .button = "OK"},
+                [&] { dismissed = true; });
+        });
+        fixture.window->show();
+        QTRY_VERIFY(QApplication::activeModalWidget());
+        QTRY_VERIFY(QApplication::activeModalWidget()->isActiveWindow());
+        QPointer<QWidget> alert = QApplication::activeModalWidget();
+        fixture.window->close();
+        QVERIFY(!fixture.window->isVisible());
+        QCoreApplication::processEvents();
+        QVERIFY(alert && alert->isVisible());
+        QVERIFY(!dismissed);
+        QTest::keyClick(alert, Qt::Key_Return);
+        QTRY_VERIFY(dismissed);
+    }
+};
+
+QTEST_MAIN(MainWindowTest)
+#include "MainWindowTest.moc"

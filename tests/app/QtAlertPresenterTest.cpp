@@ -1,0 +1,173 @@
+#include "QtAlertPresenter.h"
+
+#include <QAccessible>
+#include <QApplication>
+#include <QLabel>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTest>
+
+using namespace ferrolt;
+
+class QtAlertPresenterTest : public QObject {
+    Q_OBJECT
+
+    static QMessageBox *shown() {
+        QMessageBox *only = nullptr;
+        for (QWidget *widget : QApplication::topLevelWidgets()) {
+            auto *box = qobject_cast<QMessageBox *>(widget);
+            if (!box || !box->isVisible())
+                continue;
+            if (only)
+                qFatal("two alerts at once");
+            only = box;
+        }
+        return only;
+    }
+
+    static QAbstractButton *onlyButton(QMessageBox *box) {
+        return box->buttons().size() == 1 ? box->buttons().constFirst() : nullptr;
+    }
+
+    static Alert alert(const QString &message, AlertStyle style = AlertStyle::Warning) {
+        return {.style = style, .messageText = message, .informativeText = "Why", .button = "OK"};
+    }
+
+  private Q_SLOTS:
+    void cleanup() { QTRY_VERIFY(!shown()); }
+
+    void anAlertAppearsWithoutAnyWindowAndBlocksNothingButWindows() {
+        QtAlertPresenter presenter;
+        bool dismissed = false;
+        presenter.present({.style = AlertStyle::Critical,
+                           .messageText = "Ferrolt Miner Launcher Stopped",
+                           .informativeText = "Line one\nLine two",
+                           .button = "Exit"},
+                          [&] { dismissed = true; });
+        QMessageBox *box = shown();
+        QVERIFY(box);  // and present() has returned
+        QVERIFY(QTest::qWaitForWindowActive(box));
+        QCOMPARE(box->windowModality(), Qt::ApplicationModal);
+        QVERIFY(!box->parent());
+        QCOMPARE(box->text(), QString("Ferrolt Miner Launcher Stopped"));
+        QCOMPARE(box->informativeText(), QString("Line one\nLine two"));
+        QCOMPARE(onlyButton(box)->text(), QString("Exit"));
+        QVERIFY(!dismissed);
+        QTest::mouseClick(onlyButton(box), Qt::LeftButton);
+        QTRY_VERIFY(dismissed);
+    }
+
+    void everyStyleHasItsIcon_data() {
+        QTest::addColumn<AlertStyle>("style");
+        QTest::addColumn<QMessageBox::Icon>("icon");
+        QTest::addRow("informational") << AlertStyle::Informational << QMessageBox::Information;
+        QTest::addRow("warning") << AlertStyle::Warning << QMessageBox::Warning;
+        QTest::addRow("critical") << AlertStyle::Critical << QMessageBox::Critical;
+    }
+    void everyStyleHasItsIcon() {
+        QFETCH(AlertStyle, style);
+        QFETCH(QMessageBox::Icon, icon);
+        QtAlertPresenter presenter;
+        presenter.present(alert("Message", style), {});
+        QCOMPARE(shown()->icon(), icon);
+    }
+
+    void twoAlertsDueAtOnceComeOneAfterTheOtherEachDismissedOnce() {
+        QtAlertPresenter presenter;
+        QStringList dismissed;
+        for (const QString message : {"first", "second", "third"})
+            presenter.present(alert(message), [&dismissed, message] { dismissed.append(message); });
+        for (const QString message : {"first", "second", "third"}) {
+            QTRY_VERIFY(shown());
+            QCOMPARE(shown()->text(), message);
+            QAbstractButton *button = onlyButton(shown());
+            QTest::mouseClick(button, Qt::LeftButton);
+            QTRY_COMPARE(dismissed.size(), message == "first" ? 1 : message == "second" ? 2 : 3);
+        }
+        QCoreApplication::processEvents();
+        QCOMPARE(dismissed, (QStringList{"first", "second", "third"}));
+    }
+
+    void escapeReturnAndTheWindowManagersCloseAllDismissIt_data() {
+        QTest::addColumn<int>("how");
+        QTest::addRow("escape") << 0;
+        QTest::addRow("return") << 1;
+        QTest::addRow("close") << 2;
+    }
+    void escapeReturnAndTheWindowManagersCloseAllDismissIt() {
+        QFETCH(int, how);
+        QtAlertPresenter presenter;
+        int dismissed = 0;
+        presenter.present(alert("Message"), [&] { ++dismissed; });
+        QVERIFY(QTest::qWaitForWindowActive(shown()));
+        if (how == 0)
+            QTest::keyClick(shown(), Qt::Key_Escape);
+        else if (how == 1)
+            QTest::keyClick(shown(), Qt::Key_Return);
+        else
+            shown()->close();
+        QTRY_COMPARE(dismissed, 1);
+        QTRY_VERIFY(!shown());
+        QCoreApplication::processEvents();
+        QCOMPARE(dismissed, 1);
+    }
+
+    void aWindowClosedUnderAnAlertLeavesTheAlert() {
+        QtAlertPresenter presenter;
+        auto window = std::make_unique<QWidget>();
+        window->show();
+        QVERIFY(QTest::qWaitForWindowExposed(window.get()));
+        int dismissed = 0;
+        presenter.present(alert("Message"), [&] { ++dismissed; });
+        window->close();
+        QCoreApplication::processEvents();
+        QVERIFY(shown());
+        window.reset();
+        QCoreApplication::processEvents();
+        QVERIFY(shown());
+        QCOMPARE(dismissed, 0);
+        QTest::mouseClick(onlyButton(shown()), Qt::LeftButton);
+        QTRY_COMPARE(dismissed, 1);
+    }
+
+    void anAnswerMayBringTheNextAlert() {
+        QtAlertPresenter presenter;
+        bool secondDismissed = false;
+        presenter.present(alert("first"),
+                          [&] { presenter.present(alert("second"), [&] { secondDismissed = true; }); });
+        QTest::mouseClick(onlyButton(shown()), Qt::LeftButton);
+        QTRY_VERIFY(shown() && shown()->text() == "second");
+        QTest::mouseClick(onlyButton(shown()), Qt::LeftButton);
+        QTRY_VERIFY(secondDismissed);
+    }
+
+    void textsAreShownAsTheyAre() {
+        QtAlertPresenter presenter;
+        presenter.present({.style = AlertStyle::Warning,
+                           .messageText = "<b>&amp;</b> & co",
+                           .informativeText = "<i>no such file</i> & folder",
+                           .button = "Save & Go"},
+                          {});
+        for (QLabel *label : shown()->findChildren<QLabel *>()) {
+            if (!label->text().isEmpty())
+                QCOMPARE(label->textFormat(), Qt::PlainText);
+        }
+        QCOMPARE(QAccessible::queryAccessibleInterface(onlyButton(shown()))->text(QAccessible::Name),
+                 QString("Save & Go"));
+    }
+
+    void aPresenterThatGoesTakesItsAlertsUnanswered() {
+        int dismissed = 0;
+        {
+            QtAlertPresenter presenter;
+            presenter.present(alert("first"), [&] { ++dismissed; });
+            presenter.present(alert("second"), [&] { ++dismissed; });
+        }
+        QCoreApplication::processEvents();
+        QVERIFY(!shown());
+        QCOMPARE(dismissed, 0);
+    }
+};
+
+QTEST_MAIN(QtAlertPresenterTest)
+#include "QtAlertPresenterTest.moc"

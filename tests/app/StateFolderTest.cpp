@@ -1,0 +1,31 @@
+#include "StateFolder.h"
+
+#include <QDir>
+#include <QTest>
+
+using namespace ferrolt;
+
+class StateFolderTest : public QObject {
+    Q_OBJECT
+
+  private Q_SLOTS:
+    void aNamedStateFolderIsUsed() {
+        qputenv("XDG_STATE_HOME", "/somewhere/state");
+        QCOMPARE(stateFolder(), QString("/somewhere/state/ferrolt-miner-launcher"));
+    }
+
+    void withoutOneItLiesInTheHomeFolder() {
+        qunsetenv("XDG_STATE_HOME");
+        QCOMPARE(stateFolder(), QDir::homePath() + "/.local/state/ferrolt-miner-launcher");
+    }
+
+    void anEmptyOrRelativeOneIsIgnored() {
+        for (const char *value : {"", "relative/state"}) {
+            qputenv("XDG_STATE_HOME", value);
+            QCOMPARE(stateFolder(), QDir::homePath() + "/.local/state/ferrolt-miner-launcher");
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(StateFolderTest)
+#include "StateFolderTest.moc"

@@ -1,0 +1,150 @@
+#include "TextField.h"
+
+#include <QAccessible>
+#include <QApplication>
+#include <QClipboard>
+#include <QElapsedTimer>
+#include <QPushButton>
+#include <QTest>
+#include <QToolTip>
+#include <QVBoxLayout>
+
+using namespace ferrolt;
+
+class TextFieldTest : public QObject {
+    Q_OBJECT
+
+    /// Pastes as a user does.
+    static void paste(TextField &field, const QString &text) {
+        QApplication::clipboard()->setText(text);
+        QTest::keySequence(&field, QKeySequence::Paste);
+    }
+
+    static void show(QWidget &widget) {
+        widget.show();
+        widget.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&widget));
+        widget.setFocus();
+    }
+
+  private Q_SLOTS:
+    void aPastedMegabyteIsTakenWholeAndTheFieldStillAnswers_data() {
+        QTest::addColumn<QString>("text");
+        QTest::addRow("words") << QString("ada@example.org ").repeated(65536);
+        QTest::addRow("one word") << QString(1 << 20, 'x');
+        QTest::addRow("emoji") << QString::fromUtf8("\U0001F600").repeated(1 << 18);
+        QTest::addRow("combining and right-to-left marks")
+            << QString::fromUtf8("e\u0301\u202Eab\u202C\u200F\u05D0").repeated(1 << 17);
+        QTest::addRow("line breaks") << "a" + QString("\r\n").repeated(1 << 19) + "b";
+    }
+    void aPastedMegabyteIsTakenWholeAndTheFieldStillAnswers() {
+        QFETCH(QString, text);
+        TextField field("E-Mail Address");
+        show(field);
+        QElapsedTimer took;
+        took.start();
+        paste(field, text);
+        QTest::keyClicks(&field, "z");
+        field.repaint();
+        // Far above what it takes, also under a sanitizer; far below what anybody would call hanging.
+        QVERIFY2(took.elapsed() < 20000, qPrintable(QString("%1 ms").arg(took.elapsed())));
+        QCOMPARE(field.text(), text.replace("\r\n", " ") + "z");
+    }
+
+    void aTextTooLongIsCutAndTheUserToldSo() {
+        TextField field("E-Mail Address");
+        show(field);
+        field.setText(QString(TextField::longestText - 2, 'x'));
+        QVERIFY(!QToolTip::isVisible());
+        paste(field, "abc");
+        QCOMPARE(field.text().size(), TextField::longestText);
+        QTRY_VERIFY(QToolTip::isVisible());
+        QVERIFY(QToolTip::text().contains("too long"));
+        QToolTip::hideText();
+    }
+
+    void pastedLinesBecomeOneLine() {
+        TextField field("User / Company Name");
+        show(field);
+        paste(field, "Ada\r\nLovelace\n");
+        QCOMPARE(field.text(), QString("Ada Lovelace"));
+        QTest::keyClicks(&field, "!");
+        QCOMPARE(field.text(), QString("Ada Lovelace!"));
+    }
+
+    void pastedTextInTheMiddleLeavesTheCaretBehindIt() {
+        TextField field("User / Company Name");
+        show(field);
+        field.setText("()");
+        field.setCursorPosition(1);
+        paste(field, "a\r\nb");
+        QTest::keyClicks(&field, "c");
+        QCOMPARE(field.text(), QString("(a bc)"));
+    }
+
+    void nulIsLeftOutAndMarksStay() {
+        TextField field("E-Mail Address");
+        show(field);
+        field.insert(QString::fromLatin1("a\0b", 3));
+        QCOMPARE(field.text(), QString("ab"));
+        const QString odd = QString::fromUtf8("\u202E\u200F\U0001F469\u200D\U0001F4BBe\u0301\u05D0");
+        field.setText(odd);
+        field.repaint();
+        QCOMPARE(field.text(), odd);
+    }
+
+    void deletingTakesAWholeEmoji() {
+        TextField field("E-Mail Address");
+        show(field);
+        field.setText(QString::fromUtf8("a\U0001F600"));
+        field.end(false);
+        QTest::keyClick(&field, Qt::Key_Backspace);
+        QCOMPARE(field.text(), QString("a"));
+    }
+
+    void enterPressesNothing() {
+        QWidget window;
+        auto *column = new QVBoxLayout(&window);
+        auto *field = new TextField("E-Mail Address");
+        auto *button = new QPushButton("Press");
+        column->addWidget(field);
+        column->addWidget(button);
+        bool wasPressed = false;
+        connect(button, &QPushButton::clicked, [&] { wasPressed = true; });
+        show(window);
+        field->setFocus();
+        QTest::keyClick(field, Qt::Key_Return);
+        QTest::keyClick(field, Qt::Key_Enter);
+        QCoreApplication::processEvents();
+        QVERIFY(!wasPressed);
+        QVERIFY(field->hasFocus());
+    }
+
+    void aScreenReaderKnowsItByItsPlaceholderAndCanFillIt() {
+        TextField field("E-Mail Address");
+        QAccessibleInterface *known = QAccessible::queryAccessibleInterface(&field);
+        QCOMPARE(known->text(QAccessible::Name), QString("E-Mail Address"));
+        QCOMPARE(known->role(), QAccessible::EditableText);
+        known->setText(QAccessible::Value, "ada@example.org");
+        QCOMPARE(field.text(), QString("ada@example.org"));
+    }
+
+    void itGrowsWithTheFont() {
+        const QFont before = QApplication::font();
+        QList<int> heights;
+        for (const qreal points : {7.0, 18.0}) {
+            QFont font = before;
+            font.setPointSizeF(points);
+            QApplication::setFont(font);
+            TextField field("E-Mail Address");
+            QVERIFY(field.sizeHint().height() >= field.fontMetrics().height() + 8);
+            heights.append(field.sizeHint().height());
+        }
+        QApplication::setFont(before);
+        QCOMPARE(heights.first(), 28);
+        QVERIFY(heights.last() > 28);
+    }
+};
+
+QTEST_MAIN(TextFieldTest)
+#include "TextFieldTest.moc"

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "MainWindow.h"
+#include "QtClipboard.h"
+#include "Supervision.h"
+
+#include <QAccessible>
+#include <QApplication>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <memory>
+
+namespace ferrolt {
+
+/// The widget that a screen reader knows by that name, among those below `root`.
+inline QWidget *named(const QWidget &root, const QString &name) {
+    for (QWidget *widget : root.findChildren<QWidget *>()) {
+        if (widget->isHidden())
+            continue;
+        QAccessibleInterface *const known = QAccessible::queryAccessibleInterface(widget);
+        if (known && known->text(QAccessible::Name) == name)
+            return widget;
+    }
+    return nullptr;
+}
+
+template <class Type>
+Type *named(const QWidget &root, const QString &name) {
+    return qobject_cast<Type *>(named(root, name));
+}
+
+/// The main window over a whole supervisor in a tree of its own.
+struct WindowFixture : Supervision {
+    QTemporaryDir state;
+    std::unique_ptr<MainWindow> window;
+
+    QString stateFile() const { return state.filePath("below/window.ini"); }
+
+    MainWindow &open() {
+        if (!vars)
+            create();
+        window = std::make_unique<MainWindow>(vars, time, std::make_shared<QtClipboard>(), stateFile());
+        show(*window);
+        return *window;
+    }
+
+    static void show(QWidget &shown) {
+        shown.show();
+        shown.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&shown));
+    }
+
+    ~WindowFixture() { window.reset(); }
+};
+
+}  // namespace ferrolt

@@ -1,0 +1,85 @@
+#include "Launcher.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTest>
+
+#include <fstream>
+#include <sstream>
+
+namespace ferrolt {
+
+Launcher::Launcher(const VirtualDesktop &desktop, const std::filesystem::path &executable,
+                   const std::filesystem::path &home)
+    : desktop(desktop), executable(executable.c_str()), home(home.c_str()) {
+    process.setProcessEnvironment(desktop.environment(this->home));
+    process.setProcessChannelMode(QProcess::ForwardedChannels);
+    process.start(this->executable, {});
+    process.waitForStarted();
+}
+
+Launcher::~Launcher() {
+    process.terminate();
+    if (!process.waitForFinished(10000)) {
+        process.kill();
+        process.waitForFinished();
+    }
+}
+
+std::optional<ChildFacts> Launcher::child(const QString &name) const {
+    for (const QString &entry : QDir("/proc").entryList(QDir::Dirs)) {
+        std::ifstream file("/proc/" + entry.toStdString() + "/stat");
+        std::string line;
+        if (!entry.front().isDigit() || !std::getline(file, line))
+            continue;
+        const auto open = line.find('(');
+        const auto close = line.rfind(')');
+        if (open == std::string::npos || line.substr(open + 1, close - open - 1) != name.toStdString())
+            continue;
+        std::istringstream rest(line.substr(close + 2));
+        std::string state;
+        pid_t parent = 0;
+        rest >> state >> parent;
+        std::string skipped;
+        for (int field = 5; field <= 21; ++field)
+            rest >> skipped;
+        ChildFacts facts{.id = static_cast<pid_t>(entry.toInt())};
+        rest >> facts.startTime;  // field 22
+        if (parent == id() && state != "Z")
+            return facts;
+    }
+    return std::nullopt;
+}
+
+int Launcher::startAgain() const {
+    QProcess second;
+    second.setProcessEnvironment(desktop.environment(home));
+    second.start(executable, {});
+    return second.waitForFinished(10000) && second.exitStatus() == QProcess::NormalExit ? second.exitCode() : -1;
+}
+
+QStringList Launcher::visibleWindows() const {
+    QStringList titles;
+    const QString found =
+        desktop.run("xdotool", {"search", "--onlyvisible", "--pid", QString::number(id()), "--name", "."});
+    for (const QString &window : found.split('\n', Qt::SkipEmptyParts))
+        titles << desktop.run("xdotool", {"getwindowname", window}).trimmed();
+    return titles;
+}
+
+QString Launcher::consoleText(const QString &title) const {
+    const QString printed = desktop.run(FERROLT_CONSOLE_TEXT, {QString::number(id()), title});
+    return printed.section('\n', 1);  // without the heading
+}
+
+bool isListening(int port) {
+    std::ifstream table("/proc/net/tcp");
+    const QString wanted = QString(":%1 00000000:0000 0A").arg(port, 4, 16, QChar('0')).toUpper();
+    for (std::string line; std::getline(table, line);) {
+        if (line.find(wanted.toStdString()) != std::string::npos)
+            return true;
+    }
+    return false;
+}
+
+}  // namespace ferrolt

@@ -1,0 +1,85 @@
+#include "VirtualDesktop.h"
+
+#include <QFile>
+
+#include "Waiting.h"
+
+namespace ferrolt {
+
+VirtualDesktop::VirtualDesktop() {
+    QDir(folder.path()).mkdir("runtime");
+    QFile::setPermissions(folder.filePath("runtime"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    bus = startWithAnnouncement("dbus-daemon",
+                                {"--session", "--nofork", "--nopidfile", "--nosyslog", "--print-address=1"});
+    display = startWithAnnouncement("Xvfb", {"-displayfd", "1", "-screen", "0", "1280x800x24", "-nolisten", "tcp"});
+    if (!display.isEmpty())
+        display.prepend(':');
+    auto &windowManager = services.emplace_back();
+    windowManager.setProcessEnvironment(environment(folder.path()));
+    windowManager.start("openbox", {"--sm-disable"});
+    if (!windowManager.waitForStarted())
+        trouble = "openbox does not start";
+}
+
+VirtualDesktop::~VirtualDesktop() {
+    for (auto service = services.rbegin(); service != services.rend(); ++service) {
+        service->terminate();
+        if (!service->waitForFinished(5000)) {
+            service->kill();
+            service->waitForFinished();
+        }
+    }
+}
+
+/// Starts a service that says on its first line where it is to be found.
+QString VirtualDesktop::startWithAnnouncement(const QString &program, const QStringList &arguments) {
+    auto &service = services.emplace_back();
+    service.setProcessEnvironment(base());
+    service.setStandardErrorFile(QProcess::nullDevice());
+    service.start(program, arguments);
+    QByteArray announced;
+    const bool found = waitUntil([&] {
+        announced += service.readAllStandardOutput();
+        return announced.contains('\n') || service.state() == QProcess::NotRunning;
+    });
+    if (!found || !announced.contains('\n')) {
+        trouble = program + " does not start";
+        return {};
+    }
+    return QString::fromUtf8(announced).trimmed();
+}
+
+QProcessEnvironment VirtualDesktop::base() const {
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const char *name : {"WAYLAND_DISPLAY", "XAUTHORITY", "QT_STYLE_OVERRIDE", "QT_SCALE_FACTOR",
+                             "QT_QPA_PLATFORMTHEME", "SESSION_MANAGER"})
+        environment.remove(name);
+    environment.insert("XDG_RUNTIME_DIR", folder.filePath("runtime"));
+    return environment;
+}
+
+QProcessEnvironment VirtualDesktop::environment(const QString &home) const {
+    QProcessEnvironment environment = base();
+    environment.insert("DISPLAY", display);
+    environment.insert("DBUS_SESSION_BUS_ADDRESS", bus);
+    environment.insert("QT_QPA_PLATFORM", "xcb");
+    environment.insert("QT_LINUX_ACCESSIBILITY_ALWAYS_ON", "1");
+    environment.insert("HOME", home);
+    for (const char *name : {"XDG_CONFIG_HOME", "XDG_CACHE_HOME", "XDG_DATA_HOME", "XDG_STATE_HOME"})
+        environment.remove(name);
+    return environment;
+}
+
+QString VirtualDesktop::run(const QString &program, const QStringList &arguments, int *exitCode) const {
+    QProcess tool;
+    tool.setProcessEnvironment(environment(folder.path()));
+    tool.start(program, arguments);
+    tool.waitForFinished(30000);
+    if (exitCode != nullptr)
+        *exitCode = tool.exitStatus() == QProcess::NormalExit ? tool.exitCode() : -1;
+    return QString::fromUtf8(tool.readAllStandardOutput());
+}
+
+void VirtualDesktop::takePicture(const QString &file) const { run("import", {"-window", "root", file}); }
+
+}  // namespace ferrolt

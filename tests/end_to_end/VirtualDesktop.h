@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QProcess>
+#include <QProcessEnvironment>
+#include <QString>
+#include <QTemporaryDir>
+
+#include <list>
+
+namespace ferrolt {
+
+/// A desktop that nobody looks at: a session bus, an X display with a window manager, and a run-time folder.
+class VirtualDesktop {
+  public:
+    VirtualDesktop();
+    ~VirtualDesktop();
+
+    /// What did not start; empty when all did.
+    QString failure() const { return trouble; }
+
+    /// The environment for programs that are to open on it, with `home` as their home folder.
+    QProcessEnvironment environment(const QString &home) const;
+
+    /// Runs a tool on it and gives what it printed; nothing but its failure's text when it fails.
+    QString run(const QString &program, const QStringList &arguments, int *exitCode = nullptr) const;
+
+    /// A picture of the whole screen.
+    void takePicture(const QString &file) const;
+
+  private:
+    QString startWithAnnouncement(const QString &program, const QStringList &arguments);
+    QProcessEnvironment base() const;
+
+    QTemporaryDir folder;
+    std::list<QProcess> services;
+    QString display;
+    QString bus;
+    QString trouble;
+};
+
+}  // namespace ferrolt

@@ -1,0 +1,11 @@
+ferrolt_test(end_to_end LauncherTest LINKS ferrolt_platform ferrolt_paths TIMEOUT 300
+    SOURCES end_to_end/Launcher.cpp end_to_end/VirtualDesktop.cpp)
+add_dependencies(LauncherTest ferrolt-miner-launcher practice_engine practice_client)
+file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/pictures)
+target_compile_definitions(LauncherTest PRIVATE
+    FERROLT_LAUNCHER="$<TARGET_FILE:ferrolt-miner-launcher>"
+    FERROLT_CONSOLE_TEXT="${PROJECT_SOURCE_DIR}/tools/console-text"
+    FERROLT_NODE_SERVER_HOST="${FERROLT_NODE_SERVER_HOST}"
+    FERROLT_PICTURES="${PROJECT_BINARY_DIR}/pictures")
+# The practice tree has one port, and a windowed program under a sanitizer wants the machine to itself.
+set_tests_properties(end_to_end.LauncherTest PROPERTIES RUN_SERIAL ON)
