@@ -28,7 +28,7 @@ QString initialTab() {
     return isIdentityComplete() ? AppVars::homeTab : AppVars::settingsTab;
 }
 
-std::unique_ptr<Updater> makeUpdater(const Seams &seams) {
+std::unique_ptr<Updater> newUpdater(const Seams &seams) {
     HttpConfiguration configuration;
     configuration.time = seams.time;
     configuration.extraAuthorities = seams.extraAuthorities;
@@ -36,7 +36,7 @@ std::unique_ptr<Updater> makeUpdater(const Seams &seams) {
                                      seams.servers.updateServer);
 }
 
-std::unique_ptr<LibreOfficeInstaller> makeInstaller(const Seams &seams) {
+std::unique_ptr<LibreOfficeInstaller> newInstaller(const Seams &seams) {
     usePathRoots(seams.paths);  // for the application's path, and for every later one
     LibreOfficeInstaller::Services services;
     services.server = seams.servers.libreOfficeServer;
@@ -55,8 +55,8 @@ std::unique_ptr<LibreOfficeInstaller> makeInstaller(const Seams &seams) {
 }  // namespace
 
 AppVars::AppVars(Seams given)
-    : updater(makeUpdater(given)),
-      libreOfficeInstaller(makeInstaller(given)),
+    : updater(newUpdater(given)),
+      libreOfficeInstaller(newInstaller(given)),
       _lump(*this, nullptr),
       _qorcp(*this, nullptr),
       _isLumRunning(*this, false),

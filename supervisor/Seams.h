@@ -25,7 +25,7 @@ struct Seams {
     PathRoots paths;
     std::shared_ptr<TimeSource> time = systemTime();
     ServerAddresses servers;
-    QByteArray extraAuthorities;  ///< PEM certificates that the servers may be vouched for by, besides the system's
+    QByteArray extraAuthorities;  ///< PEM certificates that the servers may show besides the system's
     std::shared_ptr<SettingsStore> settings = SettingsStore::ofUser();
     std::shared_ptr<ToolRunner> tools = systemToolRunner();
     std::shared_ptr<PrivilegedCopy> privilegedCopy = systemPrivilegedCopy();

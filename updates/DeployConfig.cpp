@@ -14,7 +14,9 @@ namespace {
 template <class Value>
 using Decoded = std::optional<std::optional<Value>>;
 
-bool isAbsent(const QJsonValue &value) { return value.isUndefined() || value.isNull(); }
+bool isAbsent(const QJsonValue &value) {
+    return value.isUndefined() || value.isNull();
+}
 
 Decoded<std::int64_t> wholeNumber(const QJsonValue &value) {
     if (isAbsent(value))

@@ -1,15 +1,12 @@
 #include "Updater.h"
 
-#include <utility>
-
 #include "DeployConfig.h"
 #include "HttpSession.h"
 #include "MainQueue.h"
-#include "ServerAddresses.h"
+
+#include <utility>
 
 namespace ferrolt {
-
-Updater::Updater() : Updater(std::make_shared<HttpSession>(), ServerAddresses().updateServer) {}
 
 Updater::Updater(std::shared_ptr<HttpSession> session, const QString &updateServer)
     : _isUpdateCheckComplete(*this, false),

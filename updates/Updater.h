@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Published.h"
+
 #include <QObject>
 #include <QString>
 #include <QUrl>
@@ -9,32 +11,29 @@
 #include <memory>
 #include <optional>
 
-#include "Published.h"
-
 namespace ferrolt {
 
 class DeployConfig;
 class HttpSession;
 
-/// Fetches the deployment manifest: once when the launcher starts, and again whenever the supervisor asks. Failures
-/// end a check quietly; whatever decodes as a manifest is used, also below an error status.
+/// Fetches the deployment manifest: once when the launcher starts, and again whenever the supervisor asks.
+/// Failures end a check quietly; whatever decodes as a manifest is used, also below an error status.
 ///
 /// States: unchecked --the end of the start-up check, whatever its result--> checked, in which
 /// _isUpdateCheckComplete is true for good.
 ///
-/// Main thread only. `objectWillChange` comes on the main thread before every change of a field whose name has a
-/// leading underscore, and every change in a turn of the event loop of its own, never inside a call. A check whose
-/// Updater is gone ends without effect. Overlapping checks do no harm, but nothing says whose version stays.
+/// Main thread only. `objectWillChange` comes on the main thread before every change of a field whose name
+/// has a leading underscore, and every change in a turn of the event loop of its own, never inside a call. A
+/// check whose Updater is gone ends without effect. Overlapping checks do no harm, but nothing says whose
+/// version stays.
 class Updater : public QObject {
     Q_OBJECT
 
   public:
-    /// The manifest's `checkUpdateInterval` in hours, as it was given; nothing if the check failed or the manifest
-    /// has none.
+    /// The manifest's `checkUpdateInterval` in hours, as it was given; nothing if the check failed or the
+    /// manifest has none.
     using Completion = std::function<void(std::optional<std::int64_t>)>;
 
-    /// As in production: the update server that the program was built with, and the session's default configuration.
-    Updater();
     /// `updateServer` is the server's base URL.
     Updater(std::shared_ptr<HttpSession> session, const QString &updateServer);
     ~Updater() override;
@@ -45,8 +44,8 @@ class Updater : public QObject {
 
     void runInitialCheck();
 
-    /// `completion` is called once, on the main thread, after _libreOfficeVersion was set, and never inside this
-    /// call.
+    /// `completion` is called once, on the main thread, after _libreOfficeVersion was set, and never inside
+    /// this call.
     void runPeriodicCheck(Completion completion);
 
   Q_SIGNALS:

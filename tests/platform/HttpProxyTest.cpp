@@ -1,7 +1,8 @@
 #include "Background.h"
 #include "HttpSession.h"
+#include "ManualTime.h"
 #include "TestHttpsServer.h"
-#include "TestTime.h"
+#include "Waiting.h"
 
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -101,7 +102,7 @@ class HttpProxyTest : public QObject {
         scripts.on(QStringLiteral("/proxy.pac"), TestHttpsServer::neverAnswers());
         qputenv("https_proxy", "pac+" + scripts.base().toUtf8() + "/proxy.pac");
         auto configured = configuration();
-        const auto time = std::make_shared<TestTime>();
+        const auto time = std::make_shared<ManualTime>();
         configured.time = time;
         {
             HttpSession session(configured);
@@ -111,7 +112,7 @@ class HttpProxyTest : public QObject {
                 error = reply.error;
                 over = true;
             });
-            QVERIFY(becomes([&] {
+            QVERIFY(waitUntil([&] {
                 time->advance(5s);
                 QTest::qWait(10);
                 return over.load();

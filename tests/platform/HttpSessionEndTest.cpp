@@ -1,6 +1,7 @@
 #include "Background.h"
 #include "HttpSession.h"
 #include "TestHttpsServer.h"
+#include "Waiting.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -86,7 +87,7 @@ class HttpSessionEndTest : public QObject {
             reply = own->downloadFile(server.url(QStringLiteral("/never")),
                                       folder.filePath(QStringLiteral("image")).toStdString());
         });
-        QVERIFY(becomes([&] { return server.requestCount(QStringLiteral("/never")) > before; }));
+        QVERIFY(waitUntil([&] { return server.requestCount(QStringLiteral("/never")) > before; }));
         QElapsedTimer time;
         time.start();
         session.reset();
@@ -120,7 +121,7 @@ class HttpSessionEndTest : public QObject {
             error = reply.error;
             ++calls;
         });
-        QVERIFY(becomes([&] { return calls == 1; }));
+        QVERIFY(waitUntil([&] { return calls == 1; }));
         QCOMPARE(error.load(), Error::Cancelled);
         QCOMPARE(server.requestCount(QStringLiteral("/x")), 0);
     }
@@ -136,7 +137,7 @@ class HttpSessionEndTest : public QObject {
             // From before the thread has begun up to a reply's arrival.
             std::this_thread::sleep_for(std::chrono::microseconds(round * round * 20));
         }
-        QVERIFY(becomes([&] { return calls == 2 * rounds; }));
+        QVERIFY(waitUntil([&] { return calls == 2 * rounds; }));
         QTest::qWait(50);
         QCOMPARE(calls, 2 * rounds);
     }
@@ -153,7 +154,7 @@ class HttpSessionEndTest : public QObject {
             over = true;
         });
         holder.reset();
-        QVERIFY(becomes([&] { return over.load(); }));
+        QVERIFY(waitUntil([&] { return over.load(); }));
         QVERIFY(gone.expired());
     }
 
@@ -175,14 +176,14 @@ class HttpSessionEndTest : public QObject {
         for (int i = 0; i < 3; ++i)
             round();
         const auto settled = [&] { return server.openConnectionCount() == 0; };
-        QVERIFY(becomes(settled));
+        QVERIFY(waitUntil(settled));
         const int threads = countEntries("/proc/self/task");
         const int descriptors = countEntries("/proc/self/fd");
         for (int i = 0; i < 20; ++i)
             round();
-        QVERIFY(becomes(settled));
-        QVERIFY(becomes([&] { return countEntries("/proc/self/task") <= threads; }));
-        QVERIFY(becomes([&] { return countEntries("/proc/self/fd") <= descriptors; }));
+        QVERIFY(waitUntil(settled));
+        QVERIFY(waitUntil([&] { return countEntries("/proc/self/task") <= threads; }));
+        QVERIFY(waitUntil([&] { return countEntries("/proc/self/fd") <= descriptors; }));
     }
 };
 

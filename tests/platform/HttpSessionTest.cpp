@@ -2,6 +2,7 @@
 #include "HttpSession.h"
 #include "MainQueue.h"
 #include "TestHttpsServer.h"
+#include "Waiting.h"
 
 #include <QTest>
 
@@ -58,7 +59,7 @@ class HttpSessionTest : public QObject {
             body = reply.body;
             ++calls;
         });
-        QVERIFY(becomes([&] { return calls == 1; }));
+        QVERIFY(waitUntil([&] { return calls == 1; }));
         QVERIFY(!onMain);
         QCOMPARE(body, QByteArray("here"));
     }
@@ -73,10 +74,10 @@ class HttpSessionTest : public QObject {
             for (int i = 0; i < 3; ++i)
                 session.fetch(server.url(QStringLiteral("/slow")), [&](const HttpReply &) { ++slow; });
             session.fetch(server.url(QStringLiteral("/quick")), [&](const HttpReply &) { ++quick; });
-            QVERIFY(becomes([&] { return quick == 1; }));
+            QVERIFY(waitUntil([&] { return quick == 1; }));
             QCOMPARE(slow, 0);
         }
-        QVERIFY(becomes([&] { return slow == 3; }));
+        QVERIFY(waitUntil([&] { return slow == 3; }));
     }
 
     void nothingIsSentThatWasNotAskedFor() {

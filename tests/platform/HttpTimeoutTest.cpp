@@ -1,7 +1,8 @@
 #include "Background.h"
 #include "HttpSession.h"
+#include "ManualTime.h"
 #include "TestHttpsServer.h"
-#include "TestTime.h"
+#include "Waiting.h"
 
 #include <QTemporaryDir>
 #include <QTest>
@@ -18,7 +19,7 @@ class HttpTimeoutTest : public QObject {
     TestAuthority authority;
     TestHttpsServer server{authority.issue()};
     TestHttpsServer plain;
-    std::shared_ptr<TestTime> time;
+    std::shared_ptr<ManualTime> time;
 
     /// The installer's session, on the test's time.
     HttpConfiguration configuration() const {
@@ -45,27 +46,27 @@ class HttpTimeoutTest : public QObject {
     }
 
   private Q_SLOTS:
-    void init() { time = std::make_shared<TestTime>(); }
+    void init() { time = std::make_shared<ManualTime>(); }
 
     void aServerThatNeverAnswersIsGivenThirtySeconds() {
         server.on(QStringLiteral("/never"), TestHttpsServer::neverAnswers());
         HttpSession session(configuration());
         const auto pending = start(session, server.url(QStringLiteral("/never")));
-        QVERIFY(becomes([&] { return server.requestCount(QStringLiteral("/never")) > 0; }));
+        QVERIFY(waitUntil([&] { return server.requestCount(QStringLiteral("/never")) > 0; }));
         time->advance(29s);
         QTest::qWait(500);  // more than the session lets pass between two looks at the clock
         QVERIFY(!pending->over);
         time->advance(2s);
-        QVERIFY(becomes([&] { return pending->over.load(); }));
+        QVERIFY(waitUntil([&] { return pending->over.load(); }));
         QCOMPARE(pending->reply.error, Error::TimedOut);
     }
 
     void aServerThatDoesNotEvenShakeHandsIsGivenThirtySeconds() {
         HttpSession session(configuration());
         const auto pending = start(session, QUrl(QStringLiteral("https://127.0.0.1:%1/").arg(plain.port())));
-        QVERIFY(becomes([&] { return plain.openConnectionCount() > 0; }));
+        QVERIFY(waitUntil([&] { return plain.openConnectionCount() > 0; }));
         QVERIFY(!pending->over);
-        QVERIFY(becomes([&] {
+        QVERIFY(waitUntil([&] {
             time->advance(10s);
             QTest::qWait(50);
             return pending->over.load();
@@ -107,14 +108,14 @@ class HttpTimeoutTest : public QObject {
         HttpSession session(patient);
         const auto started = time->now();
         const auto pending = start(session, server.url(QStringLiteral("/trickle")));
-        QVERIFY(becomes([&] { return server.requestCount(QStringLiteral("/trickle")) > 0; }));
-        QVERIFY(becomes(
+        QVERIFY(waitUntil([&] { return server.requestCount(QStringLiteral("/trickle")) > 0; }));
+        QVERIFY(waitUntil(
             [&] {
                 time->advance(3s);
                 QTest::qWait(10);
                 return pending->over.load();
             },
-            60000));
+            std::chrono::minutes(1)));
         QCOMPARE(pending->reply.error, Error::TimedOut);
         QVERIFY(time->now() - started >= 900s);
     }
@@ -128,7 +129,7 @@ class HttpTimeoutTest : public QObject {
         limited.resourceTimeout = 100s;
         HttpSession session(limited);
         const auto pending = start(session, server.url(QStringLiteral("/round")));
-        QVERIFY(becomes([&] { return pending->over.load(); }));
+        QVERIFY(waitUntil([&] { return pending->over.load(); }));
         QVERIFY(pending->reply.error == Error::TimedOut || pending->reply.error == Error::Transport);
     }
 

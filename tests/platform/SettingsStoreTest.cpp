@@ -112,7 +112,8 @@ class SettingsStoreTest : public QObject {
     void aValueThatIsNotATextIsNone_data() {
         QTest::addColumn<QByteArray>("line");
         for (const char *line :
-             {"a, b", "@Invalid()", "@ByteArray(abc)", "@Size(1 2)", "@Variant(\\0\\0\\0\\x2\\0\\0\\0\\x5)", "@Variant(\\0\\0\\0\\t\\x7f\\xff\\xff\\xff)"})
+             {"a, b", "@Invalid()", "@ByteArray(abc)", "@Size(1 2)", "@Variant(\\0\\0\\0\\x2\\0\\0\\0\\x5)",
+              "@Variant(\\0\\0\\0\\t\\x7f\\xff\\xff\\xff)"})
             QTest::newRow(line) << QByteArray(line);
     }
     void aValueThatIsNotATextIsNone() {

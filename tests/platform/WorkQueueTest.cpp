@@ -1,4 +1,4 @@
-#include "Background.h"
+#include "Waiting.h"
 #include "WorkQueue.h"
 
 #include <QDir>
@@ -41,7 +41,7 @@ class WorkQueueTest : public QObject {
                 --inside;
                 ++done;
             }));
-        QVERIFY(becomes([&] { return done == 1000; }));
+        QVERIFY(waitUntil([&] { return done == 1000; }));
         QVERIFY(!overlapped);
         QCOMPARE(order.size(), std::size_t(1000));
         QVERIFY(std::ranges::is_sorted(order));
@@ -65,7 +65,7 @@ class WorkQueueTest : public QObject {
             });
         for (std::thread &caller : callers)
             caller.join();
-        QVERIFY(becomes([&] { return done == 800; }));
+        QVERIFY(waitUntil([&] { return done == 800; }));
         QCOMPARE(plain, 800);
     }
 
@@ -84,7 +84,7 @@ class WorkQueueTest : public QObject {
             nice = getpriority(PRIO_PROCESS, static_cast<id_t>(gettid()));
             done = true;
         }));
-        QVERIFY(becomes([&] { return done.load(); }));
+        QVERIFY(waitUntil([&] { return done.load(); }));
         QVERIFY(thread != std::this_thread::get_id());
         QCOMPARE(name, QByteArray("libreoffice-ins"));
         QVERIFY(nice > getpriority(PRIO_PROCESS, 0) || nice == 19);
@@ -94,7 +94,7 @@ class WorkQueueTest : public QObject {
         auto queue = std::make_shared<WorkQueue>("io.example.more", QualityOfService::Default);
         std::atomic<bool> done = false;
         QVERIFY(queue->async([&, queue] { (void) queue->async([&] { done = true; }); }));
-        QVERIFY(becomes([&] { return done.load(); }));
+        QVERIFY(waitUntil([&] { return done.load(); }));
     }
 
     void destroyingAQueueNeitherWaitsNorLosesWork() {
@@ -111,7 +111,7 @@ class WorkQueueTest : public QObject {
         }
         QCOMPARE(done, 0);
         release = true;
-        QVERIFY(becomes([&] { return done == 3; }));
+        QVERIFY(waitUntil([&] { return done == 3; }));
     }
 
     void thereIsNoThreadWithoutWork() {
@@ -121,8 +121,8 @@ class WorkQueueTest : public QObject {
         for (int round = 0; round < 5; ++round) {
             std::atomic<bool> done = false;
             QVERIFY(queue.async([&] { done = true; }));
-            QVERIFY(becomes([&] { return done.load(); }));
-            QVERIFY(becomes([&] { return threadCount() == before; }));
+            QVERIFY(waitUntil([&] { return done.load(); }));
+            QVERIFY(waitUntil([&] { return threadCount() == before; }));
         }
     }
 
@@ -130,7 +130,7 @@ class WorkQueueTest : public QObject {
         WorkQueue queue("io.example.release", QualityOfService::Default);
         auto held = std::make_shared<int>(1);
         QVERIFY(queue.async([held] {}));
-        QVERIFY(becomes([&] { return held.use_count() == 1; }));
+        QVERIFY(waitUntil([&] { return held.use_count() == 1; }));
     }
 };
 

@@ -1,11 +1,8 @@
 #pragma once
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
-#include <QEventLoop>
 
 #include <chrono>
-#include <exception>
 #include <future>
 #include <thread>
 #include <utility>
@@ -21,20 +18,6 @@ auto inBackground(Work work) {
     while (result.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready)
         QCoreApplication::processEvents();
     return result.get();
-}
-
-/// Waits until `condition` holds; false after `milliseconds`. Events go on.
-template <class Condition>
-bool becomes(Condition condition, int milliseconds = 10000) {
-    QElapsedTimer time;
-    time.start();
-    while (!condition()) {
-        if (time.elapsed() > milliseconds)
-            return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
 }
 
 }  // namespace ferrolt

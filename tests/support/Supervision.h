@@ -47,6 +47,7 @@ struct Supervision {
         Seams seams(alerts);
         seams.paths = tree.roots();
         seams.time = time;
+        seams.servers.updateServer.clear();  // no valid address: a check ends without a look at the network
         seams.terminateApplication = [this] { ++terminations; };
         adjustSeams(seams);
         vars = std::make_shared<AppVars>(std::move(seams));
