@@ -38,6 +38,8 @@ void Ferrolt_Miner_LauncherApp::startServicesOnceChecked() {
         return;
     }
     _av->startServices();
+    _av->ensureLibreOffice();
+    _av->scheduleUpdateTimer();
 }
 
 void Ferrolt_Miner_LauncherApp::windowContentAppeared() {
