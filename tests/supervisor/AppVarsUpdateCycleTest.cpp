@@ -1,8 +1,9 @@
 #include "AppVars.h"
-#include "Background.h"
 #include "InstallationScene.h"
+#include "Waiting.h"
 #include "LibreOfficeInstaller.h"
 #include "Listener.h"
+#include "MainQueue.h"
 #include "ProcessFacts.h"
 #include "Supervision.h"
 #include "Updater.h"
@@ -51,7 +52,7 @@ struct UpdateScene : Supervision {
     }
     /// Nothing of this scene's may be at work when the next one begins.
     ~UpdateScene() {
-        becomes([] { return !LibreOfficeInstaller::isInstalling(); });
+        waitUntil([] { return !LibreOfficeInstaller::isInstalling(); });
         if (vars && engineId() != 0)
             kill(engineId(), SIGKILL);  // it may be one that ignores requests
     }
@@ -69,6 +70,14 @@ struct UpdateScene : Supervision {
         downloads.server.on(manifestPath, TestHttpsServer::replies(status, json));
     }
     qsizetype checks() const { return downloads.server.requestCount(manifestPath); }
+    /// What was handed to the main thread so far, and what that handed over in turn, has run.
+    static void letTheMainQueueTurn() {
+        for (int turn = 0; turn < 2; ++turn) {
+            bool isOver = false;
+            MainQueue::async([&] { isOver = true; });
+            waitUntil([&] { return isOver; });
+        }
+    }
     fs::path application() const { return tree.path() / "root/Applications/LibreOffice.app"; }
 
     /// One tick of the update timer, and the check that it starts.
@@ -113,7 +122,7 @@ class AppVarsUpdateCycleTest : public QObject {
         // A second check finds nothing to do.
         const auto requests = s.downloads.server.requests().size();
         s.vars->ensureLibreOffice();
-        becomes([&] { return s.engineStarts() == 3; }, 300);
+        s.letTheMainQueueTurn();
         QCOMPARE(s.engineStarts(), 2U);
         QCOMPARE(s.downloads.server.requests().size(), requests);
     }
@@ -265,11 +274,11 @@ class AppVarsUpdateCycleTest : public QObject {
         s.serveManifest(R"({"libreofficeversion": "25.8.1"})");
         QVERIFY(s.tick());
         QVERIFY(s.waitForEngineLog("Fetching LibreOffice 25.8.1"));
-        QVERIFY(becomes([] { return !LibreOfficeInstaller::isInstalling(); }));
+        QVERIFY(waitUntil([] { return !LibreOfficeInstaller::isInstalling(); }));
         s.serveManifest("sorry", 503);
         QVERIFY(s.tick());  // a failed check keeps what was last known
         QVERIFY(waitUntil([&] { return count(s.engineLog(), "Fetching LibreOffice 25.8.1") == 2; }));
-        QVERIFY(becomes([] { return !LibreOfficeInstaller::isInstalling(); }));
+        QVERIFY(waitUntil([] { return !LibreOfficeInstaller::isInstalling(); }));
         s.serveManifest(R"({"libreofficeversion": null})");
         QVERIFY(s.tick());
         QVERIFY(s.waitForEngineLog("Fetching LibreOffice 26.2.4"));
@@ -284,7 +293,7 @@ class AppVarsUpdateCycleTest : public QObject {
         QVERIFY(s.tick());
         QVERIFY(s.waitForEngineLog("Will retry on the next check.\n"));
         QCOMPARE(s.engineId(), engine);
-        QVERIFY(becomes([] { return !LibreOfficeInstaller::isInstalling(); }));
+        QVERIFY(waitUntil([] { return !LibreOfficeInstaller::isInstalling(); }));
         s.downloads.publish({s.downloads.goodMirror()});
         QVERIFY(s.tick());
         QVERIFY(waitUntil([&] { return s.engineStarts() == 2; }));
@@ -300,10 +309,10 @@ class AppVarsUpdateCycleTest : public QObject {
         QVERIFY(waitUntil([&] { return s.downloads.recorded().has_value(); }));
         const std::string log = s.engineLog();
         s.vars->ensureLibreOffice();
-        becomes([&] { return s.engineLog() != log; }, 200);
+        s.letTheMainQueueTurn();
         QCOMPARE(s.engineLog(), log);
         QCOMPARE(s.engineStarts(), 1U);
-        QVERIFY(becomes([] { return !LibreOfficeInstaller::isInstalling(); }));
+        QVERIFY(waitUntil([] { return !LibreOfficeInstaller::isInstalling(); }));
     }
 
     void aReloadWithoutAnEngineOrDuringAnotherDoesNothing() {
@@ -344,7 +353,9 @@ class AppVarsUpdateCycleTest : public QObject {
         QVERIFY(waitUntil([&] { return s.vars->_isPermanentlyStopped.get(); }));
         kill(engine, SIGKILL);
         QVERIFY(waitUntil([&] { return !isAlive(engine); }));
-        becomes([&] { return s.engineStarts() == 2; }, 300);
+        // The thread that waited for its end is done, and what it handed over has run.
+        QVERIFY(waitUntil([] { return threadsNamed("utility") == 0; }));
+        s.letTheMainQueueTurn();
         QCOMPARE(s.engineStarts(), 1U);
         QCOMPARE(s.alerts->shown.size(), 1U);
     }
@@ -358,11 +369,11 @@ class AppVarsUpdateCycleTest : public QObject {
         s.time->advance(1h);
         QVERIFY(waitUntil([&] { return s.checks() == 1; }));
         s.vars->ensureLibreOffice();
-        QVERIFY(becomes([] { return LibreOfficeInstaller::isInstalling(); }));
+        QVERIFY(waitUntil([] { return LibreOfficeInstaller::isInstalling(); }));
         const auto client = s.vars->_qorcp.get();
         s.vars->reloadEngine();
         s.vars.reset();
-        QVERIFY(becomes([] { return !LibreOfficeInstaller::isInstalling(); }));
+        QVERIFY(waitUntil([] { return !LibreOfficeInstaller::isInstalling(); }));
         QCOMPARE(s.downloads.recorded(), std::optional(QStringLiteral("26.2.4")));
         s.time->advance(24h);
         client->terminate();

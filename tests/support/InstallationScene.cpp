@@ -1,7 +1,7 @@
 #include "InstallationScene.h"
 
-#include "Background.h"
 #include "TreeSnapshot.h"
+#include "Waiting.h"
 
 #include <QCryptographicHash>
 
@@ -94,7 +94,7 @@ std::optional<InstallOutcome> InstallationScene::install(const QString &version)
     const auto installer = std::make_unique<LibreOfficeInstaller>(services);
     std::optional<InstallOutcome> result;
     installer->install(version, logger(), [&](const InstallOutcome &outcome) { result = outcome; });
-    becomes([&] { return result.has_value(); }, 30'000);
+    waitUntil([&] { return result.has_value(); }, std::chrono::milliseconds(30'000));
     return result;
 }
 

@@ -3,7 +3,7 @@
 #include "LibreOfficeInstaller.h"
 #include "TestAuthority.h"
 #include "TestHttpsServer.h"
-#include "TestTime.h"
+#include "ManualTime.h"
 
 #include <QByteArray>
 #include <QString>

@@ -118,6 +118,7 @@ void TestHttpsServer::State::listen() {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(port);
     socklen_t size = sizeof address;
     if (bind(listener.get(), reinterpret_cast<sockaddr *>(&address), size) != 0 ||
         ::listen(listener.get(), 64) != 0 ||
@@ -184,8 +185,9 @@ void TestHttpsServer::State::serve(FileDescriptor socket) {
     --open;
 }
 
-TestHttpsServer::TestHttpsServer(const TestCertificate &certificate)
+TestHttpsServer::TestHttpsServer(const TestCertificate &certificate, std::uint16_t port)
     : state(std::make_shared<State>(contextFor(certificate))) {
+    state->port = port;
     state->listen();
 }
 

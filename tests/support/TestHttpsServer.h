@@ -56,8 +56,8 @@ class TestHttpsServer {
   public:
     using Handler = std::function<void(TestExchange &)>;
 
-    /// With TLS.
-    explicit TestHttpsServer(const TestCertificate &certificate);
+    /// With TLS; on a free port unless one is named.
+    explicit TestHttpsServer(const TestCertificate &certificate, std::uint16_t port = 0);
     /// Without.
     TestHttpsServer();
     ~TestHttpsServer();

@@ -1,5 +1,5 @@
-#include "Background.h"
 #include "InstallationScene.h"
+#include "Waiting.h"
 
 #include <QTest>
 
@@ -23,7 +23,7 @@ class InstallerMirrorsTest : public QObject {
 
   private:
     std::unique_ptr<InstallationScene> scene;
-    std::shared_ptr<TestTime> time;
+    std::shared_ptr<ManualTime> time;
 
     QString bad(TestHttpsServer::Handler handler) {
         scene->server.on(QStringLiteral("/bad.dmg"), std::move(handler));
@@ -60,14 +60,14 @@ class InstallerMirrorsTest : public QObject {
         std::optional<InstallOutcome> outcome;
         installer.install(version, scene->logger(), [&](const InstallOutcome &result) { outcome = result; });
         const auto downloads = [&] { return scene->log().count(InstallationScene::downloading()); };
-        QVERIFY(becomes([&] { return downloads() == 1; }));
+        QVERIFY(waitUntil([&] { return downloads() == 1; }));
         while (downloads() == 1 && !QTest::currentTestFailed()) {
-            if (becomes([&] { return downloads() > 1 || mayStep(); }) && downloads() == 1)
+            if (waitUntil([&] { return downloads() > 1 || mayStep(); }) && downloads() == 1)
                 time->advance(step);
             // Within this time the session looks at the clock.
-            becomes([&] { return downloads() > 1; }, 250);
+            waitUntil([&] { return downloads() > 1; }, std::chrono::milliseconds(250));
         }
-        QVERIFY(becomes([&] { return outcome.has_value(); }));
+        QVERIFY(waitUntil([&] { return outcome.has_value(); }));
         QCOMPARE(outcome, InstallOutcome::installed(version));
         QCOMPARE(scene->log(),
                  InstallationScene::linesOfAnInstallation(QStringList(2, InstallationScene::downloading())));
@@ -76,7 +76,7 @@ class InstallerMirrorsTest : public QObject {
   private Q_SLOTS:
     void init() {
         scene = std::make_unique<InstallationScene>();
-        time = std::make_shared<TestTime>();
+        time = std::make_shared<ManualTime>();
     }
 
     void aMirrorThatDoesNotAnswerProperly_data() {

@@ -1,8 +1,8 @@
-#include "Background.h"
 #include "InstallationScene.h"
 #include "LibreOfficeInstaller.h"
 #include "MainQueue.h"
 #include "TreeSnapshot.h"
+#include "Waiting.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -87,7 +87,7 @@ class LibreOfficeInstallerTest : public QObject {
         LibreOfficeInstaller first(scene->services);
         std::optional<InstallOutcome> outcome;
         first.install(version, scene->logger(), [&](const InstallOutcome &result) { outcome = result; });
-        QVERIFY(becomes([&] { return isMounting.load(); }));
+        QVERIFY(waitUntil([&] { return isMounting.load(); }));
         QVERIFY(LibreOfficeInstaller::isInstalling());
         const auto linesBefore = scene->log();
 
@@ -96,14 +96,14 @@ class LibreOfficeInstallerTest : public QObject {
         QCOMPARE(scene->install(), failure);  // another installer: the rule holds for the process
         std::optional<InstallOutcome> again;
         first.install(version, scene->logger(), [&](const InstallOutcome &result) { again = result; });
-        QVERIFY(becomes([&] { return again.has_value(); }));
+        QVERIFY(waitUntil([&] { return again.has_value(); }));
         QCOMPARE(again, failure);
         QVERIFY(LibreOfficeInstaller::isInstalling());
         QVERIFY(!outcome.has_value());
         QCOMPARE(scene->log(), linesBefore);
 
         mayGoOn.release();
-        QVERIFY(becomes([&] { return outcome.has_value(); }));
+        QVERIFY(waitUntil([&] { return outcome.has_value(); }));
         QCOMPARE(outcome, InstallOutcome::installed(version));
         QCOMPARE(scene->server.requestCount(InstallationScene::metalinkPath()), 1);
     }
@@ -277,7 +277,7 @@ class LibreOfficeInstallerTest : public QObject {
         }).join();
         QVERIFY(scene->log().isEmpty());
         QVERIFY(!onMain.has_value());
-        QVERIFY(becomes([&] { return onMain.has_value(); }));
+        QVERIFY(waitUntil([&] { return onMain.has_value(); }));
         QVERIFY(*onMain);
     }
 
@@ -285,8 +285,8 @@ class LibreOfficeInstallerTest : public QObject {
         scene->publish({scene->goodMirror()});
         LibreOfficeInstaller installer(scene->services);
         installer.install(version, {});
-        QVERIFY(becomes([&] { return scene->recorded() == version; }));
-        QVERIFY(becomes([&] { return !LibreOfficeInstaller::isInstalling(); }));
+        QVERIFY(waitUntil([&] { return scene->recorded() == version; }));
+        QVERIFY(waitUntil([&] { return !LibreOfficeInstaller::isInstalling(); }));
     }
 
     void anInstallerThatIsGoneBeforeItsTurnDoesNothing() {
@@ -296,7 +296,7 @@ class LibreOfficeInstallerTest : public QObject {
             ->install(version, scene->logger(), [&](const InstallOutcome &) { called = true; });
         bool turned = false;
         MainQueue::async([&] { turned = true; });
-        QVERIFY(becomes([&] { return turned; }));
+        QVERIFY(waitUntil([&] { return turned; }));
         QVERIFY(!called);
         QVERIFY(!LibreOfficeInstaller::isInstalling());
         QCOMPARE(scene->server.connectionCount(), 0);
@@ -307,9 +307,9 @@ class LibreOfficeInstallerTest : public QObject {
         auto installer = std::make_unique<LibreOfficeInstaller>(scene->services);
         std::optional<InstallOutcome> outcome;
         installer->install(version, scene->logger(), [&](const InstallOutcome &result) { outcome = result; });
-        QVERIFY(becomes([] { return LibreOfficeInstaller::isInstalling(); }));
+        QVERIFY(waitUntil([] { return LibreOfficeInstaller::isInstalling(); }));
         installer.reset();
-        QVERIFY(becomes([&] { return outcome.has_value(); }));
+        QVERIFY(waitUntil([&] { return outcome.has_value(); }));
         QCOMPARE(outcome, InstallOutcome::installed(version));
         QCOMPARE(scene->recorded(), std::optional(version));
     }
@@ -324,8 +324,8 @@ class LibreOfficeInstallerTest : public QObject {
         });
         bool done = false;
         installer.install(version, scene->logger(), [&](const InstallOutcome &) { done = true; });
-        QVERIFY(becomes([&] { return done; }));
-        QVERIFY(becomes([&] { return installer.progress->isIdle(); }));
+        QVERIFY(waitUntil([&] { return done; }));
+        QVERIFY(waitUntil([&] { return installer.progress->isIdle(); }));
         QCOMPARE(texts.first(), QStringLiteral("LibreOffice 26.2.4: 0 MB"));
         QVERIFY(texts.contains(QStringLiteral("LibreOffice 26.2.4: 1 of 1 MB")));
         QCOMPARE(texts.mid(texts.size() - 3),
@@ -340,7 +340,7 @@ class LibreOfficeInstallerTest : public QObject {
         QSignalSpy changes(installer.progress.get(), &InstallProgress::changed);
         bool done = false;
         installer.install(version, scene->logger(), [&](const InstallOutcome &) { done = true; });
-        QVERIFY(becomes([&] { return done; }));
+        QVERIFY(waitUntil([&] { return done; }));
         QCOMPARE(changes.count(), 0);
     }
 };
