@@ -8,3 +8,6 @@ ferrolt_test(platform WorkQueueTest LINKS ferrolt_platform)
 foreach(name HttpDownloadTest HttpProxyTest HttpSessionEndTest HttpSessionTest HttpTimeoutTest)
     ferrolt_test(platform ${name} LINKS ferrolt_platform ferrolt_test_server)
 endforeach()
+# It stands in for the system's name look-up, which Qt's library must find too.
+set_target_properties(HttpSessionEndTest PROPERTIES ENABLE_EXPORTS ON)
+target_link_libraries(HttpSessionEndTest PRIVATE ${CMAKE_DL_LIBS})
