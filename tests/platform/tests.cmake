@@ -20,3 +20,6 @@ if(NOT APPLE)
         target_include_directories(${test} PRIVATE ${PROJECT_SOURCE_DIR}/platform/linux)
     endforeach()
 endif()
+# It stands in for the system's name look-up, which Qt's library must find too.
+set_target_properties(HttpSessionEndTest PROPERTIES ENABLE_EXPORTS ON)
+target_link_libraries(HttpSessionEndTest PRIVATE ${CMAKE_DL_LIBS})
