@@ -14,8 +14,8 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// The application with a window of the test's, practice children, and an update server that accepts connections
-/// but never answers: its check completes when the time is moved to its time-out, and not before.
+/// The application with a window of the test's, practice children, and an update server that accepts
+/// connections but never answers: its check completes when the time is moved to its time-out, and not before.
 struct Application : Supervision {
     const Listener silentServer;
     const Listener enginePort;
@@ -85,8 +85,9 @@ class LifecycleTest : public QObject {
         const Alert alert = a.alerts->shown.front();
         QCOMPARE(alert.messageText, QStringLiteral("Ferrolt Miner Missing Info"));
         QCOMPARE(alert.informativeText,
-                 QStringLiteral("You must provide an E-Mail address\nand User/Company name (must contain a space)\n"
-                                "before the miner will do any work."));
+                 QStringLiteral(
+                     "You must provide an E-Mail address\nand User/Company name (must contain a space)\n"
+                     "before the miner will do any work."));
         QCOMPARE(alert.button, QStringLiteral("OK"));
         // The services are requested all the same: the engine runs, the client waits for its identity.
         QVERIFY(a.completeTheUpdateCheck());
