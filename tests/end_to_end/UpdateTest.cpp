@@ -163,9 +163,8 @@ class UpdateTest : public QObject {
         QVERIFY(waitUntil([&] { return again.child("Orbix") && again.child("qorclient"); }, 60s));
         QCOMPARE(again.startAgain(), 0);
         QVERIFY(waitUntil([&] { return again.visibleWindows().contains("Ferrolt Miner Launcher"); }));
-        QVERIFY(waitUntil([&] { return again.consoleText("Lumora Core Engine").contains("ready"); }));
-        QCOMPARE(again.consoleText("Lumora Core Engine").section('\n', 0, 1),
-                 QString("Lumora Core started.\nready"));
+        QVERIFY(waitUntil([&] { return again.consoleText("Qor Client").contains("ready"); }));
+        QCOMPARE(again.consoleText("Lumora Core Engine").trimmed(), QString("Lumora Core started."));
         QCOMPARE(servers.origin.requestCount(manifestPath), manifests + 1);
         QCOMPARE(servers.origin.requestCount(metalinkPath), metalinks);
     }
