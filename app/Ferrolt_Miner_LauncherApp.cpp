@@ -30,7 +30,7 @@ Ferrolt_Miner_LauncherApp::Ferrolt_Miner_LauncherApp(Seams seams) : time(seams.t
 /// Tested every 200 milliseconds and without limit: a launcher that started its services beside a check that
 /// still runs could start an engine that the check is about to replace.
 void Ferrolt_Miner_LauncherApp::startServicesOnceChecked() {
-    if (!_av->updater->isUpdateCheckComplete()) {
+    if (!_av->updater->_isUpdateCheckComplete) {
         time->callAfter(200ms, [self = QPointer(this)] {
             if (self)
                 self->startServicesOnceChecked();
@@ -38,6 +38,8 @@ void Ferrolt_Miner_LauncherApp::startServicesOnceChecked() {
         return;
     }
     _av->startServices();
+    _av->ensureLibreOffice();
+    _av->scheduleUpdateTimer();
 }
 
 void Ferrolt_Miner_LauncherApp::windowContentAppeared() {

@@ -1,10 +1,3 @@
-#include <QApplication>
-
-#include <csignal>
-#include <cstdio>
-#include <memory>
-#include <utility>
-
 #include "AccessibleRoles.h"
 #include "DesktopAppearance.h"
 #include "Ferrolt_Miner_LauncherApp.h"
@@ -15,11 +8,19 @@
 #include "QuitSignals.h"
 #include "SingleInstance.h"
 
+#include <QApplication>
+
+#include <csignal>
+#include <cstdio>
+#include <memory>
+#include <utility>
+
 using namespace ferrolt;
 
 namespace {
 
-/// What a desktop does by itself when its user opens a program that already runs: its window comes to the front.
+/// What a desktop does by itself when its user opens a program that already runs: its window comes to the
+/// front.
 void bringToFront(QWidget &window) {
     window.setWindowState(window.windowState() & ~Qt::WindowMinimized);
     window.raise();
@@ -33,10 +34,12 @@ int runApplication(SingleInstance &instance) {
 
     Ferrolt_Miner_LauncherApp app(Seams(std::make_shared<QtAlertPresenter>()));
     AppDelegate &delegate = app.appDelegate();
-    MainWindow window(app.appVars(), systemTime(), std::make_shared<QtClipboard>(), MainWindow::defaultStateFile());
+    MainWindow window(app.appVars(), systemTime(), std::make_shared<QtClipboard>(),
+                      MainWindow::defaultStateFile());
     delegate.setFirstWindow(&window);
 
-    QObject::connect(&window, &MainWindow::contentAppeared, &app, &Ferrolt_Miner_LauncherApp::windowContentAppeared);
+    QObject::connect(&window, &MainWindow::contentAppeared, &app,
+                     &Ferrolt_Miner_LauncherApp::windowContentAppeared);
     QObject::connect(&window, &MainWindow::quitRequested, qApp, &QApplication::quit);
     QObject::connect(qApp, &QApplication::aboutToQuit, &app, [&] { delegate.applicationWillTerminate(); });
     const QuitSignals signals([] { QApplication::quit(); });
@@ -53,7 +56,8 @@ int runApplication(SingleInstance &instance) {
 }  // namespace
 
 int main(int argc, char **argv) {
-    // A child or a desktop service that goes away in the middle of a write is an error of that write, no more.
+    // A child or a desktop service that goes away in the middle of a write is an error of that write, no
+    // more.
     std::signal(SIGPIPE, SIG_IGN);
 
     SingleInstance instance(PathRoots().home);

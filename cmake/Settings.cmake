@@ -12,4 +12,5 @@ set(FERROLT_DEVELOPMENT_FOLDER "${PROJECT_SOURCE_DIR}" CACHE PATH
     "The folder that the engine and the client are taken from when they are not installed")
 set(FERROLT_REVERSE_DOMAIN "io.ferrolt.miner-launcher" CACHE STRING "The reverse-domain identifier")
 option(FERROLT_TESTS "Build the tests" ON)
+option(FERROLT_FUZZ "Build the fuzz targets, with clang" OFF)
 set(FERROLT_SANITIZE "" CACHE STRING "Sanitizers to build with, as -fsanitize takes them")

@@ -1,11 +1,14 @@
 #include "AppVars.h"
 
 #include "AppVarsChildren.h"
+#include "HttpSession.h"
 #include "LibreOfficeInstaller.h"
 #include "MinerIdentity.h"
 #include "PathResolvers.h"
+#include "ReverseDomain.h"
 #include "Updater.h"
 
+#include <string>
 #include <utility>
 
 namespace ferrolt {
@@ -25,11 +28,35 @@ QString initialTab() {
     return isIdentityComplete() ? AppVars::homeTab : AppVars::settingsTab;
 }
 
+std::unique_ptr<Updater> newUpdater(const Seams &seams) {
+    HttpConfiguration configuration;
+    configuration.time = seams.time;
+    configuration.extraAuthorities = seams.extraAuthorities;
+    return std::make_unique<Updater>(std::make_shared<HttpSession>(std::move(configuration)),
+                                     seams.servers.updateServer);
+}
+
+std::unique_ptr<LibreOfficeInstaller> newInstaller(const Seams &seams) {
+    usePathRoots(seams.paths);  // for the application's path, and for every later one
+    LibreOfficeInstaller::Services services;
+    services.server = seams.servers.libreOfficeServer;
+    services.http.time = seams.time;
+    services.http.extraAuthorities = seams.extraAuthorities;
+    services.application = libreOfficePath();
+    services.temporaryFolder = seams.temporaryFolder;
+    services.settings = seams.settings;
+    services.tools = seams.tools;
+    services.privilegedCopy = seams.privilegedCopy;
+    services.workQueue = std::make_shared<WorkQueue>(std::string(reverseDomain) + ".libreoffice-install",
+                                                     QualityOfService::Utility);
+    return std::make_unique<LibreOfficeInstaller>(std::move(services));
+}
+
 }  // namespace
 
 AppVars::AppVars(Seams given)
-    : updater(std::make_unique<Updater>()),
-      libreOfficeInstaller(std::make_unique<LibreOfficeInstaller>()),
+    : updater(newUpdater(given)),
+      libreOfficeInstaller(newInstaller(given)),
       _lump(*this, nullptr),
       _qorcp(*this, nullptr),
       _isLumRunning(*this, false),
@@ -37,7 +64,6 @@ AppVars::AppVars(Seams given)
       _isPermanentlyStopped(*this, false),
       _selectedTab(*this, std::nullopt),
       seams(std::move(given)) {
-    usePathRoots(seams.paths);
     _selectedTab.set(initialTab());
     // The connection ends with this object: the updater never outlives its hold on it.
     cancellable = connect(updater.get(), &Updater::objectWillChange, this, &AppVars::objectWillChange);

@@ -18,6 +18,7 @@
 
 namespace ferrolt {
 
+class InstallOutcome;
 class Updater;
 class LibreOfficeInstaller;
 
@@ -89,6 +90,16 @@ class AppVars : public QObject, public std::enable_shared_from_this<AppVars> {
     /// here on nothing is started any more, and no child's end is a failure.
     void stopAll();
 
+    /// Restarts the engine alone, so that it takes up a new LibreOffice; the client runs on. Does nothing
+    /// while a reload is under way, while the engine is down, and after the permanent stop.
+    void reloadEngine();
+    /// Arms the update timer anew: one check, updateCheckIntervalHours from now. Every check ends by calling
+    /// this.
+    void scheduleUpdateTimer();
+    /// Asks for the LibreOffice version that the manifest names. Progress and failure come in the engine's
+    /// log.
+    void ensureLibreOffice();
+
   Q_SIGNALS:
     void objectWillChange();
 
@@ -112,6 +123,11 @@ class AppVars : public QObject, public std::enable_shared_from_this<AppVars> {
     void fatalError(const QString &message);
 
     void onChildTerminated(const Child &child, Process::Status status);
+
+    void onOldEngineExited();
+    void onInstallOutcome(const InstallOutcome &outcome);
+    void runUpdateCheck();
+    void onUpdateCheckResult(std::optional<std::int64_t> interval);
 
     LogBuffer _lumoraLog;
     LogBuffer _qorClientLog;

@@ -1,12 +1,15 @@
 #include "Seams.h"
 
 #include <QCoreApplication>
+#include <QDir>
 
 #include <utility>
 
 namespace ferrolt {
 
 Seams::Seams(std::shared_ptr<AlertPresenter> alerts)
-    : alerts(std::move(alerts)), terminateApplication([] { QCoreApplication::quit(); }) {}
+    : alerts(std::move(alerts)),
+      temporaryFolder(QDir::tempPath().toStdString()),
+      terminateApplication([] { QCoreApplication::quit(); }) {}
 
 }  // namespace ferrolt

@@ -15,6 +15,7 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -61,6 +62,8 @@ struct Address {
     const sockaddr *generic() const { return reinterpret_cast<const sockaddr *>(&value); }
 };
 
+constexpr int confirmationMilliseconds = 150;
+
 FileDescriptor newSocket() {
     return FileDescriptor(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
 }
@@ -72,11 +75,19 @@ bool belongsToThisUser(int socket) {
     return getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 && peer.uid == getuid();
 }
 
+/// Connects, which is the whole message, and gives the first launcher a moment to confirm it. One that is
+/// dying, after a kill -9 say, can still be connected to, but hangs up without a word: the caller then tries
+/// for its place. One that is merely busy finds the connection when it comes to it.
 bool handOver(const Address &address) {
     const FileDescriptor socket = newSocket();
-    // An accepted connection is the whole message: it waits at the first launcher until that comes to it.
-    return socket.isValid() && connect(socket.get(), address.generic(), address.size) == 0 &&
-           belongsToThisUser(socket.get());
+    if (!socket.isValid() || connect(socket.get(), address.generic(), address.size) != 0 ||
+        !belongsToThisUser(socket.get()))
+        return false;
+    pollfd answer{socket.get(), POLLIN, 0};
+    if (poll(&answer, 1, confirmationMilliseconds) <= 0)
+        return true;
+    char confirmation = 0;
+    return recv(socket.get(), &confirmation, 1, 0) == 1;
 }
 
 FileDescriptor listenAt(const Address &address) {
@@ -104,7 +115,11 @@ struct SingleInstance::State {
             const FileDescriptor connection(accept4(socket.get(), nullptr, nullptr, SOCK_CLOEXEC));
             if (!connection.isValid())
                 break;
-            called = called || belongsToThisUser(connection.get());
+            if (belongsToThisUser(connection.get())) {
+                called = true;
+                const char confirmation = 1;
+                send(connection.get(), &confirmation, 1, MSG_NOSIGNAL);
+            }
         }
         if (called)
             reopen();

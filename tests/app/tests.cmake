@@ -33,3 +33,6 @@ if(NOT APPLE)
     ferrolt_test(app DesktopAppearanceTest LINKS ferrolt_app WINDOW)
     ferrolt_test(app StateFolderTest LINKS ferrolt_app)
 endif()
+ferrolt_test(app LifecycleTest LINKS ferrolt_app WINDOW)
+ferrolt_test(app UnitTestHostTest LINKS ferrolt_app)
+set_target_properties(UnitTestHostTest PROPERTIES ENABLE_EXPORTS ON)  # a name that the process can be asked for

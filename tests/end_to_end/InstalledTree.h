@@ -1,9 +1,9 @@
 #pragma once
 
+#include "TestTree.h"
+
 #include <filesystem>
 #include <string>
-
-#include "TestTree.h"
 
 namespace ferrolt {
 

@@ -55,7 +55,8 @@ int Launcher::startAgain() const {
     QProcess second;
     second.setProcessEnvironment(desktop.environment(home));
     second.start(executable, {});
-    return second.waitForFinished(10000) && second.exitStatus() == QProcess::NormalExit ? second.exitCode() : -1;
+    return second.waitForFinished(10000) && second.exitStatus() == QProcess::NormalExit ? second.exitCode()
+                                                                                        : -1;
 }
 
 QStringList Launcher::visibleWindows() const {

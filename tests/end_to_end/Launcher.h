@@ -1,13 +1,13 @@
 #pragma once
 
+#include "VirtualDesktop.h"
+
 #include <QProcess>
 #include <QString>
 #include <QStringList>
 
 #include <filesystem>
 #include <optional>
-
-#include "VirtualDesktop.h"
 
 namespace ferrolt {
 

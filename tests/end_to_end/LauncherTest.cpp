@@ -1,15 +1,15 @@
-#include <signal.h>
+#include "InstalledTree.h"
+#include "Launcher.h"
+#include "Listener.h"
+#include "ProcessFacts.h"
+#include "Waiting.h"
 
 #include <QElapsedTimer>
 #include <QTest>
 
 #include <chrono>
 
-#include "InstalledTree.h"
-#include "Launcher.h"
-#include "Listener.h"
-#include "ProcessFacts.h"
-#include "Waiting.h"
+#include <signal.h>
 
 using namespace ferrolt;
 using namespace std::chrono_literals;
@@ -20,7 +20,9 @@ class LauncherTest : public QObject {
 
     VirtualDesktop desktop;
 
-    static bool bothRun(const Launcher &launcher) { return launcher.child("Orbix") && launcher.child("qorclient"); }
+    static bool bothRun(const Launcher &launcher) {
+        return launcher.child("Orbix") && launcher.child("qorclient");
+    }
     bool waitForConsole(const Launcher &launcher, const QString &title, const QString &text) const {
         return waitUntil([&] { return launcher.consoleText(title).contains(text); });
     }
@@ -40,8 +42,9 @@ class LauncherTest : public QObject {
     void theEngineStartsThenItsPortOpensThenTheClientStartsAndBothWriteIntoTheirConsoles() {
         QVERIFY2(!isListening(9877), "somebody else uses the engine's port");
         const QTemporaryDir home;
-        TestTree::write(home.path().toStdString() + "/.qor/" + FERROLT_NODE_SERVER_HOST + "/MinerClient.properties",
-                        "MinerEmailAddress = ada@example.org\nMinerEntityName = Ada Lovelace\n");
+        TestTree::write(
+            home.path().toStdString() + "/.qor/" + FERROLT_NODE_SERVER_HOST + "/MinerClient.properties",
+            "MinerEmailAddress = ada@example.org\nMinerEntityName = Ada Lovelace\n");
         Launcher launcher(desktop, FERROLT_LAUNCHER, home.path().toStdString());
 
         std::optional<ChildFacts> engine;
@@ -75,9 +78,11 @@ class LauncherTest : public QObject {
         QElapsedTimer waited;
         waited.start();
         QVERIFY(waitWithoutEvents([&] { return launcher.child("qorclient").has_value(); }, 60s));
-        QVERIFY2(waited.elapsed() > 29'000 && waited.elapsed() < 33'000, qPrintable(QString::number(waited.elapsed())));
+        QVERIFY2(waited.elapsed() > 29'000 && waited.elapsed() < 33'000,
+                 qPrintable(QString::number(waited.elapsed())));
         QCOMPARE(launcher.startAgain(), 0);
-        QVERIFY(waitForConsole(launcher, "Qor Client", "within 30s; starting Qor Client anyway.\nQor Client started."));
+        QVERIFY(waitForConsole(launcher, "Qor Client",
+                               "within 30s; starting Qor Client anyway.\nQor Client started."));
     }
 
     void anIncompleteIdentityBringsUpTheWindowAndTheAlert() {

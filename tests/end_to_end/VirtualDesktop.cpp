@@ -1,8 +1,8 @@
 #include "VirtualDesktop.h"
 
-#include <QFile>
-
 #include "Waiting.h"
+
+#include <QFile>
 
 namespace ferrolt {
 
@@ -11,7 +11,8 @@ VirtualDesktop::VirtualDesktop() {
     QFile::setPermissions(folder.filePath("runtime"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     bus = startWithAnnouncement("dbus-daemon",
                                 {"--session", "--nofork", "--nopidfile", "--nosyslog", "--print-address=1"});
-    display = startWithAnnouncement("Xvfb", {"-displayfd", "1", "-screen", "0", "1280x800x24", "-nolisten", "tcp"});
+    display =
+        startWithAnnouncement("Xvfb", {"-displayfd", "1", "-screen", "0", "1280x800x24", "-nolisten", "tcp"});
     if (!display.isEmpty())
         display.prepend(':');
     auto &windowManager = services.emplace_back();
@@ -80,6 +81,8 @@ QString VirtualDesktop::run(const QString &program, const QStringList &arguments
     return QString::fromUtf8(tool.readAllStandardOutput());
 }
 
-void VirtualDesktop::takePicture(const QString &file) const { run("import", {"-window", "root", file}); }
+void VirtualDesktop::takePicture(const QString &file) const {
+    run("import", {"-window", "root", file});
+}
 
 }  // namespace ferrolt

@@ -9,3 +9,15 @@ target_compile_definitions(LauncherTest PRIVATE
     FERROLT_PICTURES="${PROJECT_BINARY_DIR}/pictures")
 # The practice tree has one port, and a windowed program under a sanitizer wants the machine to itself.
 set_tests_properties(end_to_end.LauncherTest PROPERTIES RUN_SERIAL ON)
+
+ferrolt_test(end_to_end UpdateTest LINKS ferrolt_platform ferrolt_paths ferrolt_test_server ferrolt_test_images TIMEOUT 300
+    SOURCES end_to_end/Launcher.cpp end_to_end/PrivateSystem.cpp end_to_end/VirtualDesktop.cpp)
+add_dependencies(UpdateTest ferrolt-miner-launcher)
+target_compile_definitions(UpdateTest PRIVATE
+    FERROLT_LAUNCHER="$<TARGET_FILE:ferrolt-miner-launcher>"
+    FERROLT_CONSOLE_TEXT="${PROJECT_SOURCE_DIR}/tools/console-text"
+    FERROLT_NODE_SERVER_HOST="${FERROLT_NODE_SERVER_HOST}"
+    FERROLT_UPDATE_SERVER="${FERROLT_UPDATE_SERVER}"
+    FERROLT_LIBREOFFICE_SERVER="${FERROLT_LIBREOFFICE_SERVER}"
+    FERROLT_REVERSE_DOMAIN="${FERROLT_REVERSE_DOMAIN}")
+set_tests_properties(end_to_end.UpdateTest PROPERTIES RUN_SERIAL ON)

@@ -1,6 +1,7 @@
 ferrolt_test(supervisor AppVarsStartTest LINKS ferrolt_supervisor)
 ferrolt_test(supervisor AppVarsTerminationTest LINKS ferrolt_supervisor)
 ferrolt_test(supervisor AppVarsTest LINKS ferrolt_supervisor)
+ferrolt_test(supervisor AppVarsUpdateCycleTest LINKS ferrolt_supervisor ferrolt_test_installation)
 ferrolt_test(supervisor ChunkDecoderTest LINKS ferrolt_supervisor)
 ferrolt_test(supervisor OutputReaderTest LINKS ferrolt_supervisor)
 ferrolt_test(supervisor PathResolversTest LINKS ferrolt_paths)

@@ -9,6 +9,7 @@
 
 #include <QString>
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
@@ -21,6 +22,7 @@ struct Supervision {
     std::shared_ptr<ManualTime> time = std::make_shared<ManualTime>();
     std::shared_ptr<RecordingAlerts> alerts = std::make_shared<RecordingAlerts>();
     int terminations = 0;  ///< how often the application was asked to end
+    std::function<void(Seams &)> adjustSeams = [](Seams &) {};
     std::shared_ptr<AppVars> vars;
 
     explicit Supervision(const std::string &engine = "wait", const std::string &client = "wait") {
@@ -45,7 +47,9 @@ struct Supervision {
         Seams seams(alerts);
         seams.paths = tree.roots();
         seams.time = time;
+        seams.servers.updateServer.clear();  // no valid address: a check ends without a look at the network
         seams.terminateApplication = [this] { ++terminations; };
+        adjustSeams(seams);
         vars = std::make_shared<AppVars>(std::move(seams));
         return *vars;
     }

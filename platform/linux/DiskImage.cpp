@@ -1,0 +1,219 @@
+#include "DiskImage.h"
+
+#include "ImageListing.h"
+#include "RemoveTree.h"
+#include "ToolOutput.h"
+#include "VolumeTree.h"
+
+#include <QStandardPaths>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace ferrolt {
+
+namespace {
+
+constexpr std::size_t longestTarget = 4095;  // a link cannot hold more
+
+/// 7-Zip's exit status is 1 when it merely warns, which it does of APFS records that it has no use for.
+bool isGood(Process::Status status) {
+    return status == 0 || status == 1;
+}
+
+/// The switches that both commands share: names as UTF-8, no resource forks and extended attributes, no
+/// patterns, and nothing said but what was asked for.
+std::vector<std::string> command(std::vector<std::string> particular, const std::filesystem::path &image) {
+    particular.insert(particular.end(),
+                      {"-sccUTF-8", "-sns-", "-spd", "-bse0", "-bsp0", "--", image.string()});
+    return particular;
+}
+
+std::optional<std::vector<ImageEntry>> list(const std::filesystem::path &archiver,
+                                            const std::filesystem::path &image) {
+    ToolOutput output(archiver, command({"l", "-slt"}, image));
+    if (!output.isLaunched())
+        return std::nullopt;
+    ImageListing listing;
+    std::array<char, 65536> buffer;
+    ssize_t count = 0;
+    while ((count = output.read(buffer)) > 0)
+        if (!listing.feed({buffer.data(), static_cast<std::size_t>(count)}))
+            return std::nullopt;
+    if (count < 0 || !isGood(output.status()))
+        return std::nullopt;
+    return listing.take();
+}
+
+/// Nothing if it is more than may be unpacked.
+std::optional<std::uint64_t> totalSize(const std::vector<ImageEntry> &entries) {
+    std::uint64_t total = 0;
+    for (const ImageEntry &entry : entries) {
+        if (entry.size > DiskImage::largestVolume - total)
+            return std::nullopt;
+        total += entry.size;
+    }
+    return total;
+}
+
+bool writeWhole(int file, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t count = ::write(file, bytes.data(), bytes.size());
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0)
+            return false;
+        bytes.remove_prefix(static_cast<std::size_t>(count));
+    }
+    return true;
+}
+
+/// The contents of all files and links, one after the other in the order of the listing, as the archiver
+/// pipes them.
+class Contents {
+  public:
+    Contents(const std::filesystem::path &archiver, const std::filesystem::path &image, std::uint64_t total,
+             const ToolRunner::Progress &progress)
+        : output(archiver, command({"x", "-so", "-bso0"}, image)), total(total), progress(progress) {}
+
+    /// Hands exactly the next `size` bytes to `take`, in pieces; false if they do not come or are not taken.
+    template <class Take>
+    bool next(std::uint64_t size, Take take) {
+        while (size > 0) {
+            if (waiting.empty() && !refill())
+                return false;
+            const std::size_t count = static_cast<std::size_t>(std::min<std::uint64_t>(size, waiting.size()));
+            if (!take(waiting.substr(0, count)))
+                return false;
+            waiting.remove_prefix(count);
+            size -= count;
+            taken += count;
+            if (progress)
+                progress(taken, total);
+        }
+        return true;
+    }
+
+    /// Whether all of it was taken and the archiver found nothing wrong.
+    bool endedWell() { return waiting.empty() && !refill() && !failed && isGood(output.status()); }
+
+  private:
+    bool refill() {
+        const ssize_t count = output.isLaunched() ? output.read(buffer) : -1;
+        failed = count < 0;
+        waiting = {buffer.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0))};
+        return count > 0;
+    }
+
+    ToolOutput output;
+    std::vector<char> buffer = std::vector<char>(std::size_t{256} * 1024);
+    std::string_view waiting;
+    std::uint64_t taken = 0;
+    std::uint64_t total;
+    const ToolRunner::Progress &progress;
+    bool failed = false;
+};
+
+bool unpackFile(VolumeTree &tree, const ImageEntry &entry, Contents &contents) {
+    const FileDescriptor file = tree.createFile(entry.path);
+    if (!file.isValid())
+        return false;
+    return contents.next(entry.size, [&](std::string_view bytes) { return writeWhole(file.get(), bytes); }) &&
+           fchmod(file.get(), entry.permissions) == 0;
+}
+
+/// A link's target, which is its content; an APFS volume ends it with a zero byte.
+std::optional<std::string> readTarget(const ImageEntry &entry, Contents &contents) {
+    if (entry.size > longestTarget + 1)
+        return std::nullopt;
+    std::string target;
+    if (!contents.next(entry.size, [&](std::string_view bytes) {
+            target.append(bytes);
+            return true;
+        }))
+        return std::nullopt;
+    if (target.ends_with('\0'))
+        target.pop_back();
+    if (target.empty() || target.find('\0') != std::string::npos)
+        return std::nullopt;
+    return target;
+}
+
+}  // namespace
+
+std::filesystem::path DiskImage::systemArchiver() {
+    for (const char *name : {"7zz", "7z"})
+        if (const QString found = QStandardPaths::findExecutable(QString::fromLatin1(name)); !found.isEmpty())
+            return found.toStdString();
+    return {};
+}
+
+bool DiskImage::attach(const std::filesystem::path &image, const std::filesystem::path &mountPoint,
+                       const ToolRunner::Progress &progress) const {
+    std::error_code failure;
+    if (!std::filesystem::is_empty(mountPoint, failure) || failure)
+        return false;
+    if (unpack(image, mountPoint, progress))
+        return true;
+    emptyFolder(mountPoint);
+    return false;
+}
+
+bool DiskImage::unpack(const std::filesystem::path &image, const std::filesystem::path &mountPoint,
+                       const ToolRunner::Progress &progress) const {
+    FileDescriptor root(open(mountPoint.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (archiver.empty() || !root.isValid())
+        return false;
+    const auto entries = list(archiver, image);
+    const auto total = entries ? totalSize(*entries) : std::nullopt;
+    if (!total)
+        return false;
+
+    // Sorted, a folder comes before what is in it. A name that is there twice, or that is a file's and a
+    // folder's, is found out by its second coming.
+    VolumeTree tree(std::move(root));
+    std::map<std::string, mode_t> folders;
+    for (const ImageEntry &entry : *entries)
+        if (entry.kind == ImageEntry::Kind::Folder && !folders.emplace(entry.path, entry.permissions).second)
+            return false;
+    for (const auto &[path, permissions] : folders)
+        if (!tree.addFolder(path))
+            return false;
+
+    Contents contents(archiver, image, *total, progress);
+    std::vector<std::pair<std::string, std::string>> links;
+    for (const ImageEntry &entry : *entries) {
+        if (entry.kind == ImageEntry::Kind::File && !unpackFile(tree, entry, contents))
+            return false;
+        if (entry.kind == ImageEntry::Kind::Link) {
+            auto target = readTarget(entry, contents);
+            if (!target)
+                return false;
+            links.emplace_back(entry.path, std::move(*target));
+        }
+    }
+    if (!contents.endedWell())
+        return false;
+
+    for (const auto &[path, target] : links)
+        if (!tree.addLink(path, target))
+            return false;
+    // Innermost first: a folder that must not be entered cannot be passed any more.
+    return std::all_of(folders.rbegin(), folders.rend(),
+                       [&](const auto &folder) { return tree.setPermissions(folder.first, folder.second); });
+}
+
+bool DiskImage::detach(const std::filesystem::path &mountPoint) {
+    return emptyFolder(mountPoint);
+}
+
+}  // namespace ferrolt

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "ToolRunner.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <vector>
+
+namespace ferrolt {
+
+/// A Mac's disk image on Linux: UDIF, compressed or not, or bare, with an HFS+ or APFS volume in it.
+/// Attaching it unpacks the volume into the mount point, with no more rights than the user's own.
+///
+/// The image comes from the network, and what is in it is not trusted. 7-Zip only reads it and writes the
+/// contents to a pipe; which folders, files and links there will be is decided here, from its listing, and
+/// made here. So a link never leads a later entry astray: links are made last, with the very target that the
+/// image gives, and nothing follows them.
+class DiskImage {
+  public:
+    /// More than this is not unpacked: contents and link targets together, in bytes.
+    static constexpr std::uint64_t largestVolume = std::uint64_t{8} * 1024 * 1024 * 1024;
+
+    /// `archiver` is a 7-Zip executable; an empty path if there is none, and then nothing can be attached.
+    explicit DiskImage(std::filesystem::path archiver) : archiver(std::move(archiver)) {}
+
+    /// 7-Zip as the system has it: "7zz" or "7z" on the search path. An empty path if it is missing.
+    static std::filesystem::path systemArchiver();
+
+    /// Unpacks into the folder `mountPoint`, which must exist and be empty, and leaves it empty when it
+    /// fails.
+    bool attach(const std::filesystem::path &image, const std::filesystem::path &mountPoint,
+                const ToolRunner::Progress &progress = {}) const;
+
+    /// Empties the mount point.
+    static bool detach(const std::filesystem::path &mountPoint);
+
+  private:
+    bool unpack(const std::filesystem::path &image, const std::filesystem::path &mountPoint,
+                const ToolRunner::Progress &progress) const;
+
+    std::filesystem::path archiver;
+};
+
+}  // namespace ferrolt

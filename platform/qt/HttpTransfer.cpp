@@ -1,0 +1,257 @@
+#include "HttpTransfer.h"
+
+#include "BackgroundQueue.h"
+#include "HttpInflatingSink.h"
+#include "NetworkThread.h"
+#include "SystemProxies.h"
+
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <utility>
+
+namespace ferrolt {
+
+using Error = HttpReply::Error;
+
+namespace {
+
+constexpr int mostRedirects = 20;
+constexpr std::size_t readSize = 64 * 1024;
+/// A page that nobody wants is read so that its connection can be used again, unless it is longer than this.
+constexpr std::int64_t longestUnwantedPage = 64 * 1024;
+/// How soon a time-out is noticed when the time source is not the real clock.
+constexpr TimeSource::Duration longestLook = std::chrono::milliseconds(200);
+constexpr std::int64_t progressInterval = 100;  // milliseconds
+
+bool isHttp(const QUrl &url) {
+    return url.isValid() && !url.host().isEmpty() &&
+           (url.scheme() == QLatin1String("http") || url.scheme() == QLatin1String("https"));
+}
+
+/// Whether Qt's error only repeats a status of 400 or more, whose page arrived like any other.
+bool isOnlyTheStatus(QNetworkReply::NetworkError error, int statusCode) {
+    using Qt = QNetworkReply;
+    return statusCode >= 400 && ((error >= Qt::ContentAccessDenied && error <= Qt::UnknownContentError) ||
+                                 error == Qt::ProtocolInvalidOperationError ||
+                                 (error >= Qt::InternalServerError && error <= Qt::UnknownServerError));
+}
+
+}  // namespace
+
+HttpTransfer::HttpTransfer(const Means &means, HttpRequest request, std::function<void(HttpTransfer *)> ended)
+    : means(means),
+      request(std::move(request)),
+      ended(std::move(ended)),
+      started(means.configuration.time->now()),
+      lastActivity(started) {
+    watch.setSingleShot(true);
+    connect(&watch, &QTimer::timeout, this, &HttpTransfer::watchTime);
+}
+
+void HttpTransfer::start() {
+    watchTime();
+    if (!over)
+        findProxies(request.url);
+}
+
+void HttpTransfer::findProxies(const QUrl &next) {
+    url = next;
+    if (!isHttp(url)) {
+        end(Error::Transport);
+        return;
+    }
+    BackgroundQueue::async(QualityOfService::Default, [next, thread = means.thread, self = weak_from_this()] {
+        auto proxies = SystemProxies::ask(next);
+        if (const auto own = thread.lock())
+            own->post([self, next, proxies = std::move(proxies)] {
+                if (const auto transfer = self.lock(); transfer != nullptr && !transfer->over)
+                    transfer->proxiesFound(next, proxies);
+            });
+    });
+}
+
+void HttpTransfer::proxiesFound(const QUrl &next, const std::optional<QList<QNetworkProxy>> &proxies) {
+    if (!proxies) {
+        end(Error::Transport);
+        return;
+    }
+    means.proxies.set(next, *proxies);
+    transfer();
+}
+
+void HttpTransfer::transfer() {
+    statusCode = 0;
+    received = 0;
+    announced = -1;
+    QNetworkRequest asked = means.request;
+    asked.setUrl(url);
+    reply = means.manager.get(asked);
+    // Without a bound, all that the server has is taken into memory, however slow the disk may be.
+    reply->setReadBufferSize(readSize);
+    connect(reply, &QNetworkReply::readyRead, this, &HttpTransfer::bytesCame);
+    connect(reply, &QNetworkReply::finished, this, &HttpTransfer::replyFinished);
+    for (const auto sign : {&QNetworkReply::encrypted, &QNetworkReply::metaDataChanged,
+                            &QNetworkReply::requestSent, &QNetworkReply::socketStartedConnecting})
+        connect(reply, sign, this, &HttpTransfer::noteActivity);
+    noteActivity();
+}
+
+void HttpTransfer::bytesCame() {
+    noteActivity();
+    statusCode = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    const auto length = reply->header(QNetworkRequest::ContentLengthHeader);
+    announced = length.isValid() ? length.toLongLong() : -1;
+    const bool wanted = wantsBody();
+    if (wanted && !request.destination && announced > HttpSession::largestBody) {
+        end(Error::TooLarge);
+        return;
+    }
+    std::array<char, readSize> bytes;
+    while (!over && reply != nullptr) {
+        const std::int64_t count = reply->read(bytes.data(), bytes.size());
+        if (count <= 0)
+            return;
+        received += count;
+        if (wanted)
+            keep(bytes.data(), count);
+        else if (received > longestUnwantedPage)
+            passOn();
+    }
+}
+
+/// Neither a redirect's page nor one that comes in place of a download is wanted.
+bool HttpTransfer::wantsBody() const {
+    return !redirectTarget() && (!request.destination || statusCode == 200);
+}
+
+void HttpTransfer::keep(const char *bytes, std::int64_t count) {
+    openSink();
+    if (const Error error = sink->accept(bytes, count); error != Error::None)
+        end(error);
+    else
+        tellProgress(false);
+}
+
+void HttpTransfer::openSink() {
+    if (sink != nullptr)
+        return;
+    if (request.destination)
+        sink = std::make_unique<HttpFileSink>(*request.destination);
+    else
+        sink = std::make_unique<HttpMemorySink>();
+    const QByteArray encoding = reply->rawHeader("Content-Encoding").trimmed().toLower();
+    if (encoding == "gzip" || encoding == "x-gzip" || encoding == "deflate")
+        sink = std::make_unique<HttpInflatingSink>(std::move(sink));
+}
+
+/// What comes after a page that is not wanted.
+void HttpTransfer::passOn() {
+    if (const auto target = redirectTarget())
+        follow(*target);
+    else
+        end(Error::None);
+}
+
+void HttpTransfer::replyFinished() {
+    bytesCame();
+    if (over || reply == nullptr)
+        return;
+    const auto error = reply->error();
+    const bool whole = error == QNetworkReply::NoError || isOnlyTheStatus(error, statusCode);
+    if (!whole || statusCode == 0) {
+        end(Error::Transport);
+        return;
+    }
+    if (!wantsBody()) {
+        passOn();
+        return;
+    }
+    openSink();
+    tellProgress(true);
+    end(sink->keep());
+}
+
+std::optional<QUrl> HttpTransfer::redirectTarget() const {
+    switch (statusCode) {
+        case 301:
+        case 302:
+        case 303:
+        case 307:
+        case 308:
+            break;
+        default:
+            return std::nullopt;
+    }
+    const QUrl location = reply->attribute(QNetworkRequest::RedirectionTargetAttribute).toUrl();
+    if (location.isEmpty())
+        return std::nullopt;
+    return url.resolved(location);
+}
+
+void HttpTransfer::follow(const QUrl &target) {
+    dropReply();
+    const bool stepsDown =
+        url.scheme() == QLatin1String("https") && target.scheme() != QLatin1String("https");
+    if (stepsDown || ++redirects > mostRedirects)
+        end(Error::Transport);
+    else
+        findProxies(target);
+}
+
+void HttpTransfer::dropReply() {
+    if (reply == nullptr)
+        return;
+    reply->disconnect(this);
+    // Qt takes amiss a second error of one reply.
+    if (reply->error() == QNetworkReply::NoError)
+        reply->abort();
+    reply->deleteLater();
+    reply = nullptr;
+}
+
+void HttpTransfer::noteActivity() {
+    lastActivity = means.configuration.time->now();
+}
+
+/// Looks at the clock again and again instead of setting a timer for the whole time: a timer follows the real
+/// clock only.
+void HttpTransfer::watchTime() {
+    const auto now = means.configuration.time->now();
+    const auto left = std::min(lastActivity + means.configuration.requestTimeout - now,
+                               started + means.configuration.resourceTimeout - now);
+    if (left <= TimeSource::Duration::zero())
+        end(Error::TimedOut);
+    else
+        watch.start(std::chrono::ceil<std::chrono::milliseconds>(std::min(left, longestLook)));
+}
+
+void HttpTransfer::tellProgress(bool last) {
+    if (!request.progress || statusCode != 200)
+        return;
+    if (!last && sinceProgress.isValid() && sinceProgress.elapsed() < progressInterval)
+        return;
+    sinceProgress.start();
+    request.progress(received, announced);
+}
+
+void HttpTransfer::end(Error error) {
+    if (std::exchange(over, true))
+        return;
+    watch.stop();
+    dropReply();
+    HttpReply answer;
+    answer.error = error;
+    answer.statusCode = statusCode;
+    if (error == Error::None && sink != nullptr)
+        answer.body = sink->takeBody();
+    sink.reset();  // takes the temporary file of a download that failed with it
+    request.progress = {};
+    std::exchange(request.completion, {})(std::move(answer));
+    ended(this);
+}
+
+}  // namespace ferrolt

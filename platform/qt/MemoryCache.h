@@ -1,0 +1,48 @@
+#pragma once
+
+#include <QAbstractNetworkCache>
+#include <QByteArray>
+#include <QHash>
+
+#include <memory>
+#include <vector>
+
+class QBuffer;
+
+namespace ferrolt {
+
+/// A cache of replies that is forgotten with its session. Which replies may be kept and for how long is
+/// decided by the network access manager, by the rules of HTTP; this only holds them, a few small ones. Lives
+/// on the session's thread.
+class MemoryCache : public QAbstractNetworkCache {
+  public:
+    /// All bodies together, in bytes.
+    static constexpr qint64 capacity = 512 * 1024;
+
+    MemoryCache();
+    ~MemoryCache() override;
+
+    QNetworkCacheMetaData metaData(const QUrl &url) override;
+    void updateMetaData(const QNetworkCacheMetaData &metaData) override;
+    QIODevice *data(const QUrl &url) override;
+    bool remove(const QUrl &url) override;
+    qint64 cacheSize() const override;
+    QIODevice *prepare(const QNetworkCacheMetaData &metaData) override;
+    void insert(QIODevice *device) override;
+    void clear() override;
+
+  private:
+    struct Entry {
+        QNetworkCacheMetaData metaData;
+        QByteArray body;
+    };
+    struct Pending {
+        QNetworkCacheMetaData metaData;
+        std::unique_ptr<QBuffer> body;
+    };
+
+    QHash<QUrl, Entry> entries;
+    std::vector<Pending> pending;
+};
+
+}  // namespace ferrolt

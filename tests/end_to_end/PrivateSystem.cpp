@@ -1,0 +1,123 @@
+#include "PrivateSystem.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <stdexcept>
+
+#include <fcntl.h>
+#include <net/if.h>
+#include <sched.h>
+#include <sys/ioctl.h>
+#include <sys/mount.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace ferrolt {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+void require(bool succeeded, const std::string &what) {
+    if (!succeeded)
+        throw std::runtime_error(what + ": " + std::strerror(errno));
+}
+
+void write(const fs::path &file, const std::string &text) {
+    std::ofstream out(file);
+    out << text;
+    out.close();
+    require(out.good(), "writing " + file.string());
+}
+
+void bindTo(const fs::path &source, const fs::path &target) {
+    require(mount(source.c_str(), target.c_str(), nullptr, MS_BIND | MS_REC, nullptr) == 0,
+            "binding " + source.string() + " to " + target.string());
+}
+
+void leaveTheMachinesNamespaces() {
+    const uid_t user = geteuid();
+    const gid_t group = getegid();
+    if (unshare(CLONE_NEWNS | CLONE_NEWNET) == 0)
+        return;
+    require(unshare(CLONE_NEWUSER | CLONE_NEWNS | CLONE_NEWNET) == 0, "making namespaces");
+    write("/proc/self/setgroups", "deny");
+    write("/proc/self/uid_map", "0 " + std::to_string(user) + " 1");
+    write("/proc/self/gid_map", "0 " + std::to_string(group) + " 1");
+}
+
+void bringLoopbackUp() {
+    const int socket = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    ifreq loopback{};
+    std::strcpy(loopback.ifr_name, "lo");
+    const bool isKnown = ioctl(socket, SIOCGIFFLAGS, &loopback) == 0;
+    loopback.ifr_flags = static_cast<short>(loopback.ifr_flags | IFF_UP);
+    const bool isUp = isKnown && ioctl(socket, SIOCSIFFLAGS, &loopback) == 0;
+    close(socket);
+    require(isUp, "bringing loopback up");
+}
+
+/// A root folder whose entries are the machine's, but which is itself the test's and can be added to.
+void copyEntries(const fs::path &from, const fs::path &to, const std::string &without) {
+    for (const fs::directory_entry &entry : fs::directory_iterator(from)) {
+        const fs::path target = to / entry.path().filename();
+        if (entry.path().filename() == without)
+            continue;
+        if (entry.is_symlink()) {
+            fs::copy_symlink(entry.path(), target);
+        } else if (entry.is_directory()) {
+            fs::create_directory(target);
+            bindTo(entry.path(), target);
+        }
+    }
+}
+
+/// /usr/bin with one program exchanged or added: links to the machine's own programs.
+void makePrograms(const fs::path &root, const fs::path &prompt) {
+    fs::create_directory(root / "usr");
+    copyEntries("/usr", root / "usr", "bin");
+    fs::create_directory(root / "machine-programs");
+    bindTo("/usr/bin", root / "machine-programs");
+    fs::create_directory(root / "usr/bin");
+    for (const fs::directory_entry &program : fs::directory_iterator("/usr/bin")) {
+        const fs::path name = program.path().filename();
+        if (name != "pkexec")
+            fs::create_symlink("/machine-programs" / name, root / "usr/bin" / name);
+    }
+    fs::copy_file(prompt, root / "usr/bin/pkexec");
+}
+
+}  // namespace
+
+std::string PrivateSystem::enter(const Contents &contents) {
+    try {
+        leaveTheMachinesNamespaces();
+        require(mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0,
+                "keeping mounts to ourselves");
+        bringLoopbackUp();
+
+        const fs::path root = contents.scratch / "root";
+        fs::create_directories(root);
+        require(mount("root", root.c_str(), "tmpfs", 0, nullptr) == 0, "mounting a root folder");
+        copyEntries("/", root, "usr");
+        makePrograms(root, contents.prompt);
+
+        std::string hosts = "127.0.0.1 localhost\n";
+        for (const std::string &host : contents.hosts)
+            hosts += "127.0.0.1 " + host + "\n";
+        write(contents.scratch / "hosts", hosts);
+        bindTo(contents.scratch / "hosts", root / "etc/hosts");
+        const fs::path certificates = contents.scratch / "certificates";
+        fs::create_directory(certificates);
+        fs::copy_file(contents.trustedAuthority, certificates / "test-authority.pem");
+        bindTo(certificates, root / "etc/ssl/certs");
+
+        require(chroot(root.c_str()) == 0 && chdir("/") == 0, "entering the root folder");
+        return {};
+    } catch (const std::exception &failure) {
+        return failure.what();
+    }
+}
+
+}  // namespace ferrolt

@@ -1,0 +1,217 @@
+#include "InstalledTree.h"
+#include "Launcher.h"
+#include "Listener.h"
+#include "PrivateSystem.h"
+#include "ProcessFacts.h"
+#include "TestAuthority.h"
+#include "TestDiskImage.h"
+#include "TestHttpsServer.h"
+#include "TreeSnapshot.h"
+#include "Waiting.h"
+
+#include <QCoreApplication>
+#include <QCryptographicHash>
+#include <QTest>
+
+#include <atomic>
+#include <chrono>
+
+#include <signal.h>
+#include <stdlib.h>
+
+using namespace ferrolt;
+using namespace std::chrono_literals;
+namespace fs = std::filesystem;
+
+namespace {
+
+const QString manifestPath = "/download/updates/macminerdeploy.json";
+const QString metalinkPath =
+    "/libreoffice/stable/26.2.4/mac/aarch64/LibreOffice_26.2.4_MacOS_aarch64.dmg.meta4";
+const QStringList mirrorHosts{"one.mirror.example", "two.mirror.example", "three.mirror.example"};
+const fs::path application = "/Applications/LibreOffice.app";
+const QString settingsFile = ".config/" FERROLT_REVERSE_DOMAIN ".json";
+
+QString hostOf(const char *address) {
+    return QUrl(address).host();
+}
+
+/// The servers that the program was built for, and what they publish.
+struct Servers {
+    TestHttpsServer origin;
+    std::vector<std::unique_ptr<TestHttpsServer>> mirrors;
+    std::atomic<bool> mayDeliver = false;
+
+    explicit Servers(const TestAuthority &authority)
+        : origin(authority.issue({hostOf(FERROLT_UPDATE_SERVER), hostOf(FERROLT_LIBREOFFICE_SERVER)}), 443) {
+        for (const QString &host : mirrorHosts)
+            mirrors.push_back(std::make_unique<TestHttpsServer>(authority.issue({host})));
+    }
+
+    void publish(const QByteArray &image) {
+        origin.on(manifestPath, TestHttpsServer::replies(
+                                    200, R"({"checkUpdateInterval": 6, "libreofficeversion": "26.2.4"})"));
+        QByteArray document =
+            "<metalink xmlns=\"urn:ietf:params:xml:ns:metalink\"><file name=\"image\">"
+            "<hash type=\"sha-256\">" +
+            QCryptographicHash::hash(image, QCryptographicHash::Sha256).toHex() + "</hash>";
+        for (std::size_t i = 0; i < mirrors.size(); ++i)
+            document += "<url>https://" + mirrorHosts[static_cast<qsizetype>(i)].toUtf8() + ':' +
+                        QByteArray::number(mirrors[i]->port()) + "/image.dmg</url>";
+        origin.on(metalinkPath, TestHttpsServer::replies(200, document + "</file></metalink>"));
+        mirrors[0]->on("/image.dmg", TestHttpsServer::replies(404, "not here"));
+        mirrors[1]->on("/image.dmg", TestHttpsServer::replies(200, QByteArray(500'000, ' ')));
+        mirrors[2]->on("/image.dmg", [this, image](TestExchange &exchange) {
+            while (!mayDeliver && exchange.pause(10)) {
+            }
+            exchange.reply(200, image);
+        });
+    }
+};
+
+/// An application large enough to pass, on a volume with the usual link beside it.
+void makeVolume(const fs::path &folder) {
+    const fs::path contents = folder / "LibreOffice.app/Contents";
+    fs::create_directories(contents / "MacOS");
+    writeFile(contents / "MacOS/soffice", testPattern() + testPattern());
+    fs::permissions(contents / "MacOS/soffice", fs::perms(0755));
+    writeFile(contents / "\u00dcbersicht.txt", "accents");
+    fs::create_symlink("MacOS/soffice", contents / "link");
+    fs::create_symlink("/Applications", folder / "Applications");
+}
+
+}  // namespace
+
+/// The built program as it is shipped, in a system in which its servers, its prompt and /Applications are the
+/// test's.
+class UpdateTest : public QObject {
+    Q_OBJECT
+
+  public:
+    explicit UpdateTest(const TestAuthority &authority, std::string trouble)
+        : authority(authority), trouble(std::move(trouble)) {}
+
+  private:
+    const TestAuthority &authority;
+    const std::string trouble;
+
+  private Q_SLOTS:
+    void initTestCase() {
+        if (!trouble.empty())
+            QSKIP(qPrintable("no system of its own can be made here: " + QString::fromStdString(trouble)));
+    }
+
+    void theNamedVersionIsInstalledAndTheEngineAloneIsRestarted() {
+        const VirtualDesktop desktop;
+        QVERIFY2(desktop.failure().isEmpty(), qPrintable(desktop.failure()));
+        Servers servers(authority);
+        const QTemporaryDir volume;
+        makeVolume(volume.path().toStdString());
+        const QByteArray hfs = hfsPlusVolumeOf(volume.path(), "LibreOffice 26.2");
+        QVERIFY2(!hfs.isEmpty(), "xorriso is needed to write an HFS+ volume");
+        servers.publish(udifImage(hfs, UdifBlocks::Zlib));
+        const Listener port;
+        InstalledTree tree("silent",
+                           "wait");  // an engine's own words would stand anywhere between the installer's
+        tree.writeEnginePort(std::to_string(port.port));
+        const QTemporaryDir temporary;
+        qputenv("TMPDIR", temporary.path().toLocal8Bit());
+
+        {
+            Launcher launcher(desktop, tree.executable(), tree.home());
+            QVERIFY(waitUntil([&] { return launcher.child("Orbix") && launcher.child("qorclient"); }, 60s));
+            const pid_t engine = launcher.child("Orbix")->id;
+            const pid_t client = launcher.child("qorclient")->id;
+            servers.mayDeliver = true;
+            QVERIFY(waitUntil(
+                [&] { return launcher.child("Orbix") && launcher.child("Orbix")->id != engine; }, 60s));
+            QVERIFY(!isAlive(engine));
+            QCOMPARE(launcher.child("qorclient")->id, client);
+
+            QCOMPARE(launcher.startAgain(), 0);
+            QVERIFY(waitUntil([&] { return launcher.visibleWindows().contains("Ferrolt Miner Launcher"); }));
+            QString expected = "Fetching LibreOffice 26.2.4 download info\u2026\n";
+            for (const QString &host : mirrorHosts)
+                expected += "Downloading LibreOffice from " + host + "\u2026\n";
+            expected +=
+                "Verifying download\u2026\nMounting disk image\u2026\n"
+                "Installing LibreOffice to /Applications (administrator authorization required)\u2026\n"
+                "LibreOffice 26.2.4 installed successfully.\n"
+                "LibreOffice installed; restarting Lumora Core so its workers pick up office-document "
+                "support.\nLumora Core started.\n";
+            QString log;
+            QVERIFY2(waitUntil([&] {
+                         log = launcher.consoleText("Lumora Core Engine");
+                         return log.contains(expected);
+                     }),
+                     qPrintable(log));
+            QVERIFY(log.startsWith("Lumora Core started.\n"));
+            QVERIFY(!log.contains("terminated"));
+            QVERIFY(!launcher.consoleText("Qor Client").contains("terminated"));
+        }
+        QCOMPARE(treeDifference(treeSnapshot(application),
+                                treeSnapshot(volume.path().toStdString() + "/LibreOffice.app")),
+                 QByteArray());
+        QVERIFY(readFile(tree.home() / settingsFile.toStdString())
+                    .contains("\"InstalledLibreOfficeVersion\": \"26.2.4\""));
+        QVERIFY(fs::is_empty(temporary.path().toStdString()));
+
+        // A second check finds nothing to do.
+        const auto metalinks = servers.origin.requestCount(metalinkPath);
+        const auto manifests = servers.origin.requestCount(manifestPath);
+        Launcher again(desktop, tree.executable(), tree.home());
+        QVERIFY(waitUntil([&] { return again.child("Orbix") && again.child("qorclient"); }, 60s));
+        QCOMPARE(again.startAgain(), 0);
+        QVERIFY(waitUntil([&] { return again.visibleWindows().contains("Ferrolt Miner Launcher"); }));
+        QVERIFY(waitUntil([&] { return again.consoleText("Qor Client").contains("ready"); }));
+        QCOMPARE(again.consoleText("Lumora Core Engine").trimmed(), QString("Lumora Core started."));
+        QCOMPARE(servers.origin.requestCount(manifestPath), manifests + 1);
+        QCOMPARE(servers.origin.requestCount(metalinkPath), metalinks);
+    }
+
+    void aQuitInTheMiddleOfADownloadEndsTheProgramAtOnce() {
+        fs::remove_all(application);
+        const VirtualDesktop desktop;
+        QVERIFY2(desktop.failure().isEmpty(), qPrintable(desktop.failure()));
+        Servers servers(authority);
+        servers.publish(testPattern() + testPattern());
+        const Listener port;
+        InstalledTree tree("wait", "wait");
+        tree.writeEnginePort(std::to_string(port.port));
+        const QTemporaryDir temporary;
+        qputenv("TMPDIR", temporary.path().toLocal8Bit());
+        Launcher launcher(desktop, tree.executable(), tree.home());
+        QVERIFY(waitUntil([&] { return servers.mirrors[2]->requestCount("/image.dmg") == 1; }, 60s));
+        kill(launcher.id(), SIGTERM);
+        QVERIFY(waitUntil([&] { return !launcher.isRunning(); }, 5s));
+        QCOMPARE(launcher.program().exitStatus(), QProcess::NormalExit);
+        QCOMPARE(launcher.program().exitCode(), 0);
+        QVERIFY(!readFile(tree.home() / settingsFile.toStdString()).contains("InstalledLibreOfficeVersion"));
+        QVERIFY(!fs::exists(application));
+    }
+};
+
+int main(int argc, char **argv) {
+    // The system is entered before Qt has made its first thread.
+    char folder[] = "/tmp/ferrolt-private-system-XXXXXX";
+    if (mkdtemp(folder) == nullptr)
+        return 2;
+    const fs::path scratch = folder;
+    const TestAuthority authority;
+    writeFile(scratch / "authority.pem", authority.certificate());
+    writeScript(scratch / "prompt", "exec \"$@\"\n");
+    PrivateSystem::Contents contents{{}, scratch / "authority.pem", scratch / "prompt", scratch};
+    for (const QString &host :
+         mirrorHosts + QStringList{hostOf(FERROLT_UPDATE_SERVER), hostOf(FERROLT_LIBREOFFICE_SERVER)})
+        contents.hosts.push_back(host.toStdString());
+    const std::string trouble = PrivateSystem::enter(contents);
+
+    QCoreApplication qt(argc, argv);
+    UpdateTest test(authority, trouble);
+    const int result = QTest::qExec(&test, argc, argv);
+    for (const char *name : {"authority.pem", "prompt", "hosts"})
+        fs::remove(scratch / name);
+    return result;
+}
+
+#include "UpdateTest.moc"

@@ -1,0 +1,353 @@
+#include "Background.h"
+#include "HttpSession.h"
+#include "MainQueue.h"
+#include "TestHttpsServer.h"
+#include "Waiting.h"
+
+#include <QTest>
+
+#include <atomic>
+#include <thread>
+
+using namespace ferrolt;
+using namespace std::chrono_literals;
+using Error = HttpReply::Error;
+
+class HttpSessionTest : public QObject {
+    Q_OBJECT
+
+    TestAuthority authority;
+    TestHttpsServer server{authority.issue()};
+
+    HttpConfiguration configuration() const {
+        HttpConfiguration configuration;
+        configuration.storage = HttpConfiguration::Storage::Ephemeral;
+        configuration.extraAuthorities = authority.certificate();
+        return configuration;
+    }
+    HttpReply get(const QUrl &url) const {
+        HttpSession session(configuration());
+        return inBackground([&] { return session.fetchData(url); });
+    }
+    HttpReply get(const QString &path) const { return get(server.url(path)); }
+
+  private Q_SLOTS:
+    void aReplyComesWithItsStatusAndBody_data() {
+        QTest::addColumn<int>("status");
+        for (const int status :
+             {200, 201, 204, 206, 302, 400, 401, 403, 404, 410, 418, 429, 500, 501, 503, 599})
+            QTest::addRow("%d", status) << status;
+    }
+    void aReplyComesWithItsStatusAndBody() {
+        QFETCH(int, status);
+        const QByteArray body = status == 204 ? QByteArray() : QByteArray("some body");
+        server.on(QStringLiteral("/status"), TestHttpsServer::replies(status, body));
+        const HttpReply reply = get(QStringLiteral("/status"));
+        QCOMPARE(reply.error, Error::None);
+        QCOMPARE(reply.statusCode, status);
+        QCOMPARE(reply.body, body);
+    }
+
+    void anAsynchronousReplyComesOnceOnAnotherThreadAfterTheCall() {
+        server.on(QStringLiteral("/async"), TestHttpsServer::replies(200, "here"));
+        std::atomic<int> calls = 0;
+        std::atomic<bool> onMain = false;
+        QByteArray body;
+        HttpSession session(configuration());
+        session.fetch(server.url(QStringLiteral("/async")), [&](const HttpReply &reply) {
+            onMain = MainQueue::isMainThread();
+            body = reply.body;
+            ++calls;
+        });
+        QVERIFY(waitUntil([&] { return calls == 1; }));
+        QVERIFY(!onMain);
+        QCOMPARE(body, QByteArray("here"));
+    }
+
+    void requestsOfASessionRunSideBySide() {
+        server.on(QStringLiteral("/slow"), TestHttpsServer::neverAnswers());
+        server.on(QStringLiteral("/quick"), TestHttpsServer::replies(200, "quick"));
+        std::atomic<int> slow = 0;
+        std::atomic<int> quick = 0;
+        {
+            HttpSession session(configuration());
+            for (int i = 0; i < 3; ++i)
+                session.fetch(server.url(QStringLiteral("/slow")), [&](const HttpReply &) { ++slow; });
+            session.fetch(server.url(QStringLiteral("/quick")), [&](const HttpReply &) { ++quick; });
+            QVERIFY(waitUntil([&] { return quick == 1; }));
+            QCOMPARE(slow, 0);
+        }
+        QVERIFY(waitUntil([&] { return slow == 3; }));
+    }
+
+    void nothingIsSentThatWasNotAskedFor() {
+        server.on(QStringLiteral("/headers"), TestHttpsServer::replies(200, "x"));
+        get(QStringLiteral("/headers"));
+        const TestRequest request = server.requests().last();
+        QCOMPARE(request.method, QByteArray("GET"));
+        QVERIFY(!request.headers.contains("cookie"));
+        QVERIFY(!request.headers.contains("referer"));
+        QVERIFY(!request.headers.contains("authorization"));
+    }
+
+    void aChunkedBodyIsPutTogether() {
+        server.on(QStringLiteral("/chunked"), TestHttpsServer::repliesChunked(200, testPattern(), 1000));
+        const HttpReply reply = get(QStringLiteral("/chunked"));
+        QCOMPARE(reply.error, Error::None);
+        QVERIFY(reply.body == testPattern());
+    }
+
+    void aCompressedBodyIsDecoded() {
+        const QByteArray body = testPattern() + QByteArray(100000, 'x');
+        server.on(QStringLiteral("/gzip"), TestHttpsServer::repliesCompressed(200, body));
+        const HttpReply reply = get(QStringLiteral("/gzip"));
+        QCOMPARE(reply.error, Error::None);
+        QVERIFY(reply.body == body);
+    }
+
+    void aBodyMayHaveSixteenMebibytesAndNotAByteMore_data() {
+        QTest::addColumn<qint64>("size");
+        QTest::addColumn<bool>("chunked");
+        QTest::addColumn<bool>("kept");
+        const qint64 most = HttpSession::largestBody;
+        QTest::newRow("announced, just fits") << most << false << true;
+        QTest::newRow("announced, one too many") << most + 1 << false << false;
+        QTest::newRow("chunked, just fits") << most << true << true;
+        QTest::newRow("chunked, one too many") << most + 1 << true << false;
+        QTest::newRow("announced, 100 MB") << qint64(100'000'000) << false << false;
+    }
+    void aBodyMayHaveSixteenMebibytesAndNotAByteMore() {
+        QFETCH(qint64, size);
+        QFETCH(bool, chunked);
+        QFETCH(bool, kept);
+        server.on(QStringLiteral("/large"),
+                  chunked ? TestHttpsServer::repliesChunked(200, QByteArray(size, 'x'), 100000)
+                          : TestHttpsServer::repliesPattern(size));
+        const HttpReply reply = get(QStringLiteral("/large"));
+        QCOMPARE(reply.error, kept ? Error::None : Error::TooLarge);
+        QCOMPARE(reply.body.size(), kept ? size : 0);
+    }
+
+    void aSmallBodyThatUnpacksToAHugeOneIsRefused() {
+        server.on(QStringLiteral("/bomb"),
+                  TestHttpsServer::repliesCompressed(200, QByteArray(100'000'000, '\0')));
+        const HttpReply reply = get(QStringLiteral("/bomb"));
+        QCOMPARE(reply.error, Error::TooLarge);
+        QVERIFY(reply.body.isEmpty());
+    }
+
+    void aBodyThatIsCutIsATransportError_data() {
+        QTest::addColumn<QString>("path");
+        const QByteArray body(200000, 'x');
+        server.on(QStringLiteral("/cut"), TestHttpsServer::cutsAfter(100000, body));
+        server.on(QStringLiteral("/cut-at-once"), TestHttpsServer::cutsAfter(0, body));
+        server.on(QStringLiteral("/cut-last-byte"), TestHttpsServer::cutsAfter(199999, body));
+        server.on(QStringLiteral("/reset"), TestHttpsServer::resetsAfter(100000, body));
+        server.on(QStringLiteral("/reset-before-head"), [](TestExchange &exchange) { exchange.reset(); });
+        server.on(QStringLiteral("/close-before-head"), [](TestExchange &exchange) { exchange.close(); });
+        server.on(QStringLiteral("/cut-head"), [](TestExchange &exchange) {
+            exchange.send("HTTP/1.1 200 OK\r\nContent-Le");
+            exchange.close();
+        });
+        server.on(QStringLiteral("/cut-chunk"), [](TestExchange &exchange) {
+            exchange.head(200, {{"Transfer-Encoding", "chunked"}});
+            exchange.send("100\r\nonly this much");
+            exchange.close();
+        });
+        server.on(QStringLiteral("/no-last-chunk"), [](TestExchange &exchange) {
+            exchange.head(200, {{"Transfer-Encoding", "chunked"}});
+            exchange.send("4\r\nfour\r\n");
+            exchange.close();
+        });
+        server.on(QStringLiteral("/not-http"), [](TestExchange &exchange) {
+            exchange.send("220 mail.example ESMTP\r\n");
+            exchange.close();
+        });
+        server.on(QStringLiteral("/cut-500"), [body](TestExchange &exchange) {
+            exchange.head(500, {{"Content-Length", "200000"}});
+            exchange.send(body.left(50000));
+            exchange.close();
+        });
+        server.on(QStringLiteral("/cut-gzip"), [](TestExchange &exchange) {
+            const QByteArray whole = gzipped(testPattern());
+            exchange.head(
+                200, {{"Content-Encoding", "gzip"}, {"Content-Length", QByteArray::number(whole.size())}});
+            exchange.send(whole.left(whole.size() / 2));
+            exchange.close();
+        });
+        server.on(QStringLiteral("/damaged-gzip"), [](TestExchange &exchange) {
+            exchange.reply(200, "this is not compressed at all", {{"Content-Encoding", "gzip"}});
+        });
+        for (const char *path : {"/cut", "/cut-at-once", "/cut-last-byte", "/reset", "/reset-before-head",
+                                 "/close-before-head", "/cut-head", "/cut-chunk", "/no-last-chunk",
+                                 "/not-http", "/cut-500", "/cut-gzip", "/damaged-gzip"})
+            QTest::newRow(path) << QString::fromLatin1(path);
+    }
+    void aBodyThatIsCutIsATransportError() {
+        QFETCH(QString, path);
+        const HttpReply reply = get(path);
+        QCOMPARE(reply.error, Error::Transport);
+        QVERIFY(reply.body.isEmpty());
+    }
+
+    void aServerWithoutAGoodCertificateIsNotSpokenTo_data() {
+        QTest::addColumn<QByteArray>("chain");
+        QTest::addColumn<QByteArray>("key");
+        const auto row = [](const char *name, const TestCertificate &certificate) {
+            QTest::newRow(name) << certificate.chain << certificate.key;
+        };
+        const QStringList here{QStringLiteral("127.0.0.1")};
+        row("expired", authority.issue(here, TestAuthority::Validity::Expired));
+        row("wrong host", authority.issue({QStringLiteral("elsewhere.example")}));
+        row("self-signed", TestAuthority::selfSigned());
+        row("unknown authority", TestAuthority().issue(here));
+    }
+    void aServerWithoutAGoodCertificateIsNotSpokenTo() {
+        QFETCH(QByteArray, chain);
+        QFETCH(QByteArray, key);
+        TestHttpsServer bad(TestCertificate{chain, key});
+        bad.on(QStringLiteral("/secret"), TestHttpsServer::replies(200, "body"));
+        const HttpReply reply = get(bad.url(QStringLiteral("/secret")));
+        QCOMPARE(reply.error, Error::Transport);
+        QVERIFY(reply.body.isEmpty());
+        QCOMPARE(bad.requestCount(QStringLiteral("/secret")), 0);
+    }
+
+    void theTestAuthorityIsNotTrustedWithoutBeingNamed() {
+        HttpSession session;
+        const auto reply =
+            inBackground([&] { return session.fetchData(server.url(QStringLiteral("/any"))); });
+        QCOMPARE(reply.error, Error::Transport);
+    }
+
+    void anUnreachableServerIsATransportError_data() {
+        QTest::addColumn<QUrl>("url");
+        quint16 closed = 0;
+        {
+            TestHttpsServer gone;
+            closed = gone.port();
+        }
+        QTest::newRow("refused") << QUrl(QStringLiteral("https://127.0.0.1:%1/").arg(closed));
+        QTest::newRow("no such name") << QUrl(QStringLiteral("https://nobody.invalid/"));
+        for (const char *url : {"", "https://", "https:///path", "relative/path", "file:///etc/passwd",
+                                "data:text/plain,hello", "ftp://127.0.0.1/", "qrc:/x", "http://[::1"})
+            QTest::newRow(url) << QUrl(QString::fromLatin1(url));
+    }
+    void anUnreachableServerIsATransportError() {
+        QFETCH(QUrl, url);
+        QCOMPARE(get(url).error, Error::Transport);
+    }
+
+    void redirectsAreFollowed_data() {
+        QTest::addColumn<int>("status");
+        for (const int status : {301, 302, 303, 307, 308})
+            QTest::addRow("%d", status) << status;
+    }
+    void redirectsAreFollowed() {
+        QFETCH(int, status);
+        server.on(QStringLiteral("/here"),
+                  TestHttpsServer::redirectsTo(server.url(QStringLiteral("/there")), status));
+        server.on(QStringLiteral("/there"),
+                  TestHttpsServer::redirectsTo(QUrl(QStringLiteral("sub/end?a=b")), status));
+        server.on(QStringLiteral("/sub/end?a=b"), TestHttpsServer::replies(200, "arrived"));
+        const HttpReply reply = get(QStringLiteral("/here"));
+        QCOMPARE(reply.error, Error::None);
+        QCOMPARE(reply.statusCode, 200);
+        QCOMPARE(reply.body, QByteArray("arrived"));
+    }
+
+    void aRedirectWithALongPageIsFollowedWithoutReadingAllOfIt() {
+        server.on(QStringLiteral("/long"), [](TestExchange &exchange) {
+            exchange.head(302, {{"Location", "/end"}, {"Content-Length", "1000000000"}});
+            while (exchange.send(testPattern())) {
+            }
+        });
+        server.on(QStringLiteral("/end"), TestHttpsServer::replies(200, "arrived"));
+        QCOMPARE(get(QStringLiteral("/long")).body, QByteArray("arrived"));
+    }
+
+    void aRedirectFromHttpToHttpsIsFollowed() {
+        server.on(QStringLiteral("/up"), TestHttpsServer::replies(200, "safe"));
+        plain.on(QStringLiteral("/up"), TestHttpsServer::redirectsTo(server.url(QStringLiteral("/up"))));
+        QCOMPARE(get(plain.url(QStringLiteral("/up"))).body, QByteArray("safe"));
+    }
+
+    void aRedirectThatMustNotBeFollowedIsATransportError_data() {
+        QTest::addColumn<QUrl>("target");
+        QTest::newRow("to http") << plain.url(QStringLiteral("/down"));
+        QTest::newRow("to itself") << server.url(QStringLiteral("/bad"));
+        QTest::newRow("to a file") << QUrl(QStringLiteral("file:///etc/passwd"));
+        QTest::newRow("to data") << QUrl(QStringLiteral("data:text/plain,hello"));
+        QTest::newRow("to ftp") << QUrl(QStringLiteral("ftp://127.0.0.1/x"));
+    }
+    void aRedirectThatMustNotBeFollowedIsATransportError() {
+        QFETCH(QUrl, target);
+        plain.on(QStringLiteral("/down"), TestHttpsServer::replies(200, "unsafe"));
+        server.on(QStringLiteral("/bad"), TestHttpsServer::redirectsTo(target));
+        QCOMPARE(get(QStringLiteral("/bad")).error, Error::Transport);
+        QCOMPARE(plain.requestCount(QStringLiteral("/down")), 0);
+    }
+
+    void twentyRedirectsAreFollowedAndNoMore() {
+        for (int i = 0; i < 21; ++i)
+            server.on(QStringLiteral("/hop%1").arg(i),
+                      TestHttpsServer::redirectsTo(QUrl(QStringLiteral("/hop%1").arg(i + 1))));
+        server.on(QStringLiteral("/hop21"), TestHttpsServer::replies(200, "end"));
+        QCOMPARE(get(QStringLiteral("/hop1")).body, QByteArray("end"));
+        QCOMPARE(get(QStringLiteral("/hop0")).error, Error::Transport);
+    }
+
+    void aRedirectWithoutATargetIsAReplyLikeAnyOther() {
+        server.on(QStringLiteral("/nowhere"), TestHttpsServer::replies(302, "page"));
+        const HttpReply reply = get(QStringLiteral("/nowhere"));
+        QCOMPARE(reply.error, Error::None);
+        QCOMPARE(reply.statusCode, 302);
+        QCOMPARE(reply.body, QByteArray("page"));
+    }
+
+    void anEphemeralSessionKeepsNothing() {
+        server.on(QStringLiteral("/memory"),
+                  TestHttpsServer::replies(
+                      200, "x", {{"Set-Cookie", "a=b; Path=/"}, {"Cache-Control", "max-age=1000"}}));
+        const auto before = server.requestCount(QStringLiteral("/memory"));
+        HttpSession session(configuration());
+        for (int i = 0; i < 2; ++i)
+            inBackground([&] { return session.fetchData(server.url(QStringLiteral("/memory"))); });
+        QCOMPARE(server.requestCount(QStringLiteral("/memory")), before + 2);
+        QVERIFY(!server.requests().last().headers.contains("cookie"));
+    }
+
+    void aSharedSessionKeepsWhatItsServerAllows() {
+        server.on(QStringLiteral("/fresh"),
+                  TestHttpsServer::replies(200, "kept", {{"Cache-Control", "max-age=1000"}}));
+        server.on(QStringLiteral("/plain"), TestHttpsServer::replies(200, "not kept"));
+        server.on(QStringLiteral("/tagged"), [](TestExchange &exchange) {
+            const auto known = exchange.request.headers.find("if-none-match");
+            const TestHeaders headers{{"ETag", "\"1\""}, {"Cache-Control", "no-cache"}};
+            if (known != exchange.request.headers.end())
+                exchange.reply(304, {}, headers);
+            else
+                exchange.reply(200, "tagged", headers);
+        });
+        HttpConfiguration shared = configuration();
+        shared.storage = HttpConfiguration::Storage::Shared;
+        HttpSession session(shared);
+        const auto twice = [&](const QString &path) {
+            for (int i = 0; i < 2; ++i)
+                inBackground([&] { return session.fetchData(server.url(path)); });
+            return inBackground([&] { return session.fetchData(server.url(path)); }).body;
+        };
+        QCOMPARE(twice(QStringLiteral("/fresh")), QByteArray("kept"));
+        QCOMPARE(server.requestCount(QStringLiteral("/fresh")), 1);
+        QCOMPARE(twice(QStringLiteral("/plain")), QByteArray("not kept"));
+        QCOMPARE(server.requestCount(QStringLiteral("/plain")), 3);
+        QCOMPARE(twice(QStringLiteral("/tagged")), QByteArray("tagged"));
+        QCOMPARE(server.requestCount(QStringLiteral("/tagged")), 3);
+    }
+
+  private:
+    TestHttpsServer plain;
+};
+
+QTEST_GUILESS_MAIN(HttpSessionTest)
+#include "HttpSessionTest.moc"

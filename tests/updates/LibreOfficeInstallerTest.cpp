@@ -1,0 +1,349 @@
+#include "InstallationScene.h"
+#include "LibreOfficeInstaller.h"
+#include "MainQueue.h"
+#include "TreeSnapshot.h"
+#include "Waiting.h"
+
+#include <QSignalSpy>
+#include <QTest>
+
+#include <atomic>
+#include <semaphore>
+#include <thread>
+
+using namespace ferrolt;
+namespace fs = std::filesystem;
+
+namespace {
+
+const QString version = QStringLiteral("26.2.4");
+
+QStringList fetching() {
+    return {QStringLiteral("Fetching LibreOffice 26.2.4 download info\u2026\n")};
+}
+
+}  // namespace
+
+/// The gate, the whole procedure and the delivery.
+class LibreOfficeInstallerTest : public QObject {
+    Q_OBJECT
+
+  private:
+    std::unique_ptr<InstallationScene> scene;
+
+  private Q_SLOTS:
+    void init() { scene = std::make_unique<InstallationScene>(); }
+    void cleanup() {
+        QVERIFY(!LibreOfficeInstaller::isInstalling());
+        scene.reset();
+    }
+
+    void anInstallationLogsEachStepAndIsRecorded() {
+        scene->publish({scene->goodMirror()});
+        QCOMPARE(scene->install(), InstallOutcome::installed(version));
+        QCOMPARE(scene->log(), InstallationScene::linesOfAnInstallation({InstallationScene::downloading()}));
+        QCOMPARE(scene->installedContent(), QByteArray("new"));
+        QCOMPARE(scene->recorded(), std::optional(version));
+        QVERIFY(scene->isTemporaryFolderEmpty());
+    }
+
+    void theDiskImageToolGetsExactlyItsArguments() {
+        scene->publish({scene->goodMirror()});
+        fs::path staging;
+        scene->tools->attach = [&](const fs::path &image, const fs::path &mountPoint) {
+            staging = image.parent_path();
+            fs::create_directory(mountPoint / "LibreOffice.app");
+            return fs::is_directory(mountPoint) && readFile(image) == scene->image;
+        };
+        fs::path source;
+        fs::path destination;
+        scene->prompt->answer = [&](const fs::path &from, const fs::path &to) {
+            source = from;
+            destination = to;
+            return true;
+        };
+        QCOMPARE(scene->install(), InstallOutcome::installed(version));
+        QVERIFY(staging.filename().string().starts_with("ferrolt-libreoffice-"));
+        QCOMPARE(staging.parent_path(), scene->temporary);
+        const std::string mountPoint = (staging / "mnt").string();
+        const std::vector<SubstituteTools::Call> expected{
+            {"/usr/bin/hdiutil", "attach", (staging / "LibreOffice.dmg").string(), "-mountpoint", mountPoint,
+             "-nobrowse", "-readonly", "-quiet"},
+            {"/usr/bin/hdiutil", "detach", mountPoint, "-force"}};
+        QVERIFY(scene->tools->calls() == expected);
+        QCOMPARE(source, staging / "mnt/LibreOffice.app");
+        QCOMPARE(destination, scene->application);
+    }
+
+    void aSecondInstallWhileOneRunsFailsAtOnceAndLeavesTheFirstAlone() {
+        scene->publish({scene->goodMirror()});
+        std::binary_semaphore mayGoOn(0);
+        std::atomic<bool> isMounting = false;
+        scene->tools->attach = [&](const fs::path &, const fs::path &mountPoint) {
+            isMounting = true;
+            mayGoOn.acquire();
+            return fs::create_directory(mountPoint / "LibreOffice.app");
+        };
+        LibreOfficeInstaller first(scene->services);
+        std::optional<InstallOutcome> outcome;
+        first.install(version, scene->logger(), [&](const InstallOutcome &result) { outcome = result; });
+        QVERIFY(waitUntil([&] { return isMounting.load(); }));
+        QVERIFY(LibreOfficeInstaller::isInstalling());
+        const auto linesBefore = scene->log();
+
+        const auto failure =
+            InstallOutcome::failed(QStringLiteral("another LibreOffice install is already running"));
+        QCOMPARE(scene->install(), failure);  // another installer: the rule holds for the process
+        std::optional<InstallOutcome> again;
+        first.install(version, scene->logger(), [&](const InstallOutcome &result) { again = result; });
+        QVERIFY(waitUntil([&] { return again.has_value(); }));
+        QCOMPARE(again, failure);
+        QVERIFY(LibreOfficeInstaller::isInstalling());
+        QVERIFY(!outcome.has_value());
+        QCOMPARE(scene->log(), linesBefore);
+
+        mayGoOn.release();
+        QVERIFY(waitUntil([&] { return outcome.has_value(); }));
+        QCOMPARE(outcome, InstallOutcome::installed(version));
+        QCOMPARE(scene->server.requestCount(InstallationScene::metalinkPath()), 1);
+    }
+
+    void anApplicationThatTheUserInstalledIsLeftAloneAndAdopted() {
+        scene->publish({scene->goodMirror()});
+        scene->installBefore("the user's own");
+        QCOMPARE(scene->install(), InstallOutcome::skippedUserInstalled());
+        QCOMPARE(scene->log(),
+                 QStringList{QStringLiteral(
+                     "LibreOffice is already installed (not by this launcher); leaving it in place.\n")});
+        QCOMPARE(scene->recorded(), std::optional(version));
+        QCOMPARE(scene->install(), InstallOutcome::alreadyCurrent());
+        QCOMPARE(scene->log().size(), 1);
+        QCOMPARE(scene->server.requests().size(), 0);
+        QCOMPARE(scene->installedContent(), QByteArray("the user's own"));
+        QVERIFY(scene->isTemporaryFolderEmpty());
+
+        // From then on it counts as the launcher's own.
+        scene->publish({scene->goodMirror()}, QStringLiteral("26.8.0"));
+        QCOMPARE(scene->install(QStringLiteral("26.8.0")),
+                 InstallOutcome::installed(QStringLiteral("26.8.0")));
+        QCOMPARE(scene->installedContent(), QByteArray("new"));
+    }
+
+    void anotherVersionIsAnUpgradeAlsoALowerOne_data() {
+        QTest::addColumn<QString>("recorded");
+        QTest::newRow("lower") << QStringLiteral("7.6.4");
+        QTest::newRow("higher") << QStringLiteral("99.1");
+        QTest::newRow("the same number, written otherwise") << QStringLiteral("26.2.4 ");
+        QTest::newRow("empty") << QString();
+    }
+    void anotherVersionIsAnUpgradeAlsoALowerOne() {
+        QFETCH(QString, recorded);
+        scene->publish({scene->goodMirror()});
+        scene->installBefore();
+        scene->record(recorded.isNull() ? QStringLiteral("") : recorded);
+        QCOMPARE(scene->install(), InstallOutcome::installed(version));
+        QCOMPARE(scene->log(),
+                 (QStringList{QStringLiteral("LibreOffice %1 found; upgrading to 26.2.4.\n").arg(recorded)} +
+                  InstallationScene::linesOfAnInstallation({InstallationScene::downloading()})));
+        QCOMPARE(scene->installedContent(), QByteArray("new"));
+        QCOMPARE(scene->recorded(), std::optional(version));
+    }
+
+    void aRecordedVersionAloneDoesNotCount() {
+        scene->publish({scene->goodMirror()});
+        scene->record(version);
+        QCOMPARE(scene->install(), InstallOutcome::installed(version));
+        QCOMPARE(scene->installedContent(), QByteArray("new"));
+    }
+
+    void theThirdMirrorAfterAMissingPageAndASmallOne() {
+        scene->server.on(QStringLiteral("/missing.dmg"), TestHttpsServer::replies(404, "not here"));
+        scene->server.on(QStringLiteral("/page.dmg"),
+                         TestHttpsServer::replies(200, QByteArray(500'000, ' ')));
+        scene->publish({scene->server.url(QStringLiteral("/missing.dmg")).toString(),
+                        scene->server.url(QStringLiteral("/page.dmg")).toString(), scene->goodMirror()});
+        QCOMPARE(scene->install(), InstallOutcome::installed(version));
+        QCOMPARE(scene->log(),
+                 InstallationScene::linesOfAnInstallation(QStringList(3, InstallationScene::downloading())));
+    }
+
+    void aWrongDigestIsToldAndTheNextMirrorIsTried() {
+        scene->server.on(QStringLiteral("/wrong.dmg"), TestHttpsServer::replies(200, scene->image + "x"));
+        scene->publish({scene->server.url(QStringLiteral("/wrong.dmg")).toString(), scene->goodMirror()});
+        QCOMPARE(scene->install(), InstallOutcome::installed(version));
+        auto expected = InstallationScene::linesOfAnInstallation(
+            {InstallationScene::downloading(), QStringLiteral("Verifying download\u2026\n"),
+             QStringLiteral("Checksum mismatch from this mirror; trying another.\n"),
+             InstallationScene::downloading()});
+        QCOMPARE(scene->log(), expected);
+    }
+
+    void aMirrorIsNamedByItsHost() {
+        const QString elsewhere =
+            QString(scene->goodMirror()).replace(QStringLiteral("127.0.0.1"), QStringLiteral("localhost"));
+        scene->publish({elsewhere});
+        QCOMPARE(scene->install(), InstallOutcome::installed(version));
+        QVERIFY(scene->log().contains(InstallationScene::downloading(QStringLiteral("localhost"))));
+    }
+
+    void aFailedMountLeavesNoStagingFolderBehindAndIsNotDetached() {
+        scene->publish({scene->goodMirror()});
+        scene->installBefore();
+        scene->record(QStringLiteral("7.6.4"));
+        scene->tools->attach = [](const fs::path &, const fs::path &) { return false; };
+        QCOMPARE(scene->install(),
+                 InstallOutcome::failed(QStringLiteral("failed to mount the LibreOffice disk image")));
+        QVERIFY(scene->isTemporaryFolderEmpty());
+        QCOMPARE(scene->tools->calls().size(), std::size_t{1});
+        QCOMPARE(scene->log().last(), QStringLiteral("Mounting disk image\u2026\n"));
+        QCOMPARE(scene->installedContent(), QByteArray("old"));
+        QCOMPARE(scene->recorded(), std::optional(QStringLiteral("7.6.4")));
+    }
+
+    void anImageWithoutTheApplicationIsDetachedAgain_data() {
+        QTest::addColumn<int>("layout");
+        QTest::newRow("nothing") << 0;
+        QTest::newRow("below a folder") << 1;
+        QTest::newRow("a link") << 2;
+        QTest::newRow("a file") << 3;
+    }
+    void anImageWithoutTheApplicationIsDetachedAgain() {
+        QFETCH(int, layout);
+        scene->publish({scene->goodMirror()});
+        scene->tools->attach = [&](const fs::path &, const fs::path &mountPoint) {
+            if (layout == 1)
+                fs::create_directories(mountPoint / "LibreOffice/LibreOffice.app");
+            if (layout == 2)
+                fs::create_directory_symlink("/usr", mountPoint / "LibreOffice.app");
+            if (layout == 3)
+                writeFile(mountPoint / "LibreOffice.app", "file");
+            return true;
+        };
+        QCOMPARE(scene->install(),
+                 InstallOutcome::failed(QStringLiteral("LibreOffice.app not found in the mounted image")));
+        QVERIFY(scene->isTemporaryFolderEmpty());
+        QCOMPARE(scene->tools->calls().size(), std::size_t{2});
+        QCOMPARE(scene->tools->calls().back()[1], std::string("detach"));
+        QCOMPARE(scene->prompt->asked, 0);
+        QVERIFY(!scene->recorded());
+        QVERIFY(fs::exists("/usr"));
+    }
+
+    void aRefusedPromptLeavesEverythingAsItWas() {
+        scene->publish({scene->goodMirror()});
+        scene->installBefore();
+        scene->record(QStringLiteral("7.6.4"));
+        scene->prompt->answer = [](const fs::path &, const fs::path &) { return false; };
+        QCOMPARE(
+            scene->install(),
+            InstallOutcome::failed(QStringLiteral("authorization was denied or the privileged copy failed")));
+        QCOMPARE(
+            scene->log().last(),
+            QStringLiteral(
+                "Installing LibreOffice to /Applications (administrator authorization required)\u2026\n"));
+        QCOMPARE(scene->tools->calls().back()[1], std::string("detach"));
+        QVERIFY(scene->isTemporaryFolderEmpty());
+        QCOMPARE(scene->installedContent(), QByteArray("old"));
+        QCOMPARE(scene->recorded(), std::optional(QStringLiteral("7.6.4")));
+    }
+
+    void aCopyThatFailsAfterTheRemovalIsNotRecorded() {
+        scene->publish({scene->goodMirror()});
+        scene->installBefore();
+        scene->record(QStringLiteral("7.6.4"));
+        scene->prompt->answer = [](const fs::path &, const fs::path &destination) {
+            fs::remove_all(destination);
+            return false;
+        };
+        QCOMPARE(
+            scene->install(),
+            InstallOutcome::failed(QStringLiteral("authorization was denied or the privileged copy failed")));
+        QVERIFY(scene->isTemporaryFolderEmpty());
+        QCOMPARE(scene->recorded(), std::optional(QStringLiteral("7.6.4")));
+        // With the application gone the next check installs it, whatever is recorded.
+        scene->prompt->answer = nullptr;
+        QCOMPARE(scene->install(), InstallOutcome::installed(version));
+    }
+
+    void nothingHappensInsideTheCallAndTheOutcomeComesOnTheMainThread() {
+        scene->publish({scene->goodMirror()});
+        scene->installBefore();
+        LibreOfficeInstaller installer(scene->services);
+        std::optional<bool> onMain;
+        // Any thread may ask.
+        std::thread([&] {
+            installer.install(version, scene->logger(),
+                              [&](const InstallOutcome &) { onMain = MainQueue::isMainThread(); });
+        }).join();
+        QVERIFY(scene->log().isEmpty());
+        QVERIFY(!onMain.has_value());
+        QVERIFY(waitUntil([&] { return onMain.has_value(); }));
+        QVERIFY(*onMain);
+    }
+
+    void withoutACompletionTheOutcomeIsStillRecorded() {
+        scene->publish({scene->goodMirror()});
+        LibreOfficeInstaller installer(scene->services);
+        installer.install(version, {});
+        QVERIFY(waitUntil([&] { return scene->recorded() == version; }));
+        QVERIFY(waitUntil([&] { return !LibreOfficeInstaller::isInstalling(); }));
+    }
+
+    void anInstallerThatIsGoneBeforeItsTurnDoesNothing() {
+        scene->publish({scene->goodMirror()});
+        bool called = false;
+        std::make_unique<LibreOfficeInstaller>(scene->services)
+            ->install(version, scene->logger(), [&](const InstallOutcome &) { called = true; });
+        bool turned = false;
+        MainQueue::async([&] { turned = true; });
+        QVERIFY(waitUntil([&] { return turned; }));
+        QVERIFY(!called);
+        QVERIFY(!LibreOfficeInstaller::isInstalling());
+        QCOMPARE(scene->server.connectionCount(), 0);
+    }
+
+    void anInstallerThatIsGoneMeanwhileStillRecordsWhatItInstalled() {
+        scene->publish({scene->goodMirror()});
+        auto installer = std::make_unique<LibreOfficeInstaller>(scene->services);
+        std::optional<InstallOutcome> outcome;
+        installer->install(version, scene->logger(), [&](const InstallOutcome &result) { outcome = result; });
+        QVERIFY(waitUntil([] { return LibreOfficeInstaller::isInstalling(); }));
+        installer.reset();
+        QVERIFY(waitUntil([&] { return outcome.has_value(); }));
+        QCOMPARE(outcome, InstallOutcome::installed(version));
+        QCOMPARE(scene->recorded(), std::optional(version));
+    }
+
+    void whoeverWatchesSeesHowFarItIs() {
+        scene->publish({scene->goodMirror()});
+        LibreOfficeInstaller installer(scene->services);
+        QStringList texts;
+        QObject::connect(installer.progress.get(), &InstallProgress::changed, installer.progress.get(), [&] {
+            if (texts.isEmpty() || texts.last() != installer.progress->text())
+                texts.append(installer.progress->text());
+        });
+        bool done = false;
+        installer.install(version, scene->logger(), [&](const InstallOutcome &) { done = true; });
+        QVERIFY(waitUntil([&] { return done; }));
+        QVERIFY(waitUntil([&] { return installer.progress->isIdle(); }));
+        QCOMPARE(texts.first(), QStringLiteral("LibreOffice 26.2.4: 0 MB"));
+        QVERIFY(texts.contains(QStringLiteral("LibreOffice 26.2.4: 1 of 1 MB")));
+        QCOMPARE(texts.mid(texts.size() - 3),
+                 (QStringList{QStringLiteral("LibreOffice 26.2.4: verifying"),
+                              QStringLiteral("LibreOffice 26.2.4: installing"), QString()}));
+        QVERIFY(fetching().first() == scene->log().first());
+    }
+
+    void progressIsNotShownBeforeThereIsSomethingToDownload() {
+        scene->server.on(InstallationScene::metalinkPath(), TestHttpsServer::replies(404));
+        LibreOfficeInstaller installer(scene->services);
+        QSignalSpy changes(installer.progress.get(), &InstallProgress::changed);
+        bool done = false;
+        installer.install(version, scene->logger(), [&](const InstallOutcome &) { done = true; });
+        QVERIFY(waitUntil([&] { return done; }));
+        QCOMPARE(changes.count(), 0);
+    }
+};
+
+QTEST_GUILESS_MAIN(LibreOfficeInstallerTest)
+#include "LibreOfficeInstallerTest.moc"

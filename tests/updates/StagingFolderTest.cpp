@@ -1,0 +1,119 @@
+#include "StagingFolder.h"
+#include "TreeSnapshot.h"
+
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace ferrolt;
+namespace fs = std::filesystem;
+
+class StagingFolderTest : public QObject {
+    Q_OBJECT
+
+  private:
+    std::unique_ptr<QTemporaryDir> scratch;
+    fs::path temporary;
+    std::error_code failure;
+
+    std::vector<std::string> left() const {
+        std::vector<std::string> names;
+        for (const auto &entry : fs::directory_iterator(temporary))
+            names.push_back(entry.path().filename().string());
+        return names;
+    }
+
+  private Q_SLOTS:
+    void init() {
+        scratch = std::make_unique<QTemporaryDir>();
+        temporary = scratch->path().toStdString();
+        failure.clear();
+    }
+
+    void itsNameEndsInAnUpperCaseUuidAndItIsTheUsersAlone() {
+        const auto staging = StagingFolder::create(temporary, failure);
+        QVERIFY(staging.has_value());
+        const QString name = QString::fromStdString(staging->path().filename().string());
+        const QRegularExpression expected(
+            QStringLiteral("^ferrolt-libreoffice-[0-9A-F]{8}-([0-9A-F]{4}-){3}[0-9A-F]{12}$"));
+        QVERIFY2(expected.match(name).hasMatch(), qPrintable(name));
+        QCOMPARE(staging->path().parent_path(), temporary);
+        struct stat status {};
+        QCOMPARE(stat(staging->path().c_str(), &status), 0);
+        QCOMPARE(status.st_mode & 07777U, 0700U);
+        QCOMPARE(staging->image(), staging->path() / "LibreOffice.dmg");
+        QCOMPARE(staging->mountPoint(), staging->path() / "mnt");
+        QCOMPARE(staging->applicationInImage(), staging->path() / "mnt/LibreOffice.app");
+        const auto another = StagingFolder::create(temporary, failure);
+        QVERIFY(another->path() != staging->path());
+    }
+
+    void itGoesWithItsObjectAndAllThatIsInIt() {
+        {
+            const auto staging = StagingFolder::create(temporary, failure);
+            fs::create_directories(staging->applicationInImage() / "Contents");
+            writeFile(staging->image(), "image");
+        }
+        QVERIFY(left().empty());
+    }
+
+    void foldersOnTheWayAreMade() {
+        const auto staging = StagingFolder::create(temporary / "not/yet/there", failure);
+        QVERIFY(staging.has_value());
+        QVERIFY(fs::is_directory(staging->path()));
+    }
+
+    void aTemporaryFolderThatIsAFileGivesTheSystemsReason() {
+        writeFile(temporary / "file", "x");
+        QVERIFY(!StagingFolder::create(temporary / "file", failure).has_value());
+        QCOMPARE(failure.message(), std::generic_category().message(ENOTDIR));
+    }
+
+    void whatAnEarlierRunLeftIsFoundAndGoes() {
+        // A run that ends in the middle: a process that leaves without running any destructor.
+        const pid_t child = fork();
+        if (child == 0) {
+            const auto staging = StagingFolder::create(temporary, failure);
+            fs::create_directories(staging->applicationInImage());
+            _exit(0);
+        }
+        int status = 0;
+        waitpid(child, &status, 0);
+        QCOMPARE(left().size(), std::size_t{1});
+        {
+            const auto abandoned = StagingFolder::abandoned(temporary);
+            QCOMPARE(abandoned.size(), std::size_t{1});
+            QVERIFY(fs::exists(abandoned.front().applicationInImage()));
+        }
+        QVERIFY(left().empty());
+    }
+
+    void aFolderThatIsInUseIsNotTakenForAbandoned() {
+        const auto staging = StagingFolder::create(temporary, failure);
+        QVERIFY(StagingFolder::abandoned(temporary).empty());
+        QVERIFY(fs::exists(staging->path()));
+    }
+
+    void nothingElseInTheTemporaryFolderIsTouched() {
+        const std::string uuid = "ferrolt-libreoffice-0F8FAD5B-D9CB-469F-A165-70867728950E";
+        fs::create_directory(temporary / "ferrolt-libreoffice-");
+        fs::create_directory(temporary / "ferrolt-libreoffice-mine");
+        fs::create_directory(temporary / "ferrolt-libreoffice-0f8fad5b-d9cb-469f-a165-70867728950e");
+        fs::create_directory(temporary / (uuid + "x"));
+        fs::create_directory(temporary / ("x" + uuid));
+        fs::create_directory(temporary / "elsewhere");
+        fs::create_directory_symlink(temporary / "elsewhere", temporary / uuid);
+        writeFile(temporary / "ferrolt-libreoffice-1F8FAD5B-D9CB-469F-A165-70867728950E", "a file");
+        const auto before = treeSnapshot(temporary);
+        QVERIFY(StagingFolder::abandoned(temporary).empty());
+        QCOMPARE(treeDifference(treeSnapshot(temporary), before), QByteArray());
+        QVERIFY(StagingFolder::abandoned(temporary / "missing").empty());
+    }
+};
+
+QTEST_GUILESS_MAIN(StagingFolderTest)
+#include "StagingFolderTest.moc"

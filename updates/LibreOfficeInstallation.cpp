@@ -1,0 +1,160 @@
+#include "LibreOfficeInstallation.h"
+
+#include "Sha256.h"
+#include "StagingFolder.h"
+
+#include <algorithm>
+#include <chrono>
+#include <system_error>
+#include <utility>
+
+namespace ferrolt {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+const fs::path diskImageTool = "/usr/bin/hdiutil";
+
+// A smaller file is an error page that a server sent with status 200.
+constexpr std::uintmax_t smallestImage = 1'000'001;
+
+bool isSha256(const QString &text) {
+    return text.size() == 64 && std::all_of(text.begin(), text.end(), [](QChar digit) {
+               return (digit >= QLatin1Char('0') && digit <= QLatin1Char('9')) ||
+                      (digit >= QLatin1Char('a') && digit <= QLatin1Char('f'));
+           });
+}
+
+std::optional<QByteArray> fetchData(HttpSession &session, const QUrl &url) {
+    HttpReply reply = session.fetchData(url);
+    if (!reply.isWhole() || reply.statusCode != 200)
+        return std::nullopt;
+    return std::move(reply.body);
+}
+
+}  // namespace
+
+LibreOfficeInstallation::LibreOfficeInstallation(const Services &services, QString version,
+                                                 LibreOfficeInstaller::Log log, Tell tell)
+    : services(services), version(std::move(version)), log(std::move(log)), tell(std::move(tell)) {}
+
+QString LibreOfficeInstallation::metalinkURL(const QString &server, const QString &version) {
+    return server + QStringLiteral("/libreoffice/stable/") + version +
+           QStringLiteral("/mac/aarch64/LibreOffice_") + version + QStringLiteral("_MacOS_aarch64.dmg.meta4");
+}
+
+void LibreOfficeInstallation::detachImage(ToolRunner &tools, const fs::path &mountPoint) {
+    tools.runTool(diskImageTool, {"detach", mountPoint.string(), "-force"});
+}
+
+void LibreOfficeInstallation::tellPhase(InstallProgress::Phase phase, std::int64_t done, std::int64_t total) {
+    tell({.phase = phase, .version = version, .done = done, .total = total});
+}
+
+InstallOutcome LibreOfficeInstallation::run() {
+    // Strict: a blank, a quote or a line break makes no URL, and is not quietly encoded into one either.
+    const QUrl url(metalinkURL(services.server, version), QUrl::StrictMode);
+    if (!url.isValid() || url.host().isEmpty())
+        return InstallOutcome::failed(QStringLiteral("could not build Metalink URL for version ") + version);
+
+    HttpSession session(services.http);
+    log(QStringLiteral("Fetching LibreOffice ") + version + QStringLiteral(" download info\u2026\n"));
+    const auto document = fetchData(session, url);
+    if (!document)
+        return InstallOutcome::failed(QStringLiteral("failed to download Metalink file"));
+    const Metalink metalink = parseMetalink(*document);
+    if (metalink.mirrors.isEmpty())
+        return InstallOutcome::failed(QStringLiteral("no download URLs in Metalink file"));
+    if (!metalink.sha256 || !isSha256(*metalink.sha256))
+        return InstallOutcome::failed(QStringLiteral("no valid SHA-256 hash in Metalink file"));
+    return installFrom(metalink, *metalink.sha256, session);
+}
+
+InstallOutcome LibreOfficeInstallation::installFrom(const Metalink &metalink, const QString &hash,
+                                                    HttpSession &session) {
+    std::error_code failure;
+    const auto staging = StagingFolder::create(services.temporaryFolder, failure);
+    if (!staging)
+        return InstallOutcome::failed(QStringLiteral("could not create staging directory: ") +
+                                      QString::fromLocal8Bit(failure.message()));
+
+    const bool isVerified =
+        std::any_of(metalink.mirrors.begin(), metalink.mirrors.end(),
+                    [&](const QUrl &mirror) { return downloadVerified(*staging, mirror, hash, session); });
+    if (!isVerified)
+        return InstallOutcome::failed(
+            QStringLiteral("could not download a verified LibreOffice DMG from any mirror"));
+
+    fs::create_directories(staging->mountPoint(), failure);
+    log(QStringLiteral("Mounting disk image\u2026\n"));
+    if (!attachImage(*staging))
+        return InstallOutcome::failed(QStringLiteral("failed to mount the LibreOffice disk image"));
+
+    // A link of that name would have the administrator copy whatever the image's author points it at.
+    if (fs::symlink_status(staging->applicationInImage(), failure).type() != fs::file_type::directory) {
+        detachImage(*services.tools, staging->mountPoint());
+        return InstallOutcome::failed(QStringLiteral("LibreOffice.app not found in the mounted image"));
+    }
+
+    log(QStringLiteral(
+        "Installing LibreOffice to /Applications (administrator authorization required)\u2026\n"));
+    tellPhase(InstallProgress::Phase::Installing);
+    if (!services.privilegedCopy->privilegedCopy(staging->applicationInImage(), services.application)) {
+        detachImage(*services.tools, staging->mountPoint());
+        return InstallOutcome::failed(
+            QStringLiteral("authorization was denied or the privileged copy failed"));
+    }
+    log(QStringLiteral("LibreOffice ") + version + QStringLiteral(" installed successfully.\n"));
+    detachImage(*services.tools, staging->mountPoint());
+    return InstallOutcome::installed(version);
+}
+
+/// One mirror, once. Leaves the image in the staging folder only if it is the right one.
+bool LibreOfficeInstallation::downloadVerified(const StagingFolder &staging, const QUrl &mirror,
+                                               const QString &hash, HttpSession &session) {
+    const QString host = mirror.host().isEmpty() ? mirror.toString() : mirror.host();
+    log(QStringLiteral("Downloading LibreOffice from ") + host + QStringLiteral("\u2026\n"));
+    tellPhase(InstallProgress::Phase::Downloading);
+    const fs::path image = staging.image();
+    const HttpReply reply =
+        session.downloadFile(mirror, image, [this](std::int64_t received, std::int64_t total) {
+            tellPhase(InstallProgress::Phase::Downloading, received, total);
+        });
+    if (!reply.isWhole() || reply.statusCode != 200)
+        return false;
+
+    std::error_code failure;
+    const std::uintmax_t size = fs::file_size(image, failure);
+    if (!failure && size >= smallestImage) {
+        log(QStringLiteral("Verifying download\u2026\n"));
+        tellPhase(InstallProgress::Phase::Verifying);
+        const auto digest = sha256OfFile(image);
+        if (digest == hash)
+            return true;
+        if (digest)
+            log(QStringLiteral("Checksum mismatch from this mirror; trying another.\n"));
+    }
+    fs::remove(image, failure);
+    return false;
+}
+
+bool LibreOfficeInstallation::attachImage(const StagingFolder &staging) {
+    using namespace std::chrono_literals;
+    tellPhase(InstallProgress::Phase::Installing);
+    auto lastTold = std::chrono::steady_clock::now();
+    const auto progress = [&](std::uint64_t done, std::uint64_t total) {
+        const auto now = std::chrono::steady_clock::now();
+        if (now - lastTold < 100ms)
+            return;
+        lastTold = now;
+        tellPhase(InstallProgress::Phase::Installing, static_cast<std::int64_t>(done),
+                  static_cast<std::int64_t>(total));
+    };
+    return services.tools->runTool(diskImageTool,
+                                   {"attach", staging.image().string(), "-mountpoint",
+                                    staging.mountPoint().string(), "-nobrowse", "-readonly", "-quiet"},
+                                   progress);
+}
+
+}  // namespace ferrolt
