@@ -12,8 +12,8 @@ class QSettings;
 namespace ferrolt {
 
 /// The user's settings of this application: texts under keys. On macOS the user's defaults database in the
-/// domain of the reverse-domain identifier; on Linux an INI file that is named after it in the user's
-/// configuration folder.
+/// domain of the reverse-domain identifier; on Linux a JSON object in a file that is named after it in the
+/// user's configuration folder.
 ///
 /// What is stored is on disk, whole, when the call returns. A file that cannot be read or understood counts
 /// as one without entries. Main thread.
@@ -22,7 +22,7 @@ class SettingsStore {
     /// The store of the user who runs the program.
     static std::shared_ptr<SettingsStore> ofUser();
 
-    /// A store of its own in the INI file `file`, which need not exist yet, nor its folder.
+    /// A store of its own in the file `file`, which need not exist yet, nor its folder.
     explicit SettingsStore(std::filesystem::path file);
 
     /// The text under `key`; nothing if there is none or it is not a text.

@@ -11,7 +11,7 @@ namespace ferrolt {
 std::shared_ptr<SettingsStore> SettingsStore::ofUser() {
     const QString folder = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
     return std::make_shared<SettingsStore>(std::filesystem::path(QFile::encodeName(folder).toStdString()) /
-                                           (std::string(reverseDomain) + ".conf"));
+                                           (std::string(reverseDomain) + ".json"));
 }
 
 }  // namespace ferrolt

@@ -68,13 +68,19 @@ void HttpTransfer::findProxies(const QUrl &next) {
         auto proxies = SystemProxies::ask(next);
         if (const auto own = thread.lock())
             own->post([self, next, proxies = std::move(proxies)] {
-                const auto transfer = self.lock();
-                if (transfer == nullptr || transfer->over)
-                    return;
-                transfer->means.proxies.set(next, proxies);
-                transfer->transfer();
+                if (const auto transfer = self.lock(); transfer != nullptr && !transfer->over)
+                    transfer->proxiesFound(next, proxies);
             });
     });
+}
+
+void HttpTransfer::proxiesFound(const QUrl &next, const std::optional<QList<QNetworkProxy>> &proxies) {
+    if (!proxies) {
+        end(Error::Transport);
+        return;
+    }
+    means.proxies.set(next, *proxies);
+    transfer();
 }
 
 void HttpTransfer::transfer() {

@@ -5,6 +5,8 @@
 
 #include <QByteArray>
 #include <QElapsedTimer>
+#include <QList>
+#include <QNetworkProxy>
 #include <QNetworkRequest>
 #include <QObject>
 #include <QPointer>
@@ -56,6 +58,7 @@ class HttpTransfer : public QObject, public std::enable_shared_from_this<HttpTra
 
   private:
     void findProxies(const QUrl &url);
+    void proxiesFound(const QUrl &next, const std::optional<QList<QNetworkProxy>> &proxies);
     void transfer();
     void bytesCame();
     void openSink();

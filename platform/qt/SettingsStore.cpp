@@ -1,6 +1,9 @@
 #include "SettingsStore.h"
 
 #include <QFile>
+#include <QIODevice>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QSettings>
 #include <QVariant>
 
@@ -29,12 +32,30 @@ bool isUsable(const fs::path &file) {
     return !failure && size <= largestFile;
 }
 
+bool read(QIODevice &device, QSettings::SettingsMap &map) {
+    map = QJsonDocument::fromJson(device.readAll()).object().toVariantMap();
+    return true;  // what is no JSON object has no entries
+}
+
+bool write(QIODevice &device, const QSettings::SettingsMap &map) {
+    const QByteArray text = QJsonDocument(QJsonObject::fromVariantMap(map)).toJson();
+    return device.write(text) == text.size();
+}
+
+/// Qt's own INI format builds whatever object a value describes, and a damaged line may describe one of 64
+/// GiB.
+QSettings::Format jsonFormat() {
+    static const QSettings::Format format =
+        QSettings::registerFormat(QStringLiteral("json"), read, write, Qt::CaseSensitive);
+    return format;
+}
+
 std::unique_ptr<QSettings> openFile(const fs::path &file) {
     if (!isUsable(file))
         return nullptr;
     std::error_code failure;
     fs::create_directories(file.parent_path(), failure);
-    return std::make_unique<QSettings>(QFile::decodeName(file.c_str()), QSettings::IniFormat);
+    return std::make_unique<QSettings>(QFile::decodeName(file.c_str()), jsonFormat());
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "SystemProxies.h"
 
+#include "HostLookup.h"
+
 #include <QNetworkProxy>
 #include <QNetworkProxyQuery>
 
@@ -7,8 +9,21 @@
 
 namespace ferrolt {
 
-QList<QNetworkProxy> SystemProxies::ask(const QUrl &url) {
-    return systemProxyForQuery(QNetworkProxyQuery(url));
+namespace {
+
+/// Of several proxies the others come into play only when the first one fails.
+QString firstHost(const QUrl &url, const QList<QNetworkProxy> &proxies) {
+    const bool direct = proxies.isEmpty() || proxies.first().hostName().isEmpty();
+    return direct ? url.host(QUrl::FullyEncoded) : proxies.first().hostName();
+}
+
+}  // namespace
+
+std::optional<QList<QNetworkProxy>> SystemProxies::ask(const QUrl &url) {
+    const auto proxies = systemProxyForQuery(QNetworkProxyQuery(url));
+    if (!isKnownHost(firstHost(url, proxies).toStdString()))
+        return std::nullopt;
+    return proxies;
 }
 
 void SystemProxies::set(const QUrl &url, QList<QNetworkProxy> proxies) {

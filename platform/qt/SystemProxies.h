@@ -4,6 +4,7 @@
 #include <QUrl>
 
 #include <map>
+#include <optional>
 #include <tuple>
 
 namespace ferrolt {
@@ -13,8 +14,12 @@ namespace ferrolt {
 /// thread and leaves the answer here before it starts. Lives on the session's thread.
 class SystemProxies : public QNetworkProxyFactory {
   public:
-    /// Blocks. Any thread.
-    static QList<QNetworkProxy> ask(const QUrl &url);
+    /// What leads to `url`; nothing if the first host on the way is not known by name. Blocks. Any thread.
+    ///
+    /// Qt looks names up on threads of its own, but waits for them at the program's end, for as long as a
+    /// name server that does not answer makes them wait. Asking here first, it only ever asks for names that
+    /// are known.
+    static std::optional<QList<QNetworkProxy>> ask(const QUrl &url);
 
     void set(const QUrl &url, QList<QNetworkProxy> proxies);
 

@@ -9,8 +9,15 @@
 #include <QTest>
 
 #include <atomic>
+#include <condition_variable>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
 #include <optional>
 #include <thread>
+
+#include <dlfcn.h>
+#include <netdb.h>
 
 using namespace ferrolt;
 using namespace std::chrono_literals;
@@ -31,29 +38,58 @@ struct ProgramEnd {
     Error errorAfterwards = Error::None;
 };
 
-ProgramEnd endTheProgramDuringACall(int &argc, char **argv) {
-    TestAuthority authority;
-    TestHttpsServer server(authority.issue());
-    server.on(QStringLiteral("/never"), TestHttpsServer::neverAnswers());
+/// Lets the program end once `isUnderWay`.
+template <class Condition>
+ProgramEnd endTheProgramDuring(const QUrl &url, const TestAuthority &authority, Condition isUnderWay,
+                               int &argc, char **argv) {
     HttpSession session(trusting(authority));
     ProgramEnd end;
     std::thread caller;
     QElapsedTimer time;
     {
         QCoreApplication application(argc, argv);
-        caller =
-            std::thread([&] { end.error = session.fetchData(server.url(QStringLiteral("/never"))).error; });
-        while (server.requestCount(QStringLiteral("/never")) == 0)
-            std::this_thread::sleep_for(1ms);
+        caller = std::thread([&] { end.error = session.fetchData(url).error; });
+        if (!waitWithoutEvents(isUnderWay))
+            std::abort();
         time.start();
     }
-    caller.join();
     end.milliseconds = time.elapsed();
-    end.errorAfterwards = session.fetchData(server.url(QStringLiteral("/never"))).error;
+    caller.join();
+    end.errorAfterwards = session.fetchData(url).error;
     return end;
 }
 
-ProgramEnd programEnd;
+ProgramEnd endDuringARequest(int &argc, char **argv) {
+    TestAuthority authority;
+    TestHttpsServer server(authority.issue());
+    const QString never = QStringLiteral("/never");
+    server.on(never, TestHttpsServer::neverAnswers());
+    return endTheProgramDuring(
+        server.url(never), authority, [&] { return server.requestCount(never) > 0; }, argc, argv);
+}
+
+/// Nobody answers when the name below is asked for, until it is released.
+const char *const stalledName = "stalled.test";
+std::mutex stallMutex;
+std::condition_variable stallChanged;
+int stalledLookups = 0;
+bool stallReleased = false;
+
+ProgramEnd endDuringALookup(int &argc, char **argv) {
+    const auto isStalled = [] {
+        std::lock_guard lock(stallMutex);
+        return stalledLookups > 0;
+    };
+    const ProgramEnd end = endTheProgramDuring(QUrl(QStringLiteral("https://stalled.test/")), TestAuthority(),
+                                               isStalled, argc, argv);
+    std::lock_guard lock(stallMutex);
+    stallReleased = true;
+    stallChanged.notify_all();
+    return end;
+}
+
+ProgramEnd endInARequest;
+ProgramEnd endInALookup;
 
 int countEntries(const char *folder) {
     return static_cast<int>(
@@ -61,6 +97,19 @@ int countEntries(const char *folder) {
 }
 
 }  // namespace
+
+/// Stands before the system's own, for Qt as for us: a name server that does not answer.
+extern "C" __attribute__((visibility("default"))) int getaddrinfo(const char *name, const char *service,
+                                                                  const addrinfo *hints, addrinfo **found) {
+    if (name != nullptr && std::strcmp(name, stalledName) == 0) {
+        std::unique_lock lock(stallMutex);
+        ++stalledLookups;
+        stallChanged.wait_for(lock, 20s, [] { return stallReleased; });
+        return EAI_AGAIN;
+    }
+    static const auto real = reinterpret_cast<decltype(&getaddrinfo)>(dlsym(RTLD_NEXT, "getaddrinfo"));
+    return real(name, service, hints, found);
+}
 
 class HttpSessionEndTest : public QObject {
     Q_OBJECT
@@ -72,10 +121,14 @@ class HttpSessionEndTest : public QObject {
     void initTestCase() { server.on(QStringLiteral("/never"), TestHttpsServer::neverAnswers()); }
 
     void theEndOfTheProgramEndsABlockingCall() {
-        QCOMPARE(programEnd.error, Error::Cancelled);
-        QVERIFY(programEnd.milliseconds >= 0);
-        QVERIFY(programEnd.milliseconds < 2000);
-        QCOMPARE(programEnd.errorAfterwards, Error::Cancelled);
+        QCOMPARE(endInARequest.error, Error::Cancelled);
+        QVERIFY(endInARequest.milliseconds >= 0 && endInARequest.milliseconds < 2000);
+        QCOMPARE(endInARequest.errorAfterwards, Error::Cancelled);
+    }
+
+    void aNameServerThatDoesNotAnswerDoesNotHoldUpTheEndOfTheProgram() {
+        QCOMPARE(endInALookup.error, Error::Cancelled);
+        QVERIFY(endInALookup.milliseconds >= 0 && endInALookup.milliseconds < 2000);
     }
 
     void destroyingASessionEndsABlockingCallOfAnotherThread() {
@@ -188,7 +241,8 @@ class HttpSessionEndTest : public QObject {
 };
 
 int main(int argc, char **argv) {
-    programEnd = endTheProgramDuringACall(argc, argv);
+    endInARequest = endDuringARequest(argc, argv);
+    endInALookup = endDuringALookup(argc, argv);
     QCoreApplication application(argc, argv);
     HttpSessionEndTest test;
     return QTest::qExec(&test, argc, argv);

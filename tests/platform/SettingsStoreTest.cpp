@@ -27,7 +27,7 @@ class SettingsStoreTest : public QObject {
 
     std::unique_ptr<QTemporaryDir> folder;
 
-    QString path() const { return folder->filePath(QStringLiteral("settings.conf")); }
+    QString path() const { return folder->filePath(QStringLiteral("settings.json")); }
     SettingsStore store() const { return SettingsStore(path().toStdString()); }
     void write(const QByteArray &bytes) const {
         QFile file(path());
@@ -92,7 +92,7 @@ class SettingsStoreTest : public QObject {
     }
 
     void theFolderIsMadeWhenItIsMissing() {
-        SettingsStore deep(folder->filePath(QStringLiteral("a/b/settings.conf")).toStdString());
+        SettingsStore deep(folder->filePath(QStringLiteral("a/b/settings.json")).toStdString());
         QVERIFY(deep.setText(key, QStringLiteral("1")));
         QCOMPARE(*deep.text(key), QStringLiteral("1"));
     }
@@ -110,24 +110,38 @@ class SettingsStoreTest : public QObject {
     }
 
     void aValueThatIsNotATextIsNone_data() {
-        QTest::addColumn<QByteArray>("line");
-        for (const char *line :
-             {"a, b", "@Invalid()", "@ByteArray(abc)", "@Size(1 2)", "@Variant(\\0\\0\\0\\x2\\0\\0\\0\\x5)",
-              "@Variant(\\0\\0\\0\\t\\x7f\\xff\\xff\\xff)"})
-            QTest::newRow(line) << QByteArray(line);
+        QTest::addColumn<QByteArray>("json");
+        for (const char *json : {"null", "7", "7.6", "true", "[]", "[\"7\"]", "{}", "{\"7\":\"7\"}"})
+            QTest::newRow(json) << QByteArray(json);
     }
     void aValueThatIsNotATextIsNone() {
-        QFETCH(QByteArray, line);
-        write("[General]\nInstalledLibreOfficeVersion=" + line + "\n");
+        QFETCH(QByteArray, json);
+        write("{\"InstalledLibreOfficeVersion\":" + json + ",\"Other\":\"stays\"}");
         QVERIFY(!store().text(key));
         QVERIFY(store().setText(key, QStringLiteral("1")));
-        QCOMPARE(*store().text(key), QStringLiteral("1"));
+        QCOMPARE(store().text(key).value_or(QString()), QStringLiteral("1"));
+        QCOMPARE(store().text(QStringLiteral("Other")).value_or(QString()), QStringLiteral("stays"));
+    }
+
+    void aFileThatIsNotUnderstoodHasNoEntriesAndIsReplaced_data() {
+        QTest::addColumn<QByteArray>("bytes");
+        for (const char *bytes :
+             {"", "garbage", "[]", "\"text\"", "{\"InstalledLibreOfficeVersion\":\"7\"",
+              "[General] InstalledLibreOfficeVersion=7", "{\"InstalledLibreOfficeVersion\":\"\xff\"}"})
+            QTest::newRow(bytes) << QByteArray(bytes);
+    }
+    void aFileThatIsNotUnderstoodHasNoEntriesAndIsReplaced() {
+        QFETCH(QByteArray, bytes);
+        write(bytes);
+        QVERIFY(!store().text(key));
+        QVERIFY(store().setText(key, QStringLiteral("1")));
+        QCOMPARE(store().text(key).value_or(QString()), QStringLiteral("1"));
     }
 
     void damagedFilesNeitherCrashNorBlockTheNextStore() {
         std::mt19937 random(7);
         const QByteArray good =
-            "[General]\nInstalledLibreOfficeVersion=26.2.4\n[x%2Fy]\nz=@Variant(\\0\\0\\0\\n)\n";
+            "{\"InstalledLibreOfficeVersion\":\"26.2.4\",\"a\":[1,{\"b\":null}],\"c/d\":\"\\u0000\"}";
         for (int round = 0; round < 100; ++round) {
             QByteArray bad = good;
             for (int change = 0; change < 1 + round % 8; ++change)
@@ -184,7 +198,7 @@ class SettingsStoreTest : public QObject {
         QVERIFY(own->setText(key, QStringLiteral("26.2.4")));
         qunsetenv("XDG_CONFIG_HOME");
         const QString name = QString::fromUtf8(reverseDomain.data(), qsizetype(reverseDomain.size()));
-        QCOMPARE(QDir(folder->path()).entryList(QDir::Files), QStringList{name + QStringLiteral(".conf")});
+        QCOMPARE(QDir(folder->path()).entryList(QDir::Files), QStringList{name + QStringLiteral(".json")});
     }
 
     void withoutAConfigurationFolderItIsBelowTheHome() {
