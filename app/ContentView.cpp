@@ -5,6 +5,7 @@
 #include "ChangeFollower.h"
 #include "HomeLogView.h"
 #include "LauncherPrefs.h"
+#include "MenuButton.h"
 #include "PaneSplitter.h"
 #include "Sidebar.h"
 
@@ -37,6 +38,7 @@ ContentView::ContentView(std::shared_ptr<AppVars> appVars, std::shared_ptr<TimeS
     columns->setStretchFactor(0, 0);
     columns->setStretchFactor(1, 1);
     setSidebarWidth(Sidebar::idealColumnWidth);
+    setTabOrder(column->menuButton(), columns->handle(1));
 
     auto *whole = new QVBoxLayout(this);
     whole->setContentsMargins(0, 0, 0, 0);

@@ -40,6 +40,7 @@ FindBar::FindBar(QWidget *parent)
     field->setMaxLength(longestText);
     field->setClearButtonEnabled(true);
     field->installEventFilter(this);
+    result->setObjectName(QStringLiteral("findResult"));
     result->setTextFormat(Qt::PlainText);
     result->setMinimumWidth(1);
     auto *const done = new QPushButton(tr("Done"), this);

@@ -3,6 +3,7 @@
 #include "AppVars.h"
 #include "ChangeFollower.h"
 #include "LogConsoleView.h"
+#include "LogTextArea.h"
 #include "PaneSplitter.h"
 
 #include <QVBoxLayout>
@@ -41,6 +42,8 @@ HomeLogView::HomeLogView(std::shared_ptr<AppVars> appVars, std::shared_ptr<TimeS
     // The window's background lies behind the whole, and shows where the panes leave it.
     setAutoFillBackground(true);
     setUpperShare(0.5);
+    // The divider lies between the two logs for the keyboard, too.
+    setTabOrder(&lumora->textArea(), panes->handle(1));
 
     auto *follower = new ChangeFollower(this, [this] { refresh(); });
     connect(_appVars.get(), &AppVars::objectWillChange, follower, &ChangeFollower::changeAnnounced);
@@ -55,16 +58,30 @@ HomeLogView::~HomeLogView() {
 }
 
 double HomeLogView::upperShare() const {
+    if (shareToCome)
+        return *shareToCome;
     const QList<int> heights = panes->sizes();
     const int whole = heights.constFirst() + heights.constLast();
     return whole > 0 ? static_cast<double>(heights.constFirst()) / whole : 0.5;
 }
 
 void HomeLogView::setUpperShare(double share) {
-    // Before the first layout the splitter shares out whatever sum it is given.
-    const int whole = std::max(panes->height() - dividerHeight, 2 * leastConsoleHeight);
-    const int upper = static_cast<int>(std::lround(whole * std::clamp(share, 0.0, 1.0)));
+    share = std::clamp(share, 0.0, 1.0);
+    if (!isVisible()) {
+        // The height that is to be shared is not known yet, and of a lesser one a log might get more than its
+        // part.
+        shareToCome = share;
+        return;
+    }
+    const int whole = panes->height() - dividerHeight;
+    const int upper = static_cast<int>(std::lround(whole * share));
     panes->setSizes({upper, whole - upper});
+}
+
+void HomeLogView::showEvent(QShowEvent *event) {
+    QWidget::showEvent(event);
+    if (shareToCome)
+        setUpperShare(*std::exchange(shareToCome, std::nullopt));
 }
 
 void HomeLogView::refresh() {

@@ -3,6 +3,7 @@
 #include <QWidget>
 
 #include <memory>
+#include <optional>
 
 namespace ferrolt {
 
@@ -29,6 +30,9 @@ class HomeLogView : public QWidget {
     double upperShare() const;
     void setUpperShare(double share);
 
+  protected:
+    void showEvent(QShowEvent *event) override;
+
   private:
     void refresh();
 
@@ -38,6 +42,7 @@ class HomeLogView : public QWidget {
     PaneSplitter *panes;
     LogConsoleView *lumora;
     LogConsoleView *qorClient;
+    std::optional<double> shareToCome;  ///< until the view is shown
 };
 
 }  // namespace ferrolt

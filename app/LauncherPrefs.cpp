@@ -70,7 +70,6 @@ QWidget *LauncherPrefs::makeIdentityGroup() {
     auto *title =
         new ThemedLabel(QStringLiteral("Miner Client Registration"), Theme::headline, Theme::primaryText);
     title->setContentsMargins(0, 0, 0, titlePadding);
-    title->setWordWrap(true);
     stack->addWidget(title);
 
     email = makeField(QStringLiteral("E-Mail Address"), &LauncherPrefsModel::setEmail);

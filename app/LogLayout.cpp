@@ -37,9 +37,9 @@ void LogLayout::setGrid(int columns, int rowHeight) {
 LogLayout::Facts LogLayout::estimate(std::uint32_t bytes) const {
     Facts element;
     element.bytes = bytes;
-    const std::uint64_t rows = countedBytes > 0 ? bytes * countedRows / countedBytes
-                                                : bytes / static_cast<std::uint32_t>(gridColumns);
-    element.rows = static_cast<std::uint32_t>(std::clamp<std::uint64_t>(rows, 1, std::max(bytes, 1U)));
+    const std::uint64_t guess = countedBytes > 0 ? bytes * countedRows / countedBytes
+                                                 : bytes / static_cast<std::uint32_t>(gridColumns);
+    element.rows = static_cast<std::uint32_t>(std::clamp<std::uint64_t>(guess, 1, std::max(bytes, 1U)));
     return element;
 }
 

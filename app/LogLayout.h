@@ -3,7 +3,7 @@
 #include "LogBuffer.h"
 #include "LogPosition.h"
 
-#include <QtGlobal>
+#include <QByteArrayView>
 
 #include <chrono>
 #include <cstdint>
@@ -24,6 +24,13 @@ struct LogRow {
     bool endsLine() const { return next > textEnd; }
     friend bool operator==(const LogRow &, const LogRow &) = default;
 };
+
+/// What is drawn of a row, whose element the log must hold.
+inline QByteArrayView textOf(const LogBuffer &log, const LogRow &row) {
+    const auto begin = static_cast<qsizetype>(count(row.begin));
+    return QByteArrayView(log.bySequence(row.sequence))
+        .sliced(begin, static_cast<qsizetype>(count(row.textEnd)) - begin);
+}
 
 /// Where each element and each row of a log stands when it is set in rows of fixed height and `columns`
 /// cells, from the top of the text downwards in logical pixels. Knows no widget and keeps no text: for each

@@ -33,14 +33,15 @@ QColor currentHitColor() {
 }  // namespace
 
 void LogPainter::fill(QPainter &painter, const LogViewport::VisibleRow &visible, const LogRowText &text,
-                      LogSpan span, qreal left, const QColor &color) const {
+                      LogSpan span, const QColor &color) const {
     const Bytes bytes = within(visible.row, span);
+    // A space that hangs over the edge of its row is not shown there.
     for (const auto &[from, to] : text.extents(bytes.begin, bytes.end))
-        painter.fillRect(QRectF(left + from, visible.y, to - from, font.rowHeight()), color);
+        painter.fillRect(QRectF(left + from, visible.y, std::min(to, width) - from, font.rowHeight()), color);
 }
 
 void LogPainter::fillBeyond(QPainter &painter, const LogViewport::VisibleRow &visible, qreal textWidth,
-                            qreal left, qreal width, const QColor &color) const {
+                            const QColor &color) const {
     const LogRow &row = visible.row;
     const LogPosition textEnd{row.sequence, row.textEnd};
     const LogPosition next{row.sequence, row.next};
@@ -54,8 +55,19 @@ void LogPainter::fillBeyond(QPainter &painter, const LogViewport::VisibleRow &vi
         painter.fillRect(QRectF(left, visible.y + font.rowHeight(), width, LogLayout::spacing), color);
 }
 
-void LogPainter::paint(QPainter &painter, const std::vector<LogViewport::VisibleRow> &rows, qreal left,
-                       qreal width) const {
+void LogPainter::drawCaret(QPainter &painter, const LogViewport::VisibleRow &visible, const LogRowText &text,
+                           const QColor &color) const {
+    const LogRow &row = visible.row;
+    const LogPosition begin{row.sequence, row.begin};
+    const LogPosition next{row.sequence, row.next};
+    const bool isLast = row.next == byteOffset(static_cast<std::size_t>(log.bySequence(row.sequence).size()));
+    if (!caret || *caret < begin || *caret > next || (*caret == next && !isLast))
+        return;
+    const auto offset = std::min(count(caret->offset), count(row.textEnd)) - count(row.begin);
+    painter.fillRect(QRectF(left + text.xOf(offset) - 0.5, visible.y, 1.5, font.rowHeight()), color);
+}
+
+void LogPainter::paint(QPainter &painter, const std::vector<LogViewport::VisibleRow> &rows) const {
     const QColor textColor = Theme::primaryText(palette);
     const QColor selected = selectionIsHit ? currentHitColor() : palette.color(group, QPalette::Highlight);
     const QColor selectedText =
@@ -66,34 +78,22 @@ void LogPainter::paint(QPainter &painter, const std::vector<LogViewport::Visible
         const LogRow &row = visible.row;
         if (!log.holds(row.sequence))
             continue;
-        const auto begin = static_cast<qsizetype>(count(row.begin));
-        const auto length = static_cast<qsizetype>(count(row.textEnd)) - begin;
-        const LogRowText text(font, QByteArrayView(log.bySequence(row.sequence)).sliced(begin, length),
-                              width);
+        const LogRowText text(font, textOf(log, row), width);
 
         if (hits) {
             for (const LogSpan &hit : hits(row))
-                fill(painter, visible, text, hit, left, hitColor(palette));
+                fill(painter, visible, text, hit, hitColor(palette));
         }
         LogRowText::Highlight highlight{0, 0, selectedText};
         if (!selection.isEmpty()) {
-            fill(painter, visible, text, selection, left, selected);
+            fill(painter, visible, text, selection, selected);
+            fillBeyond(painter, visible, text.width(), selected);
             const Bytes bytes = within(row, selection);
             highlight.begin = bytes.begin;
             highlight.end = bytes.end;
-            fillBeyond(painter, visible, text.width(), left, width, selected);
         }
         text.draw(painter, QPointF(left, visible.y), textColor, highlight, plain, highlighted);
-
-        const LogPosition from{row.sequence, row.begin};
-        const LogPosition to{row.sequence, row.next};
-        const bool isLast =
-            row.next == byteOffset(static_cast<std::size_t>(log.bySequence(row.sequence).size()));
-        if (caret && *caret >= from && (*caret < to || (isLast && *caret == to))) {
-            const auto offset = std::min(count(caret->offset), count(row.textEnd)) - count(row.begin);
-            painter.fillRect(QRectF(left + text.xOf(offset) - 0.5, visible.y, 1.5, font.rowHeight()),
-                             textColor);
-        }
+        drawCaret(painter, visible, text, textColor);
     }
     plain.draw(painter, font.rawFont(), textColor);
     highlighted.draw(painter, font.rawFont(), selectedText);

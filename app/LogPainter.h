@@ -14,6 +14,8 @@
 
 namespace ferrolt {
 
+class LogRowText;
+
 /// The parts of a row that a search found.
 using HitsOfRow = std::function<std::vector<LogSpan>(const LogRow &)>;
 
@@ -27,19 +29,21 @@ struct LogPainter {
     bool selectionIsHit = false;  ///< the selection is what the search stands at
     std::optional<LogPosition> caret;
     const HitsOfRow &hits;
+    qreal left = 0;   ///< where rows begin
+    qreal width = 0;  ///< of a full row
 
-    /// `left` is where rows begin and `width` how wide a full one is. Rows whose element is gone are left
-    /// out.
-    void paint(QPainter &painter, const std::vector<LogViewport::VisibleRow> &rows, qreal left,
-               qreal width) const;
+    /// Rows whose element is gone are left out.
+    void paint(QPainter &painter, const std::vector<LogViewport::VisibleRow> &rows) const;
 
   private:
+    void fill(QPainter &painter, const LogViewport::VisibleRow &visible, const LogRowText &text, LogSpan span,
+              const QColor &color) const;
     /// What is selected past the end of a row's text is shown as the rest of the row, and the gap after an
     /// element with it.
-    void fillBeyond(QPainter &painter, const LogViewport::VisibleRow &visible, qreal textWidth, qreal left,
-                    qreal width, const QColor &color) const;
-    void fill(QPainter &painter, const LogViewport::VisibleRow &visible, const class LogRowText &text,
-              LogSpan span, qreal left, const QColor &color) const;
+    void fillBeyond(QPainter &painter, const LogViewport::VisibleRow &visible, qreal textWidth,
+                    const QColor &color) const;
+    void drawCaret(QPainter &painter, const LogViewport::VisibleRow &visible, const LogRowText &text,
+                   const QColor &color) const;
 };
 
 }  // namespace ferrolt

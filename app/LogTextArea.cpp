@@ -30,8 +30,6 @@ constexpr std::size_t bytesCountedAtOnce = 256 * 1024;
 constexpr int quietMilliseconds = 100;
 constexpr int pauseMilliseconds = 2;
 constexpr auto countingTurn = 4ms;
-/// QScrollBar counts in int, and adds its page to its maximum.
-constexpr qint64 longestBar = 1'000'000'000;
 
 }  // namespace
 
@@ -127,72 +125,6 @@ void LogTextArea::showView() {
     const qint64 top = layout.markerBottom() - LogLayout::markerHeight - view.offset();
     marker->setGeometry(LogLayout::padding, static_cast<int>(std::clamp<qint64>(top, -1, view.viewHeight())),
                         std::max(viewport()->width() - 2 * LogLayout::padding, 0), LogLayout::markerHeight);
-}
-
-void LogTextArea::updateScrollBar() {
-    const bool outer = std::exchange(settingBar, true);
-    QScrollBar *const bar = verticalScrollBar();
-    barUnit = view.maximum() / longestBar + 1;
-    bar->setSingleStep(static_cast<int>(std::max<qint64>(layout.rowHeight() / barUnit, 1)));
-    bar->setPageStep(
-        static_cast<int>(std::max<qint64>((view.viewHeight() - layout.rowHeight()) / barUnit, 1)));
-    bar->setRange(0, static_cast<int>(view.maximum() / barUnit));
-    // The bar may just have come or gone, and with it the width and everything that was set in it.
-    bar->setValue(static_cast<int>(view.offset() / barUnit));
-    settingBar = outer;
-}
-
-void LogTextArea::scrollContentsBy(int, int) {
-    if (settingBar)
-        return;
-    const QScrollBar *const bar = verticalScrollBar();
-    scrollByUser(bar->value() == bar->maximum() ? view.maximum() : bar->value() * barUnit);
-}
-
-void LogTextArea::scrollByUser(qint64 offset) {
-    stopFollowing();
-    view.scrollTo(offset);
-    view.settle();
-    hold = view.showsEnd() ? LogViewport::Hold::Offset : LogViewport::Hold::Text;
-    showView();
-}
-
-void LogTextArea::startFollowing() {
-    hold = LogViewport::Hold::Offset;
-    view.settle();
-    followDistance = view.followOffset() - view.offset();
-    if (followDistance == 0) {
-        stopFollowing();
-        return;
-    }
-    // When more arrives on the way, the movement goes on from where it is.
-    following.stop();
-    following.start();
-}
-
-void LogTextArea::stopFollowing() {
-    following.stop();
-}
-
-void LogTextArea::follow(qreal progress) {
-    if (followDistance == 0)
-        return;
-    // Measured from where the end is now: what is counted or dropped on the way does not lead astray.
-    const auto rest = static_cast<qint64>(std::llround(static_cast<double>(followDistance) * (1 - progress)));
-    if (rest == 0)
-        jumpToEnd();
-    else
-        view.scrollTo(view.followOffset() - rest);
-    showView();
-}
-
-void LogTextArea::jumpToEnd() {
-    hold = LogViewport::Hold::Offset;
-    // Counting what comes on screen there moves the end; there are few elements to count.
-    for (int turn = 0; turn < 16 && view.offset() != view.followOffset(); ++turn) {
-        view.scrollTo(view.followOffset());
-        view.settle();
-    }
 }
 
 void LogTextArea::updateGrid() {
@@ -296,8 +228,10 @@ void LogTextArea::paintEvent(QPaintEvent *event) {
         .selection = selected.span(),
         .selectionIsHit = selectionIsHit,
         .caret = active && caretShown ? std::optional(selected.caret()) : std::nullopt,
-        .hits = hits};
-    logPainter.paint(painter, rows, textLeft(), textWidth());
+        .hits = hits,
+        .left = textLeft(),
+        .width = textWidth()};
+    logPainter.paint(painter, rows);
     if (active && focusShown)
         FocusRing::draw(painter, viewport()->rect(), 0, palette());
 }

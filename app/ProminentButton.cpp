@@ -95,7 +95,7 @@ void ProminentButton::keyPressEvent(QKeyEvent *event) {
 
 void ProminentButton::changeEvent(QEvent *event) {
     QPushButton::changeEvent(event);
-    if (event->type() == QEvent::ApplicationFontChange || event->type() == QEvent::FontChange)
+    if (event->type() == QEvent::FontChange)
         updateGeometry();
     update();
 }

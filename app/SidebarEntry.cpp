@@ -92,7 +92,7 @@ void SidebarEntry::focusOutEvent(QFocusEvent *event) {
 
 void SidebarEntry::changeEvent(QEvent *event) {
     QAbstractButton::changeEvent(event);
-    if (event->type() == QEvent::ApplicationFontChange || event->type() == QEvent::FontChange)
+    if (event->type() == QEvent::FontChange)
         updateGeometry();
     update();
 }

@@ -61,7 +61,7 @@ void StatusRow::paintEvent(QPaintEvent *) {
 
 void StatusRow::changeEvent(QEvent *event) {
     QWidget::changeEvent(event);
-    if (event->type() == QEvent::ApplicationFontChange || event->type() == QEvent::FontChange)
+    if (event->type() == QEvent::FontChange)
         updateGeometry();
     update();
 }

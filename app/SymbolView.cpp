@@ -32,7 +32,7 @@ void SymbolView::paintEvent(QPaintEvent *) {
 
 void SymbolView::changeEvent(QEvent *event) {
     QWidget::changeEvent(event);
-    if (event->type() == QEvent::ApplicationFontChange || event->type() == QEvent::FontChange)
+    if (event->type() == QEvent::FontChange)
         updateGeometry();
     update();
 }

@@ -69,7 +69,7 @@ void TextField::paintEvent(QPaintEvent *event) {
 
 void TextField::changeEvent(QEvent *event) {
     QLineEdit::changeEvent(event);
-    if (event->type() == QEvent::ApplicationFontChange || event->type() == QEvent::FontChange)
+    if (event->type() == QEvent::FontChange)
         updateGeometry();
     update();
 }

@@ -8,7 +8,8 @@ namespace ferrolt {
 
 /// The window's colours, type and distances by role. Colours are derived from the palette at hand, so they
 /// are right on a dark desktop as on a light one, and right again after the user switches: ask for them while
-/// painting, or again on QEvent::PaletteChange. Fonts likewise: ask again on QEvent::ApplicationFontChange.
+/// painting, or again on QEvent::PaletteChange. Fonts likewise, or again on QEvent::FontChange, which comes
+/// only to widgets that have no font of their own.
 ///
 /// Main thread, after the application object was created.
 class Theme {

@@ -1,34 +1,62 @@
 #include "ThemedLabel.h"
 
-#include <QEvent>
 #include <QPainter>
 #include <QStyle>
 
+#include <cmath>
+#include <limits>
+
 namespace ferrolt {
+namespace {
+
+constexpr int unbounded = std::numeric_limits<short>::max();
+
+}  // namespace
 
 ThemedLabel::ThemedLabel(const QString &text, FontRole fontRole, ColorRole colorRole, QWidget *parent)
     : QLabel(parent), fontRole(fontRole), colorRole(colorRole) {
     setTextFormat(Qt::PlainText);
     setText(text);
-    setFont(fontRole());
 }
 
-// A palette of its own would have to be made anew, in the right order, whenever that of the desktop changes;
-// a colour that is asked for while painting is never the old one.
+int ThemedLabel::flags() const {
+    return static_cast<int>(QStyle::visualAlignment(layoutDirection(), alignment())) |
+           (wordWrap() ? Qt::TextWordWrap : Qt::TextSingleLine);
+}
+
+QSize ThemedLabel::marginSize() const {
+    const QMargins margins = contentsMargins();
+    return QSize(margins.left() + margins.right(), margins.top() + margins.bottom());
+}
+
+QSize ThemedLabel::sizeHint() const {
+    const QFontMetricsF metrics(fontRole());
+    return QSizeF(std::ceil(metrics.horizontalAdvance(text())), std::ceil(metrics.height())).toSize() +
+           marginSize();
+}
+
+QSize ThemedLabel::minimumSizeHint() const {
+    if (!wordWrap())
+        return sizeHint();
+    // As narrow as its longest word.
+    const QFontMetrics metrics(fontRole());
+    return QSize(metrics.boundingRect(0, 0, 1, unbounded, flags(), text()).width(), sizeHint().height()) +
+           QSize(marginSize().width(), 0);
+}
+
+int ThemedLabel::heightForWidth(int width) const {
+    if (!wordWrap())
+        return -1;
+    const QFontMetrics metrics(fontRole());
+    return metrics.boundingRect(0, 0, width - marginSize().width(), unbounded, flags(), text()).height() +
+           marginSize().height();
+}
+
 void ThemedLabel::paintEvent(QPaintEvent *) {
     QPainter painter(this);
+    painter.setFont(fontRole());
     painter.setPen(colorRole(palette()));
-    const Qt::Alignment place = QStyle::visualAlignment(layoutDirection(), alignment());
-    painter.drawText(contentsRect(),
-                     static_cast<int>(place) | (wordWrap() ? Qt::TextWordWrap : Qt::TextSingleLine), text());
-}
-
-void ThemedLabel::changeEvent(QEvent *event) {
-    QLabel::changeEvent(event);
-    if (event->type() == QEvent::ApplicationFontChange && font() != fontRole())
-        setFont(fontRole());
-    if (event->type() == QEvent::PaletteChange)
-        update();
+    painter.drawText(contentsRect(), flags(), text());
 }
 
 }  // namespace ferrolt

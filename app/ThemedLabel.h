@@ -7,6 +7,9 @@ namespace ferrolt {
 
 /// A text in one of Theme's fonts and colours that follows the desktop's font and palette. Shown as it is: no
 /// markup, no mnemonics.
+///
+/// Both are asked for while measuring and painting. A font or a palette of the widget's own would not hear of
+/// the desktop's next one.
 class ThemedLabel : public QLabel {
     Q_OBJECT
 
@@ -16,11 +19,17 @@ class ThemedLabel : public QLabel {
 
     ThemedLabel(const QString &text, FontRole fontRole, ColorRole colorRole, QWidget *parent = nullptr);
 
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+    int heightForWidth(int width) const override;
+
   protected:
     void paintEvent(QPaintEvent *event) override;
-    void changeEvent(QEvent *event) override;
 
   private:
+    int flags() const;
+    QSize marginSize() const;
+
     FontRole fontRole;
     ColorRole colorRole;
 };

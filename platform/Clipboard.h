@@ -8,9 +8,9 @@ namespace ferrolt {
 
 /// The system's general clipboard. Main thread.
 ///
-/// A text is handed over in the pieces in which it is kept: UTF-8, each piece whole characters, joined with nothing
-/// between them. The clipboard shares their bytes and may join them as late as somebody pastes, so that a full log
-/// of 64 MB is copied in a moment.
+/// A text is handed over in the pieces in which it is kept: UTF-8, each piece whole characters, joined with
+/// nothing between them. The clipboard shares their bytes and may join them as late as somebody pastes, so
+/// that a full log of 64 MB is copied in a moment.
 class Clipboard {
   public:
     virtual ~Clipboard() = default;

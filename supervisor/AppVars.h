@@ -90,12 +90,14 @@ class AppVars : public QObject, public std::enable_shared_from_this<AppVars> {
     /// here on nothing is started any more, and no child's end is a failure.
     void stopAll();
 
-    /// Restarts the engine alone, so that it takes up a new LibreOffice; the client runs on. Does nothing while a
-    /// reload is under way, while the engine is down, and after the permanent stop.
+    /// Restarts the engine alone, so that it takes up a new LibreOffice; the client runs on. Does nothing
+    /// while a reload is under way, while the engine is down, and after the permanent stop.
     void reloadEngine();
-    /// Arms the update timer anew: one check, updateCheckIntervalHours from now. Every check ends by calling this.
+    /// Arms the update timer anew: one check, updateCheckIntervalHours from now. Every check ends by calling
+    /// this.
     void scheduleUpdateTimer();
-    /// Asks for the LibreOffice version that the manifest names. Progress and failure come in the engine's log.
+    /// Asks for the LibreOffice version that the manifest names. Progress and failure come in the engine's
+    /// log.
     void ensureLibreOffice();
 
   Q_SIGNALS:

@@ -29,8 +29,9 @@ void AppVars::reloadEngine() {
     if (!_isLumRunning || !old || _isPermanentlyStopped || isOrbixReloadInProgress)
         return;
     isOrbixReloadInProgress = true;
-    appendLog("LibreOffice installed; restarting Lumora Core so its workers pick up office-document support.\n",
-              LogTarget::Lumora);
+    appendLog(
+        "LibreOffice installed; restarting Lumora Core so its workers pick up office-document support.\n",
+        LogTarget::Lumora);
     // This stop is meant: without its handler it is neither logged as an end nor taken for a failure.
     old->removeTerminationHandler();
     if (const ObserverToken observer = std::exchange(lumObserver, nullptr))
@@ -72,9 +73,11 @@ void AppVars::onInstallOutcome(const InstallOutcome &outcome) {
     }
 }
 
-/// One shot, armed anew at the end of every check: so an interval that a check has changed holds from there on.
+/// One shot, armed anew at the end of every check: so an interval that a check has changed holds from there
+/// on.
 void AppVars::scheduleUpdateTimer() {
-    const std::chrono::hours interval(std::clamp(updateCheckIntervalHours, shortestInterval, longestInterval));
+    const std::chrono::hours interval(
+        std::clamp(updateCheckIntervalHours, shortestInterval, longestInterval));
     updateTimer = seams.time->startTimer(interval, [weakSelf = weak_from_this()] {
         if (const auto self = weakSelf.lock())
             self->runUpdateCheck();
@@ -104,8 +107,8 @@ void AppVars::onUpdateCheckResult(std::optional<std::int64_t> interval) {
 void AppVars::ensureLibreOffice() {
     const QString version = updater->_libreOfficeVersion.get().value_or(defaultLibreOfficeVersion());
     const std::weak_ptr<AppVars> weakSelf = weak_from_this();
-    // The installer's lines come from its work queue too. Only the main thread may hold this object, for whoever lets
-    // go of it last destroys it.
+    // The installer's lines come from its work queue too. Only the main thread may hold this object, for
+    // whoever lets go of it last destroys it.
     const auto append = [weakSelf](const QString &line) {
         if (const auto self = weakSelf.lock())
             self->appendLog(line.toUtf8(), LogTarget::Lumora);

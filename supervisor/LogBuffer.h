@@ -64,7 +64,8 @@ class LogBuffer {
         return text;
     }
 
-    /// All elements as they are now. They share their bytes with the buffer's, so this costs no copy of the text.
+    /// All elements as they are now. They share their bytes with the buffer's, so this costs no copy of the
+    /// text.
     std::vector<LogElement> snapshot() const { return {elements.begin(), elements.end()}; }
 
   private:

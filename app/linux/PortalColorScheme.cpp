@@ -5,6 +5,7 @@
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusServiceWatcher>
+#include <QDBusVariant>
 #include <QFileInfo>
 
 namespace ferrolt {
@@ -32,8 +33,10 @@ void PortalColorScheme::watch() {
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected())
         return;
-    bus.connect(service, path, interface, QStringLiteral("SettingChanged"), this,
-                SLOT(settingChanged(QString, QString, QDBusVariant)));
+    // From whatever sender: Qt 6.4 does not always know by which unique name a service is to be recognised,
+    // and drops its signals then. The value itself is read from the portal.
+    bus.connect(QString(), path, interface, QStringLiteral("SettingChanged"), this,
+                SLOT(settingChanged(QString, QString)));
     // A portal that starts later, or again, may have another value.
     portalWatcher = new QDBusServiceWatcher(service, bus, QDBusServiceWatcher::WatchForRegistration, this);
     connect(portalWatcher, &QDBusServiceWatcher::serviceRegistered, this, &PortalColorScheme::read);
@@ -52,13 +55,13 @@ void PortalColorScheme::read() {
     });
 }
 
-void PortalColorScheme::settingChanged(const QString &space, const QString &key, const QDBusVariant &value) {
+void PortalColorScheme::settingChanged(const QString &space, const QString &key) {
     if (space == appearance && key == colorScheme)
-        take(QVariant::fromValue(value));
+        read();
 }
 
 void PortalColorScheme::take(QVariant value) {
-    // Read() answers with a variant inside a variant, the signal with a single one.
+    // The answer is a variant inside the variant that every value comes in.
     while (value.userType() == qMetaTypeId<QDBusVariant>())
         value = value.value<QDBusVariant>().variant();
     if (value.userType() != QMetaType::UInt)

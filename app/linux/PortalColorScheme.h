@@ -1,8 +1,8 @@
 #pragma once
 
-#include <QDBusVariant>
 #include <QObject>
 #include <QString>
+#include <QVariant>
 
 class QDBusServiceWatcher;
 
@@ -26,7 +26,7 @@ class PortalColorScheme : public QObject {
     void preferenceChanged(ferrolt::PortalColorScheme::Preference preference);
 
   private Q_SLOTS:
-    void settingChanged(const QString &space, const QString &key, const QDBusVariant &value);
+    void settingChanged(const QString &space, const QString &key);
 
   private:
     void read();

@@ -4,7 +4,7 @@
 
 namespace ferrolt {
 
-// XDG Base Directory Specification 0.8: $XDG_STATE_HOME, which must be absolute, else ~/.local/state.
+// XDG Base Directory 0.8: $XDG_STATE_HOME, which must be absolute, else ~/.local/state.
 QString stateFolder() {
     QString base = qEnvironmentVariable("XDG_STATE_HOME");
     if (!QDir::isAbsolutePath(base))

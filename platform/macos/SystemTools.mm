@@ -1,10 +1,10 @@
-#import <Foundation/Foundation.h>
-
 #include "MainQueue.h"
 #include "PrivilegedCommand.h"
 #include "PrivilegedCopy.h"
 #include "RunProcess.h"
 #include "ToolRunner.h"
+
+#import <Foundation/Foundation.h>
 
 namespace ferrolt {
 
@@ -31,8 +31,10 @@ bool runAppleScript(const std::string &source) {
 
 class AppleScriptCopy : public PrivilegedCopy {
   public:
-    bool privilegedCopy(const std::filesystem::path &source, const std::filesystem::path &destination) override {
-        const std::string script = administratorScript(privilegedShellCommand(source.string(), destination.string()));
+    bool privilegedCopy(const std::filesystem::path &source,
+                        const std::filesystem::path &destination) override {
+        const std::string script =
+            administratorScript(privilegedShellCommand(source.string(), destination.string()));
         bool succeeded = false;
         // NSAppleScript belongs to the main thread. The administrator prompt is modal meanwhile.
         MainQueue::sync([&] { succeeded = runAppleScript(script); });
@@ -42,8 +44,12 @@ class AppleScriptCopy : public PrivilegedCopy {
 
 }  // namespace
 
-std::shared_ptr<ToolRunner> systemToolRunner() { return std::make_shared<MacToolRunner>(); }
+std::shared_ptr<ToolRunner> systemToolRunner() {
+    return std::make_shared<MacToolRunner>();
+}
 
-std::shared_ptr<PrivilegedCopy> systemPrivilegedCopy() { return std::make_shared<AppleScriptCopy>(); }
+std::shared_ptr<PrivilegedCopy> systemPrivilegedCopy() {
+    return std::make_shared<AppleScriptCopy>();
+}
 
 }  // namespace ferrolt

@@ -1,6 +1,7 @@
 #include "ContentView.h"
 #include "HomeLogView.h"
 #include "LauncherPrefs.h"
+#include "LogConsoleView.h"
 #include "Sidebar.h"
 #include "Theme.h"
 #include "WindowFixture.h"
@@ -206,7 +207,9 @@ class ContentViewTest : public QObject {
         fixture.open();
         fixture.vars->appendLog(std::vector<LogElement>{"one\n"}, LogTarget::Lumora);
         fixture.vars->appendLog(std::vector<LogElement>{"two\n"}, LogTarget::QorClient);
-        QCoreApplication::processEvents();
+        for (const LogConsoleView *console :
+             {logs(fixture)->lumoraConsole(), logs(fixture)->qorClientConsole()})
+            QTRY_VERIFY(named(*console, "Copy this log to the clipboard")->isEnabled());
         QStringList names;
         QWidget *first = named(*fixture.window, "Home");
         first->setFocus();
@@ -301,6 +304,7 @@ class ContentViewTest : public QObject {
         const QFont before = QApplication::font();
         WindowFixture fixture;
         MainWindow &window = fixture.open();
+        const QSize size = window.size();
         QList<int> heights;
         for (const qreal points : {7.0, 18.0, 9.0}) {
             QFont font = before;
@@ -309,7 +313,7 @@ class ContentViewTest : public QObject {
             QTRY_VERIFY(named(window, "Home")->height() >= QFontMetrics(font).height());
             QCoreApplication::processEvents();
             heights.append(named(window, "Lumora Core, stopped")->height());
-            QVERIFY(window.size() == QSize(1000, 640));
+            QCOMPARE(window.size(), size);
         }
         QVERIFY(heights[0] < heights[1]);
         QVERIFY(heights[2] < heights[1]);

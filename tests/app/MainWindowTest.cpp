@@ -12,6 +12,7 @@
 #include <QSignalSpy>
 #include <QTest>
 #include <QTimer>
+#include <QWindow>
 
 using namespace ferrolt;
 
@@ -149,11 +150,11 @@ class MainWindowTest : public QObject {
                 return plain;
             }();
         };
-        QTest::mouseMove(&window, QPoint(600, 300));
+        QTest::mouseMove(window.windowHandle(), QPoint(600, 300));
         QTRY_VERIFY(!isDrawn());
-        QTest::mouseMove(&window, QPoint(50, 300));
+        QTest::mouseMove(window.windowHandle(), QPoint(50, 300));
         QTRY_VERIFY(isDrawn());
-        QTest::mouseMove(&window, QPoint(600, 300));
+        QTest::mouseMove(window.windowHandle(), QPoint(600, 300));
         QTRY_VERIFY(!isDrawn());
         button->setFocus(Qt::TabFocusReason);
         QVERIFY(isDrawn());
@@ -191,6 +192,24 @@ class MainWindowTest : public QObject {
         QVERIFY(QTest::qWaitForWindowExposed(fixture.window.get()));
         QCOMPARE(fixture.window->content()->sidebarWidth(), 181);
         QVERIFY(qAbs(fixture.window->content()->upperLogShare() - 0.25) < 0.01);
+    }
+
+    void aRunThatNeverShowsTheWindowForgetsNothing() {
+        WindowFixture fixture;
+        WindowState state;
+        state.size = QSize(1200, 800);
+        state.sidebarWidth = 181;
+        state.upperLogShare = 0.25;
+        state.save(fixture.stateFile());
+        fixture.create();
+        fixture.window = std::make_unique<MainWindow>(fixture.vars, fixture.time,
+                                                      std::make_shared<QtClipboard>(), fixture.stateFile());
+        QVERIFY(fixture.window->close());  // as at a launch with a complete identity
+        QVERIFY(QMetaObject::invokeMethod(qApp, "aboutToQuit"));
+        const WindowState after = WindowState::load(fixture.stateFile());
+        QCOMPARE(after.size, state.size);
+        QCOMPARE(after.sidebarWidth, 181);
+        QCOMPARE(after.upperLogShare, 0.25);
     }
 
     void aRememberedSizeIsFittedToTheScreenAndToTheLeastSize_data() {
@@ -249,5 +268,17 @@ class MainWindowTest : public QObject {
     }
 };
 
-QTEST_MAIN(MainWindowTest)
+int main(int argc, char **argv) {
+    // The platform for tests has a screen of 800 by 800, hardly larger than the window's least size.
+    QTemporaryDir folder;
+    const QString screens = folder.filePath("screens.json");
+    TestTree::write(screens.toStdString(), R"({"screens": [{"name": "large", "x": 0, "y": 0, "width": 1920,
+        "height": 1080, "logicalDpi": 96, "logicalBaseDpi": 96, "dpr": 1}]})");
+    if (qgetenv("QT_QPA_PLATFORM") == "offscreen")
+        qputenv("QT_QPA_PLATFORM", "offscreen:configfile=" + screens.toUtf8());
+    QApplication application(argc, argv);
+    MainWindowTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+
 #include "MainWindowTest.moc"

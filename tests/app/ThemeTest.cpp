@@ -5,6 +5,7 @@
 #include <QFontInfo>
 #include <QStyle>
 #include <QTest>
+#include <QtMath>
 
 using namespace ferrolt;
 
@@ -116,8 +117,10 @@ class ThemeTest : public QObject {
         const QFont fontBefore = QApplication::font();
         QWidget window;
         ThemedLabel label("Process Status & <b>more</b>", Theme::subheadline, Theme::secondaryText, &window);
-        label.resize(600, 60);
+        window.resize(900, 120);
+        label.resize(900, 120);
         window.show();
+        QSize before;
         for (const auto &[palette, points] : {std::pair(Theme::darkPalette(), 40.0),
                                               {Theme::lightPalette(), 30.0},
                                               {Theme::darkPalette(), 20.0}}) {
@@ -125,13 +128,15 @@ class ThemeTest : public QObject {
             font.setPointSizeF(points);
             QApplication::setPalette(palette);
             QApplication::setFont(font);
-            QCOMPARE(label.font().pointSizeF(), points * 0.85);
+            QCoreApplication::processEvents();
+            QVERIFY(label.sizeHint() != before);
+            before = label.sizeHint();
+            QCOMPARE(before.height(), qCeil(QFontMetricsF(Theme::subheadline()).height()));
             const QImage picture = window.grab().toImage();
             int inColour = 0;
-            for (int y = 0; y < 60; ++y)
-                for (int x = 0; x < 600; ++x)
-                    inColour += picture.width() > x && picture.height() > y &&
-                                picture.pixelColor(x, y) == Theme::secondaryText(palette);
+            for (int y = 0; y < 120; ++y)
+                for (int x = 0; x < 900; ++x)
+                    inColour += picture.pixelColor(x, y) == Theme::secondaryText(palette);
             QVERIFY2(inColour > 20, qPrintable(QString::number(inColour)));
         }
         QApplication::setFont(fontBefore);

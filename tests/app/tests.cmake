@@ -19,6 +19,11 @@ ferrolt_test(app SymbolsTest LINKS ferrolt_app WINDOW)
 ferrolt_test(app TextFieldTest LINKS ferrolt_app WINDOW)
 ferrolt_test(app ThemeTest LINKS ferrolt_app WINDOW)
 ferrolt_test(app WindowStateTest LINKS ferrolt_app)
+foreach(scale 1.25 1.5 2 3)
+    add_test(NAME app.LogConsoleLookTest@${scale} COMMAND LogConsoleLookTest)
+    set_tests_properties(app.LogConsoleLookTest@${scale} PROPERTIES TIMEOUT 120 LABELS app
+        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;QT_SCALE_FACTOR=${scale}")
+endforeach()
 if(NOT APPLE)
     # What screen readers are told leaves the program only where they have a bus.
     add_test(NAME app.LogAccessibleTestOnABus
@@ -27,3 +32,6 @@ if(NOT APPLE)
     ferrolt_test(app DesktopAppearanceTest LINKS ferrolt_app WINDOW)
     ferrolt_test(app StateFolderTest LINKS ferrolt_app)
 endif()
+ferrolt_test(app LifecycleTest LINKS ferrolt_app WINDOW)
+ferrolt_test(app UnitTestHostTest LINKS ferrolt_app)
+set_target_properties(UnitTestHostTest PROPERTIES ENABLE_EXPORTS ON)  # a name that the process can be asked for

@@ -93,7 +93,8 @@ void makePrograms(const fs::path &root, const fs::path &prompt) {
 std::string PrivateSystem::enter(const Contents &contents) {
     try {
         leaveTheMachinesNamespaces();
-        require(mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0, "keeping mounts to ourselves");
+        require(mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0,
+                "keeping mounts to ourselves");
         bringLoopbackUp();
 
         const fs::path root = contents.scratch / "root";

@@ -30,7 +30,7 @@ const QString metalinkPath =
     "/libreoffice/stable/26.2.4/mac/aarch64/LibreOffice_26.2.4_MacOS_aarch64.dmg.meta4";
 const QStringList mirrorHosts{"one.mirror.example", "two.mirror.example", "three.mirror.example"};
 const fs::path application = "/Applications/LibreOffice.app";
-const QString settingsFile = ".config/" FERROLT_REVERSE_DOMAIN ".conf";
+const QString settingsFile = ".config/" FERROLT_REVERSE_DOMAIN ".json";
 
 QString hostOf(const char *address) {
     return QUrl(address).host();
@@ -49,11 +49,12 @@ struct Servers {
     }
 
     void publish(const QByteArray &image) {
-        origin.on(manifestPath,
-                  TestHttpsServer::replies(200, R"({"checkUpdateInterval": 6, "libreofficeversion": "26.2.4"})"));
-        QByteArray document = "<metalink xmlns=\"urn:ietf:params:xml:ns:metalink\"><file name=\"image\">"
-                              "<hash type=\"sha-256\">" +
-                              QCryptographicHash::hash(image, QCryptographicHash::Sha256).toHex() + "</hash>";
+        origin.on(manifestPath, TestHttpsServer::replies(
+                                    200, R"({"checkUpdateInterval": 6, "libreofficeversion": "26.2.4"})"));
+        QByteArray document =
+            "<metalink xmlns=\"urn:ietf:params:xml:ns:metalink\"><file name=\"image\">"
+            "<hash type=\"sha-256\">" +
+            QCryptographicHash::hash(image, QCryptographicHash::Sha256).toHex() + "</hash>";
         for (std::size_t i = 0; i < mirrors.size(); ++i)
             document += "<url>https://" + mirrorHosts[static_cast<qsizetype>(i)].toUtf8() + ':' +
                         QByteArray::number(mirrors[i]->port()) + "/image.dmg</url>";
@@ -81,7 +82,8 @@ void makeVolume(const fs::path &folder) {
 
 }  // namespace
 
-/// The built program as it is shipped, in a system in which its servers, its prompt and /Applications are the test's.
+/// The built program as it is shipped, in a system in which its servers, its prompt and /Applications are the
+/// test's.
 class UpdateTest : public QObject {
     Q_OBJECT
 
@@ -109,7 +111,8 @@ class UpdateTest : public QObject {
         QVERIFY2(!hfs.isEmpty(), "xorriso is needed to write an HFS+ volume");
         servers.publish(udifImage(hfs, UdifBlocks::Zlib));
         const Listener port;
-        InstalledTree tree("wait", "wait");
+        InstalledTree tree("silent",
+                           "wait");  // an engine's own words would stand anywhere between the installer's
         tree.writeEnginePort(std::to_string(port.port));
         const QTemporaryDir temporary;
         qputenv("TMPDIR", temporary.path().toLocal8Bit());
@@ -120,7 +123,8 @@ class UpdateTest : public QObject {
             const pid_t engine = launcher.child("Orbix")->id;
             const pid_t client = launcher.child("qorclient")->id;
             servers.mayDeliver = true;
-            QVERIFY(waitUntil([&] { return launcher.child("Orbix") && launcher.child("Orbix")->id != engine; }, 60s));
+            QVERIFY(waitUntil(
+                [&] { return launcher.child("Orbix") && launcher.child("Orbix")->id != engine; }, 60s));
             QVERIFY(!isAlive(engine));
             QCOMPARE(launcher.child("qorclient")->id, client);
 
@@ -129,11 +133,12 @@ class UpdateTest : public QObject {
             QString expected = "Fetching LibreOffice 26.2.4 download info\u2026\n";
             for (const QString &host : mirrorHosts)
                 expected += "Downloading LibreOffice from " + host + "\u2026\n";
-            expected += "Verifying download\u2026\nMounting disk image\u2026\n"
-                        "Installing LibreOffice to /Applications (administrator authorization required)\u2026\n"
-                        "LibreOffice 26.2.4 installed successfully.\n"
-                        "LibreOffice installed; restarting Lumora Core so its workers pick up office-document "
-                        "support.\nLumora Core started.\n";
+            expected +=
+                "Verifying download\u2026\nMounting disk image\u2026\n"
+                "Installing LibreOffice to /Applications (administrator authorization required)\u2026\n"
+                "LibreOffice 26.2.4 installed successfully.\n"
+                "LibreOffice installed; restarting Lumora Core so its workers pick up office-document "
+                "support.\nLumora Core started.\n";
             QString log;
             QVERIFY2(waitUntil([&] {
                          log = launcher.consoleText("Lumora Core Engine");
@@ -147,7 +152,8 @@ class UpdateTest : public QObject {
         QCOMPARE(treeDifference(treeSnapshot(application),
                                 treeSnapshot(volume.path().toStdString() + "/LibreOffice.app")),
                  QByteArray());
-        QVERIFY(readFile(tree.home() / settingsFile.toStdString()).contains("InstalledLibreOfficeVersion=26.2.4"));
+        QVERIFY(readFile(tree.home() / settingsFile.toStdString())
+                    .contains("\"InstalledLibreOfficeVersion\": \"26.2.4\""));
         QVERIFY(fs::is_empty(temporary.path().toStdString()));
 
         // A second check finds nothing to do.
@@ -157,8 +163,8 @@ class UpdateTest : public QObject {
         QVERIFY(waitUntil([&] { return again.child("Orbix") && again.child("qorclient"); }, 60s));
         QCOMPARE(again.startAgain(), 0);
         QVERIFY(waitUntil([&] { return again.visibleWindows().contains("Ferrolt Miner Launcher"); }));
-        QVERIFY(waitUntil([&] { return again.consoleText("Lumora Core Engine").contains("ready"); }));
-        QCOMPARE(again.consoleText("Lumora Core Engine").section('\n', 0, 1), QString("Lumora Core started.\nready"));
+        QVERIFY(waitUntil([&] { return again.consoleText("Qor Client").contains("ready"); }));
+        QCOMPARE(again.consoleText("Lumora Core Engine").trimmed(), QString("Lumora Core started."));
         QCOMPARE(servers.origin.requestCount(manifestPath), manifests + 1);
         QCOMPARE(servers.origin.requestCount(metalinkPath), metalinks);
     }

@@ -67,7 +67,16 @@ class PipeReaderTest : public QObject {
     Q_OBJECT
 
   private Q_SLOTS:
-    void initTestCase() { std::signal(SIGPIPE, SIG_IGN); }
+    void initTestCase() {
+        std::signal(SIGPIPE, SIG_IGN);
+        descriptors = openDescriptors();
+    }
+
+    /// Whatever a test did, it leaves no thread and no descriptor behind.
+    void cleanup() {
+        QVERIFY(waitWithoutEvents(
+            [&] { return threadsNamed("child-output") == 0 && openDescriptors() == descriptors; }));
+    }
 
     void eachArrivalIsHandedOnOnceAndInOrder() {
         Collector collector;
@@ -96,7 +105,6 @@ class PipeReaderTest : public QObject {
     }
 
     void theEndOfThePipeClosesItAndEndsTheThread() {
-        const int descriptors = openDescriptors();
         Collector collector;
         {
             Pipe pipe = Pipe::open();
@@ -153,6 +161,9 @@ class PipeReaderTest : public QObject {
         QCOMPARE(ended.wait_for(std::chrono::seconds(20)), std::future_status::ready);
         grandchild.join();  // the closed pipe has ended it
     }
+
+  private:
+    int descriptors = 0;
 };
 
 QTEST_GUILESS_MAIN(PipeReaderTest)

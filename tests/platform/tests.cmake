@@ -3,14 +3,12 @@ ferrolt_test(platform PipeReaderTest LINKS ferrolt_platform)
 ferrolt_test(platform PortProbeTest LINKS ferrolt_platform)
 ferrolt_test(platform SingleInstanceTest LINKS ferrolt_platform)
 ferrolt_test(platform ProcessTest LINKS ferrolt_platform ferrolt_paths)
-ferrolt_test(platform SettingsStoreTest LINKS ferrolt_platform)
-ferrolt_test(platform WorkQueueTest LINKS ferrolt_platform)
+
 foreach(name HttpDownloadTest HttpProxyTest HttpSessionEndTest HttpSessionTest HttpTimeoutTest)
     ferrolt_test(platform ${name} LINKS ferrolt_platform ferrolt_test_server)
 endforeach()
-# It stands in for the system's name look-up, which Qt's library must find too.
-set_target_properties(HttpSessionEndTest PROPERTIES ENABLE_EXPORTS ON)
-target_link_libraries(HttpSessionEndTest PRIVATE ${CMAKE_DL_LIBS})
+ferrolt_test(platform SettingsStoreTest LINKS ferrolt_platform)
+ferrolt_test(platform WorkQueueTest LINKS ferrolt_platform)
 
 # What an installation needs of the system.
 ferrolt_test(platform PrivilegedCommandTest LINKS ferrolt_platform)
@@ -22,3 +20,6 @@ if(NOT APPLE)
         target_include_directories(${test} PRIVATE ${PROJECT_SOURCE_DIR}/platform/linux)
     endforeach()
 endif()
+# It stands in for the system's name look-up, which Qt's library must find too.
+set_target_properties(HttpSessionEndTest PROPERTIES ENABLE_EXPORTS ON)
+target_link_libraries(HttpSessionEndTest PRIVATE ${CMAKE_DL_LIBS})

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "LibreOfficeInstaller.h"
+#include "ManualTime.h"
 #include "TestAuthority.h"
 #include "TestHttpsServer.h"
-#include "ManualTime.h"
 
 #include <QByteArray>
 #include <QString>
