@@ -37,6 +37,15 @@ QNetworkRequest requestFor(const HttpConfiguration &configuration) {
     return request;
 }
 
+/// The manager's cache, if it is to have one.
+MemoryCache *newCache(const HttpConfiguration &configuration, QNetworkAccessManager &manager) {
+    if (configuration.storage != HttpConfiguration::Storage::Shared)
+        return nullptr;
+    auto *cache = new MemoryCache;
+    manager.setCache(cache);  // which owns it from here on
+    return cache;
+}
+
 struct Sessions {
     std::mutex mutex;
     std::vector<std::weak_ptr<HttpEngine>> all;
@@ -80,12 +89,13 @@ Q_COREAPP_STARTUP_FUNCTION(closeWithTheApplication)
 class HttpEngine::Room {
   public:
     Room(const HttpConfiguration &configuration, std::weak_ptr<NetworkThread> thread)
-        : thread(thread),
-          proxies(new SystemProxies),
-          means{manager, *proxies, configuration, requestFor(configuration), std::move(thread)} {
+        : thread(thread), proxies(new SystemProxies), means{manager,
+                                                            *proxies,
+                                                            newCache(configuration, manager),
+                                                            configuration,
+                                                            requestFor(configuration),
+                                                            std::move(thread)} {
         manager.setProxyFactory(proxies);
-        if (configuration.storage == HttpConfiguration::Storage::Shared)
-            manager.setCache(new MemoryCache);
     }
 
     ~Room() {

@@ -2,6 +2,7 @@
 
 #include "BackgroundQueue.h"
 #include "HttpInflatingSink.h"
+#include "MemoryCache.h"
 #include "NetworkThread.h"
 #include "SystemProxies.h"
 
@@ -97,7 +98,13 @@ void HttpTransfer::transfer() {
     for (const auto sign : {&QNetworkReply::encrypted, &QNetworkReply::metaDataChanged,
                             &QNetworkReply::requestSent, &QNetworkReply::socketStartedConnecting})
         connect(reply, sign, this, &HttpTransfer::noteActivity);
+    connect(reply, &QNetworkReply::requestSent, this, &HttpTransfer::requestSent);
     noteActivity();
+}
+
+void HttpTransfer::requestSent() {
+    if (means.cache != nullptr && !std::exchange(isWithServer, true))
+        means.cache->requestWasSent(url);
 }
 
 void HttpTransfer::bytesCame() {
@@ -211,6 +218,8 @@ void HttpTransfer::dropReply() {
         reply->abort();
     reply->deleteLater();
     reply = nullptr;
+    if (std::exchange(isWithServer, false))
+        means.cache->requestIsOver(url);
 }
 
 void HttpTransfer::noteActivity() {

@@ -23,6 +23,7 @@ class QNetworkReply;
 
 namespace ferrolt {
 
+class MemoryCache;
 class NetworkThread;
 class SystemProxies;
 
@@ -44,6 +45,7 @@ class HttpTransfer : public QObject, public std::enable_shared_from_this<HttpTra
     struct Means {
         QNetworkAccessManager &manager;
         SystemProxies &proxies;
+        MemoryCache *cache;  ///< the manager's, if it has one
         const HttpConfiguration &configuration;
         QNetworkRequest request;  ///< all but the URL
         std::weak_ptr<NetworkThread> thread;
@@ -68,6 +70,7 @@ class HttpTransfer : public QObject, public std::enable_shared_from_this<HttpTra
     void passOn();
     std::optional<QUrl> redirectTarget() const;
     void follow(const QUrl &target);
+    void requestSent();
     void dropReply();
     void noteActivity();
     void watchTime();
@@ -84,6 +87,7 @@ class HttpTransfer : public QObject, public std::enable_shared_from_this<HttpTra
     int statusCode = 0;
     std::int64_t received = 0;
     std::int64_t announced = -1;
+    bool isWithServer = false;
     bool over = false;
     TimeSource::Duration started;
     TimeSource::Duration lastActivity;

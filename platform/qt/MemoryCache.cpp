@@ -10,8 +10,31 @@ namespace ferrolt {
 MemoryCache::MemoryCache() = default;
 MemoryCache::~MemoryCache() = default;
 
+namespace {
+
+/// The same, with an order that Qt obeys before it gives out a reply that the server did not confirm.
+QNetworkCacheMetaData onlyIfConfirmed(QNetworkCacheMetaData metaData) {
+    const QByteArray name = "Cache-Control";
+    QByteArray orders = "must-revalidate";
+    QNetworkCacheMetaData::RawHeaderList headers;
+    for (const auto &header : metaData.rawHeaders()) {
+        if (header.first.compare(name, Qt::CaseInsensitive) == 0)
+            orders += ", " + header.second;
+        else
+            headers.append(header);
+    }
+    headers.append({name, orders});
+    metaData.setRawHeaders(headers);
+    return metaData;
+}
+
+}  // namespace
+
 QNetworkCacheMetaData MemoryCache::metaData(const QUrl &url) {
-    return entries.value(url).metaData;
+    const auto entry = entries.constFind(url);
+    if (entry == entries.cend())
+        return {};
+    return withServer.contains(url) ? onlyIfConfirmed(entry->metaData) : entry->metaData;
 }
 
 void MemoryCache::updateMetaData(const QNetworkCacheMetaData &metaData) {

@@ -3,6 +3,8 @@
 #include <QAbstractNetworkCache>
 #include <QByteArray>
 #include <QHash>
+#include <QList>
+#include <QUrl>
 
 #include <memory>
 #include <vector>
@@ -21,6 +23,11 @@ class MemoryCache : public QAbstractNetworkCache {
 
     MemoryCache();
     ~MemoryCache() override;
+
+    /// From the first to the second, a request is with its server, whose answer is what counts: Qt would put
+    /// a kept reply in the place of an error of 500 or more, and now and then lose the reply's end over it.
+    void requestWasSent(const QUrl &url) { withServer.append(url); }
+    void requestIsOver(const QUrl &url) { withServer.removeOne(url); }
 
     QNetworkCacheMetaData metaData(const QUrl &url) override;
     void updateMetaData(const QNetworkCacheMetaData &metaData) override;
@@ -42,6 +49,7 @@ class MemoryCache : public QAbstractNetworkCache {
     };
 
     QHash<QUrl, Entry> entries;
+    QList<QUrl> withServer;
     std::vector<Pending> pending;
 };
 

@@ -14,10 +14,14 @@
 #include <QTest>
 
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 
 #include <signal.h>
 #include <stdlib.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 using namespace ferrolt;
 using namespace std::chrono_literals;
@@ -191,12 +195,10 @@ class UpdateTest : public QObject {
     }
 };
 
-int main(int argc, char **argv) {
-    // The system is entered before Qt has made its first thread.
-    char folder[] = "/tmp/ferrolt-private-system-XXXXXX";
-    if (mkdtemp(folder) == nullptr)
-        return 2;
-    const fs::path scratch = folder;
+namespace {
+
+/// Before Qt has made its first thread.
+int runInAPrivateSystem(int argc, char **argv, const fs::path &scratch) {
     const TestAuthority authority;
     writeFile(scratch / "authority.pem", authority.certificate());
     writeScript(scratch / "prompt", "exec \"$@\"\n");
@@ -208,10 +210,26 @@ int main(int argc, char **argv) {
 
     QCoreApplication qt(argc, argv);
     UpdateTest test(authority, trouble);
-    const int result = QTest::qExec(&test, argc, argv);
-    for (const char *name : {"authority.pem", "prompt", "hosts"})
-        fs::remove(scratch / name);
-    return result;
+    return QTest::qExec(&test, argc, argv);
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    char folder[] = "/tmp/ferrolt-private-system-XXXXXX";
+    if (mkdtemp(folder) == nullptr)
+        return 2;
+    // A process never leaves the system that it has entered, and cannot clear away what that is built on.
+    const pid_t child = fork();
+    if (child == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        return runInAPrivateSystem(argc, argv, folder);
+    }
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    fs::remove_all(folder);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 1;
 }
 
 #include "UpdateTest.moc"

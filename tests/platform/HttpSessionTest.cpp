@@ -317,6 +317,28 @@ class HttpSessionTest : public QObject {
         QVERIFY(!server.requests().last().headers.contains("cookie"));
     }
 
+    void aServersErrorIsNotAnsweredFromWhatWasKept() {
+        HttpConfiguration shared = configuration();
+        shared.storage = HttpConfiguration::Storage::Shared;
+        // More than once, for it is a matter of which of two signals comes first.
+        for (int round = 0; round < 20; ++round) {
+            HttpSession session(shared);
+            const auto next = [&](int status, const QByteArray &body) {
+                server.on(QStringLiteral("/state"),
+                          TestHttpsServer::replies(status, body, {{"ETag", "\"1\""}}));
+                return inBackground([&] { return session.fetchData(server.url(QStringLiteral("/state"))); });
+            };
+            QCOMPARE(next(200, "good").body, QByteArray("good"));
+            for (const int status : {503, 500, 502}) {
+                const HttpReply reply = next(status, "trouble");
+                QCOMPARE(reply.error, Error::None);
+                QCOMPARE(reply.statusCode, status);
+                QCOMPARE(reply.body, QByteArray("trouble"));
+            }
+            QCOMPARE(next(200, "better").body, QByteArray("better"));
+        }
+    }
+
     void aSharedSessionKeepsWhatItsServerAllows() {
         server.on(QStringLiteral("/fresh"),
                   TestHttpsServer::replies(200, "kept", {{"Cache-Control", "max-age=1000"}}));
