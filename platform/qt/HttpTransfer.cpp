@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <system_error>
 #include <utility>
 
 namespace ferrolt {
@@ -22,7 +23,8 @@ namespace {
 
 constexpr int mostRedirects = 20;
 constexpr std::size_t readSize = 64 * 1024;
-/// A page that nobody wants is read so that its connection can be used again, unless it is longer than this.
+/// A page that comes in place of a download is read to its end, so that Qt is done with the reply and can use its
+/// connection again; but not one that is longer than this.
 constexpr std::int64_t longestUnwantedPage = 64 * 1024;
 /// How soon a time-out is noticed when the time source is not the real clock.
 constexpr TimeSource::Duration longestLook = std::chrono::milliseconds(200);
@@ -65,14 +67,19 @@ void HttpTransfer::findProxies(const QUrl &next) {
         end(Error::Transport);
         return;
     }
-    BackgroundQueue::async(QualityOfService::Default, [next, thread = means.thread, self = weak_from_this()] {
+    const auto ask = [next, thread = means.thread, self = weak_from_this()] {
         auto proxies = SystemProxies::ask(next);
         if (const auto own = thread.lock())
             own->post([self, next, proxies = std::move(proxies)] {
                 if (const auto transfer = self.lock(); transfer != nullptr && !transfer->over)
                     transfer->proxiesFound(next, proxies);
             });
-    });
+    };
+    try {
+        BackgroundQueue::async(QualityOfService::Default, ask);
+    } catch (const std::system_error &) {  // no more threads
+        end(Error::Transport);
+    }
 }
 
 void HttpTransfer::proxiesFound(const QUrl &next, const std::optional<QList<QNetworkProxy>> &proxies) {
@@ -90,13 +97,17 @@ void HttpTransfer::transfer() {
     announced = -1;
     QNetworkRequest asked = means.request;
     asked.setUrl(url);
+    // An image of several hundred megabytes has no place in a cache.
+    if (request.destination)
+        asked.setAttribute(QNetworkRequest::CacheSaveControlAttribute, false);
     reply = means.manager.get(asked);
     // Without a bound, all that the server has is taken into memory, however slow the disk may be.
     reply->setReadBufferSize(readSize);
     connect(reply, &QNetworkReply::readyRead, this, &HttpTransfer::bytesCame);
     connect(reply, &QNetworkReply::finished, this, &HttpTransfer::replyFinished);
-    for (const auto sign : {&QNetworkReply::encrypted, &QNetworkReply::metaDataChanged,
-                            &QNetworkReply::requestSent, &QNetworkReply::socketStartedConnecting})
+    connect(reply, &QNetworkReply::metaDataChanged, this, &HttpTransfer::headCame);
+    for (const auto sign :
+         {&QNetworkReply::encrypted, &QNetworkReply::requestSent, &QNetworkReply::socketStartedConnecting})
         connect(reply, sign, this, &HttpTransfer::noteActivity);
     connect(reply, &QNetworkReply::requestSent, this, &HttpTransfer::requestSent);
     noteActivity();
@@ -107,9 +118,18 @@ void HttpTransfer::requestSent() {
         means.cache->requestWasSent(url);
 }
 
-void HttpTransfer::bytesCame() {
+/// A redirect is followed without a look at the page that comes with it.
+void HttpTransfer::headCame() {
     noteActivity();
     statusCode = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    if (const auto target = redirectTarget())
+        follow(*target);
+}
+
+void HttpTransfer::bytesCame() {
+    headCame();
+    if (over || reply == nullptr)
+        return;
     const auto length = reply->header(QNetworkRequest::ContentLengthHeader);
     announced = length.isValid() ? length.toLongLong() : -1;
     const bool wanted = wantsBody();
@@ -126,13 +146,13 @@ void HttpTransfer::bytesCame() {
         if (wanted)
             keep(bytes.data(), count);
         else if (received > longestUnwantedPage)
-            passOn();
+            end(Error::None);
     }
 }
 
-/// Neither a redirect's page nor one that comes in place of a download is wanted.
+/// A page that comes in place of a download is not wanted.
 bool HttpTransfer::wantsBody() const {
-    return !redirectTarget() && (!request.destination || statusCode == 200);
+    return !request.destination || statusCode == 200;
 }
 
 void HttpTransfer::keep(const char *bytes, std::int64_t count) {
@@ -155,14 +175,6 @@ void HttpTransfer::openSink() {
         sink = std::make_unique<HttpInflatingSink>(std::move(sink));
 }
 
-/// What comes after a page that is not wanted.
-void HttpTransfer::passOn() {
-    if (const auto target = redirectTarget())
-        follow(*target);
-    else
-        end(Error::None);
-}
-
 void HttpTransfer::replyFinished() {
     bytesCame();
     if (over || reply == nullptr)
@@ -174,7 +186,7 @@ void HttpTransfer::replyFinished() {
         return;
     }
     if (!wantsBody()) {
-        passOn();
+        end(Error::None);
         return;
     }
     openSink();

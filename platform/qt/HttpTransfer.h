@@ -62,12 +62,12 @@ class HttpTransfer : public QObject, public std::enable_shared_from_this<HttpTra
     void findProxies(const QUrl &url);
     void proxiesFound(const QUrl &next, const std::optional<QList<QNetworkProxy>> &proxies);
     void transfer();
+    void headCame();
     void bytesCame();
     void openSink();
     void replyFinished();
     bool wantsBody() const;
     void keep(const char *bytes, std::int64_t count);
-    void passOn();
     std::optional<QUrl> redirectTarget() const;
     void follow(const QUrl &target);
     void requestSent();
