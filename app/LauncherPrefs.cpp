@@ -133,8 +133,12 @@ void LauncherPrefs::refresh() {
     isShowingModel = false;
 
     const LauncherPrefsModel::StatusLine line = model.statusLine();
-    success->setVisible(line == LauncherPrefsModel::StatusLine::Success);
-    missingCredentials->setVisible(line == LauncherPrefsModel::StatusLine::MissingCredentials);
+    const bool isSuccess = line == LauncherPrefsModel::StatusLine::Success;
+    const bool isMissing = line == LauncherPrefsModel::StatusLine::MissingCredentials;
+    // The one that goes first: with both there, the card would grow for a moment.
+    (isSuccess ? missingCredentials : success)->setVisible(false);
+    success->setVisible(isSuccess);
+    missingCredentials->setVisible(isMissing);
 }
 
 }  // namespace ferrolt

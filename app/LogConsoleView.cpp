@@ -105,7 +105,7 @@ void LogConsoleView::showEvent(QShowEvent *event) {
 }
 
 bool LogConsoleView::event(QEvent *event) {
-    if (event->type() == QEvent::ApplicationFontChange)
+    if (event->type() == QEvent::FontChange)
         titleLabel->setFont(Theme::headline());
     return QWidget::event(event);
 }

@@ -182,7 +182,7 @@ bool LogTextArea::event(QEvent *event) {
             return true;
         }
     }
-    if (event->type() == QEvent::ApplicationFontChange)
+    if (event->type() == QEvent::FontChange)
         updateGrid();
     return QAbstractScrollArea::event(event);
 }

@@ -71,7 +71,8 @@ void MainWindow::restoreState() {
 void MainWindow::saveState() const {
     WindowState state;
     state.isMaximized = isMaximized();
-    state.size = isMaximized() ? normalGeometry().size() : size();
+    const QSize normal = normalGeometry().size();
+    state.size = (isMaximized() || isFullScreen()) && !normal.isEmpty() ? normal : size();
     state.sidebarWidth = view->sidebarWidth();
     state.upperLogShare = view->upperLogShare();
     state.save(stateFile);

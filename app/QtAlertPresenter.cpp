@@ -1,27 +1,67 @@
 #include "QtAlertPresenter.h"
 
 #include "Symbols.h"
+#include "Theme.h"
 
 #include <QApplication>
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
 
+#include <algorithm>
 #include <utility>
 
 namespace ferrolt {
 namespace {
 
-QMessageBox::Icon iconOf(AlertStyle style) {
+constexpr int iconSide = 40;
+constexpr int widestExplanation = 520;  ///< a line that is longer is broken
+
+struct Look {
+    QMessageBox::Icon icon = QMessageBox::NoIcon;
+    QString themeIcon;
+    Symbol symbol = Symbol::InfoCircle;
+    QColor tint;
+};
+
+Look lookOf(AlertStyle style, const QPalette &palette) {
     switch (style) {
         case AlertStyle::Informational:
-            return QMessageBox::Information;
+            return {QMessageBox::Information, QStringLiteral("dialog-information"), Symbol::InfoCircle,
+                    Theme::accent(palette)};
         case AlertStyle::Warning:
-            return QMessageBox::Warning;
+            return {QMessageBox::Warning, QStringLiteral("dialog-warning"), Symbol::WarningTriangle,
+                    Theme::orange(palette)};
         case AlertStyle::Critical:
-            return QMessageBox::Critical;
+            return {QMessageBox::Critical, QStringLiteral("dialog-error"), Symbol::ErrorOctagon,
+                    Theme::red(palette)};
     }
-    return QMessageBox::NoIcon;
+    return {};
+}
+
+/// The desktop's own icon, where it has one.
+void setIcon(QMessageBox &box, AlertStyle style) {
+    const Look look = lookOf(style, box.palette());
+    box.setIcon(look.icon);
+    if (!QIcon::hasThemeIcon(look.themeIcon))
+        box.setIconPixmap(
+            symbolPixmap(look.symbol, QSize(iconSide, iconSide), look.tint, box.devicePixelRatioF()));
+}
+
+/// The message stands out from its explanation, whose lines are broken where the text says.
+void setTexts(QMessageBox &box, const Alert &alert) {
+    box.setText(alert.messageText);
+    box.setInformativeText(alert.informativeText);
+    // The texts may carry what the system said, which may look like markup.
+    for (QLabel *label : box.findChildren<QLabel *>())
+        label->setTextFormat(Qt::PlainText);
+    if (auto *message = box.findChild<QLabel *>(QStringLiteral("qt_msgbox_label")))
+        message->setFont(Theme::headline());
+    if (auto *explanation = box.findChild<QLabel *>(QStringLiteral("qt_msgbox_informativelabel"))) {
+        const int wanted =
+            explanation->fontMetrics().boundingRect(QRect(), Qt::AlignLeft, alert.informativeText).width();
+        explanation->setMinimumWidth(std::min(wanted, widestExplanation));
+    }
 }
 
 }  // namespace
@@ -45,13 +85,8 @@ void QtAlertPresenter::showNext() {
     box->setWindowModality(Qt::ApplicationModal);
     box->setWindowTitle(QGuiApplication::applicationDisplayName());
     box->setWindowIcon(applicationIcon());
-    box->setIcon(iconOf(alert.style));
-    box->setTextFormat(Qt::PlainText);
-    box->setText(alert.messageText);
-    box->setInformativeText(alert.informativeText);
-    // The texts may carry what the system said, which may look like markup.
-    for (QLabel *label : box->findChildren<QLabel *>())
-        label->setTextFormat(Qt::PlainText);
+    setIcon(*box, alert.style);
+    setTexts(*box, alert);
     QPushButton *button = box->addButton(
         QString(alert.button).replace(QLatin1Char('&'), QStringLiteral("&&")), QMessageBox::AcceptRole);
     box->setDefaultButton(button);

@@ -43,6 +43,7 @@ Sidebar::Sidebar(QWidget *parent) : QWidget(parent) {
     connect(settings, &SidebarEntry::clicked, this, [this] { Q_EMIT tabChosen(AppVars::settingsTab); });
 
     auto *header = new ThemedLabel(QStringLiteral("Process Status"), sectionFont, Theme::secondaryText, this);
+    header->setWordWrap(true);
     header->setContentsMargins(margin, 18, margin, 4);
     lumoraCore = new StatusRow(QStringLiteral("Lumora Core"), this);
     qorClient = new StatusRow(QStringLiteral("Qor Client"), this);

@@ -53,7 +53,7 @@ QSize StatusBadge::sizeHint() const {
 }
 
 bool StatusBadge::event(QEvent *event) {
-    if (event->type() == QEvent::ApplicationFontChange)
+    if (event->type() == QEvent::FontChange)
         updateGeometry();
     return QWidget::event(event);
 }

@@ -46,7 +46,7 @@ QSize SymbolButton::sizeHint() const {
 }
 
 bool SymbolButton::event(QEvent *event) {
-    if (event->type() == QEvent::ApplicationFontChange)
+    if (event->type() == QEvent::FontChange)
         updateGeometry();
     return QAbstractButton::event(event);
 }

@@ -43,6 +43,10 @@ QString fileOf(Symbol symbol) {
             return QStringLiteral("checkmark.circle.fill");
         case Symbol::InfoCircle:
             return QStringLiteral("info.circle.fill");
+        case Symbol::WarningTriangle:
+            return QStringLiteral("exclamationmark.triangle.fill");
+        case Symbol::ErrorOctagon:
+            return QStringLiteral("xmark.octagon.fill");
     }
     return QString();
 }

@@ -21,7 +21,9 @@ enum class Symbol {
     Desktop,
     Paperplane,
     CheckmarkCircle,
-    InfoCircle
+    InfoCircle,
+    WarningTriangle,
+    ErrorOctagon
 };
 
 /// The symbol in one colour on a clear ground, centred in `logicalSize` and drawn for `devicePixelRatio`,

@@ -164,6 +164,14 @@ QColor Theme::gray(const QPalette &) {
     return QColor(0x8e, 0x8e, 0x93);
 }
 
+QColor Theme::orange(const QPalette &palette) {
+    return isDark(palette) ? QColor(0xff, 0xb3, 0x40) : QColor(0xd9, 0x7a, 0x06);
+}
+
+QColor Theme::red(const QPalette &palette) {
+    return isDark(palette) ? QColor(0xff, 0x69, 0x61) : QColor(0xd7, 0x00, 0x15);
+}
+
 QFont Theme::body() {
     return QGuiApplication::font();
 }

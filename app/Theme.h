@@ -35,6 +35,8 @@ class Theme {
     static QColor secondaryText(const QPalette &palette);
     static QColor green(const QPalette &palette);
     static QColor gray(const QPalette &palette);
+    static QColor orange(const QPalette &palette);
+    static QColor red(const QPalette &palette);
 
     /// The desktop's own font.
     static QFont body();

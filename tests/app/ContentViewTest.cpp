@@ -311,6 +311,9 @@ class ContentViewTest : public QObject {
             font.setPointSizeF(points);
             QApplication::setFont(font);
             QTRY_VERIFY(named(window, "Home")->height() >= QFontMetrics(font).height());
+            QWidget *title = named(*logs(fixture)->lumoraConsole(), "Lumora Core Engine");
+            QTRY_VERIFY(title->sizeHint().height() >= QFontMetrics(font).height());
+            QVERIFY(title->sizeHint().height() < 2 * QFontMetrics(font).height());
             QCoreApplication::processEvents();
             heights.append(named(window, "Lumora Core, stopped")->height());
             QCOMPARE(window.size(), size);

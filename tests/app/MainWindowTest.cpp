@@ -194,6 +194,21 @@ class MainWindowTest : public QObject {
         QVERIFY(qAbs(fixture.window->content()->upperLogShare() - 0.25) < 0.01);
     }
 
+    void aMaximizedWindowComesBackMaximizedAndKeepsItsNormalSize() {
+        WindowFixture fixture;
+        MainWindow &window = fixture.open();
+        window.resize(1100, 700);
+        QTRY_COMPARE(window.size(), QSize(1100, 700));
+        window.showMaximized();
+        QTRY_VERIFY(window.width() > 1100);
+        window.close();
+
+        MainWindow &again = fixture.open();
+        QTRY_VERIFY(again.isMaximized());
+        again.showNormal();
+        QTRY_COMPARE(again.size(), QSize(1100, 700));
+    }
+
     void aRunThatNeverShowsTheWindowForgetsNothing() {
         WindowFixture fixture;
         WindowState state;
@@ -269,13 +284,7 @@ class MainWindowTest : public QObject {
 };
 
 int main(int argc, char **argv) {
-    // The platform for tests has a screen of 800 by 800, hardly larger than the window's least size.
-    QTemporaryDir folder;
-    const QString screens = folder.filePath("screens.json");
-    TestTree::write(screens.toStdString(), R"({"screens": [{"name": "large", "x": 0, "y": 0, "width": 1920,
-        "height": 1080, "logicalDpi": 96, "logicalBaseDpi": 96, "dpr": 1}]})");
-    if (qgetenv("QT_QPA_PLATFORM") == "offscreen")
-        qputenv("QT_QPA_PLATFORM", "offscreen:configfile=" + screens.toUtf8());
+    useLargeScreen();
     QApplication application(argc, argv);
     MainWindowTest test;
     return QTest::qExec(&test, argc, argv);

@@ -57,19 +57,31 @@ class QtAlertPresenterTest : public QObject {
         QTRY_VERIFY(dismissed);
     }
 
-    void everyStyleHasItsIcon_data() {
-        QTest::addColumn<AlertStyle>("style");
-        QTest::addColumn<QMessageBox::Icon>("icon");
-        QTest::addRow("informational") << AlertStyle::Informational << QMessageBox::Information;
-        QTest::addRow("warning") << AlertStyle::Warning << QMessageBox::Warning;
-        QTest::addRow("critical") << AlertStyle::Critical << QMessageBox::Critical;
+    void everyStyleHasAnIconOfItsOwn() {
+        QList<QImage> seen;
+        for (const AlertStyle style :
+             {AlertStyle::Informational, AlertStyle::Warning, AlertStyle::Critical}) {
+            QtAlertPresenter presenter;
+            presenter.present(alert("Message", style), {});
+            const QPixmap icon = shown()->iconPixmap();
+            QVERIFY(!icon.isNull());
+            QVERIFY(!seen.contains(icon.toImage()));
+            seen.append(icon.toImage());
+        }
     }
-    void everyStyleHasItsIcon() {
-        QFETCH(AlertStyle, style);
-        QFETCH(QMessageBox::Icon, icon);
+
+    void theLinesOfAnExplanationStayLines() {
         QtAlertPresenter presenter;
-        presenter.present(alert("Message", style), {});
-        QCOMPARE(shown()->icon(), icon);
+        presenter.present(
+            {.messageText = "Short",
+             .informativeText = "You must provide an E-Mail address\nand User/Company name (must contain a "
+                                "space)\nbefore the miner will do any work.",
+             .button = "OK"},
+            {});
+        QVERIFY(QTest::qWaitForWindowExposed(shown()));
+        auto *explanation = shown()->findChild<QLabel *>("qt_msgbox_informativelabel");
+        QVERIFY(explanation);
+        QCOMPARE(explanation->height() / explanation->fontMetrics().lineSpacing(), 3);
     }
 
     void twoAlertsDueAtOnceComeOneAfterTheOtherEachDismissedOnce() {

@@ -9,10 +9,11 @@ using namespace ferrolt;
 class SymbolsTest : public QObject {
     Q_OBJECT
 
-    static constexpr Symbol all[] = {Symbol::House,           Symbol::Gear,      Symbol::CircleFill,
-                                     Symbol::DocOnDoc,        Symbol::Checkmark, Symbol::Envelope,
-                                     Symbol::Person,          Symbol::Desktop,   Symbol::Paperplane,
-                                     Symbol::CheckmarkCircle, Symbol::InfoCircle};
+    static constexpr Symbol all[] = {Symbol::House,           Symbol::Gear,       Symbol::CircleFill,
+                                     Symbol::DocOnDoc,        Symbol::Checkmark,  Symbol::Envelope,
+                                     Symbol::Person,          Symbol::Desktop,    Symbol::Paperplane,
+                                     Symbol::CheckmarkCircle, Symbol::InfoCircle, Symbol::WarningTriangle,
+                                     Symbol::ErrorOctagon};
 
   private Q_SLOTS:
     void everySymbolIsDrawnInItsTintAndNothingElse() {

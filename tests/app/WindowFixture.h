@@ -13,6 +13,18 @@
 
 namespace ferrolt {
 
+/// The platform for tests has a screen of 800 by 800, hardly larger than the window's least size. To be
+/// called before the application object is made.
+inline void useLargeScreen() {
+    if (qgetenv("QT_QPA_PLATFORM") != "offscreen")
+        return;
+    static const QTemporaryDir folder;
+    const QString screens = folder.filePath("screens.json");
+    TestTree::write(screens.toStdString(), R"({"screens": [{"name": "large", "x": 0, "y": 0, "width": 4000,
+        "height": 3000, "logicalDpi": 96, "logicalBaseDpi": 96, "dpr": 1}]})");
+    qputenv("QT_QPA_PLATFORM", "offscreen:configfile=" + screens.toUtf8());
+}
+
 /// The widget that a screen reader knows by that name, among those below `root`.
 inline QWidget *named(const QWidget &root, const QString &name) {
     for (QWidget *widget : root.findChildren<QWidget *>()) {

@@ -1,0 +1,191 @@
+#include "ContentView.h"
+#include "HomeLogView.h"
+#include "Listener.h"
+#include "LogConsoleView.h"
+#include "QtAlertPresenter.h"
+#include "Theme.h"
+#include "WindowFixture.h"
+
+#include <QDir>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QProcess>
+#include <QTest>
+#include <QtMath>
+
+#include <string>
+
+using namespace ferrolt;
+
+namespace {
+
+void waitFor(const std::function<bool()> &condition) {
+    if (!QTest::qWaitFor(condition, 20000))
+        qFatal("what was to be pictured did not come");
+}
+
+/// Saves what the widget looks like once nothing moves in it any more.
+void save(QWidget &widget, const QString &name) {
+    QImage last;
+    int unchanged = 0;
+    waitFor([&] {
+        const QImage now = widget.grab().toImage();
+        unchanged = now == last ? unchanged + 1 : 0;
+        last = now;
+        return unchanged == 10;
+    });
+    if (!last.save(name + ".png"))
+        qFatal("%s could not be written", qPrintable(name));
+}
+
+void takeHome(const QString &prefix) {
+    Listener engine;
+    WindowFixture fixture;
+    fixture.tree.writeEnginePort(std::to_string(engine.port));
+    MainWindow &window = fixture.open();
+    fixture.vars->startServices();
+    waitFor([&] { return fixture.vars->_isQorClientRunning.get(); });
+    fixture.vars->appendLog("[engine] media engine 4.2 starting\n[engine] worker pool: 8 workers\n",
+                            LogTarget::Lumora);
+    fixture.vars->appendLog("[client] connected to nodes.test:8443 (8 connections)\n", LogTarget::QorClient);
+    waitFor([&] { return named(window, "Qor Client, running") && !named(window, "Stopped"); });
+    save(window, prefix + "home");
+
+    window.resize(800, 500);
+    save(window, prefix + "minimum");
+
+    window.resize(1000, 640);
+    for (int i = 0; i < 1000; ++i) {
+        fixture.vars->appendLog("[engine] frame " + QByteArray::number(i) + " done in 16 ms\n",
+                                LogTarget::Lumora);
+    }
+    LogConsoleView *console = window.findChild<HomeLogView *>()->lumoraConsole();
+    console->openFindBar();
+    waitFor([&] { return QApplication::focusWidget()->inherits("QLineEdit"); });
+    QTest::keyClicks(QApplication::focusWidget(), "99");
+    save(window, prefix + "full-console-find");
+}
+
+void takeSettings(const QString &prefix) {
+    WindowFixture fixture;
+    fixture.tree.writeIdentity("ada@example.org", "");
+    MainWindow &window = fixture.open();
+    save(window, prefix + "settings");
+    named(window, "User / Company Name")->setFocus(Qt::TabFocusReason);
+    QTest::keyClicks(named(window, "User / Company Name"), "Ada Lovelace");
+    QTest::mouseClick(named(window, "Save & Apply Configuration"), Qt::LeftButton);
+    waitFor([&] { return named(window, "Settings applied successfully!"); });
+    save(window, prefix + "settings-applied");
+}
+
+void takeAlerts(const QString &prefix) {
+    QtAlertPresenter presenter;
+    presenter.present(
+        {.style = AlertStyle::Informational,
+         .messageText = "Ferrolt Miner Missing Info",
+         .informativeText = "You must provide an E-Mail address\nand User/Company name (must contain a "
+                            "space)\nbefore the miner will do any work.",
+         .button = "OK"},
+        {});
+    presenter.present({.style = AlertStyle::Warning,
+                       .messageText = "Ferrolt Miner Launcher Stopped",
+                       .informativeText = "Lumora Core exited with status 1. Restart the application.",
+                       .button = "OK"},
+                      {});
+    for (const QString name : {"alert-missing-info", "alert-stopped"}) {
+        waitFor([] { return QApplication::activeModalWidget() != nullptr; });
+        QWidget *box = QApplication::activeModalWidget();
+        save(*box, prefix + name);
+        QTest::keyClick(box, Qt::Key_Return);
+        waitFor([&] { return QApplication::activeModalWidget() != box; });
+    }
+}
+
+/// Everything in one palette at one font size.
+int take(const QString &folder, const QString &palette, qreal points) {
+    QFont font = QApplication::font();
+    font.setPointSizeF(points);
+    QApplication::setFont(font);
+    QApplication::setPalette(palette == "dark" ? Theme::darkPalette() : Theme::lightPalette());
+    const QString prefix = folder + "/";
+    takeHome(prefix);
+    takeSettings(prefix);
+    takeAlerts(prefix);
+    return 0;
+}
+
+}  // namespace
+
+/// Leaves pictures of the windows in the build folder, to be looked at. Checks what a program can see of
+/// them.
+class PicturesTest : public QObject {
+    Q_OBJECT
+
+  private Q_SLOTS:
+    void theWindowsAtEveryScaleFontAndPalette_data() {
+        QTest::addColumn<QString>("palette");
+        QTest::addColumn<qreal>("scale");
+        QTest::addColumn<qreal>("points");
+        for (const QString palette : {"light", "dark"}) {
+            for (const qreal scale : {1.0, 2.0})
+                QTest::addRow("%s-%gx", qPrintable(palette), scale) << palette << scale << 10.0;
+        }
+        for (const qreal scale : {1.25, 1.5, 3.0})
+            QTest::addRow("light-%gx", scale) << "light" << scale << 10.0;
+        for (const qreal points : {7.0, 18.0})
+            QTest::addRow("light-%gpt", points) << "light" << 1.0 << points;
+    }
+    void theWindowsAtEveryScaleFontAndPalette() {
+        QFETCH(QString, palette);
+        QFETCH(qreal, scale);
+        QFETCH(qreal, points);
+        const QDir folder(QString(FERROLT_PICTURES) + "/" + QTest::currentDataTag());
+        QVERIFY(folder.mkpath("."));
+        for (const QString &old : folder.entryList(QDir::Files))
+            QVERIFY(QFile::remove(folder.filePath(old)));
+
+        QProcess program;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("QT_SCALE_FACTOR", QString::number(scale));
+        environment.insert("QT_SCALE_FACTOR_ROUNDING_POLICY", "PassThrough");
+        program.setProcessEnvironment(environment);
+        program.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        program.start(QCoreApplication::applicationFilePath(),
+                      {"--take", folder.path(), palette, QString::number(points)});
+        QVERIFY(program.waitForFinished(100000));
+        QCOMPARE(program.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(program.exitCode(), 0);
+
+        const QPalette colors = palette == "dark" ? Theme::darkPalette() : Theme::lightPalette();
+        for (const QString name : {"home", "settings", "settings-applied", "full-console-find", "minimum"}) {
+            const QImage picture(folder.filePath(name + ".png"));
+            const QSize size = name == "minimum" ? QSize(800, 500) : QSize(1000, 640);
+            const auto at = [&](double x, double y) {
+                return picture.pixelColor(qRound(x * scale), qRound(y * scale));
+            };
+            QVERIFY2(qAbs(picture.width() - size.width() * scale) <= 1, qPrintable(name));
+            QVERIFY2(qAbs(picture.height() - size.height() * scale) <= 1, qPrintable(name));
+            QCOMPARE(at(100, 400), Theme::sidebarBackground(colors));
+            QCOMPARE(picture.pixelColor(qFloor(200 * scale) - 1, qRound(400 * scale)),
+                     Theme::separator(colors));
+            QCOMPARE(at(600, 480), name.startsWith("settings") ? Theme::windowBackground(colors)
+                                                               : Theme::textBackground(colors));
+        }
+        for (const QString name : {"alert-missing-info", "alert-stopped"})
+            QVERIFY(!QImage(folder.filePath(name + ".png")).isNull());
+    }
+};
+
+int main(int argc, char **argv) {
+    const QByteArray platform = qgetenv("QT_QPA_PLATFORM");
+    useLargeScreen();
+    QApplication application(argc, argv);
+    const QStringList arguments = QApplication::arguments();
+    if (arguments.value(1) == "--take")
+        return take(arguments.value(2), arguments.value(3), arguments.value(4).toDouble());
+    qputenv("QT_QPA_PLATFORM", platform);  // for the programs that take the pictures
+    PicturesTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "PicturesTest.moc"
