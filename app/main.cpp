@@ -1,5 +1,6 @@
 #include "AccessibleRoles.h"
 #include "DesktopAppearance.h"
+#include "DesktopSession.h"
 #include "Ferrolt_Miner_LauncherApp.h"
 #include "MainQueue.h"
 #include "MainWindow.h"
@@ -43,6 +44,7 @@ int runApplication(SingleInstance &instance) {
     QObject::connect(&window, &MainWindow::quitRequested, qApp, &QApplication::quit);
     QObject::connect(qApp, &QApplication::aboutToQuit, &app, [&] { delegate.applicationWillTerminate(); });
     const QuitSignals signals([] { QApplication::quit(); });
+    const DesktopSession session([&] { window.saveState(); });
     instance.listen([&] {
         const bool hasVisibleWindows = window.isVisible() && !window.isMinimized();
         if (delegate.applicationShouldHandleReopen(hasVisibleWindows))
