@@ -24,6 +24,9 @@ class VirtualDesktop {
     /// Gives a variable to every program that is started from here on.
     void setVariable(const QString &name, const QString &value) { variables.insert(name, value); }
 
+    /// Where its display is: ":1".
+    const QString &displayName() const { return display; }
+
     /// Where its session bus is.
     const QString &busAddress() const { return bus; }
 

@@ -39,4 +39,16 @@ if(NOT APPLE)
         FERROLT_NODE_SERVER_HOST="${FERROLT_NODE_SERVER_HOST}"
         FERROLT_SESSION_MANAGER="$<TARGET_FILE:practice-session-manager>")
     set_tests_properties(end_to_end.SessionEndTest PROPERTIES RUN_SERIAL ON)
+
+    find_package(X11 REQUIRED COMPONENTS xcb)
+    ferrolt_test(end_to_end TrayTest LINKS ferrolt_platform ferrolt_paths Qt6::DBus X11::xcb TIMEOUT 300
+        SOURCES end_to_end/Launcher.cpp end_to_end/NotifierTray.cpp end_to_end/NotifierTray.h end_to_end/VirtualDesktop.cpp
+            end_to_end/WindowTray.cpp)
+    add_dependencies(TrayTest ferrolt-miner-launcher)
+    target_compile_definitions(TrayTest PRIVATE
+        FERROLT_LAUNCHER="$<TARGET_FILE:ferrolt-miner-launcher>"
+        FERROLT_CONSOLE_TEXT="${PROJECT_SOURCE_DIR}/tools/console-text"
+        FERROLT_NODE_SERVER_HOST="${FERROLT_NODE_SERVER_HOST}"
+        FERROLT_PICTURES="${PROJECT_BINARY_DIR}/pictures")
+    set_tests_properties(end_to_end.TrayTest PROPERTIES RUN_SERIAL ON)
 endif()
