@@ -51,4 +51,14 @@ if(NOT APPLE)
         FERROLT_NODE_SERVER_HOST="${FERROLT_NODE_SERVER_HOST}"
         FERROLT_PICTURES="${PROJECT_BINARY_DIR}/pictures")
     set_tests_properties(end_to_end.TrayTest PROPERTIES RUN_SERIAL ON)
+
+    ferrolt_test(end_to_end ScreenReaderTest LINKS ferrolt_platform ferrolt_paths TIMEOUT 180
+        SOURCES end_to_end/Launcher.cpp end_to_end/VirtualDesktop.cpp)
+    add_dependencies(ScreenReaderTest ferrolt-miner-launcher)
+    target_compile_definitions(ScreenReaderTest PRIVATE
+        FERROLT_LAUNCHER="$<TARGET_FILE:ferrolt-miner-launcher>"
+        FERROLT_CONSOLE_TEXT="${PROJECT_SOURCE_DIR}/tools/console-text"
+        FERROLT_SCREEN_READER="${PROJECT_SOURCE_DIR}/tests/end_to_end/screen-reader"
+        FERROLT_NODE_SERVER_HOST="${FERROLT_NODE_SERVER_HOST}")
+    set_tests_properties(end_to_end.ScreenReaderTest PROPERTIES RUN_SERIAL ON)
 endif()
