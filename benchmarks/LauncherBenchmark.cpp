@@ -3,8 +3,7 @@
 // another's memory.
 
 #include "LauncherFigures.h"
-
-#include <QApplication>
+#include "Measuring.h"
 
 #include <csignal>
 #include <cstdio>
@@ -56,7 +55,7 @@ int main(int argc, char **argv) {
         else
             return usage();
     }
-    QApplication application(argc, argv);
+    TimedApplication application(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
     figure->second(options);
     return 0;

@@ -1,6 +1,5 @@
 #include "Measuring.h"
 
-#include <QAbstractEventDispatcher>
 #include <QCoreApplication>
 #include <QEvent>
 #include <QEventLoop>
@@ -93,10 +92,14 @@ double processorSeconds() {
 
 void narrowPipeOf(pid_t child) {
     const int end = open(processFile(child, "fd/1").c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
-    // Refused while the pipe holds more than it then could.
-    for (int turn = 0; turn < 100'000 && fcntl(end, F_SETPIPE_SZ, 65536) < 0; ++turn) {
-    }
-    if (end < 0 || fcntl(end, F_GETPIPE_SZ) != 65536) {
+    // Refused while the pipe holds more than it then could: the child is held until what it wrote has been
+    // read.
+    kill(child, SIGSTOP);
+    for (int turn = 0; turn < 2000 && fcntl(end, F_SETPIPE_SZ, 65536) < 0; ++turn)
+        usleep(1000);
+    const bool isNarrow = end >= 0 && fcntl(end, F_GETPIPE_SZ) == 65536;
+    kill(child, SIGCONT);
+    if (!isNarrow) {
         std::fprintf(stderr, "The child's pipe could not be narrowed.\n");
         std::exit(2);
     }
@@ -147,18 +150,28 @@ Samples StallProbe::take() {
     return std::exchange(waits, {});
 }
 
-FrameProbe::FrameProbe() {
-    const auto *dispatcher = QAbstractEventDispatcher::instance();
-    connect(dispatcher, &QAbstractEventDispatcher::awake, this, [this] { sinceAwake.start(); });
-    connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, this, [this] {
-        if (sinceAwake.isValid())
-            worst = std::max(worst, sinceAwake.nsecsElapsed());
-        sinceAwake.invalidate();
-    });
+bool TimedApplication::notify(QObject *receiver, QEvent *event) {
+    // Between two events of one go the event loop takes hardly any time.
+    constexpr auto gap = std::chrono::microseconds(100);
+    if (depth == 0) {
+        const auto begin = Clock::now();
+        if (begin - spanEnd > gap)
+            spanBegin = begin;
+    }
+    ++depth;
+    const bool result = QApplication::notify(receiver, event);
+    --depth;
+    if (depth == 0) {
+        spanEnd = Clock::now();
+        worst = std::max(worst, spanEnd - spanBegin);
+    }
+    return result;
 }
 
-double FrameProbe::takeWorst() {
-    return static_cast<double>(std::exchange(worst, 0)) * 1e-6;
+double TimedApplication::takeWorst() {
+    // What goes on now belongs to what comes.
+    spanBegin = Clock::now();
+    return std::chrono::duration<double, std::milli>(std::exchange(worst, {})).count();
 }
 
 PaintCounter::PaintCounter(QObject *widget) {

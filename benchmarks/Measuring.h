@@ -2,7 +2,7 @@
 
 #include "Figures.h"
 
-#include <QElapsedTimer>
+#include <QApplication>
 #include <QObject>
 
 #include <atomic>
@@ -65,17 +65,29 @@ class StallProbe : public QObject {
     std::thread thread;
 };
 
-/// The longest that the event loop was away from its next look at the screen and the user: from its awakening
-/// until it waits again.
-class FrameProbe : public QObject {
+/// The program's application object, which knows for how long events keep the main thread.
+class TimedApplication : public QApplication {
   public:
-    FrameProbe();
-    /// In milliseconds; begins anew.
+    using QApplication::QApplication;
+    bool notify(QObject *receiver, QEvent *event) override;
+
+    /// The longest span, in milliseconds, in which one event followed the other; begins anew.
     double takeWorst();
 
   private:
-    QElapsedTimer sinceAwake;
-    qint64 worst = 0;
+    using Clock = std::chrono::steady_clock;
+    int depth = 0;
+    Clock::time_point spanBegin;
+    Clock::time_point spanEnd;
+    Clock::duration worst{};
+};
+
+/// The longest frame since the probe was made or last asked: what is shown and what a user does waits for so
+/// long.
+class FrameProbe {
+  public:
+    FrameProbe() { takeWorst(); }
+    double takeWorst() { return static_cast<TimedApplication *>(qApp)->takeWorst(); }
 };
 
 /// Counts the paint events of some widgets.

@@ -38,6 +38,7 @@ class Installation {
         const fs::path engine = root() / "share/ferrolt-miner-launcher/Tandril/LumoraCore";
         install(engine / "MediaEngine/Orbix");
         install(root() / "bin/qorclient");
+        fs::create_directories(fs::path(FERROLT_DEVELOPMENT_FOLDER) / "Client");  // where the client works
         write(engine / "Properties/local.properties",
               "MediaSocketPort = " + std::to_string(port.port) + "\n");
         fs::create_directories(root() / "runtime");

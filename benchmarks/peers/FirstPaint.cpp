@@ -47,7 +47,9 @@ extern "C" Cookie xcb_shm_put_image(void *connection, std::uint32_t drawable, st
         Cookie (*)(void *, std::uint32_t, std::uint32_t, std::uint16_t, std::uint16_t, std::uint16_t,
                    std::uint16_t, std::uint16_t, std::uint16_t, std::int16_t, std::int16_t, std::uint8_t,
                    std::uint8_t, std::uint8_t, std::uint32_t, std::uint32_t);
-    static const auto real = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "xcb_shm_put_image"));
+    // The window plug-in brings the library in where a look-up from here does not find it.
+    static const auto real =
+        reinterpret_cast<Function>(dlsym(dlopen("libxcb-shm.so.0", RTLD_LAZY), "xcb_shm_put_image"));
     notePaint();
     return real(connection, drawable, context, totalWidth, totalHeight, fromX, fromY, width, height, toX, toY,
                 depth, format, sendEvent, segment, offset);
