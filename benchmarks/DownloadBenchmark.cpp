@@ -1,6 +1,7 @@
 // A 400 MB image over loopback TLS, beside curl from the same server into the same folder. Medians of five
 // runs, in turn, and the memory that the download takes above an idle program.
 
+#include "Figures.h"
 #include "HttpSession.h"
 #include "Pipe.h"
 #include "TestHttpsServer.h"
@@ -9,7 +10,6 @@
 #include <QFile>
 #include <QTemporaryDir>
 
-#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cstdio>
@@ -27,18 +27,6 @@ using namespace ferrolt;
 namespace {
 
 constexpr std::int64_t size = 400'000'000;
-
-double median(std::array<double, 5> values) {
-    std::ranges::sort(values);
-    return values[2];
-}
-
-template <class Work>
-double seconds(Work work) {
-    const auto start = std::chrono::steady_clock::now();
-    work();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
 
 /// A line of /proc/self/status, in KiB.
 long statusOf(const char *name) {
@@ -106,6 +94,7 @@ long runCurl(const QString &authority, const QString &file, const QUrl &url) {
 }  // namespace
 
 int main(int argc, char **argv) {
+    const int runs = argc > 1 ? 1 : 5;
     Pipe facts = Pipe::open();
     const pid_t server = fork();
     if (server == 0)
@@ -125,35 +114,36 @@ int main(int argc, char **argv) {
     const QString image = folder.filePath(QStringLiteral("image"));
 
     const long idle = statusOf("VmRSS:");
-    long curlMemory = 0;
-    std::array<double, 5> ours{};
-    std::array<double, 5> theirs{};
-    forgetPeak();
-    for (std::size_t run = 0; run < ours.size(); ++run) {
+    bench::Samples curlMemory;
+    bench::Samples ours;
+    bench::Samples theirs;
+    bench::Samples memory;
+    for (int run = 0; run < runs; ++run) {
         bool good = false;
-        ours[run] = seconds([&] {
+        forgetPeak();
+        ours.push_back(bench::seconds([&] {
             HttpConfiguration configuration;
             configuration.storage = HttpConfiguration::Storage::Ephemeral;
             configuration.extraAuthorities = certificate;
             HttpSession session(configuration);
             const HttpReply reply = session.downloadFile(url, image.toStdString());
             good = reply.isWhole() && QFile(image).size() == size;
-        });
+        }));
+        memory.push_back(static_cast<double>(statusOf("VmHWM:") - idle) / 1024);
         QFile::remove(image);
-        theirs[run] = seconds([&] { curlMemory = runCurl(authority, image, url); });
-        good = good && curlMemory > 0 && QFile(image).size() == size;
+        long curlPeak = 0;
+        theirs.push_back(bench::seconds([&] { curlPeak = runCurl(authority, image, url); }));
+        curlMemory.push_back(static_cast<double>(curlPeak) / 1024);
+        good = good && curlPeak > 0 && QFile(image).size() == size;
         QFile::remove(image);
         if (!good)
             return 1;
-        std::printf("run %zu: ours %.3f s, curl %.3f s\n", run + 1, ours[run], theirs[run]);
     }
-    const long peak = statusOf("VmHWM:");
     kill(server, SIGKILL);
     waitpid(server, nullptr, 0);
-    std::printf("median: ours %.3f s, curl %.3f s, ratio %.2f (at most 1.4)\n", median(ours), median(theirs),
-                median(ours) / median(theirs));
-    std::printf("memory: idle %.1f MB, peak %.1f MB, %.1f MB above idle (at most 16); curl %.1f MB in all\n",
-                double(idle) / 1024, double(peak) / 1024, double(peak - idle) / 1024,
-                double(curlMemory) / 1024);
+    bench::report({"download of a 400 MB image over TLS", "s", ours, "curl", theirs, bench::Judged::Ratio,
+                   bench::Goal::AtMost, 1.4});
+    bench::report({"its memory above idle", "MB", memory, "curl, in all", curlMemory, bench::Judged::Ours,
+                   bench::Goal::AtMost, 16});
     return 0;
 }

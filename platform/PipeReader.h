@@ -14,6 +14,8 @@ namespace ferrolt {
 /// States: reading --end of file, or childHasEnded()--> closed; reading --detach()--> draining --the same-->
 /// closed. While draining it still empties the pipe, so that the child is neither blocked nor killed by it,
 /// but hands nothing on.
+///
+/// The pipe is widened where the system allows it; what a read takes at most stays the same.
 class PipeReader {
   public:
     /// One read's bytes; valid during the call. On the reader's thread, never concurrently.

@@ -2,6 +2,7 @@
 
 #include "Pipe.h"
 #include "ThreadName.h"
+#include "WidenPipe.h"
 
 #include <algorithm>
 #include <atomic>
@@ -93,6 +94,7 @@ std::shared_ptr<PipeReader> PipeReader::start(FileDescriptor readingEnd, Receive
     auto shared = std::make_shared<Shared>();
     shared->readingEnd = std::move(readingEnd);
     shared->receiver = std::move(receiver);
+    widenPipe(shared->readingEnd.get());
     shared->wakeUp = Pipe::open();
     if (!shared->wakeUp.readingEnd.isValid())
         return nullptr;

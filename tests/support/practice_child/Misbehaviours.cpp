@@ -3,6 +3,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <random>
 #include <thread>
 
 #include <unistd.h>
@@ -42,6 +43,30 @@ int flood(long long blocks, std::size_t size) {
     for (long long i = 0; blocks < 0 || i < blocks; ++i) {
         const std::string head = "block " + std::to_string(i) + '\n';
         say(block.replace(0, head.size(), head));
+    }
+    return 0;
+}
+
+/// Changes between its moods two or three times a second, in an order that the seed sets. Without end if
+/// `length`, in milliseconds, is negative.
+int moods(unsigned seed, long long length) {
+    std::minstd_rand random(seed);
+    const std::string block(65536, 'm');
+    const auto begin = std::chrono::steady_clock::now();
+    const auto isOver = [&] {
+        return length >= 0 && std::chrono::steady_clock::now() - begin > std::chrono::milliseconds(length);
+    };
+    while (!isOver()) {
+        const auto mood = random() % 3;
+        const auto until = std::chrono::steady_clock::now() + std::chrono::milliseconds(100 + random() % 500);
+        while (std::chrono::steady_clock::now() < until) {
+            if (mood == 0)
+                say(block);
+            else if (mood == 1)
+                pauseFor(10);
+            else
+                say(std::string(1, static_cast<char>('a' + random() % 26)));
+        }
     }
     return 0;
 }
@@ -127,6 +152,19 @@ const std::vector<Misbehaviour> &misbehaviours() {
              }
              return waitForEver();
          }},
+        {"clock WRITES PER-SECOND", "writes its clock, in nanoseconds, a line at a time, then waits",
+         [](W a, W) {
+             const auto begin = std::chrono::steady_clock::now();
+             for (long long i = 0; i < number(a, 0, 1000); ++i) {
+                 say(std::to_string(std::chrono::steady_clock::now().time_since_epoch().count()) + '\n');
+                 std::this_thread::sleep_until(begin + std::chrono::nanoseconds(1'000'000'000) * (i + 1) /
+                                                           number(a, 1, 100));
+             }
+             return waitForEver();
+         }},
+        {"moods SEED [MILLISECONDS]",
+         "floods, is silent, or writes single characters, as the seed has it; then ends",
+         [](W a, W) { return moods(static_cast<unsigned>(number(a, 0, 1)), number(a, 1, -1)); }},
         {"bytes HEX...", "writes the bytes of each argument in a write of its own, 100 ms apart, then waits",
          [](W a, W) -> int {
              for (const std::string &hex : a) {

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+namespace ferrolt::bench {
+
+using Samples = std::vector<double>;
+
+double median(Samples samples);
+/// The sample that `share` (0 to 1) of all samples do not exceed.
+double quantile(Samples samples, double share);
+
+/// How long and how often a figure is measured.
+struct Options {
+    int runs = 5;
+    std::chrono::milliseconds length{3000};  ///< of one run
+    bool quick = false;
+};
+
+enum class Judged { Ours, Ratio, Difference };
+enum class Goal { AtMost, AtLeast, None };
+
+/// One line of the table.
+struct Figure {
+    std::string what;
+    std::string unit;
+    Samples ours;
+    std::string peerName = {};
+    Samples peer = {};  ///< as many as `ours`, measured in turn with them, or none
+    Judged judged = Judged::Ours;
+    Goal goal = Goal::None;
+    double bound = 0;
+};
+
+/// Prints the figure as the table's row: the words of the columns, parted by tabs, "FIGURE" first.
+void report(const Figure &figure);
+
+/// A line that stands below the table.
+void note(const std::string &text);
+
+/// Seconds that `work` takes.
+template <class Work>
+double seconds(Work work) {
+    const auto start = std::chrono::steady_clock::now();
+    work();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+}  // namespace ferrolt::bench
