@@ -5,8 +5,10 @@
 #include "ChangeFollower.h"
 #include "HomeLogView.h"
 #include "LauncherPrefs.h"
+#include "LibreOfficeInstaller.h"
 #include "MenuButton.h"
 #include "PaneSplitter.h"
+#include "ProgressStrip.h"
 #include "Sidebar.h"
 
 #include <QStackedWidget>
@@ -26,6 +28,7 @@ ContentView::ContentView(std::shared_ptr<AppVars> appVars, std::shared_ptr<TimeS
     setMinimumSize(minimumWidth, minimumHeight);
 
     column = new Sidebar;
+    column->setFoot(new ProgressStrip(_appVars->libreOfficeInstaller->progress));
     home = new HomeLogView(_appVars, this->time, std::move(clipboard));
     detail = new QStackedWidget;
     detail->addWidget(home);

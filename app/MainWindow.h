@@ -29,6 +29,9 @@ class MainWindow : public QMainWindow {
 
     ContentView *content() const { return view; }
 
+    /// Writes the state file now.
+    void saveState() const;
+
   Q_SIGNALS:
     /// The window was hidden, or never shown yet, and now its content is on screen. Comes from the event
     /// loop, after the window itself, so that an alert shown in answer lies above it.
@@ -43,7 +46,6 @@ class MainWindow : public QMainWindow {
   private:
     void makeMenu();
     void restoreState();
-    void saveState() const;
 
     QString stateFile;
     ContentView *view;

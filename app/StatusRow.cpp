@@ -31,7 +31,11 @@ void StatusRow::setRunning(bool nowRunning) {
 }
 
 void StatusRow::nameForScreenReaders() {
-    setAccessibleName(serviceName + (running ? QStringLiteral(", running") : QStringLiteral(", stopped")));
+    setAccessibleName(words(serviceName, running));
+}
+
+QString StatusRow::words(const QString &serviceName, bool running) {
+    return serviceName + (running ? QStringLiteral(", running") : QStringLiteral(", stopped"));
 }
 
 QSize StatusRow::sizeHint() const {

@@ -15,6 +15,9 @@ class StatusRow : public QWidget {
     void setRunning(bool running);
     bool isRunning() const { return running; }
 
+    /// What it says, in words: "Lumora Core, running".
+    static QString words(const QString &serviceName, bool running);
+
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
 

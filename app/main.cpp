@@ -1,5 +1,7 @@
 #include "AccessibleRoles.h"
 #include "DesktopAppearance.h"
+#include "DesktopSession.h"
+#include "DesktopTray.h"
 #include "Ferrolt_Miner_LauncherApp.h"
 #include "MainQueue.h"
 #include "MainWindow.h"
@@ -7,6 +9,7 @@
 #include "QtClipboard.h"
 #include "QuitSignals.h"
 #include "SingleInstance.h"
+#include "TrayItem.h"
 
 #include <QApplication>
 
@@ -43,10 +46,18 @@ int runApplication(SingleInstance &instance) {
     QObject::connect(&window, &MainWindow::quitRequested, qApp, &QApplication::quit);
     QObject::connect(qApp, &QApplication::aboutToQuit, &app, [&] { delegate.applicationWillTerminate(); });
     const QuitSignals signals([] { QApplication::quit(); });
-    instance.listen([&] {
+    const DesktopSession session([&] { window.saveState(); });
+    const auto reopen = [&] {
         const bool hasVisibleWindows = window.isVisible() && !window.isMinimized();
         if (delegate.applicationShouldHandleReopen(hasVisibleWindows))
             bringToFront(window);
+    };
+    instance.listen(reopen);
+    std::unique_ptr<TrayItem> trayItem;
+    const auto tray = DesktopTray::watch([&] {
+        trayItem = std::make_unique<TrayItem>(app.appVars());
+        QObject::connect(trayItem.get(), &TrayItem::openRequested, &window, reopen);
+        QObject::connect(trayItem.get(), &TrayItem::quitRequested, qApp, &QApplication::quit);
     });
 
     MainQueue::async([&] { delegate.applicationDidFinishLaunching(); });

@@ -68,8 +68,8 @@ class HttpSession {
     static constexpr std::int64_t largestBody = 16 * 1024 * 1024;
 
     using Completion = std::function<void(HttpReply)>;
-    /// Bytes received so far, and how many there will be or -1. On a thread of the session's, at most ten times
-    /// a second and once for the last byte.
+    /// Bytes received so far, and how many there will be or -1. On a thread of the session's, at most ten
+    /// times a second and once for the last byte.
     using Progress = std::function<void(std::int64_t received, std::int64_t total)>;
 
     explicit HttpSession(HttpConfiguration configuration = {});

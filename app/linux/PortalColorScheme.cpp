@@ -1,12 +1,13 @@
 #include "PortalColorScheme.h"
 
+#include "SessionBus.h"
+
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusServiceWatcher>
 #include <QDBusVariant>
-#include <QFileInfo>
 
 namespace ferrolt {
 namespace {
@@ -17,28 +18,20 @@ const QString interface = QStringLiteral("org.freedesktop.portal.Settings");
 const QString appearance = QStringLiteral("org.freedesktop.appearance");
 const QString colorScheme = QStringLiteral("color-scheme");
 
-/// Connecting without a bus would make the D-Bus library start one of its own.
-bool isSessionBusRunning() {
-    if (!qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS"))
-        return true;
-    const QString runtimeFolder = qEnvironmentVariable("XDG_RUNTIME_DIR");
-    return !runtimeFolder.isEmpty() && QFileInfo::exists(runtimeFolder + QStringLiteral("/bus"));
-}
-
 }  // namespace
 
 void PortalColorScheme::watch() {
-    if (portalWatcher || !isSessionBusRunning())
+    if (portalWatcher)
         return;
-    QDBusConnection bus = QDBusConnection::sessionBus();
-    if (!bus.isConnected())
+    auto bus = sessionBus();
+    if (!bus)
         return;
     // From whatever sender: Qt 6.4 does not always know by which unique name a service is to be recognised,
     // and drops its signals then. The value itself is read from the portal.
-    bus.connect(QString(), path, interface, QStringLiteral("SettingChanged"), this,
-                SLOT(settingChanged(QString, QString)));
+    bus->connect(QString(), path, interface, QStringLiteral("SettingChanged"), this,
+                 SLOT(settingChanged(QString, QString)));
     // A portal that starts later, or again, may have another value.
-    portalWatcher = new QDBusServiceWatcher(service, bus, QDBusServiceWatcher::WatchForRegistration, this);
+    portalWatcher = new QDBusServiceWatcher(service, *bus, QDBusServiceWatcher::WatchForRegistration, this);
     connect(portalWatcher, &QDBusServiceWatcher::serviceRegistered, this, &PortalColorScheme::read);
     read();
 }

@@ -23,8 +23,8 @@ namespace {
 
 constexpr int mostRedirects = 20;
 constexpr std::size_t readSize = 64 * 1024;
-/// A page that comes in place of a download is read to its end, so that Qt is done with the reply and can use its
-/// connection again; but not one that is longer than this.
+/// A page that comes in place of a download is read to its end, so that Qt is done with the reply and can use
+/// its connection again; but not one that is longer than this.
 constexpr std::int64_t longestUnwantedPage = 64 * 1024;
 /// How soon a time-out is noticed when the time source is not the real clock.
 constexpr TimeSource::Duration longestLook = std::chrono::milliseconds(200);

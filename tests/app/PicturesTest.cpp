@@ -1,5 +1,6 @@
 #include "ContentView.h"
 #include "HomeLogView.h"
+#include "LibreOfficeInstaller.h"
 #include "Listener.h"
 #include "LogConsoleView.h"
 #include "QtAlertPresenter.h"
@@ -14,6 +15,8 @@
 #include <QtMath>
 
 #include <string>
+
+#include <signal.h>
 
 using namespace ferrolt;
 
@@ -50,6 +53,10 @@ void takeHome(const QString &prefix) {
     fixture.vars->appendLog("[client] connected to nodes.test:8443 (8 connections)\n", LogTarget::QorClient);
     waitFor([&] { return named(window, "Qor Client, running") && !named(window, "Stopped"); });
     save(window, prefix + "home");
+    fixture.vars->libreOfficeInstaller->progress->set(
+        {InstallProgress::Phase::Downloading, "26.2.4", 143'000'000, 298'000'000});
+    save(window, prefix + "progress");
+    fixture.vars->libreOfficeInstaller->progress->set({});
 
     window.resize(800, 500);
     save(window, prefix + "minimum");
@@ -87,11 +94,15 @@ void takeAlerts(const QString &prefix) {
                             "space)\nbefore the miner will do any work.",
          .button = "OK"},
         {});
-    presenter.present({.style = AlertStyle::Warning,
-                       .messageText = "Ferrolt Miner Launcher Stopped",
-                       .informativeText = "Lumora Core exited with status 1. Restart the application.",
-                       .button = "OK"},
-                      {});
+    Listener engine;
+    WindowFixture fixture;
+    fixture.tree.writeEnginePort(std::to_string(engine.port));
+    fixture.create();
+    fixture.vars->startServices();
+    waitFor([&] { return fixture.vars->_isQorClientRunning.get(); });
+    kill(fixture.vars->_qorcp.get()->processIdentifier(), SIGKILL);
+    waitFor([&] { return fixture.alerts->shown.size() == 1; });
+    presenter.present(fixture.alerts->shown.front(), {});
     for (const QString name : {"alert-missing-info", "alert-stopped"}) {
         waitFor([] { return QApplication::activeModalWidget() != nullptr; });
         QWidget *box = QApplication::activeModalWidget();

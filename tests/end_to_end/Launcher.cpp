@@ -5,7 +5,9 @@
 #include <QTest>
 
 #include <fstream>
+#include <memory>
 #include <sstream>
+#include <vector>
 
 namespace ferrolt {
 
@@ -57,6 +59,21 @@ int Launcher::startAgain() const {
     second.start(executable, {});
     return second.waitForFinished(10000) && second.exitStatus() == QProcess::NormalExit ? second.exitCode()
                                                                                         : -1;
+}
+
+QList<int> Launcher::startManyAgain(int count) const {
+    std::vector<std::unique_ptr<QProcess>> starts;
+    for (int i = 0; i < count; ++i) {
+        auto &start = starts.emplace_back(std::make_unique<QProcess>());
+        start->setProcessEnvironment(desktop.environment(home));
+        start->start(executable, {});
+    }
+    QList<int> exitCodes;
+    for (const auto &start : starts) {
+        const bool ended = start->waitForFinished(10000) && start->exitStatus() == QProcess::NormalExit;
+        exitCodes << (ended ? start->exitCode() : -1);
+    }
+    return exitCodes;
 }
 
 QStringList Launcher::visibleWindows() const {

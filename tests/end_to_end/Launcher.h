@@ -2,6 +2,7 @@
 
 #include "VirtualDesktop.h"
 
+#include <QList>
 #include <QProcess>
 #include <QString>
 #include <QStringList>
@@ -35,6 +36,9 @@ class Launcher {
 
     /// Starts the program once more, as a user would; its exit code.
     int startAgain() const;
+
+    /// Starts it so many times at once; their exit codes.
+    QList<int> startManyAgain(int count) const;
 
     /// The titles of its windows that are in view.
     QStringList visibleWindows() const;

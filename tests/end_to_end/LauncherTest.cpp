@@ -7,6 +7,7 @@
 #include <QElapsedTimer>
 #include <QTest>
 
+#include <algorithm>
 #include <chrono>
 
 #include <signal.h>
@@ -159,6 +160,29 @@ class LauncherTest : public QObject {
         QCOMPARE(launcher.child("Orbix")->id, engine);
         const QString all = desktop.run("pgrep", {"-f", "-x", QString((tree.executable()).c_str())});
         QCOMPARE(all.split('\n', Qt::SkipEmptyParts).size(), 1);
+    }
+
+    void tenSecondStartsAtOnceAllHandOverWithin300Milliseconds() {
+        const Listener port;
+        InstalledTree tree("wait", "wait");
+        tree.writeEnginePort(std::to_string(port.port));
+        Launcher launcher(desktop, tree.executable(), tree.home());
+        QVERIFY(waitUntil([&] { return bothRun(launcher); }, 60s));
+        const pid_t engine = launcher.child("Orbix")->id;
+        qint64 quickest = 0;
+        // The machine may be busy with something else: one good round shows what the program takes.
+        for (int round = 0; round < 5 && (round == 0 || quickest >= 300); ++round) {
+            QElapsedTimer taken;
+            taken.start();
+            const QList<int> exitCodes = launcher.startManyAgain(10);
+            const qint64 elapsed = taken.elapsed();
+            QCOMPARE(exitCodes, QList<int>(10, 0));
+            quickest = round == 0 ? elapsed : std::min(quickest, elapsed);
+        }
+        QVERIFY2(quickest < 300, qPrintable(QString("%1 ms").arg(quickest)));
+        QVERIFY(waitForWindow(launcher, "Ferrolt Miner Launcher"));
+        QCOMPARE(launcher.visibleWindows().size(), 1);
+        QCOMPARE(launcher.child("Orbix")->id, engine);
     }
 };
 

@@ -68,6 +68,7 @@ QProcessEnvironment VirtualDesktop::environment(const QString &home) const {
     environment.insert("HOME", home);
     for (const char *name : {"XDG_CONFIG_HOME", "XDG_CACHE_HOME", "XDG_DATA_HOME", "XDG_STATE_HOME"})
         environment.remove(name);
+    environment.insert(variables);
     return environment;
 }
 

@@ -21,6 +21,15 @@ class VirtualDesktop {
     /// The environment for programs that are to open on it, with `home` as their home folder.
     QProcessEnvironment environment(const QString &home) const;
 
+    /// Gives a variable to every program that is started from here on.
+    void setVariable(const QString &name, const QString &value) { variables.insert(name, value); }
+
+    /// Where its display is: ":1".
+    const QString &displayName() const { return display; }
+
+    /// Where its session bus is.
+    const QString &busAddress() const { return bus; }
+
     /// Runs a tool on it and gives what it printed; nothing but its failure's text when it fails.
     QString run(const QString &program, const QStringList &arguments, int *exitCode = nullptr) const;
 
@@ -35,6 +44,7 @@ class VirtualDesktop {
     std::list<QProcess> services;
     QString display;
     QString bus;
+    QProcessEnvironment variables;
     QString trouble;
 };
 

@@ -5,13 +5,20 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <cstddef>
+#include <cstring>
 #include <filesystem>
+#include <fstream>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -25,6 +32,48 @@ int asExitCode(SingleInstance::Start start) {
 }
 
 std::string ownPath;
+
+constexpr uid_t nobody = 65534;
+
+/// A process of another user that does `work` and then stays; returns once that is done. The caller ends it.
+template <class Work>
+pid_t startAsAnotherUser(Work work) {
+    int ends[2];
+    if (pipe(ends) != 0)
+        return -1;
+    const pid_t child = fork();
+    if (child == 0) {
+        if (setgid(nobody) == 0 && setuid(nobody) == 0 && work()) {
+            [[maybe_unused]] const auto written = write(ends[1], "x", 1);
+            pause();
+        }
+        _exit(99);
+    }
+    ::close(ends[1]);
+    char byte = 0;
+    const bool isDone = read(ends[0], &byte, 1) == 1;
+    ::close(ends[0]);
+    return isDone ? child : -1;
+}
+
+/// The abstract socket names of launchers, as the kernel lists them.
+std::vector<std::string> launcherNames() {
+    std::vector<std::string> names;
+    std::ifstream table("/proc/net/unix");
+    for (std::string line; std::getline(table, line);)
+        if (const auto at = line.find("@ferrolt-miner-launcher/"); at != std::string::npos)
+            names.push_back(line.substr(at + 1));
+    return names;
+}
+
+bool takeName(const std::string &name) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::memcpy(address.sun_path + 1, name.data(), name.size());
+    const auto size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + name.size());
+    const int taken = socket(AF_UNIX, SOCK_STREAM, 0);
+    return bind(taken, reinterpret_cast<const sockaddr *>(&address), size) == 0 && listen(taken, 5) == 0;
+}
 
 /// Starts this program again as another launcher that claims `home`; with "stay" it holds the claim until it
 /// is ended.
@@ -143,6 +192,42 @@ class SingleInstanceTest : public QObject {
         const SingleInstance second(other.path().toStdString());
         QCOMPARE(first.start(), SingleInstance::Start::First);
         QCOMPARE(second.start(), SingleInstance::Start::First);
+    }
+
+    void anotherUsersLauncherInTheSameHomeIsNotTouched() {
+        if (getuid() != 0)
+            QSKIP("only root can be two users");
+        std::filesystem::permissions(home(), std::filesystem::perms::all);
+        const pid_t theirs = startAsAnotherUser([this] {
+            static std::unique_ptr<SingleInstance> instance;
+            instance = std::make_unique<SingleInstance>(home() / "theirs");
+            return instance->start() == SingleInstance::Start::First;
+        });
+        QVERIFY(theirs > 0);
+        const SingleInstance ours(home() / "theirs");
+        // The lock is theirs, and so is the place: but nothing of theirs is told to reopen.
+        QCOMPARE(ours.start(), SingleInstance::Start::Unanswered);
+        QCOMPARE(kill(theirs, SIGKILL), 0);
+        exitCode(theirs);
+    }
+
+    void aNameThatAnotherUserHasTakenStopsNoStart() {
+        if (getuid() != 0)
+            QSKIP("only root can be two users");
+        const auto before = launcherNames();
+        auto first = std::make_unique<SingleInstance>(home());
+        QCOMPARE(first->start(), SingleInstance::Start::First);
+        std::string name;
+        for (const std::string &candidate : launcherNames())
+            if (std::find(before.begin(), before.end(), candidate) == before.end())
+                name = candidate;
+        QVERIFY(!name.empty());
+        first.reset();
+        const pid_t squatter = startAsAnotherUser([&] { return takeName(name); });
+        QVERIFY(squatter > 0);
+        QCOMPARE(SingleInstance(home()).start(), SingleInstance::Start::First);
+        QCOMPARE(kill(squatter, SIGKILL), 0);
+        exitCode(squatter);
     }
 
     void theSameHomeByAnotherPathIsTheSameLauncher() {

@@ -273,6 +273,18 @@ class AppVarsUpdateCycleTest : public QObject {
                      "the next check.\n");
     }
 
+    void aFailedCheckKeepsTheVersionThatWasLastKnown() {
+        UpdateScene s;
+        s.create().scheduleUpdateTimer();
+        s.serveManifest(R"({"libreofficeversion": "25.8.1"})");
+        QVERIFY(s.tick());
+        QVERIFY(s.waitForEngineLog("Fetching LibreOffice 25.8.1"));
+        QVERIFY(waitUntil([] { return !LibreOfficeInstaller::isInstalling(); }));
+        s.serveManifest("sorry", 503);
+        QVERIFY(s.tick());
+        QVERIFY(waitUntil([&] { return count(s.engineLog(), "Fetching LibreOffice 25.8.1") == 2; }));
+    }
+
     void aClearedVersionFallsBackToTheDefault() {
         UpdateScene s;
         s.create().scheduleUpdateTimer();

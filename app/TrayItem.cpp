@@ -1,0 +1,65 @@
+#include "TrayItem.h"
+
+#include "AppVars.h"
+#include "StatusRow.h"
+#include "Symbols.h"
+
+#include <QAction>
+#include <QCoreApplication>
+#include <QEvent>
+#include <QMenu>
+#include <QSystemTrayIcon>
+
+#include <utility>
+
+namespace ferrolt {
+
+TrayItem::TrayItem(std::shared_ptr<AppVars> appVars)
+    : appVars(std::move(appVars)),
+      menu(std::make_unique<QMenu>()),
+      icon(std::make_unique<QSystemTrayIcon>(applicationIcon())) {
+    connect(menu->addAction(QStringLiteral("&Open")), &QAction::triggered, this, &TrayItem::openRequested);
+    connect(menu->addAction(QStringLiteral("&Quit")), &QAction::triggered, this, &TrayItem::quitRequested);
+    icon->setContextMenu(menu.get());
+    connect(icon.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
+        // A double click has begun as a click, and the other buttons have the menu.
+        if (reason == QSystemTrayIcon::Trigger)
+            Q_EMIT openRequested();
+    });
+    connect(this->appVars.get(), &AppVars::objectWillChange, this, &TrayItem::changeAnnounced);
+    refresh();
+    icon->show();
+}
+
+// The icon goes before the menu that it shows.
+TrayItem::~TrayItem() {
+    icon.reset();
+}
+
+QString TrayItem::statusText() const {
+    return StatusRow::words(QStringLiteral("Lumora Core"), appVars->_isLumRunning) + QLatin1Char('\n') +
+           StatusRow::words(QStringLiteral("Qor Client"), appVars->_isQorClientRunning);
+}
+
+/// A change is announced before it happens, and a flood of output announces thousands: one look after all of
+/// them.
+void TrayItem::changeAnnounced() {
+    if (!std::exchange(isRefreshPosted, true))
+        QCoreApplication::postEvent(this, new QEvent(QEvent::UpdateRequest));
+}
+
+bool TrayItem::event(QEvent *event) {
+    if (event->type() != QEvent::UpdateRequest)
+        return QObject::event(event);
+    isRefreshPosted = false;
+    refresh();
+    return true;
+}
+
+void TrayItem::refresh() {
+    const QString text = statusText();
+    if (text != icon->toolTip())
+        icon->setToolTip(text);
+}
+
+}  // namespace ferrolt

@@ -1,0 +1,177 @@
+#include "InstalledTree.h"
+#include "Launcher.h"
+#include "Listener.h"
+#include "NotifierTray.h"
+#include "ProcessFacts.h"
+#include "Waiting.h"
+#include "WindowTray.h"
+
+#include <QTest>
+
+#include <chrono>
+#include <fstream>
+
+#include <signal.h>
+
+using namespace ferrolt;
+using namespace std::chrono_literals;
+
+namespace {
+
+bool bothRun(const Launcher &launcher) {
+    return launcher.child("Orbix") && launcher.child("qorclient");
+}
+
+bool isInView(const Launcher &launcher) {
+    return launcher.visibleWindows().contains("Ferrolt Miner Launcher");
+}
+
+/// How often its threads have been put to work since they started.
+long long switches(pid_t id) {
+    long long sum = 0;
+    for (const auto &thread : std::filesystem::directory_iterator("/proc/" + std::to_string(id) + "/task")) {
+        std::ifstream status(thread.path() / "status");
+        for (std::string line; std::getline(status, line);)
+            if (line.find("ctxt_switches:") != std::string::npos)
+                sum += std::stoll(line.substr(line.find(':') + 1));
+    }
+    return sum;
+}
+
+}  // namespace
+
+/// The built program's item in the trays that desktops have.
+class TrayTest : public QObject {
+    Q_OBJECT
+
+    std::unique_ptr<VirtualDesktop> desktop;
+    std::unique_ptr<InstalledTree> tree;
+    Listener enginePort;
+
+  private Q_SLOTS:
+    void init() {
+        desktop = std::make_unique<VirtualDesktop>();
+        QVERIFY2(desktop->failure().isEmpty(), qPrintable(desktop->failure()));
+        tree = std::make_unique<InstalledTree>("wait", "wait");
+        tree->writeEnginePort(std::to_string(enginePort.port));
+    }
+
+    void itsToolTipTellsHowBothServicesFareAndKeepsUpWithThem() {
+        NotifierTray tray(desktop->busAddress());
+        Launcher launcher(*desktop, tree->executable(), tree->home());
+        QVERIFY(waitUntil([&] { return tray.registeredItems().size() == 1; }));
+        QVERIFY(tray.pictureCount() > 0);
+        QVERIFY(waitUntil([&] { return bothRun(launcher); }, 60s));
+        QVERIFY(waitUntil([&] { return tray.toolTip() == "Lumora Core, running\nQor Client, running"; }));
+        kill(launcher.child("qorclient")->id, SIGTERM);
+        QVERIFY(waitUntil([&] { return tray.toolTip() == "Lumora Core, stopped\nQor Client, stopped"; }));
+        kill(launcher.id(), SIGTERM);
+        QVERIFY(waitUntil([&] { return !launcher.isRunning(); }));
+        QCOMPARE(launcher.program().exitStatus(), QProcess::NormalExit);
+    }
+
+    void aClickOnItBringsTheWindowUp() {
+        NotifierTray tray(desktop->busAddress());
+        Launcher launcher(*desktop, tree->executable(), tree->home());
+        QVERIFY(waitUntil([&] { return tray.registeredItems().size() == 1; }));
+        QVERIFY(waitUntil([&] { return bothRun(launcher); }, 60s));
+        QVERIFY(!isInView(launcher));
+        tray.activate();
+        QVERIFY(waitUntil([&] { return isInView(launcher); }));
+    }
+
+    void itsMenuOpensTheWindowAndQuitsTheProgram() {
+        NotifierTray tray(desktop->busAddress());
+        Launcher launcher(*desktop, tree->executable(), tree->home());
+        QVERIFY(waitUntil([&] { return tray.registeredItems().size() == 1; }));
+        QVERIFY(waitUntil([&] { return bothRun(launcher); }, 60s));
+        QCOMPARE(tray.menuTexts(), QStringList({"Open", "Quit"}));
+        tray.choose("Open");
+        QVERIFY(waitUntil([&] { return isInView(launcher); }));
+        const pid_t engine = launcher.child("Orbix")->id;
+        const pid_t client = launcher.child("qorclient")->id;
+        tray.choose("Quit");
+        QVERIFY(waitUntil([&] { return !launcher.isRunning(); }));
+        QCOMPARE(launcher.program().exitStatus(), QProcess::NormalExit);
+        QCOMPARE(launcher.program().exitCode(), 0);
+        QVERIFY(waitUntil([&] { return !isAlive(engine) && !isAlive(client); }));
+    }
+
+    void aTrayThatComesLaterGetsTheItem() {
+        Launcher launcher(*desktop, tree->executable(), tree->home());
+        QVERIFY(waitUntil([&] { return bothRun(launcher); }, 60s));
+        const NotifierTray tray(desktop->busAddress());
+        QVERIFY(waitUntil([&] { return tray.registeredItems().size() == 1; }));
+    }
+
+    void theItemWaitsForThePanelThatDrawsIt() {
+        NotifierTray tray(desktop->busAddress(), NotifierTray::Host::Absent);
+        Launcher launcher(*desktop, tree->executable(), tree->home());
+        QVERIFY(waitUntil([&] { return bothRun(launcher); }, 60s));
+        QVERIFY(tray.registeredItems().isEmpty());
+        tray.addHost();
+        QVERIFY(waitUntil([&] { return tray.registeredItems().size() == 1; }));
+    }
+
+    void aTrayThatGoesAndComesBackGetsTheItemAgain() {
+        auto first = std::make_unique<NotifierTray>(desktop->busAddress());
+        Launcher launcher(*desktop, tree->executable(), tree->home());
+        QVERIFY(waitUntil([&] { return first->registeredItems().size() == 1; }));
+        first.reset();
+        QCOMPARE(launcher.startAgain(), 0);
+        QVERIFY(waitUntil([&] { return isInView(launcher); }));  // it does without in between
+        const NotifierTray second(desktop->busAddress());
+        QVERIFY(waitUntil([&] { return !second.registeredItems().isEmpty(); }));
+        QVERIFY(second.toolTip().startsWith("Lumora Core, "));
+    }
+
+    void aTrayOfTheOlderKindTakesTheItemInAndAClickOnItBringsTheWindowUp_data() {
+        QTest::addColumn<bool>("isThereFirst");
+        QTest::newRow("there from the start") << true;
+        QTest::newRow("comes later") << false;
+    }
+    void aTrayOfTheOlderKindTakesTheItemInAndAClickOnItBringsTheWindowUp() {
+        QFETCH(bool, isThereFirst);
+        std::optional<WindowTray> tray;
+        if (isThereFirst)
+            tray.emplace(desktop->displayName());
+        Launcher launcher(*desktop, tree->executable(), tree->home());
+        QVERIFY(waitUntil([&] { return bothRun(launcher); }, 60s));
+        if (!isThereFirst)
+            tray.emplace(desktop->displayName());
+        QVERIFY(waitUntil([&] { return tray->takeIn(); }));
+        QVERIFY(waitUntil([&] {
+            desktop->run("xdotool", {"mousemove", "16", "16", "click", "1"});
+            return isInView(launcher);
+        }));
+        desktop->takePicture(
+            QString("%1/tray-%2.png").arg(FERROLT_PICTURES, isThereFirst ? "first" : "later"));
+    }
+
+    void withItsWindowClosedItSleepsWithATrayOrWithoutOne_data() {
+        QTest::addColumn<bool>("hasTray");
+        QTest::newRow("with") << true;
+        QTest::newRow("without") << false;
+    }
+    void withItsWindowClosedItSleepsWithATrayOrWithoutOne() {
+        QFETCH(bool, hasTray);
+        std::optional<NotifierTray> tray;
+        if (hasTray)
+            tray.emplace(desktop->busAddress());
+        Launcher launcher(*desktop, tree->executable(), tree->home());
+        QVERIFY(waitUntil([&] { return bothRun(launcher); }, 60s));
+        QVERIFY(!hasTray || waitUntil([&] { return tray->registeredItems().size() == 1; }));
+        // What a start has set going comes to rest; then nothing may stir for as long as is looked at.
+        constexpr auto quiet = 3s;
+        QVERIFY(waitUntil(
+            [&] {
+                const long long before = switches(launcher.id());
+                QTest::qWait(std::chrono::milliseconds(quiet).count());
+                return switches(launcher.id()) == before;
+            },
+            60s));
+    }
+};
+
+QTEST_GUILESS_MAIN(TrayTest)
+#include "TrayTest.moc"
