@@ -38,7 +38,6 @@ FindBar::FindBar(QWidget *parent)
     field->setPlaceholderText(tr("Find"));
     field->setAccessibleName(tr("Find"));
     field->setMaxLength(longestText);
-    field->setClearButtonEnabled(true);
     field->installEventFilter(this);
     result->setObjectName(QStringLiteral("findResult"));
     result->setTextFormat(Qt::PlainText);
@@ -59,6 +58,13 @@ FindBar::FindBar(QWidget *parent)
     connect(previous, &QToolButton::clicked, this, &FindBar::previousWanted);
     connect(next, &QToolButton::clicked, this, &FindBar::nextWanted);
     connect(done, &QPushButton::clicked, this, &FindBar::closeWanted);
+}
+
+void FindBar::showEvent(QShowEvent *event) {
+    QWidget::showEvent(event);
+    // Its symbol makes Qt look through the desktop's icon themes, and the start of a program that may never
+    // be asked to search would wait for that.
+    field->setClearButtonEnabled(true);
 }
 
 QString FindBar::text() const {

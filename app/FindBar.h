@@ -31,6 +31,7 @@ class FindBar : public QWidget {
   protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
+    void showEvent(QShowEvent *event) override;
 
   private:
     QLineEdit *const field;

@@ -35,7 +35,8 @@ class LogConsoleView : public QWidget {
     void setRunning(bool isRunning);
 
     /// To be called whenever the log has changed or is about to. Costs next to nothing: the view reads the
-    /// log from the event loop, once for each screen refresh, and when it is next on screen if it is not now.
+    /// log from the event loop, once for some screen refreshes, and when it is next on screen if it is not
+    /// now.
     void logChanged();
 
     LogTextArea &textArea() const { return *area; }

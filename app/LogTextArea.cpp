@@ -21,6 +21,9 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr int followMilliseconds = 300;
+/// What comes after a pause is shown at once. While a log runs on, nobody can read every frame of it, and drawing a
+/// screenful of text is what an everyday child costs.
+constexpr int refreshesForEachLook = 2;
 /// Counted at once when the log changes, which is everything at an everyday pace.
 constexpr std::size_t bytesCountedAtOnce = 256 * 1024;
 /// Heights that are still estimates are counted once the log has been quiet for a while, in turns short
@@ -76,7 +79,7 @@ void LogTextArea::scheduleRefresh() {
     if (refreshTimer.isActive())
         return;
     const qreal rate = screen() != nullptr ? std::max(screen()->refreshRate(), 30.0) : 60.0;
-    const auto interval = static_cast<qint64>(std::ceil(1000 / rate));
+    const auto interval = static_cast<qint64>(std::ceil(refreshesForEachLook * 1000 / rate));
     const qint64 wait =
         sinceRefresh.isValid() ? std::clamp<qint64>(interval - sinceRefresh.elapsed(), 0, interval) : 0;
     refreshTimer.start(static_cast<int>(wait), Qt::PreciseTimer, this);

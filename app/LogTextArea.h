@@ -17,8 +17,8 @@
 namespace ferrolt {
 
 /// A log as a scrolling text that can be selected, never changed. Pulls the rows on screen from the layout
-/// and draws nothing else; looks at the log at most once for each screen refresh, and not at all while it is
-/// not on screen.
+/// and draws nothing else; looks at the log at most once for every other screen refresh, and not at all while
+/// it is not on screen.
 ///
 /// Follows the newest entry: when the number of entries is another than before, an animated scroll brings the
 /// marker after the last entry to the bottom edge, wherever the reader had scrolled. A change that leaves the

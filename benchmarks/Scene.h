@@ -30,7 +30,8 @@ struct Scene {
         : launcher(engine, client) {
         launcher.tree.writeEnginePort(std::to_string(enginePort.port));
         AppVars &vars = launcher.create();
-        fill(65536);
+        if (engine != "flood" || client != "flood")  // those two fill their logs in a moment
+            fill(65536);
         window = std::make_unique<MainWindow>(launcher.vars, launcher.time, std::make_shared<QtClipboard>(),
                                               state.filePath(QStringLiteral("window.ini")));
         window->resize(1000, 640);

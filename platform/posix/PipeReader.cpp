@@ -33,7 +33,8 @@ struct PipeReader::Shared {
     std::condition_variable changed;
     bool closed = false;
 
-    enum class Read { Some, NothingYet, End };
+    /// `Full`: as much as was asked for, so that there may be more. `Some`: all that there was.
+    enum class Read { Full, Some, NothingYet, End };
 
     void run();
     void waitForBytes();
@@ -42,14 +43,15 @@ struct PipeReader::Shared {
 };
 
 PipeReader::Shared::Read PipeReader::Shared::readOnce(std::size_t most) {
-    const ssize_t count = read(readingEnd.get(), bytes.data(), std::min(most, bytes.size()));
+    const std::size_t wanted = std::min(most, bytes.size());
+    const ssize_t count = read(readingEnd.get(), bytes.data(), wanted);
     if (count < 0)
         return errno == EAGAIN || errno == EINTR ? Read::NothingYet : Read::End;
     if (count == 0)
         return Read::End;
     if (!detached.load(std::memory_order_acquire))
         receiver({bytes.data(), static_cast<std::size_t>(count)});
-    return Read::Some;
+    return static_cast<std::size_t>(count) == wanted ? Read::Full : Read::Some;
 }
 
 void PipeReader::Shared::waitForBytes() {
@@ -80,7 +82,7 @@ void PipeReader::Shared::run() {
         const Read outcome = readOnce(largestRead);
         if (outcome == Read::End)
             break;
-        if (outcome == Read::NothingYet)
+        if (outcome != Read::Full)
             waitForBytes();
     }
     readingEnd.close();

@@ -42,7 +42,9 @@ int flood(long long blocks, std::size_t size) {
         block[i] = '\n';
     for (long long i = 0; blocks < 0 || i < blocks; ++i) {
         const std::string head = "block " + std::to_string(i) + '\n';
-        say(block.replace(0, head.size(), head));
+        if (head.size() <= size)
+            block.replace(0, head.size(), head);
+        say(block);
     }
     return 0;
 }
