@@ -21,8 +21,8 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr int followMilliseconds = 300;
-/// What comes after a pause is shown at once. While a log runs on, nobody can read every frame of it, and drawing a
-/// screenful of text is what an everyday child costs.
+/// What comes after a pause is shown at once. While a log runs on, nobody can read every frame of it, and
+/// drawing a screenful of text is what an everyday child costs.
 constexpr int refreshesForEachLook = 2;
 /// Counted at once when the log changes, which is everything at an everyday pace.
 constexpr std::size_t bytesCountedAtOnce = 256 * 1024;

@@ -122,7 +122,8 @@ void ProgressStrip::wanderIfNeeded() {
     const bool isMoving = isWandering() && isVisible() && !progress->isIdle();
     if (!isMoving) {
         frames.stop();
-    } else if (!frames.isActive() && style()->styleHint(QStyle::SH_Widget_Animation_Duration, nullptr, this) > 0) {
+    } else if (!frames.isActive() &&
+               style()->styleHint(QStyle::SH_Widget_Animation_Duration, nullptr, this) > 0) {
         wandering.start();
         frames.start(frameMilliseconds, Qt::CoarseTimer, this);
     }
