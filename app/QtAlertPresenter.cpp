@@ -61,6 +61,8 @@ void setTexts(QMessageBox &box, const Alert &alert) {
         const int wanted =
             explanation->fontMetrics().boundingRect(QRect(), Qt::AlignLeft, alert.informativeText).width();
         explanation->setMinimumWidth(std::min(wanted, widestExplanation));
+        // A label that may break its lines leaves room for breaks that do not come.
+        explanation->setWordWrap(wanted > widestExplanation);
     }
 }
 

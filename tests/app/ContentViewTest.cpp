@@ -313,7 +313,7 @@ class ContentViewTest : public QObject {
             QTRY_VERIFY(named(window, "Home")->height() >= QFontMetrics(font).height());
             QWidget *title = named(*logs(fixture)->lumoraConsole(), "Lumora Core Engine");
             QTRY_VERIFY(title->sizeHint().height() >= QFontMetrics(font).height());
-            QVERIFY(title->sizeHint().height() < 2 * QFontMetrics(font).height());
+            QTRY_VERIFY(title->sizeHint().height() < 2 * QFontMetrics(font).height());
             QCoreApplication::processEvents();
             heights.append(named(window, "Lumora Core, stopped")->height());
             QCOMPARE(window.size(), size);

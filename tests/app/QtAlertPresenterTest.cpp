@@ -81,7 +81,12 @@ class QtAlertPresenterTest : public QObject {
         QVERIFY(QTest::qWaitForWindowExposed(shown()));
         auto *explanation = shown()->findChild<QLabel *>("qt_msgbox_informativelabel");
         QVERIFY(explanation);
-        QCOMPARE(explanation->height() / explanation->fontMetrics().lineSpacing(), 3);
+        const QStringList lines = explanation->text().split('\n');
+        QCOMPARE(lines.size(), 3);
+        for (const QString &line : lines)
+            QVERIFY(explanation->contentsRect().width() >=
+                    explanation->fontMetrics().horizontalAdvance(line));
+        QVERIFY(!explanation->wordWrap());
     }
 
     void twoAlertsDueAtOnceComeOneAfterTheOtherEachDismissedOnce() {
