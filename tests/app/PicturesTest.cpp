@@ -23,7 +23,7 @@ using namespace ferrolt;
 namespace {
 
 void waitFor(const std::function<bool()> &condition) {
-    if (!QTest::qWaitFor(condition, 20000))
+    if (!QTest::qWaitFor(condition, 60000))
         qFatal("what was to be pictured did not come");
 }
 
