@@ -13,6 +13,7 @@
 #include <QScreen>
 #include <QShortcut>
 #include <QShowEvent>
+#include <QWindow>
 
 #include <utility>
 
@@ -80,14 +81,26 @@ void MainWindow::saveState() const {
 
 void MainWindow::showEvent(QShowEvent *event) {
     QMainWindow::showEvent(event);
-    if (!event->spontaneous())
+    if (event->spontaneous())
+        return;
+    contentIsToAppear = true;
+    windowHandle()->installEventFilter(this);
+}
+
+bool MainWindow::eventFilter(QObject *watched, QEvent *event) {
+    // The content is painted while this event is handled, and what is queued now comes after that.
+    if (watched == windowHandle() && event->type() == QEvent::Expose && windowHandle()->isExposed() &&
+        std::exchange(contentIsToAppear, false))
         QMetaObject::invokeMethod(this, &MainWindow::contentAppeared, Qt::QueuedConnection);
+    return QMainWindow::eventFilter(watched, event);
 }
 
 void MainWindow::hideEvent(QHideEvent *event) {
     QMainWindow::hideEvent(event);
-    if (!event->spontaneous())
-        saveState();
+    if (event->spontaneous())
+        return;
+    contentIsToAppear = false;
+    saveState();
 }
 
 }  // namespace ferrolt

@@ -34,7 +34,8 @@ class MainWindow : public QMainWindow {
 
   Q_SIGNALS:
     /// The window was hidden, or never shown yet, and now its content is on screen. Comes from the event
-    /// loop, after the window itself, so that an alert shown in answer lies above it.
+    /// loop, after the content was first painted: an alert shown in answer lies above it, and does not keep
+    /// the user waiting for the window.
     void contentAppeared();
     /// The user chose Quit, from the menu or by its shortcut.
     void quitRequested();
@@ -42,6 +43,7 @@ class MainWindow : public QMainWindow {
   protected:
     void showEvent(QShowEvent *event) override;
     void hideEvent(QHideEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
   private:
     void makeMenu();
@@ -50,6 +52,7 @@ class MainWindow : public QMainWindow {
     QString stateFile;
     ContentView *view;
     MainMenu *menu;
+    bool contentIsToAppear = false;
 };
 
 }  // namespace ferrolt

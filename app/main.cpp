@@ -3,6 +3,7 @@
 #include "DesktopSession.h"
 #include "DesktopTray.h"
 #include "Ferrolt_Miner_LauncherApp.h"
+#include "FontWarmUp.h"
 #include "MainQueue.h"
 #include "MainWindow.h"
 #include "QtAlertPresenter.h"
@@ -82,6 +83,7 @@ int main(int argc, char **argv) {
             return 1;
     }
 
+    warmUpFonts();
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("ferrolt-miner-launcher"));
     QApplication::setApplicationDisplayName(QStringLiteral("Ferrolt Miner Launcher"));
