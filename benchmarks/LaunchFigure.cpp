@@ -50,8 +50,10 @@ void launchWithManyPages(const Options &options) {
             launches.push_back(launchOnce());
             spawns.push_back(spawnOnce());
         }
-        ours.push_back(median(launches));
-        spawned.push_back(median(spawns));
+        // Whether the caller is woken at once or after its child's time slice is up to the machine's other
+        // work and not to the call: what the quicker ones take is what the call takes.
+        ours.push_back(quantile(launches, 0.1));
+        spawned.push_back(quantile(spawns, 0.1));
     }
     report({"launching a child with 500 MB resident", "ms", ours, "posix_spawn", spawned, Judged::Ratio,
             Goal::AtMost, 2});

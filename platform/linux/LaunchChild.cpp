@@ -29,9 +29,17 @@ void closeRange(unsigned first, unsigned last) {
         close(static_cast<int>(descriptor));
 }
 
+/// What the child leaves in the launcher's memory, which it has until its own program begins.
+struct SharedWithChild {
+    volatile bool isShared = false;  ///< stays false where a tool has made a fork of the vfork
+    volatile int error = 0;
+};
+
 /// Only exec-proof calls from here on: the memory still belongs to the launcher, which stands still
 /// meanwhile.
-[[noreturn]] void becomeChild(const ChildImage &image, int errorReport, pid_t launcher) {
+[[noreturn]] void becomeChild(const ChildImage &image, int errorReport, pid_t launcher,
+                              SharedWithChild &shared) {
+    shared.isShared = true;
     // The kernel sends this when the launcher is gone, even after a kill -9. A launcher that died before the
     // request was in place is seen by the parent id.
     prctl(PR_SET_PDEATHSIG, SIGTERM);
@@ -59,18 +67,19 @@ void closeRange(unsigned first, unsigned last) {
         execve(image.executable, image.arguments, image.environment);
     }
     const int error = errno;
+    shared.error = error;
     [[maybe_unused]] const ssize_t written = write(errorReport, &error, sizeof error);
     _exit(127);
 }
 
 /// A frame of its own, never inlined: a child that shares the stack must not disturb the caller's variables.
-[[gnu::noinline]] pid_t split(const ChildImage &image, int errorReport) {
+[[gnu::noinline]] pid_t split(const ChildImage &image, int errorReport, SharedWithChild &shared) {
     const pid_t launcher = getpid();
     // vfork and not fork: a fork copies the page tables, which takes 10 to 20 ms once the logs are full, on
     // the main thread. And not posix_spawn, which cannot ask for the parent-death signal.
     const pid_t child = vfork();
     if (child == 0)
-        becomeChild(image, errorReport, launcher);
+        becomeChild(image, errorReport, launcher, shared);
     return child;
 }
 
@@ -91,20 +100,26 @@ LaunchOutcome launchChild(const ChildImage &image) {
     sigset_t before;
     sigfillset(&all);
     pthread_sigmask(SIG_SETMASK, &all, &before);
-    const pid_t child = split(image, writing.get());
+    SharedWithChild shared;
+    const pid_t child = split(image, writing.get(), shared);
     const int splitError = errno;
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
     if (child < 0)
         return {.error = splitError};
 
-    // The exec closes the child's end: nothing to read means that the child's own program has begun.
-    writing.close();
-    int error = 0;
-    ssize_t count = 0;
-    do {
-        count = read(reading.get(), &error, sizeof error);
-    } while (count < 0 && errno == EINTR);
-    if (count == 0)
+    // The launcher goes on when the child's own program has begun or could not, and knows by then which; to
+    // wait for the end of the pipe as well would double the time that a launch takes.
+    int error = shared.error;
+    if (!shared.isShared) {
+        // The exec closes the child's end: nothing to read means that the child's own program has begun.
+        writing.close();
+        ssize_t count = 0;
+        do {
+            count = read(reading.get(), &error, sizeof error);
+        } while (count < 0 && errno == EINTR);
+        error = count == 0 ? 0 : error;
+    }
+    if (error == 0)
         return {.child = child};
     // The launch failed, and the split-off copy is ours to reap: nobody else knows of it.
     while (waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
