@@ -23,3 +23,6 @@ endif()
 # It stands in for the system's name look-up, which Qt's library must find too.
 set_target_properties(HttpSessionEndTest PROPERTIES ENABLE_EXPORTS ON)
 target_link_libraries(HttpSessionEndTest PRIVATE ${CMAKE_DL_LIBS})
+if(NOT APPLE)
+    ferrolt_test(platform WidenPipeTest LINKS ferrolt_platform)
+endif()

@@ -3,6 +3,8 @@ ferrolt_test(supervisor AppVarsTerminationTest LINKS ferrolt_supervisor)
 ferrolt_test(supervisor AppVarsTest LINKS ferrolt_supervisor)
 ferrolt_test(supervisor AppVarsUpdateCycleTest LINKS ferrolt_supervisor ferrolt_test_installation)
 ferrolt_test(supervisor ChunkDecoderTest LINKS ferrolt_supervisor)
+ferrolt_test(supervisor LogFloodTest LINKS ferrolt_supervisor)
 ferrolt_test(supervisor OutputReaderTest LINKS ferrolt_supervisor)
 ferrolt_test(supervisor PathResolversTest LINKS ferrolt_paths)
 set_tests_properties(supervisor.AppVarsStartTest PROPERTIES RESOURCE_LOCK port-9877)
+set_tests_properties(supervisor.LogFloodTest PROPERTIES RUN_SERIAL ON)  # it fills both processors

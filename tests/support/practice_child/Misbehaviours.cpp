@@ -1,5 +1,7 @@
 #include "Misbehaviours.h"
 
+#include "NumberedStream.h"
+
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
@@ -70,6 +72,26 @@ int moods(unsigned seed, long long length) {
                 say(std::string(1, static_cast<char>('a' + random() % 26)));
         }
     }
+    return 0;
+}
+
+int numbered(long long lines, unsigned seed) {
+    std::minstd_rand random(seed);
+    std::string waiting;
+    const auto sayPieces = [&](std::size_t leave) {
+        while (waiting.size() > leave) {
+            // Mostly a lot at once, sometimes a few bytes.
+            const std::size_t piece = 1 + random() % (random() % 8 == 0 ? 5 : 100'000);
+            say(waiting.substr(0, piece));
+            waiting.erase(0, piece);
+        }
+    };
+    for (long long i = 0; i < lines; ++i) {
+        waiting += numberedLine(i);
+        if (waiting.size() > 1'000'000)
+            sayPieces(100'000);
+    }
+    sayPieces(0);
     return 0;
 }
 
@@ -167,6 +189,9 @@ const std::vector<Misbehaviour> &misbehaviours() {
         {"moods SEED [MILLISECONDS]",
          "floods, is silent, or writes single characters, as the seed has it; then ends",
          [](W a, W) { return moods(static_cast<unsigned>(number(a, 0, 1)), number(a, 1, -1)); }},
+        {"numbered LINES SEED",
+         "writes numbered lines in pieces that the seed sets, through characters too, then ends",
+         [](W a, W) { return numbered(number(a, 0, 1000), static_cast<unsigned>(number(a, 1, 1))); }},
         {"bytes HEX...", "writes the bytes of each argument in a write of its own, 100 ms apart, then waits",
          [](W a, W) -> int {
              for (const std::string &hex : a) {
