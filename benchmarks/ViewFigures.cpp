@@ -73,9 +73,9 @@ void fullView(const Options &options) {
         // Another program asks for what was copied.
         QProcess other;
         other.start(QStringLiteral(FERROLT_PASTE), {});
-        probe.takeWorst();
+        StallProbe stall;
         runUntil([&] { return other.state() == QProcess::NotRunning; }, "the copied text in another program");
-        paste.push_back(probe.takeWorst());
+        paste.push_back(quantile(stall.take(), 1));
         const double arrived = other.readAllStandardOutput().trimmed().toDouble();
         if (arrived != static_cast<double>(scene.vars().lumoraLog().byteCount()))
             note("The copied text did not arrive whole: " + std::to_string(arrived) + " bytes.");
