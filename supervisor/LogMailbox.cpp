@@ -9,14 +9,18 @@ namespace ferrolt {
 
 void LogMailbox::post(LogElement element) {
     LogElement dropped;  // freed outside the lock
-    std::lock_guard lock(mutex);
-    if (waiting.size() == mostWaiting) {
-        dropped = std::move(waiting.front());
-        waiting.pop_front();
+    {
+        std::lock_guard lock(mutex);
+        if (waiting.size() == mostWaiting) {
+            dropped = std::move(waiting.front());
+            waiting.pop_front();
+        }
+        waiting.push_back(std::move(element));
+        if (std::exchange(handOverUnderWay, true))
+            return;
     }
-    waiting.push_back(std::move(element));
-    if (!std::exchange(handOverUnderWay, true))
-        MainQueue::async([self = shared_from_this()] { self->handOver(); });
+    // Outside the lock as well: the main thread, woken, wants it at once.
+    MainQueue::async([self = shared_from_this()] { self->handOver(); });
 }
 
 void LogMailbox::handOver() {

@@ -24,9 +24,13 @@ class Receiver : public QObject {
 struct State {
     std::mutex mutex;
     std::deque<std::function<void()>> waiting;
-    Receiver *receiver = nullptr;
     bool wakeUpUnderWay = false;
     bool closed = false;
+
+    /// Held while the receiver is woken, and by nobody who works through the list: the main thread, woken,
+    /// would only come to wait for the thread that woke it, which costs both of them more than all the rest.
+    std::mutex wakeUpMutex;
+    Receiver *receiver = nullptr;
 };
 
 /// Never destroyed: a thread that outlives main() may still hand work over, and must find it refused.
@@ -38,10 +42,9 @@ State &state() {
 const QEvent::Type wakeUpEvent = static_cast<QEvent::Type>(QEvent::registerEventType());
 
 void wakeUp(State &queue) {
-    if (queue.wakeUpUnderWay || queue.receiver == nullptr)
-        return;
-    queue.wakeUpUnderWay = true;
-    QCoreApplication::postEvent(queue.receiver, new QEvent(wakeUpEvent));
+    std::lock_guard lock(queue.wakeUpMutex);
+    if (queue.receiver != nullptr)
+        QCoreApplication::postEvent(queue.receiver, new QEvent(wakeUpEvent));
 }
 
 bool Receiver::event(QEvent *event) {
@@ -64,23 +67,33 @@ bool Receiver::event(QEvent *event) {
 
 void close() {
     std::deque<std::function<void()>> dropped;
-    Receiver *receiver = nullptr;
     {
         std::lock_guard lock(state().mutex);
         state().closed = true;
-        receiver = std::exchange(state().receiver, nullptr);
         dropped.swap(state().waiting);
+    }
+    Receiver *receiver = nullptr;
+    {
+        std::lock_guard lock(state().wakeUpMutex);
+        receiver = std::exchange(state().receiver, nullptr);
     }
     delete receiver;
 }
 
 void open() {
-    std::lock_guard lock(state().mutex);
-    state().closed = false;
-    state().wakeUpUnderWay = false;
-    state().receiver = new Receiver;
+    {
+        std::lock_guard lock(state().wakeUpMutex);
+        state().receiver = new Receiver;
+    }
     qAddPostRoutine(close);
-    if (!state().waiting.empty())
+    bool isToWake = false;
+    {
+        std::lock_guard lock(state().mutex);
+        state().closed = false;
+        isToWake = !state().waiting.empty();
+        state().wakeUpUnderWay = isToWake;
+    }
+    if (isToWake)
         wakeUp(state());
 }
 
@@ -89,10 +102,14 @@ Q_COREAPP_STARTUP_FUNCTION(open)
 }  // namespace
 
 void MainQueue::async(std::function<void()> work) {
-    std::lock_guard lock(state().mutex);
-    if (state().closed)
-        return;
-    state().waiting.push_back(std::move(work));
+    {
+        std::lock_guard lock(state().mutex);
+        if (state().closed)
+            return;
+        state().waiting.push_back(std::move(work));
+        if (std::exchange(state().wakeUpUnderWay, true))
+            return;
+    }
     wakeUp(state());
 }
 
