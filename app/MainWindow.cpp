@@ -35,7 +35,7 @@ MainWindow::MainWindow(std::shared_ptr<AppVars> appVars, std::shared_ptr<TimeSou
 MainWindow::~MainWindow() = default;
 
 QString MainWindow::defaultStateFile() {
-    return stateFolder() + QStringLiteral("/window.ini");
+    return stateFolder() + QStringLiteral("/window.json");
 }
 
 void MainWindow::makeMenu() {

@@ -34,7 +34,7 @@ struct Scene {
         if (engine == "silent" || engine.starts_with("chatter") || engine.starts_with("clock"))
             fill(65536);
         window = std::make_unique<MainWindow>(launcher.vars, launcher.time, std::make_shared<QtClipboard>(),
-                                              state.filePath(QStringLiteral("window.ini")));
+                                              state.filePath(QStringLiteral("window.json")));
         window->resize(1000, 640);
         vars.startServices();
     }

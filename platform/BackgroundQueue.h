@@ -10,8 +10,9 @@ enum class QualityOfService { Default, Utility };
 class BackgroundQueue {
   public:
     /// Runs `work` on a thread of its own. Any thread. The work must not throw, must not hold what it cannot
-    /// outlive, and does not keep the program from ending.
-    static void async(QualityOfService service, std::function<void()> work);
+    /// outlive, and does not keep the program from ending. False, and the work never runs, when the system
+    /// has no thread to spare: a machine in a bad hour, which must not take the launcher along.
+    [[nodiscard]] static bool async(QualityOfService service, std::function<void()> work);
 };
 
 }  // namespace ferrolt

@@ -118,12 +118,15 @@ class AppVars : public QObject, public std::enable_shared_from_this<AppVars> {
     std::optional<LaunchError> launchChild(const Child &child, const std::filesystem::path &executablePath,
                                            const std::filesystem::path &workingFolder,
                                            std::vector<std::string> arguments);
+    /// One wait for the port, until the deadline on the time seam's clock.
+    void probeEnginePort(std::int64_t port, TimeSource::Duration deadline);
     void onEnginePortResult(bool reachable, const std::string &host, std::int64_t port,
                             TimeSource::Duration timeout);
     void fatalError(const QString &message);
 
     void onChildTerminated(const Child &child, Process::Status status);
 
+    void awaitOldEngine(const std::shared_ptr<Process> &old);
     void onOldEngineExited();
     void onInstallOutcome(const InstallOutcome &outcome);
     void runUpdateCheck();

@@ -124,10 +124,12 @@ void AppVars::awaitEnginePort() {
     if (_isQorClientRunning || isAwaitingOrbixPort || _isPermanentlyStopped)
         return;
     isAwaitingOrbixPort = true;
-    const std::int64_t port = readEnginePort();
-    BackgroundQueue::async(QualityOfService::Default, [weakSelf = weak_from_this(), time = seams.time, port] {
-        const std::string host = "127.0.0.1";
-        const TimeSource::Duration deadline = time->now() + portTimeout;
+    probeEnginePort(readEnginePort(), seams.time->now() + portTimeout);
+}
+
+void AppVars::probeEnginePort(std::int64_t port, TimeSource::Duration deadline) {
+    const std::string host = "127.0.0.1";
+    const auto probe = [weakSelf = weak_from_this(), time = seams.time, host, port, deadline] {
         bool reachable = false;
         // Nobody waits for the answer any more once the launcher's state is gone.
         while (time->now() < deadline && !weakSelf.expired()) {
@@ -140,12 +142,23 @@ void AppVars::awaitEnginePort() {
             if (const auto self = weakSelf.lock())
                 self->onEnginePortResult(reachable, host, port, portTimeout);
         });
-    });
+    };
+    if (BackgroundQueue::async(QualityOfService::Default, probe))
+        return;
+    // The system has no thread to spare just now; the wait goes on all the same, and ends when it is over.
+    if (seams.time->now() >= deadline)
+        onEnginePortResult(false, host, port, portTimeout);
+    else
+        seams.time->callAfter(portProbeInterval, [weakSelf = weak_from_this(), port, deadline] {
+            if (const auto self = weakSelf.lock())
+                self->probeEnginePort(port, deadline);
+        });
 }
 
 void AppVars::onEnginePortResult(bool reachable, const std::string &host, std::int64_t port,
                                  TimeSource::Duration timeout) {
     isAwaitingOrbixPort = false;
+    // Whoever asked for the stop meanwhile does not get a client after it.
     if (_isPermanentlyStopped || _isQorClientRunning || isShuttingDown)
         return;
     const QString address = QString::fromStdString(host) + u':' + QString::number(port);

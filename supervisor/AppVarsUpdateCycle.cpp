@@ -40,13 +40,24 @@ void AppVars::reloadEngine() {
         old->terminate();
     _lump.set(nullptr);
     _isLumRunning.set(false);
+    awaitOldEngine(old);
+}
+
+void AppVars::awaitOldEngine(const std::shared_ptr<Process> &old) {
     // The new engine needs the old one's port.
-    BackgroundQueue::async(QualityOfService::Utility, [weakSelf = weak_from_this(), old] {
+    const auto wait = [weakSelf = weak_from_this(), old] {
         old->waitUntilExit();
         MainQueue::async([weakSelf] {
             if (const auto self = weakSelf.lock())
                 self->onOldEngineExited();
         });
+    };
+    if (BackgroundQueue::async(QualityOfService::Utility, wait))
+        return;
+    // The system has no thread to spare just now, and without the wait there is no engine again.
+    seams.time->callAfter(std::chrono::milliseconds(250), [weakSelf = weak_from_this(), old] {
+        if (const auto self = weakSelf.lock())
+            self->awaitOldEngine(old);
     });
 }
 

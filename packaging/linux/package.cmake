@@ -17,5 +17,6 @@ set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION net)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-# Without the first two the launcher does all but install LibreOffice, without the third it needs an X display.
-set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "7zip, pkexec, qt6-wayland")
+# Without the first it hears of no updates, without the next two it does all but install LibreOffice, without the last
+# it needs an X display.
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "ca-certificates, 7zip, pkexec, qt6-wayland")

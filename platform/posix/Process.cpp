@@ -53,6 +53,15 @@ bool Process::Shared::learnChild() {
     return !launchFailed;
 }
 
+/// Who starts the launcher may have had the system reap its children unseen, and such a wish is inherited: no
+/// child's status would ever be known.
+static void keepChildrenForTheirParent() {
+    struct sigaction action {};
+    if (sigaction(SIGCHLD, nullptr, &action) == 0 &&
+        (action.sa_handler == SIG_IGN || (action.sa_flags & SA_NOCLDWAIT) != 0))
+        std::signal(SIGCHLD, SIG_DFL);
+}
+
 /// On a thread of its own that lives as long as the child: it blocks in the kernel and costs nothing
 /// meanwhile.
 void Process::Shared::waitForChild() {
@@ -62,14 +71,17 @@ void Process::Shared::waitForChild() {
     // Look first and reap under the lock: until then the id cannot go to another process, so terminate() can
     // never hit a stranger.
     siginfo_t end{};
-    while (waitid(P_PID, static_cast<id_t>(child), &end, WEXITED | WNOWAIT) != 0 && errno == EINTR) {
-    }
+    int outcome = 0;
+    do {
+        outcome = waitid(P_PID, static_cast<id_t>(child), &end, WEXITED | WNOWAIT);
+    } while (outcome != 0 && errno == EINTR);
     {
         std::lock_guard lock(mutex);
         while (waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
         }
         stage = Stage::Ended;
-        status = end.si_status;  // the exit code or the number of the terminating signal
+        // The exit code or the number of the terminating signal. One that is not known is no success.
+        status = outcome == 0 ? end.si_status : 1;
     }
     if (auto hook = std::exchange(exitHook, nullptr))
         hook();
@@ -127,6 +139,7 @@ std::optional<LaunchError> Process::launch() {
     if (!input.isValid() || !output.isValid())
         return LaunchError{errno};
 
+    keepChildrenForTheirParent();
     // The waiting thread stands before the child does, so that no child is ever left without one.
     try {
         std::thread([shared = shared] { shared->waitForChild(); }).detach();

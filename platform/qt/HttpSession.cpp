@@ -2,6 +2,7 @@
 
 #include "BackgroundQueue.h"
 #include "HttpEngine.h"
+#include "MainQueue.h"
 
 #include <condition_variable>
 #include <mutex>
@@ -43,10 +44,13 @@ HttpSession::~HttpSession() {
 
 void HttpSession::fetch(const QUrl &url, Completion completion) {
     HttpRequest request{url, std::nullopt, {}, std::move(completion)};
-    if (!engine->submit(request))
-        BackgroundQueue::async(QualityOfService::Default, [completion = std::move(request.completion)] {
-            completion({HttpReply::Error::Cancelled, 0, {}});
-        });
+    if (engine->submit(request))
+        return;
+    const auto tell = [completion = std::move(request.completion)] {
+        completion({HttpReply::Error::Cancelled, 0, {}});
+    };
+    if (!BackgroundQueue::async(QualityOfService::Default, tell))
+        MainQueue::async(tell);
 }
 
 // The blocking calls keep the engine, so that the session may go away under them.

@@ -12,7 +12,6 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
-#include <system_error>
 #include <utility>
 
 namespace ferrolt {
@@ -75,11 +74,8 @@ void HttpTransfer::findProxies(const QUrl &next) {
                     transfer->proxiesFound(next, proxies);
             });
     };
-    try {
-        BackgroundQueue::async(QualityOfService::Default, ask);
-    } catch (const std::system_error &) {  // no more threads
+    if (!BackgroundQueue::async(QualityOfService::Default, ask))
         end(Error::Transport);
-    }
 }
 
 void HttpTransfer::proxiesFound(const QUrl &next, const std::optional<QList<QNetworkProxy>> &proxies) {

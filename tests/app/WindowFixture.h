@@ -47,7 +47,7 @@ struct WindowFixture : Supervision {
     QTemporaryDir state;
     std::unique_ptr<MainWindow> window;
 
-    QString stateFile() const { return state.filePath("below/window.ini"); }
+    QString stateFile() const { return state.filePath("below/window.json"); }
 
     MainWindow &open() {
         if (!vars)

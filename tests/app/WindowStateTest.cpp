@@ -5,6 +5,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <sys/stat.h>
+
 using namespace ferrolt;
 
 class WindowStateTest : public QObject {
@@ -13,7 +15,7 @@ class WindowStateTest : public QObject {
     QTemporaryDir folder;
 
     WindowState read(const QByteArray &contents) {
-        const QString path = folder.filePath("given.ini");
+        const QString path = folder.filePath("given.json");
         QFile file(path);
         if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
             qFatal("no file to write to");
@@ -24,7 +26,7 @@ class WindowStateTest : public QObject {
 
   private Q_SLOTS:
     void whatWasSavedComesBack() {
-        const QString file = folder.filePath("not/yet/there/window.ini");
+        const QString file = folder.filePath("not/yet/there/window.json");
         WindowState state;
         state.size = QSize(1234, 777);
         state.isMaximized = true;
@@ -39,7 +41,7 @@ class WindowStateTest : public QObject {
     }
 
     void aMissingFileGivesTheInitialValues() {
-        const WindowState state = WindowState::load(folder.filePath("missing.ini"));
+        const WindowState state = WindowState::load(folder.filePath("missing.json"));
         QCOMPARE(state.size, QSize(1000, 640));
         QCOMPARE(state.isMaximized, false);
         QCOMPARE(state.sidebarWidth, 200);
@@ -48,9 +50,13 @@ class WindowStateTest : public QObject {
 
     void valuesThatMakeNoSenseGiveTheInitialOnes() {
         for (const QByteArray &contents :
-             {QByteArray("[window]\nwidth=-5\nheight=99999999999999\nsidebarWidth=wide\nupperLogShare=nan\n"),
-              QByteArray("[window]\nwidth=0\nheight=\nsidebarWidth=1e9\nupperLogShare=17\n"),
-              QByteArray("\0\1\2 no ini at all [[[", 22), QByteArray()}) {
+             {QByteArray(
+                  R"({"width":-5,"height":99999999999999,"sidebarWidth":"wide","upperLogShare":null})"),
+              QByteArray(R"({"width":0,"height":1.5e300,"sidebarWidth":1e9,"upperLogShare":17})"),
+              QByteArray(R"({"width":1.5,"height":[640],"sidebarWidth":{},"upperLogShare":0})"),
+              QByteArray(R"([{"width":700}])"), QByteArray(R"({"width":700)"),
+              QByteArray("width=@Variant(\0\0\0\x7f\0\0\0\xff)\n"),
+              QByteArray("\0\1\2 nothing at all [[[", 23), QByteArray()}) {
             const WindowState state = read(contents);
             QCOMPARE(state.size, QSize(1000, 640));
             QCOMPARE(state.sidebarWidth, 200);
@@ -58,8 +64,20 @@ class WindowStateTest : public QObject {
         }
     }
 
+    void aFileThatIsTooLargeToBeOursIsLeftUnread() {
+        const QByteArray entry = R"({"width":700)";
+        QCOMPARE(read(entry + '}').size.width(), 700);
+        QCOMPARE(read(entry + QByteArray(100'000, ' ') + '}').size.width(), 1000);
+    }
+
+    void aPipeInPlaceOfTheFileHoldsNothingUp() {
+        const QString path = folder.filePath("pipe.json");
+        QCOMPARE(mkfifo(qPrintable(path), 0600), 0);
+        QCOMPARE(WindowState::load(path).size, QSize(1000, 640));
+    }
+
     void aFolderInPlaceOfTheFileDoesNoHarm() {
-        const QString path = folder.filePath("folder.ini");
+        const QString path = folder.filePath("folder.json");
         QVERIFY(QDir().mkpath(path + "/below"));
         WindowState().save(path);
         QCOMPARE(WindowState::load(path).size, QSize(1000, 640));

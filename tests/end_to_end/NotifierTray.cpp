@@ -80,6 +80,7 @@ QString NotifierTray::toolTip() const {
     }
     argument.endArray();
     argument >> title;
+    argument.endStructure();
     return title;
 }
 
@@ -98,6 +99,7 @@ int NotifierTray::pictureCount() const {
         argument >> width >> height >> pixels;
         argument.endStructure();
     }
+    argument.endArray();
     return count;
 }
 
@@ -125,8 +127,11 @@ QList<NotifierTray::Entry> NotifierTray::menu() const {
         const auto argument = child.variant().value<QDBusArgument>();
         argument.beginStructure();
         argument >> id >> properties;
+        argument.endStructure();
         entries << Entry{id, properties.value("label").toString().remove('_')};
     }
+    root.endArray();
+    root.endStructure();
     return entries;
 }
 

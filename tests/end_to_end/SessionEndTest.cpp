@@ -108,7 +108,7 @@ class SessionEndTest : public QObject {
         QVERIFY(
             waitUntil([&] { return launcher.startAgain() == 0 && launcher.visibleWindows().size() == 1; }));
         const QString state =
-            QString(tree.home().c_str()) + "/.local/state/ferrolt-miner-launcher/window.ini";
+            QString(tree.home().c_str()) + "/.local/state/ferrolt-miner-launcher/window.json";
         QFile::remove(state);
         manager->tell("save");
         QVERIFY(waitUntil([&] { return QFile::exists(state); }));

@@ -40,6 +40,16 @@ if(NOT APPLE)
         FERROLT_SESSION_MANAGER="$<TARGET_FILE:practice-session-manager>")
     set_tests_properties(end_to_end.SessionEndTest PROPERTIES RUN_SERIAL ON)
 
+    ferrolt_test(end_to_end ClipboardTest LINKS ferrolt_platform ferrolt_paths TIMEOUT 180
+        SOURCES end_to_end/Launcher.cpp end_to_end/VirtualDesktop.cpp)
+    add_dependencies(ClipboardTest ferrolt-miner-launcher)
+    target_compile_definitions(ClipboardTest PRIVATE
+        FERROLT_LAUNCHER="$<TARGET_FILE:ferrolt-miner-launcher>"
+        FERROLT_CONSOLE_TEXT="${PROJECT_SOURCE_DIR}/tools/console-text"
+        FERROLT_SCREEN_READER="${PROJECT_SOURCE_DIR}/tests/end_to_end/screen-reader"
+        FERROLT_NODE_SERVER_HOST="${FERROLT_NODE_SERVER_HOST}")
+    set_tests_properties(end_to_end.ClipboardTest PROPERTIES RUN_SERIAL ON)
+
     find_package(X11 REQUIRED COMPONENTS xcb)
     ferrolt_test(end_to_end TrayTest LINKS ferrolt_platform ferrolt_paths Qt6::DBus X11::xcb TIMEOUT 300
         SOURCES end_to_end/Launcher.cpp end_to_end/NotifierTray.cpp end_to_end/NotifierTray.h end_to_end/VirtualDesktop.cpp

@@ -129,7 +129,7 @@ class PackageTest : public QObject {
         for (const char *library : {"libqt6widgets6", "libqt6svg6", "libssl3", "libxcb1"})
             QVERIFY2(needed.contains(library), qPrintable(needed));
         QCOMPARE(run("dpkg-deb", {"--field", package, "Recommends"}).printed.trimmed(),
-                 QString("7zip, pkexec, qt6-wayland"));
+                 QString("ca-certificates, 7zip, pkexec, qt6-wayland"));
     }
 
   private:

@@ -1,0 +1,117 @@
+#include "InstalledTree.h"
+#include "Launcher.h"
+#include "Listener.h"
+#include "Waiting.h"
+
+#include <QElapsedTimer>
+#include <QTest>
+
+#include <chrono>
+
+#include <signal.h>
+
+using namespace ferrolt;
+using namespace std::chrono_literals;
+
+/// The built program and the desktop's clipboard, which belongs to whichever program copied last.
+class ClipboardTest : public QObject {
+    Q_OBJECT
+
+    VirtualDesktop desktop;
+    Listener enginePort;
+    std::unique_ptr<InstalledTree> tree;
+    std::unique_ptr<Launcher> launcher;
+
+    /// Another program that holds `text` ready until it is ended.
+    std::unique_ptr<QProcess> ownerOf(const QByteArray &text) const {
+        auto owner = std::make_unique<QProcess>();
+        owner->setProcessEnvironment(desktop.environment(tree->home().c_str()));
+        owner->start("xclip", {"-quiet", "-in", "-selection", "clipboard"});
+        owner->write(text);
+        owner->closeWriteChannel();
+        const bool isOwner = waitUntil([&] { return onTheClipboard() == text; });
+        return isOwner ? std::move(owner) : nullptr;
+    }
+    QByteArray onTheClipboard(int *exitCode = nullptr) const {
+        return desktop.run("xclip", {"-out", "-selection", "clipboard"}, exitCode).toUtf8();
+    }
+    void press(const QStringList &keys) const { desktop.run("xdotool", QStringList("key") + keys); }
+    QString inTheField() const {
+        return desktop
+            .run(FERROLT_SCREEN_READER, {QString::number(launcher->id()), "text", "E-Mail Address"})
+            .trimmed();
+    }
+    bool waitForTheField(const QString &text) const {
+        return waitUntil([&] { return inTheField() == text; });
+    }
+
+  private Q_SLOTS:
+    void initTestCase() { QVERIFY2(desktop.failure().isEmpty(), qPrintable(desktop.failure())); }
+
+    /// Its form on screen, the keyboard in the first field, which holds "typed".
+    void init() {
+        tree = std::make_unique<InstalledTree>("wait", "wait");
+        tree->writeEnginePort(std::to_string(enginePort.port));
+        tree->writeIdentity("");
+        launcher = std::make_unique<Launcher>(desktop, tree->executable(), tree->home());
+        QVERIFY(waitUntil([&] { return launcher->visibleWindows().size() == 2; }, 60s));
+        press({"Return"});
+        QVERIFY(waitUntil([&] { return launcher->visibleWindows().size() == 1; }));
+        QVERIFY(waitUntil([&] {
+            press({"Tab"});
+            desktop.run("xdotool", {"type", "typed"});
+            return inTheField().contains("typed");
+        }));
+        press({"ctrl+a"});
+        desktop.run("xdotool", {"type", "typed"});
+        QVERIFY(waitForTheField("typed"));
+    }
+    void cleanup() {
+        launcher.reset();
+        tree.reset();
+    }
+
+    void whatAnotherProgramCopiedIsPasted() {
+        const auto owner = ownerOf("grace@example.org");
+        QVERIFY(owner);
+        press({"ctrl+a", "ctrl+v"});
+        QVERIFY(waitForTheField("grace@example.org"));
+    }
+
+    void aPasteWhoseOwnerIsGoneChangesNothingAndHoldsNothingUp() {
+        const auto owner = ownerOf("grace@example.org");
+        QVERIFY(owner);
+        owner->kill();
+        QVERIFY(owner->waitForFinished());
+        QElapsedTimer taken;
+        taken.start();
+        press({"ctrl+a", "ctrl+v", "End", "x"});
+        QVERIFY(waitForTheField("typedx"));
+        QVERIFY2(taken.elapsed() < 4000, qPrintable(QString::number(taken.elapsed())));
+    }
+
+    /// It is asked, and never answers: the keyboard is the user's again after a few seconds.
+    void aPasteWhoseOwnerIsStuckChangesNothing() {
+        const auto owner = ownerOf("grace@example.org");
+        QVERIFY(owner);
+        kill(static_cast<pid_t>(owner->processId()), SIGSTOP);
+        press({"ctrl+a", "ctrl+v", "End", "x"});
+        QVERIFY(waitUntil([&] { return inTheField() == "typedx"; }, 60s));
+        owner->kill();
+        owner->waitForFinished();
+    }
+
+    void whatTheLauncherCopiedGoesWithItAndHoldsItsEndUpByNothing() {
+        press({"ctrl+a", "ctrl+c"});
+        QVERIFY(waitUntil([&] { return onTheClipboard() == "typed"; }));
+        kill(launcher->id(), SIGTERM);
+        QVERIFY(waitUntil([&] { return !launcher->isRunning(); }));
+        QCOMPARE(launcher->program().exitStatus(), QProcess::NormalExit);
+        int exitCode = 0;
+        QCOMPARE(onTheClipboard(&exitCode), QByteArray());
+        QVERIFY(exitCode != 0);
+    }
+};
+
+QTEST_GUILESS_MAIN(ClipboardTest)
+#include "ClipboardTest.moc"
