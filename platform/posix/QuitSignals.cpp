@@ -32,13 +32,18 @@ void handleWith(void (*handler)(int)) {
     action.sa_handler = handler;
     action.sa_flags = SA_RESTART;
     sigemptyset(&action.sa_mask);
+    sigset_t wanted;
+    sigemptyset(&wanted);
     for (const int signal : quitSignals) {
         // Who starts the launcher under nohup wants it to outlive the terminal.
         struct sigaction before {};
         const bool ignored = sigaction(signal, nullptr, &before) == 0 && before.sa_handler == SIG_IGN;
         if (signal != SIGHUP || !ignored)
             sigaction(signal, &action, nullptr);
+        sigaddset(&wanted, signal);
     }
+    // Who starts the launcher may have them blocked, and that is inherited.
+    pthread_sigmask(SIG_UNBLOCK, &wanted, nullptr);
 }
 
 }  // namespace

@@ -37,8 +37,7 @@ class ClipboardTest : public QObject {
     }
     void press(const QStringList &keys) const { desktop.run("xdotool", QStringList("key") + keys); }
     QString inTheField() const {
-        return desktop
-            .run(FERROLT_SCREEN_READER, {QString::number(launcher->id()), "text", "E-Mail Address"})
+        return desktop.run(FERROLT_SCREEN_READER, {QString::number(launcher->id()), "text", "E-Mail Address"})
             .trimmed();
     }
     bool waitForTheField(const QString &text) const {

@@ -189,7 +189,19 @@ class ProcessTest : public QObject {
         QCOMPARE(factOf(facts, "SigIgn"), "0000000000000000");
         QCOMPARE(factOf(facts, "SigCgt"), "0000000000000000");
         QCOMPARE(factOf(facts, "cwd"), "/");
+        QCOMPARE(factOf(facts, "pgid"),
+                 factOf(facts, "pid"));  // Ctrl+C in a terminal is the launcher's alone
         QCOMPARE(factOf(facts, "env.FERROLT_TEST_MARK"), "inherited");
+    }
+
+    void aLauncherThatInheritsTheWishToForgetItsChildrenLearnsTheirStatusAllTheSame() {
+        std::signal(SIGCHLD, SIG_IGN);
+        Child child({"exit", "3"});
+        const auto failure = child.launch();
+        const auto status = child.process.waitUntilExit();
+        std::signal(SIGCHLD, SIG_DFL);
+        QVERIFY(!failure);
+        QCOMPARE(status, 3);
     }
 
     void aLauncherWithoutStandardDescriptorsStillGivesItsChildAllThree() {

@@ -5,10 +5,13 @@
 
 #include <QTest>
 
+#include <cerrno>
 #include <csignal>
 #include <filesystem>
 
-#include <sys/resource.h>
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
 
 using namespace ferrolt;
 using namespace std::chrono_literals;
@@ -49,6 +52,25 @@ class AppVarsStartTest : public QObject {
     }
 
     void aMissingPortFileMakesItProbe9877() {
+        const FileDescriptor port(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        const int on = 1;
+        setsockopt(port.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+        sockaddr_in at{};
+        at.sin_family = AF_INET;
+        at.sin_port = htons(9877);
+        at.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        if (bind(port.get(), reinterpret_cast<sockaddr *>(&at), sizeof at) != 0)
+            QSKIP("Somebody else has the port that is probed.");
+        QCOMPARE(listen(port.get(), 1), 0);
+        Supervision s;
+        s.start();
+        QVERIFY(s.waitForClientLog("accepting connections on 127.0.0.1:9877; starting Qor Client.\n"));
+        char byte = 0;
+        const FileDescriptor probe(accept(port.get(), nullptr, nullptr));
+        QCOMPARE(recv(probe.get(), &byte, 1, 0), ssize_t(0));
+    }
+
+    void aMissingPortFileMakesItNameThatPortWhenTheWaitIsOver() {
         Supervision s;
         s.start();
         QVERIFY(s.letThePortWaitRunOut());
@@ -58,9 +80,9 @@ class AppVarsStartTest : public QObject {
     }
 
     void withNothingListeningTheClientStartsAfterThirtySecondsAllTheSame() {
-        std::int64_t closed = Listener().port;
+        const ClosedPort closed;
         Supervision s;
-        s.tree.writeEnginePort(std::to_string(closed));
+        s.tree.writeEnginePort(std::to_string(closed.port));
         AppVars &vars = s.start();
         QVERIFY(waitUntil([&] { return s.time->sleeping() > 0; }));
         const auto before = s.time->now();
@@ -89,7 +111,7 @@ class AppVarsStartTest : public QObject {
         s.tree.writeEnginePort(std::to_string(port.port));  // a second wait would find this one at once
         vars.awaitEnginePort();
         vars.startServices();
-        QTest::qWait(50);
+        QCOMPARE(threadsNamed("background"), 1);
         QCOMPARE(s.time->sleeping(), 1);
         QVERIFY(s.letThePortWaitRunOut());
         QVERIFY(s.clientLog().find("127.0.0.1:1 within") != std::string::npos);
@@ -104,29 +126,56 @@ class AppVarsStartTest : public QObject {
         kill(vars._lump.get()->processIdentifier(), SIGKILL);
         QVERIFY(waitUntil([&] { return vars._isPermanentlyStopped.get(); }));
         s.time->advance(31s);
-        QVERIFY(waitUntil([&] { return s.time->sleeping() == 0; }));
-        QTest::qWait(50);
+        s.letTheBackgroundEnd();
         QVERIFY(vars.qorClientLog().isEmpty());
         QVERIFY(!vars._isQorClientRunning);
     }
 
-    void withAnIncompleteIdentityTheEngineRunsAloneAndNothingIsSaid() {
+    void aStopDuringTheWaitStartsNoClient() {
         Supervision s;
+        s.tree.writeEnginePort("1");
+        AppVars &vars = s.start();
+        QVERIFY(waitUntil([&] { return s.time->sleeping() == 1; }));
+        vars.stopAll();
+        s.time->advance(31s);
+        s.letTheBackgroundEnd();
+        QVERIFY(vars.qorClientLog().isEmpty());
+        QVERIFY(!vars._isQorClientRunning);
+        QVERIFY(s.alerts->shown.empty());
+    }
+
+    void withAnIncompleteIdentityTheEngineRunsAloneAndNothingIsSaid() {
+        const Listener port;  // a client that is not to start would start at once
+        Supervision s;
+        s.tree.writeEnginePort(std::to_string(port.port));
         s.tree.writeIdentity("ada@example.org", " \t ");
         AppVars &vars = s.start();
         QVERIFY(vars._isLumRunning);
-        QTest::qWait(20);
+        s.letTheBackgroundEnd();
         QVERIFY(!vars._isQorClientRunning);
         QVERIFY(vars.qorClientLog().isEmpty());
         QVERIFY(s.alerts->shown.empty());
         // The form was filled in: the next request starts the client alone.
-        const Listener port;
-        s.tree.writeEnginePort(std::to_string(port.port));
         s.tree.writeIdentity("ada@example.org", "Ada Lovelace");
         const int engine = vars._lump.get()->processIdentifier();
         vars.startServices();
         QVERIFY(waitUntil([&] { return vars._isQorClientRunning.get(); }));
         QCOMPARE(vars._lump.get()->processIdentifier(), engine);
+    }
+
+    void afterTheEngineAloneWasRestartedThereIsANewWaitForItsPort() {
+        Supervision s;
+        s.tree.writeIdentity("", "");
+        s.tree.writeEnginePort("1");
+        AppVars &vars = s.start();
+        QVERIFY(s.waitForEngineLog("ready"));
+        s.tree.writeIdentity("ada@example.org", "Ada Lovelace");
+        vars.reloadEngine();
+        QVERIFY(waitUntil([&] { return s.time->sleeping() == 1; }));
+        QVERIFY(vars._isLumRunning);
+        QCOMPARE(threadsNamed("background"), 1);
+        QVERIFY(s.letThePortWaitRunOut());
+        QVERIFY(vars._isQorClientRunning);
     }
 
     void whileBothRunAnotherStartDoesNothing() {
@@ -139,7 +188,7 @@ class AppVarsStartTest : public QObject {
         const auto client = vars._qorcp.get();
         vars.startServices();
         vars.startServices();
-        QTest::qWait(20);
+        s.letTheBackgroundEnd();
         QCOMPARE(vars._lump.get(), engine);
         QCOMPARE(vars._qorcp.get(), client);
     }
@@ -170,111 +219,6 @@ class AppVarsStartTest : public QObject {
                 std::string::npos);
     }
 
-    void anEngineThatCannotStartEndsInTheFatalAlert_data() {
-        QTest::addColumn<QString>("kind");
-        QTest::addColumn<QString>("message");
-        QTest::newRow("missing") << "missing"
-                                 << "Orbix binary not found at %1";
-        QTest::newRow("not executable") << "plain"
-                                        << "Failed to start Lumora Core: Permission denied";
-        QTest::newRow("a folder") << "folder"
-                                  << "Failed to start Lumora Core: Permission denied";
-        QTest::newRow("a script without interpreter")
-            << "script"
-            << "Failed to start Lumora Core: No such file or directory";
-        QTest::newRow("a binary of another machine") << "foreign"
-                                                     << "Failed to start Lumora Core: Exec format error";
-    }
-    void anEngineThatCannotStartEndsInTheFatalAlert() {
-        QFETCH(QString, kind);
-        QFETCH(QString, message);
-        Supervision s;
-        const fs::path engine = s.tree.engine();
-        if (kind == "plain") {
-            fs::permissions(engine, fs::perms::owner_read);
-        } else {
-            fs::remove(engine);
-            if (kind == "folder")
-                fs::create_directory(engine);
-            if (kind == "script" || kind == "foreign") {
-                TestTree::write(engine, kind == "script" ? "#!/no/such/interpreter\n" : foreignBinary());
-                fs::permissions(engine, fs::perms::owner_all);
-            }
-        }
-        // Without the file, the folder that is not tested is the one that is named.
-        const fs::path named = s.tree.path() / "dev/Tandril/LumoraCore/Bin/MediaEngine/Orbix";
-        AppVars &vars = s.start();
-        QVERIFY(s.alerts->shown.empty());  // it comes after the current work
-        QVERIFY(waitUntil([&] { return !s.alerts->shown.empty(); }));
-        const Alert alert = s.alerts->shown.front();
-        QCOMPARE(alert.style, AlertStyle::Critical);
-        QCOMPARE(alert.messageText, QStringLiteral("Ferrolt Miner Launcher Error"));
-        QCOMPARE(alert.informativeText, message.contains("%1") ? message.arg(named.c_str()) : message);
-        QCOMPARE(alert.button, QStringLiteral("Exit"));
-        QVERIFY(!vars._isLumRunning);
-        QVERIFY(!vars._isQorClientRunning);
-        QVERIFY(vars.lumoraLog().isEmpty());
-        QCOMPARE(s.terminations, 0);
-        s.alerts->dismiss(0);
-        QCOMPARE(s.terminations, 1);
-        QCOMPARE(s.alerts->shown.size(), 1U);
-    }
-
-    void aClientThatIsMissingEndsInTheFatalAlertAndTheEngineIsNotLeftRunning() {
-        Supervision s;
-        fs::remove(s.tree.client());
-        AppVars &vars = s.create();
-        vars.startServices();
-        QVERIFY(!vars._isLumRunning);
-        QVERIFY(waitUntil([&] { return !s.alerts->shown.empty(); }));
-        QCOMPARE(s.alerts->shown.front().informativeText,
-                 QStringLiteral("Qor Client executable not found at ") + s.tree.client().c_str());
-        QVERIFY(s.waitForEngineLog("Lumora Core terminated with status 15\n"));
-        QCOMPARE(s.alerts->shown.size(), 1U);
-    }
-
-    void aClientThatCannotStartEndsInTheFatalAlertAndTheEngineIsNotLeftRunning() {
-        const Listener port;
-        Supervision s;
-        s.tree.writeEnginePort(std::to_string(port.port));
-        fs::permissions(s.tree.client(), fs::perms::owner_read);
-        AppVars &vars = s.start();
-        const int engine = vars._lump.get()->processIdentifier();
-        QVERIFY(waitUntil([&] { return !s.alerts->shown.empty(); }));
-        QCOMPARE(s.alerts->shown.front().informativeText,
-                 QStringLiteral("Failed to start Qor Client: Permission denied"));
-        QVERIFY(waitUntil([&] { return !isAlive(engine); }));
-        QVERIFY(!vars._isLumRunning);
-        QVERIFY(!vars._isQorClientRunning);
-        QCOMPARE(s.clientLog().find("Qor Client started."), std::string::npos);
-    }
-
-    void afterAFatalErrorNothingIsStartedAgain() {
-        Supervision s;
-        fs::remove(s.tree.client());
-        AppVars &vars = s.start();
-        vars.startServices();  // a second press that was queued before the alert came up
-        QVERIFY(waitUntil([&] { return !s.alerts->shown.empty(); }));
-        vars.startServices();
-        QTest::qWait(20);
-        QVERIFY(!vars._isLumRunning);
-        QCOMPARE(s.alerts->shown.size(), 1U);
-    }
-
-    void withoutADescriptorToSpareTheStartEndsInTheFatalAlert() {
-        Supervision s;
-        s.create();
-        rlimit before{};
-        getrlimit(RLIMIT_NOFILE, &before);
-        rlimit none = before;
-        none.rlim_cur = 4;
-        setrlimit(RLIMIT_NOFILE, &none);
-        s.vars->startServices();
-        setrlimit(RLIMIT_NOFILE, &before);
-        QVERIFY(waitUntil([&] { return !s.alerts->shown.empty(); }));
-        QVERIFY(s.alerts->shown.front().informativeText.startsWith("Failed to start Lumora Core: "));
-    }
-
     void theResultOfAWaitIsDroppedWhenTheLauncherIsGone() {
         Supervision s;
         s.tree.writeEnginePort("1");
@@ -288,16 +232,7 @@ class AppVarsStartTest : public QObject {
         s.time->advance(1s);
         QVERIFY(waitUntil([&] { return s.time->sleeping() == 0; }));
         QCOMPARE(engine->waitUntilExit(), SIGTERM);
-        QTest::qWait(20);
-    }
-
-  private:
-    static std::string foreignBinary() {
-        std::ifstream file(FERROLT_PRACTICE_CHILD, std::ios::binary);
-        std::string bytes((std::istreambuf_iterator<char>(file)), {});
-        bytes[18] = '\x16';  // the machine in the ELF header
-        bytes[19] = '\0';
-        return bytes;
+        Supervision::letTheBackgroundEnd();  // its result comes to nobody
     }
 };
 

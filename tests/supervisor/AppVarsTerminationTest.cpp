@@ -110,7 +110,7 @@ class AppVarsTerminationTest : public QObject {
         QVERIFY(
             s.alerts->shown.front().informativeText.startsWith("Lumora Core stopped (exit status 11).\n\n"));
         s.vars->startServices();
-        QTest::qWait(50);
+        Supervision::letTheBackgroundEnd();
         QVERIFY(!s.vars->_isLumRunning);
         QCOMPARE(count(s.engineLog(), "Lumora Core started."), 1U);
     }
@@ -169,10 +169,13 @@ class AppVarsTerminationTest : public QObject {
         Supervision s("close-output");
         s.start();
         QVERIFY(s.waitForEngineLog("closing"));
-        QTest::qWait(50);
+        QVERIFY(waitUntil([] { return threadsNamed("child-output") == 0; }));
+        Supervision::letTheMainQueueTurn();
         QVERIFY(s.vars->_isLumRunning);
         QVERIFY(s.vars->_lump.get()->isRunning());
         QVERIFY(s.alerts->shown.empty());
+        kill(s.vars->_lump.get()->processIdentifier(), SIGKILL);
+        QVERIFY(s.waitForEngineLog("Lumora Core terminated with status 9\n"));
     }
 
     void aChildThatWritesNothingIsSupervisedAllTheSame() {

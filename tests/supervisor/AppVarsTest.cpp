@@ -1,10 +1,15 @@
 #include "AppVars.h"
+#include "Listener.h"
 #include "RecordingAlerts.h"
+#include "Supervision.h"
 #include "TestTree.h"
 #include "Updater.h"
 
 #include <QSignalSpy>
 #include <QTest>
+
+#include <csignal>
+#include <tuple>
 
 using namespace ferrolt;
 
@@ -128,6 +133,52 @@ class AppVarsTest : public QObject {
         QCOMPARE(sizes, (QList<std::size_t>{0, 1}));
         QCOMPARE(tabs, (QStringList{"settings", "settings"}));
         QCOMPARE(vars->_selectedTab.get(), std::optional(QStringLiteral("home")));
+    }
+
+    void whateverAViewShowsIsAnnouncedBeforeItChanges() {
+        const Listener port;
+        Supervision s;
+        s.tree.writeEnginePort(std::to_string(port.port));
+        AppVars &vars = s.create();
+        const auto state = [&vars] {
+            return std::tuple(vars._isLumRunning.get(), vars._isQorClientRunning.get(),
+                              vars._isPermanentlyStopped.get(), vars._lump.get(), vars._qorcp.get(),
+                              vars._selectedTab.get(), vars.lumoraLog().joined(),
+                              vars.qorClientLog().joined());
+        };
+        auto last = state();
+        bool isAnnounced = false;
+        int unannounced = 0;
+        int changes = 0;
+        // Between two looks at the state there is an announcement, or it is the same.
+        const auto look = [&] {
+            const auto now = state();
+            if (now != last) {
+                ++changes;
+                unannounced += isAnnounced ? 0 : 1;
+                isAnnounced = false;
+                last = now;
+            }
+        };
+        connect(&vars, &AppVars::objectWillChange, &vars, [&] {
+            look();
+            isAnnounced = true;
+        });
+        vars.startServices();
+        look();
+        QVERIFY(waitUntil([&] {
+            look();
+            return vars._isQorClientRunning.get() && s.clientLog().find("ready") != std::string::npos;
+        }));
+        kill(vars._qorcp.get()->processIdentifier(), SIGKILL);
+        QVERIFY(waitUntil([&] {
+            look();
+            return s.engineLog().find("terminated") != std::string::npos &&
+                   s.clientLog().find("terminated") != std::string::npos;
+        }));
+        QCOMPARE(unannounced, 0);
+        // Three values for each child on its way up and three on its way down, the logs' lines, and the stop.
+        QVERIFY2(changes >= 16, qPrintable(QString::number(changes)));
     }
 
     void theUpdatersAnnouncementsAreForwarded() {

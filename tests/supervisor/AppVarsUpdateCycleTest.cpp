@@ -69,14 +69,6 @@ struct UpdateScene : Supervision {
         downloads.server.on(manifestPath, TestHttpsServer::replies(status, json));
     }
     qsizetype checks() const { return downloads.server.requestCount(manifestPath); }
-    /// What was handed to the main thread so far, and what that handed over in turn, has run.
-    static void letTheMainQueueTurn() {
-        for (int turn = 0; turn < 2; ++turn) {
-            bool isOver = false;
-            MainQueue::async([&] { isOver = true; });
-            waitUntil([&] { return isOver; });
-        }
-    }
     fs::path application() const { return tree.path() / "root/Applications/LibreOffice.app"; }
 
     /// One tick of the update timer, and the check that it starts.

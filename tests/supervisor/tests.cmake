@@ -1,4 +1,6 @@
+ferrolt_test(supervisor AppVarsFatalErrorTest LINKS ferrolt_supervisor)
 ferrolt_test(supervisor AppVarsStartTest LINKS ferrolt_supervisor)
+ferrolt_test(supervisor AppVarsStarvedTest LINKS ferrolt_supervisor)
 ferrolt_test(supervisor AppVarsTerminationTest LINKS ferrolt_supervisor)
 ferrolt_test(supervisor AppVarsTest LINKS ferrolt_supervisor)
 ferrolt_test(supervisor AppVarsUpdateCycleTest LINKS ferrolt_supervisor ferrolt_test_installation)

@@ -1,8 +1,10 @@
 #pragma once
 
 #include "AppVars.h"
+#include "MainQueue.h"
 #include "ManualTime.h"
 #include "Process.h"
+#include "ProcessFacts.h"
 #include "RecordingAlerts.h"
 #include "TestTree.h"
 #include "Waiting.h"
@@ -41,6 +43,9 @@ struct Supervision {
             if (child)
                 child->waitUntilExit();
         }
+        // A wait for the port that is under way ends at its next look, and not in the middle of the next test.
+        vars.reset();
+        time->advance(std::chrono::seconds(1));
     }
 
     AppVars &create() {
@@ -68,6 +73,22 @@ struct Supervision {
     }
     bool waitForClientLog(const std::string &part) const {
         return waitUntil([&] { return clientLog().find(part) != std::string::npos; });
+    }
+
+    /// What was handed to the main thread so far, and what that handed over in turn, has run.
+    static void letTheMainQueueTurn() {
+        for (int turn = 0; turn < 2; ++turn) {
+            bool isOver = false;
+            MainQueue::async([&] { isOver = true; });
+            waitUntil([&] { return isOver; });
+        }
+    }
+
+    /// The port waits that are under way have come to their ends, and to what follows from them.
+    static void letTheBackgroundEnd() {
+        letTheMainQueueTurn();
+        waitUntil([] { return threadsNamed("background") == 0; });
+        letTheMainQueueTurn();
     }
 
     /// Lets the port wait run out, in steps that its probes can follow.

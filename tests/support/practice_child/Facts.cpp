@@ -42,6 +42,7 @@ std::string factsAboutThisProcess(const Words &commandLine) {
         facts += name + '=' + value + '\n';
     };
     add("pid", std::to_string(getpid()));
+    add("pgid", std::to_string(getpgrp()));
     add("descriptors", openDescriptors());
     add("stdin", linkTarget("/proc/self/fd/0"));
     add("cwd", linkTarget("/proc/self/cwd"));

@@ -149,7 +149,8 @@ const std::vector<Misbehaviour> &misbehaviours() {
              std::signal(SIGTERM, SIG_IGN);
              return waitForEver();
          }},
-        {"slow-term MILLISECONDS", "says \"ending\" at the terminate request and dies of it after the delay",
+        {"slow-term MILLISECONDS",
+         "at the terminate request waits for the delay, says \"ending\" and dies of it",
          [](W a, W) {
              sigset_t request;
              sigemptyset(&request);
@@ -158,8 +159,8 @@ const std::vector<Misbehaviour> &misbehaviours() {
              say("ready\n");
              int signal = 0;
              sigwait(&request, &signal);
-             say("ending\n");
              pauseFor(number(a, 0, 0));
+             say("ending\n");
              sigprocmask(SIG_UNBLOCK, &request, nullptr);
              return die(SIGTERM);
          }},
