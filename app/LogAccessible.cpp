@@ -4,6 +4,7 @@
 #include "LogTextArea.h"
 #include "StatusBadge.h"
 #include "Utf16Index.h"
+#include "Utf8.h"
 
 #include <QAccessible>
 #include <QAccessibleWidget>
@@ -122,7 +123,7 @@ class LogTextInterface final : public QAccessibleWidget, public QAccessibleTextI
         QByteArray joined;
         for (const QByteArray &piece : LogText::pieces(log, span))
             joined += piece;
-        return QString::fromUtf8(joined);
+        return utf16Of(joined);
     }
 
     static QString nothing(int *start, int *end) {
@@ -193,8 +194,7 @@ class Announcer : public QObject {
         QByteArray text;
         for (std::uint64_t i = from; i < known; ++i)
             text += log.bySequence(i);
-        QAccessibleTextInsertEvent event(&area, index.unitsBefore({from, ByteOffset{0}}),
-                                         QString::fromUtf8(text));
+        QAccessibleTextInsertEvent event(&area, index.unitsBefore({from, ByteOffset{0}}), utf16Of(text));
         QAccessible::updateAccessibility(&event);
     }
 

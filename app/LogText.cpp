@@ -22,8 +22,8 @@ class Window {
         const std::size_t end = utf8Floor(element, std::min(at + reach, size));
         bytes = QByteArrayView(element).sliced(static_cast<qsizetype>(begin),
                                                static_cast<qsizetype>(end - begin));
-        text = QString::fromUtf8(bytes);
-        unit = static_cast<int>(QString::fromUtf8(bytes.first(static_cast<qsizetype>(at - begin))).size());
+        text = utf16Of(bytes);
+        unit = static_cast<int>(utf16Of(bytes.first(static_cast<qsizetype>(at - begin))).size());
     }
 
     ByteOffset offsetOf(qsizetype units) const {

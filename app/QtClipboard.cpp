@@ -1,5 +1,7 @@
 #include "QtClipboard.h"
 
+#include "Utf8.h"
+
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QMimeData>
@@ -23,7 +25,7 @@ class TextInPieces : public QMimeData {
         if (!hasFormat(mimeType))
             return QVariant();
         if (type.id() == QMetaType::QString)
-            return QString::fromUtf8(joined());
+            return utf16Of(joined());
         return joined();
     }
 

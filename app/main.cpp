@@ -38,6 +38,10 @@ int runApplication(SingleInstance &instance) {
 
     Ferrolt_Miner_LauncherApp app(Seams(std::make_shared<QtAlertPresenter>()));
     AppDelegate &delegate = app.appDelegate();
+    // Before the window is made, which saves its state then: a slow disk must not keep the children waiting.
+    QObject::connect(qApp, &QApplication::aboutToQuit, &app, [&] { delegate.applicationWillTerminate(); });
+    // Whoever starts the program from now on is not handed over to one that is ending.
+    QObject::connect(qApp, &QApplication::aboutToQuit, &app, [&] { instance.stopListening(); });
     MainWindow window(app.appVars(), systemTime(), std::make_shared<QtClipboard>(),
                       MainWindow::defaultStateFile());
     delegate.setFirstWindow(&window);
@@ -45,7 +49,6 @@ int runApplication(SingleInstance &instance) {
     QObject::connect(&window, &MainWindow::contentAppeared, &app,
                      &Ferrolt_Miner_LauncherApp::windowContentAppeared);
     QObject::connect(&window, &MainWindow::quitRequested, qApp, &QApplication::quit);
-    QObject::connect(qApp, &QApplication::aboutToQuit, &app, [&] { delegate.applicationWillTerminate(); });
     const QuitSignals signals([] { QApplication::quit(); });
     const DesktopSession session([&] { window.saveState(); });
     const auto reopen = [&] {

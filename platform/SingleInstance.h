@@ -29,6 +29,10 @@ class SingleInstance {
     /// before this call. Needs the application object.
     void listen(std::function<void()> reopen);
 
+    /// For a program that is ending: a start from here on is not handed over any more, and waits for its
+    /// place. Main thread.
+    void stopListening();
+
   private:
     struct State;
     std::unique_ptr<State> state;

@@ -96,7 +96,7 @@ bool ImageListing::line(std::string_view text) {
     if (const auto path = valueOf(text, "Path")) {
         if (!finishBlock())
             return false;
-        block.emplace();
+        block = Block();
         block->path = *path;
         return true;
     }

@@ -3,8 +3,10 @@
 #include "FileDescriptor.h"
 
 #include <QSocketNotifier>
+#include <QTimer>
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <cstddef>
 #include <cstring>
@@ -109,12 +111,22 @@ struct SingleInstance::State {
     std::unique_ptr<QSocketNotifier> notifier;
     std::function<void()> reopen;
 
+    /// Without a descriptor to spare the connection stays where it is and would call at every turn of the
+    /// event loop.
+    void lookAgainLater() {
+        notifier->setEnabled(false);
+        QTimer::singleShot(250ms, notifier.get(), [this] { notifier->setEnabled(true); });
+    }
+
     void acceptAll() {
         bool called = false;
         for (;;) {
             const FileDescriptor connection(accept4(socket.get(), nullptr, nullptr, SOCK_CLOEXEC));
-            if (!connection.isValid())
+            if (!connection.isValid()) {
+                if (errno == EMFILE || errno == ENFILE)
+                    lookAgainLater();
                 break;
+            }
             if (belongsToThisUser(connection.get())) {
                 called = true;
                 const char confirmation = 1;
@@ -162,6 +174,11 @@ void SingleInstance::listen(std::function<void()> reopen) {
     state->notifier = std::make_unique<QSocketNotifier>(state->socket.get(), QSocketNotifier::Read);
     QObject::connect(state->notifier.get(), &QSocketNotifier::activated, state->notifier.get(),
                      [this] { state->acceptAll(); });
+}
+
+void SingleInstance::stopListening() {
+    state->notifier.reset();
+    state->socket.close();
 }
 
 }  // namespace ferrolt

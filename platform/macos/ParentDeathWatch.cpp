@@ -16,10 +16,11 @@ namespace {
 // told of.
 constexpr int mostChildren = 64;
 
-void watch(int queue, pid_t process) {
+/// False when the process is gone already.
+bool watch(int queue, pid_t process) {
     struct kevent change;
     EV_SET(&change, process, EVFILT_PROC, EV_ADD | EV_ONESHOT, NOTE_EXIT, 0, nullptr);
-    kevent(queue, &change, 1, nullptr, 0, nullptr);
+    return kevent(queue, &change, 1, nullptr, 0, nullptr) == 0;
 }
 
 [[noreturn]] void runWatcher(pid_t launcher, int announcements) {
@@ -28,7 +29,7 @@ void watch(int queue, pid_t process) {
     struct kevent change;
     EV_SET(&change, announcements, EVFILT_READ, EV_ADD, 0, 0, nullptr);
     kevent(queue, &change, 1, nullptr, 0, nullptr);
-    watch(queue, launcher);
+    bool launcherIsGone = !watch(queue, launcher);
     pid_t children[mostChildren] = {};
     for (;;) {
         struct kevent event;
@@ -42,15 +43,15 @@ void watch(int queue, pid_t process) {
             read(announcements, &announced, sizeof announced) == sizeof announced) {
             for (pid_t &slot : children) {
                 if (slot == 0) {
-                    slot = announced;
-                    watch(queue, announced);
+                    // One that ended before it was announced must not leave its id behind: it may soon be
+                    // another's.
+                    slot = launcherIsGone || watch(queue, announced) ? announced : 0;
                     break;
                 }
             }
             continue;
         }
-        const bool launcherIsGone =
-            event.filter == EVFILT_READ || static_cast<pid_t>(event.ident) == launcher;
+        launcherIsGone = event.filter == EVFILT_READ || static_cast<pid_t>(event.ident) == launcher;
         for (pid_t &slot : children) {
             if (launcherIsGone && slot != 0)
                 kill(slot, SIGTERM);

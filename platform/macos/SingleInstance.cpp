@@ -9,5 +9,6 @@ struct SingleInstance::State {};
 SingleInstance::SingleInstance(const std::filesystem::path &) {}
 SingleInstance::~SingleInstance() = default;
 void SingleInstance::listen(std::function<void()>) {}
+void SingleInstance::stopListening() {}
 
 }  // namespace ferrolt

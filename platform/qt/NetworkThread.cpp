@@ -13,7 +13,7 @@ namespace ferrolt {
 
 namespace {
 
-const QEvent::Type wakeUpEvent = static_cast<QEvent::Type>(QEvent::registerEventType());
+const QEvent::Type networkWakeUpEvent = static_cast<QEvent::Type>(QEvent::registerEventType());
 
 }  // namespace
 
@@ -22,7 +22,7 @@ class NetworkThread::Receiver : public QObject {
     Receiver(NetworkThread &thread, QEventLoop &loop) : thread(thread), loop(loop) {}
 
     bool event(QEvent *event) override {
-        if (event->type() != wakeUpEvent)
+        if (event->type() != networkWakeUpEvent)
             return QObject::event(event);
         std::deque<std::function<void()>> turn;
         {
@@ -93,7 +93,7 @@ void NetworkThread::wakeUp() {
     if (wakeUpUnderWay || receiver == nullptr)
         return;
     wakeUpUnderWay = true;
-    QCoreApplication::postEvent(receiver, new QEvent(wakeUpEvent));
+    QCoreApplication::postEvent(receiver, new QEvent(networkWakeUpEvent));
 }
 
 void NetworkThread::post(std::function<void()> work) {

@@ -65,6 +65,16 @@ class LogAccessibleTest : public QObject {
         QCOMPARE(text.text(27, 29), QString::fromUtf8("😀"));
     }
 
+    void aByteOrderMarkAtTheStartIsReadAndCounted() {
+        ConsoleFixture console;
+        console.append("\xef\xbb\xbfready\n");
+        console.show();
+        QAccessibleTextInterface &text = textOf(console);
+        QCOMPARE(text.characterCount(), 7);
+        QCOMPARE(text.text(0, 7), QString(QChar(0xFEFF)) + "ready\n");
+        QCOMPARE(text.text(1, 6), QStringLiteral("ready"));
+    }
+
     void thePartsAreNamed() {
         ConsoleFixture console;
         console.show();

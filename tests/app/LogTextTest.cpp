@@ -71,6 +71,16 @@ class LogTextTest : public QObject {
         QCOMPARE(steps, 0);
     }
 
+    void aByteOrderMarkIsACharacterLikeAnyOther() {
+        const LogBuffer log = logOf({"\xef\xbb\xbfhello you", "\xef\xbb\xbf"});
+        QCOMPARE(LogText::nextCharacter(log, at(0, 0)), at(0, 3));
+        QCOMPARE(LogText::nextCharacter(log, at(0, 3)), at(0, 4));
+        QCOMPARE(LogText::previousCharacter(log, at(0, 3)), at(0, 0));
+        QCOMPARE(LogText::nextCharacter(log, at(1, 0)), at(1, 3));
+        QCOMPARE(text(log, LogText::wordAt(log, at(0, 10))), "you");
+        QVERIFY(text(log, LogText::wordAt(log, at(0, 5))).endsWith("hello"));
+    }
+
     void wordsAreFoundAcrossElements() {
         const LogBuffer log = logOf({"port 9877 open\n", "next"});
         QCOMPARE(LogText::nextWord(log, at(0, 0)), at(0, 5));

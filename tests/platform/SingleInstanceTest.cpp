@@ -10,6 +10,7 @@
 #include <csignal>
 #include <cstddef>
 #include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -17,6 +18,7 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <sys/wait.h>
@@ -92,6 +94,12 @@ int exitCode(pid_t child) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
 }
 
+bool hasEnded(pid_t child) {
+    siginfo_t end{};
+    return waitid(P_PID, static_cast<id_t>(child), &end, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+           end.si_pid == child;
+}
+
 int runAsAnother(const char *home, const std::string &then) {
     const SingleInstance instance(home);
     if (then == "stay" && instance.start() == SingleInstance::Start::First) {
@@ -145,6 +153,40 @@ class SingleInstanceTest : public QObject {
         int reopened = 0;
         first.listen([&] { ++reopened; });
         QVERIFY(waitUntil([&] { return reopened == 1; }));
+    }
+
+    void aStartBesideAFirstThatIsEndingWaitsForItsPlace() {
+        auto first = std::make_unique<SingleInstance>(home());
+        first->listen([] {});
+        first->stopListening();
+        const pid_t second = startAnother(home());
+        // Longer than a first that hears it would be given to confirm.
+        QVERIFY(!waitWithoutEvents([&] { return hasEnded(second); }, std::chrono::milliseconds(400)));
+        first.reset();
+        QCOMPARE(exitCode(second), asExitCode(SingleInstance::Start::First));
+    }
+
+    void withoutADescriptorToSpareAStartIsHeardOnceThereIsOne() {
+        SingleInstance first(home());
+        int reopened = 0;
+        first.listen([&] { ++reopened; });
+        rlimit before{};
+        getrlimit(RLIMIT_NOFILE, &before);
+        rlimit none = before;
+        none.rlim_cur = 3;
+        const pid_t second = startAnother(home());
+        setrlimit(RLIMIT_NOFILE, &none);
+        const int code = exitCode(second);
+        timespec begin{};
+        clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &begin);
+        QTest::qWait(300);
+        timespec end{};
+        clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &end);
+        setrlimit(RLIMIT_NOFILE, &before);
+        QCOMPARE(code, asExitCode(SingleInstance::Start::HandedOver));
+        QVERIFY(waitUntil([&] { return reopened == 1; }));
+        const double spent = double(end.tv_sec - begin.tv_sec) + double(end.tv_nsec - begin.tv_nsec) / 1e9;
+        QVERIFY2(spent < 0.2, qPrintable(QString::number(spent)));  // it slept meanwhile
     }
 
     void ofTenStartedAtOnceOneIsFirst() {

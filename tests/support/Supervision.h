@@ -43,7 +43,8 @@ struct Supervision {
             if (child)
                 child->waitUntilExit();
         }
-        // A wait for the port that is under way ends at its next look, and not in the middle of the next test.
+        // A wait for the port that is under way ends at its next look, and not in the middle of the next
+        // test.
         vars.reset();
         time->advance(std::chrono::seconds(1));
     }
