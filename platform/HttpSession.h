@@ -29,6 +29,9 @@ struct HttpConfiguration {
     TimeSource::Duration resourceTimeout = std::chrono::hours(7 * 24);
     /// What both time-outs are measured with; never null.
     std::shared_ptr<TimeSource> time = systemTime();
+    /// How many bytes, decoded, a downloaded file may have. A server could go on until the time-out, and the
+    /// disk that it fills is everyone's: the bound is that of the disk images themselves.
+    std::int64_t largestFile = std::int64_t{8} * 1024 * 1024 * 1024;
     /// PEM certificates of authorities that are trusted besides the system's.
     QByteArray extraAuthorities;
 };
@@ -40,7 +43,7 @@ struct HttpReply {
         Transport,  ///< no connection, no name, a refused certificate or redirect, a reply that was cut or
                     ///< damaged
         TimedOut,   ///< one of the session's two time-outs
-        TooLarge,   ///< a body for memory beyond HttpSession::largestBody
+        TooLarge,   ///< a body for memory beyond HttpSession::largestBody, or a file beyond largestFile
         File,       ///< the downloaded bytes could not be stored or moved to their place
         Cancelled,  ///< the session was cancelled, or the program is ending
     };

@@ -19,8 +19,9 @@ Error HttpMemorySink::accept(const char *bytes, std::int64_t count) {
     return Error::None;
 }
 
-HttpFileSink::HttpFileSink(fs::path destination)
+HttpFileSink::HttpFileSink(fs::path destination, std::int64_t largest)
     : destination(std::move(destination)),
+      left(largest),
       file(QFile::decodeName(this->destination.c_str()) + QStringLiteral(".XXXXXX")) {}
 
 bool HttpFileSink::open() {
@@ -28,6 +29,9 @@ bool HttpFileSink::open() {
 }
 
 Error HttpFileSink::accept(const char *bytes, std::int64_t count) {
+    if (count > left)
+        return Error::TooLarge;
+    left -= count;
     return open() && file.write(bytes, count) == count ? Error::None : Error::File;
 }
 

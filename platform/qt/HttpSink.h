@@ -34,10 +34,11 @@ class HttpMemorySink : public HttpSink {
     QByteArray body;
 };
 
-/// Writes a body to a temporary file beside its destination, so that moving it there is a rename.
+/// Writes a body to a temporary file beside its destination, so that moving it there is a rename. Up to
+/// `largest` bytes.
 class HttpFileSink : public HttpSink {
   public:
-    explicit HttpFileSink(std::filesystem::path destination);
+    HttpFileSink(std::filesystem::path destination, std::int64_t largest);
 
     HttpReply::Error accept(const char *bytes, std::int64_t count) override;
     HttpReply::Error keep() override;
@@ -46,6 +47,7 @@ class HttpFileSink : public HttpSink {
     bool open();
 
     std::filesystem::path destination;
+    std::int64_t left;
     QTemporaryFile file;
 };
 

@@ -129,7 +129,7 @@ void HttpTransfer::bytesCame() {
     const auto length = reply->header(QNetworkRequest::ContentLengthHeader);
     announced = length.isValid() ? length.toLongLong() : -1;
     const bool wanted = wantsBody();
-    if (wanted && !request.destination && announced > HttpSession::largestBody) {
+    if (wanted && announced > largestBody()) {
         end(Error::TooLarge);
         return;
     }
@@ -144,6 +144,10 @@ void HttpTransfer::bytesCame() {
         else if (received > longestUnwantedPage)
             end(Error::None);
     }
+}
+
+std::int64_t HttpTransfer::largestBody() const {
+    return request.destination ? means.configuration.largestFile : HttpSession::largestBody;
 }
 
 /// A page that comes in place of a download is not wanted.
@@ -163,7 +167,7 @@ void HttpTransfer::openSink() {
     if (sink != nullptr)
         return;
     if (request.destination)
-        sink = std::make_unique<HttpFileSink>(*request.destination);
+        sink = std::make_unique<HttpFileSink>(*request.destination, largestBody());
     else
         sink = std::make_unique<HttpMemorySink>();
     const QByteArray encoding = reply->rawHeader("Content-Encoding").trimmed().toLower();

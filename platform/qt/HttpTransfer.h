@@ -66,6 +66,7 @@ class HttpTransfer : public QObject, public std::enable_shared_from_this<HttpTra
     void bytesCame();
     void openSink();
     void replyFinished();
+    std::int64_t largestBody() const;
     bool wantsBody() const;
     void keep(const char *bytes, std::int64_t count);
     std::optional<QUrl> redirectTarget() const;

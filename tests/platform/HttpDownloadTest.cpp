@@ -8,6 +8,7 @@
 #include <QTest>
 
 #include <csignal>
+#include <optional>
 #include <vector>
 
 #include <sys/resource.h>
@@ -35,8 +36,11 @@ class HttpDownloadTest : public QObject {
         return QDir(folder->path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
     }
 
+    std::optional<std::int64_t> largestFile;  // nothing: the session's own bound
+
     HttpReply download(const QString &path, HttpSession::Progress progress = {}) const {
         HttpConfiguration configuration;
+        configuration.largestFile = largestFile.value_or(configuration.largestFile);
         configuration.storage = HttpConfiguration::Storage::Ephemeral;
         configuration.extraAuthorities = authority.certificate();
         HttpSession session(configuration);
@@ -46,7 +50,10 @@ class HttpDownloadTest : public QObject {
 
   private Q_SLOTS:
     void init() { folder = std::make_unique<QTemporaryDir>(); }
-    void cleanup() { folder.reset(); }
+    void cleanup() {
+        folder.reset();
+        largestFile.reset();
+    }
 
     void theBytesOfA200ComeToStandAtTheDestination() {
         server.on(QStringLiteral("/image"), TestHttpsServer::repliesPattern(5'000'000));
@@ -151,6 +158,54 @@ class HttpDownloadTest : public QObject {
         });
         const HttpReply reply = download(QStringLiteral("/endless"));
         QCOMPARE(reply.statusCode, 404);
+        QVERIFY(left().isEmpty());
+    }
+
+    void aFileOfExactlyTheLargestSizeIsTakenAndOneMoreByteIsNot_data() {
+        QTest::addColumn<QString>("path");
+        const QByteArray body(1'000'000, 'x');
+        server.on(QStringLiteral("/announced"), TestHttpsServer::replies(200, body));
+        server.on(QStringLiteral("/chunked"), TestHttpsServer::repliesChunked(200, body, 10'000));
+        server.on(QStringLiteral("/gzip"), TestHttpsServer::repliesCompressed(200, body));
+        for (const char *path : {"/announced", "/chunked", "/gzip"})
+            QTest::newRow(path) << QString::fromLatin1(path);
+    }
+    void aFileOfExactlyTheLargestSizeIsTakenAndOneMoreByteIsNot() {
+        QFETCH(QString, path);
+        largestFile = 1'000'000;
+        QCOMPARE(download(path).error, Error::None);
+        QCOMPARE(stored().size(), 1'000'000);
+        store("old");
+        largestFile = 999'999;
+        QCOMPARE(download(path).error, Error::TooLarge);
+        QCOMPARE(stored(), QByteArray("old"));
+        QCOMPARE(left(), QStringList{QStringLiteral("image.dmg")});
+    }
+
+    void aBodyThatBlowsUpWhenItIsDecodedIsNotWrittenBeyondTheBound() {
+        // Some kilobytes on the wire.
+        server.on(QStringLiteral("/bomb"),
+                  TestHttpsServer::repliesCompressed(200, QByteArray(8'000'000, ' ')));
+        largestFile = 1'000'000;
+        QCOMPARE(download(QStringLiteral("/bomb")).error, Error::TooLarge);
+        QVERIFY(left().isEmpty());
+    }
+
+    void anEndlessDownloadEndsAtTheBound() {
+        server.on(QStringLiteral("/endless"), [](TestExchange &exchange) {
+            exchange.head(200, {{"Transfer-Encoding", "chunked"}});
+            const QByteArray chunk = "100000\r\n" + testPattern() + "\r\n";
+            while (exchange.send(chunk)) {
+            }
+        });
+        largestFile = 5'000'000;
+        QCOMPARE(download(QStringLiteral("/endless")).error, Error::TooLarge);
+        QVERIFY(left().isEmpty());
+    }
+
+    void moreThanEightGibibytesAreNotEvenBegun() {
+        server.on(QStringLiteral("/huge"), TestHttpsServer::repliesPattern((std::int64_t{8} << 30) + 1));
+        QCOMPARE(download(QStringLiteral("/huge")).error, Error::TooLarge);
         QVERIFY(left().isEmpty());
     }
 
