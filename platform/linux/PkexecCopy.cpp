@@ -7,12 +7,13 @@ namespace ferrolt {
 namespace {
 
 // The script never changes and the paths are its parameters, so nothing in a path is ever read by the shell.
-// cp -a keeps modes, times and links, and copies a link as the link that it is; mv -T never moves into a
-// folder that has appeared at the destination.
+// cp -a keeps modes, times and links, and copies a link as the link that it is. Neither cp -T nor mv -T goes
+// into a folder that has appeared in their way, which would make an application within an application: a copy
+// runs on as root when the launcher quits, and the next start's may meet it.
 constexpr const char *script =
     "source=$1; destination=$2; parent=$3; new=$4\n"
     "/bin/rm -rf -- \"$new\" && /bin/mkdir -p -- \"$parent\" &&\n"
-    "/bin/cp -a -- \"$source\" \"$new\" && /bin/rm -rf -- \"$destination\" && /bin/mv -T -- \"$new\" "
+    "/bin/cp -aT -- \"$source\" \"$new\" && /bin/rm -rf -- \"$destination\" && /bin/mv -T -- \"$new\" "
     "\"$destination\" &&\n"
     "exit 0\n"
     "/bin/rm -rf -- \"$new\"\n"

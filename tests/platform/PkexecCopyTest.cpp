@@ -74,6 +74,17 @@ class PkexecCopyTest : public QObject {
         QVERIFY(!fs::exists(destination / "half"));
     }
 
+    void anotherCopyThatIsStillAtWorkMakesNoApplicationWithinTheApplication() {
+        // The other one's folder comes back between the removal and the copy.
+        promptSays(
+            "script=$(printf '%s' \"$3\" | sed 's|/bin/cp|/bin/mkdir \"$new\" \\&\\& /bin/cp|')\n"
+            "[ \"$script\" != \"$3\" ] || exit 1\n"
+            "shift 3\nexec /bin/sh -c \"$script\" \"$@\"\n");
+        QVERIFY(copy());
+        QCOMPARE(treeDifference(treeSnapshot(destination), treeSnapshot(source)), QByteArray());
+        QVERIFY(onlyTheApplicationIsThere());
+    }
+
     void aRefusedPromptIsAFailure() {
         fs::create_directories(destination);
         promptSays("exit 126");
