@@ -14,7 +14,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-const fs::path diskImageTool = "/usr/bin/hdiutil";
+// No object: the work queue's thread may go on while the program's end destroys what is static.
+constexpr const char *diskImageTool = "/usr/bin/hdiutil";
 
 // A smaller file is an error page that a server sent with status 200.
 constexpr std::uintmax_t smallestImage = 1'000'001;

@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <string>
+#include <string_view>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -19,7 +20,11 @@ namespace fs = std::filesystem;
 
 namespace {
 
-const std::string prefix = "ferrolt-libreoffice-";
+// No object: a thread that is still sweeping may outlive what the program's end destroys.
+constexpr std::string_view prefix = "ferrolt-libreoffice-";
+
+/// How many folders may be lost to a run that sweeps; each of them sweeps once.
+constexpr int mostAttempts = 10;
 
 std::string freshUuid() {
     return QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper().toStdString();
@@ -44,6 +49,23 @@ FileDescriptor lockFolder(const fs::path &folder) {
     return opened;
 }
 
+/// Locks a folder that was just made. Nothing when another run of the program, which sweeps at this moment,
+/// has taken it for abandoned: that one holds the lock, or has removed the folder already.
+std::optional<FileDescriptor> lockFreshFolder(const fs::path &folder) {
+    FileDescriptor opened(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (!opened.isValid())
+        return std::nullopt;
+    if (flock(opened.get(), LOCK_EX | LOCK_NB) != 0) {
+        if (errno == EWOULDBLOCK)
+            return std::nullopt;
+        return FileDescriptor();  // some network file systems know no locks
+    }
+    std::error_code failure;
+    if (!fs::exists(folder, failure))
+        return std::nullopt;
+    return opened;
+}
+
 }  // namespace
 
 std::optional<StagingFolder> StagingFolder::create(const fs::path &temporaryFolder,
@@ -51,13 +73,20 @@ std::optional<StagingFolder> StagingFolder::create(const fs::path &temporaryFold
     fs::create_directories(temporaryFolder, failure);
     if (failure)
         return std::nullopt;
-    const fs::path folder = temporaryFolder / (prefix + freshUuid());
-    // The temporary folder may be everyone's, and what is verified in here must not be exchanged afterwards.
-    if (mkdir(folder.c_str(), S_IRWXU) != 0) {
-        failure = std::error_code(errno, std::generic_category());
-        return std::nullopt;
+    for (int attempt = 0; attempt < mostAttempts; ++attempt) {
+        const fs::path folder = temporaryFolder / (std::string(prefix) + freshUuid());
+        // The temporary folder may be everyone's, and what is verified in here must not be exchanged
+        // afterwards.
+        if (mkdir(folder.c_str(), S_IRWXU) != 0) {
+            failure = std::error_code(errno, std::generic_category());
+            return std::nullopt;
+        }
+        if (auto lock = lockFreshFolder(folder))
+            return StagingFolder(folder, std::move(*lock));
+        rmdir(folder.c_str());
     }
-    return StagingFolder(folder, lockFolder(folder));
+    failure = std::make_error_code(std::errc::resource_unavailable_try_again);
+    return std::nullopt;
 }
 
 std::vector<StagingFolder> StagingFolder::abandoned(const fs::path &temporaryFolder) {

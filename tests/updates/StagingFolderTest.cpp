@@ -5,6 +5,9 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <atomic>
+#include <thread>
+
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -96,6 +99,23 @@ class StagingFolderTest : public QObject {
         const auto staging = StagingFolder::create(temporary, failure);
         QVERIFY(StagingFolder::abandoned(temporary).empty());
         QVERIFY(fs::exists(staging->path()));
+    }
+
+    void aFolderIsNotLostToARunThatSweepsAtTheMomentItIsMade() {
+        std::atomic<bool> over = false;
+        std::thread sweeper([&] {
+            while (!over)
+                StagingFolder::abandoned(temporary);
+        });
+        int lost = 0;
+        for (int i = 0; i < 1000; ++i) {
+            const auto staging = StagingFolder::create(temporary, failure);
+            lost += !staging || !fs::exists(staging->path()) || !StagingFolder::abandoned(temporary).empty();
+        }
+        over = true;
+        sweeper.join();
+        QCOMPARE(lost, 0);
+        QVERIFY(left().empty());
     }
 
     void nothingElseInTheTemporaryFolderIsTouched() {
