@@ -33,9 +33,27 @@ const QString LibreOfficeInstaller::versionKey = QStringLiteral("InstalledLibreO
 
 /// Shared with the work that is under way, which may outlive the installer.
 struct LibreOfficeInstaller::State {
+    State(Services services, std::weak_ptr<InstallProgress> progress)
+        : services(std::move(services)), progress(std::move(progress)) {}
+
     Services services;
     std::weak_ptr<InstallProgress> progress;
     bool hasSwept = false;
+    /// A version that counts as installed and that the settings did not take. Without it every check on a
+    /// full disk would download, ask for the password and restart the engine once more.
+    std::optional<QString> unwritten;
+
+    void record(const QString &version) {
+        if (services.settings->setText(versionKey, version))
+            unwritten.reset();
+        else
+            unwritten = version;
+    }
+    std::optional<QString> recorded() {
+        if (const auto version = unwritten)
+            record(*version);  // there may be room again
+        return unwritten ? unwritten : services.settings->text(versionKey);
+    }
 };
 
 LibreOfficeInstaller::Services::Services()
@@ -53,7 +71,7 @@ LibreOfficeInstaller::Services::Services()
 LibreOfficeInstaller::LibreOfficeInstaller(Services services)
     : workQueue(services.workQueue),
       progress(std::make_shared<InstallProgress>()),
-      state(std::make_shared<State>(State{std::move(services), progress})) {}
+      state(std::make_shared<State>(std::move(services), progress)) {}
 
 LibreOfficeInstaller::~LibreOfficeInstaller() = default;
 
@@ -84,7 +102,7 @@ void LibreOfficeInstaller::gate(const std::shared_ptr<State> &state, const QStri
 
     const Services &services = state->services;
     const bool isPresent = isThere(services.application);
-    const std::optional<QString> recorded = services.settings->text(versionKey);
+    const std::optional<QString> recorded = state->recorded();
     if (recorded && isPresent) {
         if (*recorded == version)
             return finish(InstallOutcome::alreadyCurrent());
@@ -96,7 +114,7 @@ void LibreOfficeInstaller::gate(const std::shared_ptr<State> &state, const QStri
             "LibreOffice is already installed (not by this launcher); leaving it in place.\n"));
         // From now on it counts as ours: it is current while the wanted version stays, and replaced when that
         // changes.
-        services.settings->setText(versionKey, version);
+        state->record(version);
         return finish(InstallOutcome::skippedUserInstalled());
     }
 
@@ -125,7 +143,7 @@ void LibreOfficeInstaller::deliver(State &state, const InstallOutcome &outcome,
                                    const Completion &completion) {
     installing = false;
     if (outcome.which() == InstallOutcome::Case::Installed)
-        state.services.settings->setText(versionKey, outcome.text());
+        state.record(outcome.text());
     if (completion)
         completion(outcome);
 }

@@ -18,7 +18,7 @@ char *toString(const std::optional<InstallOutcome> &outcome) {
 }
 
 bool SubstituteTools::runTool(const fs::path &executable, const std::vector<std::string> &arguments,
-                              const Progress & /* none */) {
+                              const Progress &progress) {
     {
         std::lock_guard lock(mutex);
         Call call{executable.string()};
@@ -27,6 +27,8 @@ bool SubstituteTools::runTool(const fs::path &executable, const std::vector<std:
     }
     if (arguments.size() < 4 || arguments[0] != "attach")
         return true;
+    if (report)
+        report(progress);
     if (attach)
         return attach(arguments[1], arguments[3]);
     fs::create_directories(fs::path(arguments[3]) / "LibreOffice.app");
@@ -92,9 +94,14 @@ QString InstallationScene::goodMirror(const QString &path) {
 
 std::optional<InstallOutcome> InstallationScene::install(const QString &version) {
     const auto installer = std::make_unique<LibreOfficeInstaller>(services);
+    return install(*installer, version);
+}
+
+std::optional<InstallOutcome> InstallationScene::install(LibreOfficeInstaller &installer,
+                                                         const QString &version) {
     std::optional<InstallOutcome> result;
-    installer->install(version, logger(), [&](const InstallOutcome &outcome) { result = outcome; });
-    waitUntil([&] { return result.has_value(); }, std::chrono::milliseconds(30'000));
+    installer.install(version, logger(), [&](const InstallOutcome &outcome) { result = outcome; });
+    waitUntil([&] { return result.has_value(); }, std::chrono::minutes(1));
     return result;
 }
 

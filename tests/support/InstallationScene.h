@@ -34,6 +34,9 @@ class SubstituteTools : public ToolRunner {
 
     std::vector<Call> calls() const;
 
+    /// What an attach tells of its progress before anything else.
+    std::function<void(const Progress &progress)> report;
+
     /// What an attach does; by default it puts an application below the mount point.
     std::function<bool(const std::filesystem::path &image, const std::filesystem::path &mountPoint)> attach;
 
@@ -82,8 +85,13 @@ class InstallationScene {
     /// The URL of a path on the server, which serves the image there.
     QString goodMirror(const QString &path = QStringLiteral("/good.dmg"));
 
-    /// Installs the version and waits for the outcome; nothing if there is none within half a minute.
+    /// Installs the version and waits for the outcome; nothing if there is none within a minute: longer than
+    /// any one request that a machine without a name server lets stand.
     std::optional<InstallOutcome> install(const QString &version = QStringLiteral("26.2.4"));
+
+    /// The same with an installer that stays, as in the launcher.
+    std::optional<InstallOutcome> install(LibreOfficeInstaller &installer,
+                                          const QString &version = QStringLiteral("26.2.4"));
 
     /// What was logged so far, in order.
     QStringList log() const;

@@ -1,12 +1,21 @@
 #include "InstallationScene.h"
 #include "MainQueue.h"
+#include "PkexecCopy.h"
+#include "ProcessFacts.h"
+#include "TestDiskImage.h"
+#include "TestHfsVolume.h"
 #include "TreeSnapshot.h"
+#include "Waiting.h"
 
 #include <QCoreApplication>
 #include <QProcess>
+#include <QSocketNotifier>
 #include <QTest>
 
+#include <atomic>
 #include <semaphore>
+
+#include <unistd.h>
 
 using namespace ferrolt;
 namespace fs = std::filesystem;
@@ -15,9 +24,9 @@ namespace {
 
 const QString version = QStringLiteral("26.2.4");
 
-/// The program that is quit: an installation that stands still from the given line on. Leaves its event loop
-/// as a quit does, with the work queue in the middle of its work.
-/// Without a line it is quit while it downloads.
+/// The program that is quit. Leaves its event loop as a quit does, with the work queue in the middle of its
+/// work: at the given line, from which on the installation stands still; or, without one, as soon as it is
+/// told to on its standard input. Its tools are the system's then, and its prompt the script "prompt".
 int quitInTheMiddle(const QStringList &arguments) {
     const QString server = arguments.value(0);
     const fs::path folder = arguments.value(1).toStdString();
@@ -28,13 +37,18 @@ int quitInTheMiddle(const QStringList &arguments) {
     services.application = folder / "Applications/LibreOffice.app";
     services.temporaryFolder = folder / "tmp";
     services.settings = std::make_shared<SettingsStore>(folder / "settings.ini");
-    services.tools = std::make_shared<SubstituteTools>();
-    services.privilegedCopy = std::make_shared<SubstitutePrompt>();
+    if (line.isEmpty()) {
+        services.privilegedCopy = std::make_shared<PkexecCopy>(folder / "prompt");
+    } else {
+        services.tools = std::make_shared<SubstituteTools>();
+        services.privilegedCopy = std::make_shared<SubstitutePrompt>();
+    }
     services.workQueue = std::make_shared<WorkQueue>("test.libreoffice-install", QualityOfService::Utility);
     LibreOfficeInstaller installer(services);
-    QObject::connect(installer.progress.get(), &InstallProgress::changed, installer.progress.get(), [&] {
-        if (line.isEmpty() && installer.progress->facts().done > 0)
-            QCoreApplication::exit(42);
+    QSocketNotifier told(STDIN_FILENO, QSocketNotifier::Read);
+    QObject::connect(&told, &QSocketNotifier::activated, &told, [&] {
+        told.setEnabled(false);
+        QCoreApplication::exit(42);
     });
     installer.install(
         version,
@@ -47,6 +61,14 @@ int quitInTheMiddle(const QStringList &arguments) {
         },
         [](const InstallOutcome &) { QCoreApplication::exit(1); });
     return QCoreApplication::exec();
+}
+
+/// A real one, large enough to pass.
+QByteArray smallImage() {
+    TestHfsVolume volume(QStringLiteral("LibreOffice"));
+    const auto app = volume.addFolder(TestHfsVolume::rootFolder, QStringLiteral("LibreOffice.app"));
+    volume.addFile(app, QStringLiteral("content"), testPattern());
+    return udifImage(volume.bytes(), UdifBlocks::Zlib);
 }
 
 }  // namespace
@@ -89,23 +111,67 @@ class InstallerQuitTest : public QObject {
         QCOMPARE(scene.installedContent(), QByteArray("new"));
     }
 
-    void aDownloadIsNotWaitedFor() {
+    void whatIsUnderWayIsNotWaitedFor_data() {
+        QTest::addColumn<QString>("what");
+        for (const char *what : {"the document", "the download", "the archiver", "the prompt"})
+            QTest::newRow(what) << QString::fromLatin1(what);
+    }
+    void whatIsUnderWayIsNotWaitedFor() {
+        QFETCH(QString, what);
+        const bool isTool = what == QLatin1String("the archiver") || what == QLatin1String("the prompt");
         InstallationScene scene;
-        scene.server.on(QStringLiteral("/endless.dmg"), TestHttpsServer::stallsAfter(300'000, scene.image));
-        scene.publish({scene.server.url(QStringLiteral("/endless.dmg")).toString()});
         writeFile(scene.folder / "authority.pem", scene.authority.certificate());
+        scene.installBefore();
+        scene.record(QStringLiteral("7.6.4"));
+        const QByteArray image = smallImage();
+        std::atomic<bool> isStalling = false;
+        const TestHttpsServer::Handler stalls = [&](TestExchange &exchange) {
+            exchange.head(200, {{"Content-Length", QByteArray::number(image.size())}});
+            exchange.send(image.left(100'000));
+            isStalling = true;
+            exchange.stall();
+        };
+        const QString mirror = scene.server.url(QStringLiteral("/image.dmg")).toString();
+        scene.server.on(QStringLiteral("/image.dmg"), what == QLatin1String("the download")
+                                                          ? stalls
+                                                          : TestHttpsServer::replies(200, image));
+        scene.server.on(InstallationScene::metalinkPath(),
+                        what == QLatin1String("the document")
+                            ? stalls
+                            : TestHttpsServer::replies(200, InstallationScene::metalink(
+                                                                {mirror}, InstallationScene::sha256(image))));
+        const QByteArray searchPath = qgetenv("PATH");
+        const QByteArray noteAndSleep =
+            "echo $$ >'" + QByteArray::fromStdString((scene.folder / "pid").string()) + "'\nexec sleep 60\n";
+        writeScript(scene.folder / "prompt", noteAndSleep);
+        fs::create_directory(scene.folder / "bin");
+        if (what == QLatin1String("the archiver"))
+            writeScript(scene.folder / "bin/7zz",
+                        "[ \"$1\" = x ] || PATH='" + searchPath + "' exec 7zz \"$@\"\n" + noteAndSleep);
+        const auto tool = [&] { return readFile(scene.folder / "pid").trimmed().toInt(); };
+
         QProcess program;
         program.setProcessChannelMode(QProcess::ForwardedChannels);
+        auto environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("PATH"), QString::fromStdString((scene.folder / "bin").string()) +
+                                                       QLatin1Char(':') + QString::fromLocal8Bit(searchPath));
+        program.setProcessEnvironment(environment);
         program.start(QCoreApplication::applicationFilePath(),
                       {QStringLiteral("--quit-in-the-middle"), scene.server.base(),
                        QString::fromStdString(scene.folder.string())});
-        QVERIFY(program.waitForFinished(10'000));
+        QVERIFY(waitUntil([&] { return isTool ? tool() != 0 : isStalling.load(); }));
+        program.write("quit\n");
+        QVERIFY(program.waitForFinished(3000));  // of the minute or half that it would have to wait
         QCOMPARE(program.exitStatus(), QProcess::NormalExit);
         QCOMPARE(program.exitCode(), 42);
-        QVERIFY(!scene.recorded());
+        QVERIFY(!isTool || waitUntil([&] { return !isAlive(tool()); }));
+        QCOMPARE(scene.recorded(), std::optional(QStringLiteral("7.6.4")));
+        QCOMPARE(scene.installedContent(), QByteArray("old"));
+
         scene.publish({scene.goodMirror()});
         QCOMPARE(scene.install(), InstallOutcome::installed(version));
         QVERIFY(scene.isTemporaryFolderEmpty());
+        QCOMPARE(scene.installedContent(), QByteArray("new"));
     }
 };
 
