@@ -1,47 +1,37 @@
-#include "TimeSource.h"
+#include "SystemTime.h"
 
 #include <QCoreApplication>
-#include <QTimer>
 
 #include <algorithm>
-#include <limits>
 #include <thread>
 #include <utility>
 
 namespace ferrolt {
 
+SystemTimer::SystemTimer(TimeSource::Duration delay, std::function<void()> work,
+                         std::chrono::milliseconds longestLeg)
+    : remaining(std::chrono::ceil<std::chrono::milliseconds>(delay)),
+      longestLeg(longestLeg),
+      work(std::move(work)) {
+    timer.setSingleShot(true);
+    timer.setTimerType(Qt::PreciseTimer);
+    QObject::connect(&timer, &QTimer::timeout, &timer, [this] { next(); });
+    next();
+}
+
+void SystemTimer::next() {
+    if (started && remaining <= std::chrono::milliseconds::zero()) {
+        auto now = std::move(work);  // the work may destroy this timer
+        now();
+        return;
+    }
+    started = true;
+    const auto leg = std::clamp(remaining, std::chrono::milliseconds::zero(), longestLeg);
+    remaining -= leg;
+    timer.start(leg);
+}
+
 namespace {
-
-/// Qt counts a timer's milliseconds in an int: about 24 days. A longer wait is split.
-class SystemTimer : public Timer {
-  public:
-    SystemTimer(TimeSource::Duration delay, std::function<void()> work)
-        : remaining(std::chrono::ceil<std::chrono::milliseconds>(delay)), work(std::move(work)) {
-        timer.setSingleShot(true);
-        timer.setTimerType(Qt::PreciseTimer);
-        QObject::connect(&timer, &QTimer::timeout, &timer, [this] { next(); });
-        next();
-    }
-
-  private:
-    void next() {
-        if (started && remaining <= std::chrono::milliseconds::zero()) {
-            auto now = std::move(work);  // the work may destroy this timer
-            now();
-            return;
-        }
-        started = true;
-        const auto longest = std::chrono::milliseconds(std::numeric_limits<int>::max());
-        const auto leg = std::clamp(remaining, std::chrono::milliseconds::zero(), longest);
-        remaining -= leg;
-        timer.start(leg);
-    }
-
-    std::chrono::milliseconds remaining;
-    std::function<void()> work;
-    bool started = false;
-    QTimer timer;
-};
 
 class SystemTime : public TimeSource {
   public:
