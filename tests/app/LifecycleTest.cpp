@@ -1,7 +1,10 @@
 #include "AppDelegate.h"
 #include "Ferrolt_Miner_LauncherApp.h"
+#include "InstallationScene.h"
 #include "Listener.h"
 #include "Supervision.h"
+#include "TestAuthority.h"
+#include "TestHttpsServer.h"
 #include "Updater.h"
 
 #include <QTest>
@@ -22,12 +25,22 @@ struct Application : Supervision {
     std::unique_ptr<Ferrolt_Miner_LauncherApp> app;
     QWidget window;
 
+    using Supervision::Supervision;
+
     void launch() {
         tree.writeEnginePort(std::to_string(enginePort.port));
         Seams seams(alerts);
         seams.paths = tree.roots();
         seams.time = time;
         seams.servers.updateServer = QStringLiteral("https://127.0.0.1:%1").arg(silentServer.port);
+        // Behind the check comes the LibreOffice step. Nothing of it is the machine's: no server, and neither
+        // its temporary folder, nor the user's settings, nor a prompt.
+        seams.servers.libreOfficeServer.clear();
+        seams.settings = std::make_shared<SettingsStore>(tree.path() / "settings.json");
+        seams.tools = std::make_shared<SubstituteTools>();
+        seams.privilegedCopy = std::make_shared<SubstitutePrompt>();
+        seams.temporaryFolder = tree.path() / "tmp";
+        adjustSeams(seams);
         app = std::make_unique<Ferrolt_Miner_LauncherApp>(std::move(seams));
         vars = app->appVars();
         app->appDelegate().setFirstWindow(&window);
@@ -38,7 +51,7 @@ struct Application : Supervision {
     bool completeTheUpdateCheck() {
         return waitUntil([&] {
             if (!vars->updater->_isUpdateCheckComplete)
-                time->advance(200ms);
+                time->advance(5s);
             return vars->updater->_isUpdateCheckComplete.get();
         });
     }
@@ -128,6 +141,40 @@ class LifecycleTest : public QObject {
         QVERIFY(!a.vars->updater->_isUpdateCheckComplete);
         QVERIFY(!a.vars->_isLumRunning);
         QVERIFY(a.vars->lumoraLog().isEmpty());
+        // All that is to come is the next look at the check: no update timer yet.
+        QCOMPARE(a.time->pending(), 1U);
+        QVERIFY(a.time->nextDelay() <= 200ms);
+    }
+
+    void afterTheCheckComeTheServicesTheLibreOfficeStepAndTheTimer() {
+        const QString manifest = QStringLiteral("/download/updates/macminerdeploy.json");
+        const TestAuthority authority;
+        TestHttpsServer server(authority.issue());
+        server.on(manifest, TestHttpsServer::replies(
+                                200, R"({"checkUpdateInterval": 6, "libreofficeversion": "26.8.1"})"));
+        Application a("silent");
+        a.adjustSeams = [&](Seams &seams) {
+            seams.servers.updateServer = server.base();
+            seams.extraAuthorities = authority.certificate();
+        };
+        a.launch();
+        QVERIFY(waitUntil([&] { return a.vars->updater->_isUpdateCheckComplete.get(); }));
+        QVERIFY(a.engineLog().empty());
+        QVERIFY(a.waitForTheEngine());
+        // Only a periodic check's interval counts: the first one comes after an hour.
+        QVERIFY(a.time->nextDelay() == 1h);
+        const std::string expected =
+            "Lumora Core started.\nLibreOffice install skipped: could not build Metalink URL for version "
+            "26.8.1. "
+            "Will retry on the next check.\n";
+        QVERIFY(a.waitForEngineLog(expected));
+        QCOMPARE(a.engineLog(), expected);
+        QVERIFY(waitUntil([&] { return a.vars->_isQorClientRunning.get(); }));
+        QCOMPARE(a.time->pending(), 1U);
+        QCOMPARE(server.requestCount(manifest), 1);
+        a.time->advance(a.time->nextDelay());
+        QVERIFY(waitUntil([&] { return server.requestCount(manifest) == 2 && a.time->pending() == 1; }));
+        QVERIFY(a.time->nextDelay() == 6h);
     }
 
     void reopeningWhileTheWindowIsVisibleChangesNothing() {

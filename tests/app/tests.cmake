@@ -35,7 +35,7 @@ if(NOT APPLE)
     ferrolt_test(app DesktopAppearanceTest LINKS ferrolt_app WINDOW)
     ferrolt_test(app StateFolderTest LINKS ferrolt_app)
 endif()
-ferrolt_test(app LifecycleTest LINKS ferrolt_app WINDOW)
+ferrolt_test(app LifecycleTest LINKS ferrolt_app ferrolt_test_installation WINDOW)
 ferrolt_test(app UnitTestHostTest LINKS ferrolt_app)
 set_target_properties(UnitTestHostTest PROPERTIES ENABLE_EXPORTS ON)  # a name that the process can be asked for
 target_compile_definitions(PicturesTest PRIVATE FERROLT_PICTURES="${PROJECT_BINARY_DIR}/pictures")

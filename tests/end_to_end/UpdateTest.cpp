@@ -30,8 +30,10 @@ namespace fs = std::filesystem;
 namespace {
 
 const QString manifestPath = "/download/updates/macminerdeploy.json";
+/// Not the one that the program would install on its own.
+const QString version = "26.8.1";
 const QString metalinkPath =
-    "/libreoffice/stable/26.2.4/mac/aarch64/LibreOffice_26.2.4_MacOS_aarch64.dmg.meta4";
+    "/libreoffice/stable/" + version + "/mac/aarch64/LibreOffice_" + version + "_MacOS_aarch64.dmg.meta4";
 const QStringList mirrorHosts{"one.mirror.example", "two.mirror.example", "three.mirror.example"};
 const fs::path application = "/Applications/LibreOffice.app";
 const QString settingsFile = ".config/" FERROLT_REVERSE_DOMAIN ".json";
@@ -53,8 +55,9 @@ struct Servers {
     }
 
     void publish(const QByteArray &image) {
-        origin.on(manifestPath, TestHttpsServer::replies(
-                                    200, R"({"checkUpdateInterval": 6, "libreofficeversion": "26.2.4"})"));
+        origin.on(manifestPath,
+                  TestHttpsServer::replies(200, "{\"checkUpdateInterval\": 6, \"libreofficeversion\": \"" +
+                                                    version.toUtf8() + "\"}"));
         QByteArray document =
             "<metalink xmlns=\"urn:ietf:params:xml:ns:metalink\"><file name=\"image\">"
             "<hash type=\"sha-256\">" +
@@ -134,13 +137,15 @@ class UpdateTest : public QObject {
 
             QCOMPARE(launcher.startAgain(), 0);
             QVERIFY(waitUntil([&] { return launcher.visibleWindows().contains("Ferrolt Miner Launcher"); }));
-            QString expected = "Fetching LibreOffice 26.2.4 download info\u2026\n";
+            QString expected = "Fetching LibreOffice " + version + " download info\u2026\n";
             for (const QString &host : mirrorHosts)
                 expected += "Downloading LibreOffice from " + host + "\u2026\n";
             expected +=
                 "Verifying download\u2026\nMounting disk image\u2026\n"
                 "Installing LibreOffice to /Applications (administrator authorization required)\u2026\n"
-                "LibreOffice 26.2.4 installed successfully.\n"
+                "LibreOffice " +
+                version +
+                " installed successfully.\n"
                 "LibreOffice installed; restarting Lumora Core so its workers pick up office-document "
                 "support.\nLumora Core started.\n";
             QString log;
@@ -157,7 +162,7 @@ class UpdateTest : public QObject {
                                 treeSnapshot(volume.path().toStdString() + "/LibreOffice.app")),
                  QByteArray());
         QVERIFY(readFile(tree.home() / settingsFile.toStdString())
-                    .contains("\"InstalledLibreOfficeVersion\": \"26.2.4\""));
+                    .contains("\"InstalledLibreOfficeVersion\": \"" + version.toUtf8() + '"'));
         QVERIFY(fs::is_empty(temporary.path().toStdString()));
 
         // A second check finds nothing to do.
@@ -178,20 +183,40 @@ class UpdateTest : public QObject {
         const VirtualDesktop desktop;
         QVERIFY2(desktop.failure().isEmpty(), qPrintable(desktop.failure()));
         Servers servers(authority);
-        servers.publish(testPattern() + testPattern());
+        const QByteArray image = testPattern() + testPattern();
+        servers.publish(image);
+        std::atomic<bool> isStalling = false;
+        servers.mirrors[2]->on("/image.dmg", [&](TestExchange &exchange) {
+            exchange.head(200, {{"Content-Length", QByteArray::number(image.size())}});
+            exchange.send(image.left(100'000));
+            isStalling = true;
+            exchange.stall();
+        });
         const Listener port;
         InstalledTree tree("wait", "wait");
         tree.writeEnginePort(std::to_string(port.port));
         const QTemporaryDir temporary;
         qputenv("TMPDIR", temporary.path().toLocal8Bit());
-        Launcher launcher(desktop, tree.executable(), tree.home());
-        QVERIFY(waitUntil([&] { return servers.mirrors[2]->requestCount("/image.dmg") == 1; }, 60s));
-        kill(launcher.id(), SIGTERM);
-        QVERIFY(waitUntil([&] { return !launcher.isRunning(); }, 5s));
-        QCOMPARE(launcher.program().exitStatus(), QProcess::NormalExit);
-        QCOMPARE(launcher.program().exitCode(), 0);
+        {
+            Launcher launcher(desktop, tree.executable(), tree.home());
+            QVERIFY(waitUntil([&] { return isStalling.load(); }, 60s));
+            QVERIFY(launcher.isRunning());
+            kill(launcher.id(), SIGTERM);
+            QVERIFY(waitUntil([&] { return !launcher.isRunning(); }, 5s));
+            QCOMPARE(launcher.program().exitStatus(), QProcess::NormalExit);
+            QCOMPARE(launcher.program().exitCode(), 0);
+        }
         QVERIFY(!readFile(tree.home() / settingsFile.toStdString()).contains("InstalledLibreOfficeVersion"));
         QVERIFY(!fs::exists(application));
+
+        // Whatever of it was left behind goes with the next start, even if that one installs nothing.
+        fs::create_directories(fs::path(temporary.path().toStdString()) /
+                               "ferrolt-libreoffice-0F8FAD5B-D9CB-469F-A165-70867728950E/mnt");
+        servers.mirrors[2]->on("/image.dmg", TestHttpsServer::replies(404, "not here"));
+        const auto asked = servers.mirrors[2]->requestCount("/image.dmg");
+        Launcher again(desktop, tree.executable(), tree.home());
+        QVERIFY(waitUntil([&] { return servers.mirrors[2]->requestCount("/image.dmg") > asked; }, 60s));
+        QVERIFY(waitUntil([&] { return fs::is_empty(temporary.path().toStdString()); }));
     }
 };
 
