@@ -53,24 +53,45 @@ class InstallerMirrorsTest : public QObject {
         QCOMPARE(scene->recorded(), std::optional(QStringLiteral("7.6.4")));
     }
 
-    /// As isPassedOver(), in a time that the test moves on as long as the bad mirror is at work.
-    void isGivenUp(const QString &mirror, TimeSource::Duration step, const std::function<bool()> &mayStep) {
+    qsizetype downloads() const { return scene->log().count(InstallationScene::downloading()); }
+
+    /// As isPassedOver(), in a time that stands still: `letTimePass` moves it until the bad mirror, which is
+    /// being asked when it is called, is given up.
+    void isGivenUp(const QString &mirror, const std::function<void()> &letTimePass) {
+        const auto install = [&](const InstallOutcome &expected) {
+            const auto before = downloads();
+            LibreOfficeInstaller installer(scene->services);
+            std::optional<InstallOutcome> outcome;
+            installer.install(version, scene->logger(),
+                              [&](const InstallOutcome &result) { outcome = result; });
+            QVERIFY(waitUntil([&] { return downloads() == before + 1; }));
+            letTimePass();
+            QVERIFY(waitUntil([&] { return outcome.has_value(); }));
+            QCOMPARE(outcome, expected);
+            QVERIFY(scene->isTemporaryFolderEmpty());
+        };
         scene->publish({mirror, scene->goodMirror()});
-        LibreOfficeInstaller installer(scene->services);
-        std::optional<InstallOutcome> outcome;
-        installer.install(version, scene->logger(), [&](const InstallOutcome &result) { outcome = result; });
-        const auto downloads = [&] { return scene->log().count(InstallationScene::downloading()); };
-        QVERIFY(waitUntil([&] { return downloads() == 1; }));
-        while (downloads() == 1 && !QTest::currentTestFailed()) {
-            if (waitUntil([&] { return downloads() > 1 || mayStep(); }) && downloads() == 1)
-                time->advance(step);
-            // Within this time the session looks at the clock.
-            waitUntil([&] { return downloads() > 1; }, std::chrono::milliseconds(250));
-        }
-        QVERIFY(waitUntil([&] { return outcome.has_value(); }));
-        QCOMPARE(outcome, InstallOutcome::installed(version));
+        install(InstallOutcome::installed(version));
         QCOMPARE(scene->log(),
                  InstallationScene::linesOfAnInstallation(QStringList(2, InstallationScene::downloading())));
+
+        scene->record(QStringLiteral("7.6.4"));
+        scene->publish({mirror});
+        install(InstallOutcome::failed(
+            QStringLiteral("could not download a verified LibreOffice DMG from any mirror")));
+        QCOMPARE(downloads(), 3);
+        QCOMPARE(scene->log().last(), InstallationScene::downloading());
+        QCOMPARE(scene->installedContent(), QByteArray("new"));
+        QCOMPARE(scene->recorded(), std::optional(QStringLiteral("7.6.4")));
+    }
+
+    /// Just short of half a minute of silence a request still stands, and just after it no more.
+    void passHalfAMinute(const std::function<bool()> &isGivenUp) {
+        time->advance(29s);
+        QTest::qWait(500);  // more than the session lets pass between two looks at the clock
+        QVERIFY(!isGivenUp());
+        time->advance(2s);
+        QVERIFY(waitUntil(isGivenUp));
     }
 
   private Q_SLOTS:
@@ -236,30 +257,70 @@ class InstallerMirrorsTest : public QObject {
             stalls = true;
             exchange.stall();
         });
-        const auto start = time->now();
-        isGivenUp(mirror, 31s, [&] { return stalls.load(); });
-        QVERIFY(time->now() - start >= 30s);
+        isGivenUp(mirror, [&] {
+            QVERIFY(waitUntil([&] { return stalls.load(); }));
+            QTest::qWait(250);  // what was sent arrives, and counts as the last sign of life
+            stalls = false;
+            passHalfAMinute([&, before = downloads()] {
+                return downloads() > before || !LibreOfficeInstaller::isInstalling();
+            });
+        });
+    }
+
+    void aServerThatStallsInsteadOfNamingMirrorsIsGivenUpAfterThirtySeconds() {
+        scene->services.http.time = time;
+        scene->installBefore();
+        scene->record(QStringLiteral("7.6.4"));
+        scene->server.on(InstallationScene::metalinkPath(),
+                         TestHttpsServer::stallsAfter(10, "<metalink></metalink>"));
+        LibreOfficeInstaller installer(scene->services);
+        std::optional<InstallOutcome> outcome;
+        installer.install(version, scene->logger(), [&](const InstallOutcome &result) { outcome = result; });
+        QVERIFY(
+            waitUntil([&] { return scene->server.requestCount(InstallationScene::metalinkPath()) == 1; }));
+        QTest::qWait(250);
+        passHalfAMinute([&] { return outcome.has_value(); });
+        QCOMPARE(outcome, InstallOutcome::failed(QStringLiteral("failed to download Metalink file")));
+        QCOMPARE(scene->log().last(), QStringLiteral("Fetching LibreOffice 26.2.4 download info\u2026\n"));
+        QVERIFY(scene->isTemporaryFolderEmpty());
+        QCOMPARE(scene->installedContent(), QByteArray("old"));
+        QCOMPARE(scene->recorded(), std::optional(QStringLiteral("7.6.4")));
     }
 
     void aMirrorThatNeverEndsIsGivenUpAfterFifteenMinutes() {
         scene->services.http.time = time;
+        scene->services.http.requestTimeout = 300s;  // for larger steps than the installer's own would allow
         std::atomic<int> sent = 0;
         const QString mirror = bad([&](TestExchange &exchange) {
             exchange.head(200, {{"Content-Length", "100000000"}});
             while (exchange.send("x") && exchange.pause(5))
                 ++sent;
         });
-        const auto start = time->now();
-        int sentBefore = 0;
-        // Something arrives between any two steps, so it is never the silence that is too long.
-        isGivenUp(mirror, 25s, [&] {
-            if (sent < sentBefore + 4)
-                return false;
-            sentBefore = sent;
-            return true;
+        isGivenUp(mirror, [&] {
+            const auto start = time->now();
+            const auto isOver = [&, before = downloads()] {
+                return downloads() > before || !LibreOfficeInstaller::isInstalling();
+            };
+            while (!isOver() && !QTest::currentTestFailed()) {
+                // Something arrives between any two steps, so it is never the silence that is too long.
+                QVERIFY(waitUntil([&, before = sent.load()] { return isOver() || sent >= before + 4; }));
+                if (!isOver())
+                    time->advance(250s);
+                waitUntil(isOver, std::chrono::milliseconds(250));
+            }
+            QVERIFY(time->now() - start >= 900s);
+            QVERIFY(time->now() - start < 1100s);
         });
-        QVERIFY(time->now() - start >= 900s);
-        QVERIFY(time->now() - start < 1100s);
+    }
+
+    void aMirrorThatSendsMoreThanAnImageMayHaveIsPassedOver() {
+        scene->services.http.largestFile = scene->image.size();
+        isPassedOver(bad([](TestExchange &exchange) {
+            exchange.head(200, {{"Transfer-Encoding", "chunked"}});
+            const QByteArray chunk = "100000\r\n" + testPattern() + "\r\n";
+            while (exchange.send(chunk)) {
+            }
+        }));
     }
 };
 

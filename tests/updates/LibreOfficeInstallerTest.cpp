@@ -8,8 +8,12 @@
 #include <QTest>
 
 #include <atomic>
+#include <chrono>
+#include <mutex>
 #include <semaphore>
 #include <thread>
+
+#include <pthread.h>
 
 using namespace ferrolt;
 namespace fs = std::filesystem;
@@ -17,6 +21,12 @@ namespace fs = std::filesystem;
 namespace {
 
 const QString version = QStringLiteral("26.2.4");
+
+QByteArray threadName() {
+    char name[16] = {};
+    pthread_getname_np(pthread_self(), name, sizeof name);
+    return name;
+}
 
 QStringList fetching() {
     return {QStringLiteral("Fetching LibreOffice 26.2.4 download info\u2026\n")};
@@ -281,6 +291,42 @@ class LibreOfficeInstallerTest : public QObject {
         QVERIFY(*onMain);
     }
 
+    void theGatesLinesComeOnTheMainThreadAndAllOthersOnTheWorkQueue() {
+        scene->publish({scene->goodMirror()});
+        scene->installBefore();
+        scene->record(QStringLiteral("7.6.4"));
+        std::mutex mutex;
+        QStringList onMain;
+        QList<QByteArray> elsewhere;
+        LibreOfficeInstaller installer(scene->services);
+        bool done = false;
+        installer.install(
+            version,
+            [&](const QString &line) {
+                std::lock_guard lock(mutex);
+                if (MainQueue::isMainThread())
+                    onMain.append(line);
+                else
+                    elsewhere.append(threadName());
+            },
+            [&](const InstallOutcome &) { done = true; });
+        QVERIFY(waitUntil([&] { return done; }));
+        QCOMPARE(onMain, QStringList{QStringLiteral("LibreOffice 7.6.4 found; upgrading to 26.2.4.\n")});
+        QCOMPARE(elsewhere.size(), InstallationScene::linesOfAnInstallation({{}}).size());
+        for (const QByteArray &name : elsewhere)
+            QCOMPARE(name, QByteArray("libreoffice-ins"));  // the queue's, as far as the system keeps a name
+    }
+
+    void theSessionOfAnInstallation() {
+        const LibreOfficeInstaller::Services services;
+        QVERIFY(services.http.requestTimeout == std::chrono::seconds(30));
+        QVERIFY(services.http.resourceTimeout == std::chrono::seconds(900));
+        QCOMPARE(services.http.storage, HttpConfiguration::Storage::Ephemeral);
+        QVERIFY(services.http.extraAuthorities.isEmpty());
+        QCOMPARE(services.application, fs::path("/Applications/LibreOffice.app"));
+        QCOMPARE(LibreOfficeInstaller::versionKey, QStringLiteral("InstalledLibreOfficeVersion"));
+    }
+
     void withoutACompletionTheOutcomeIsStillRecorded() {
         scene->publish({scene->goodMirror()});
         LibreOfficeInstaller installer(scene->services);
@@ -332,6 +378,23 @@ class LibreOfficeInstallerTest : public QObject {
                  (QStringList{QStringLiteral("LibreOffice 26.2.4: verifying"),
                               QStringLiteral("LibreOffice 26.2.4: installing"), QString()}));
         QVERIFY(fetching().first() == scene->log().first());
+    }
+
+    void whoeverWatchesSeesHowMuchIsUnpacked() {
+        scene->publish({scene->goodMirror()});
+        scene->tools->report = [](const ToolRunner::Progress &progress) {
+            progress(1, 2);
+            std::this_thread::sleep_for(std::chrono::milliseconds(110));  // it is told ten times a second
+            progress(2, 2);
+        };
+        LibreOfficeInstaller installer(scene->services);
+        QList<InstallProgress::Facts> seen;
+        QObject::connect(installer.progress.get(), &InstallProgress::changed, installer.progress.get(),
+                         [&] { seen.append(installer.progress->facts()); });
+        QCOMPARE(scene->install(installer), InstallOutcome::installed(version));
+        QVERIFY(waitUntil([&] { return installer.progress->isIdle(); }));
+        using Phase = InstallProgress::Phase;
+        QVERIFY(seen.contains({.phase = Phase::Installing, .version = version, .done = 2, .total = 2}));
     }
 
     void progressIsNotShownBeforeThereIsSomethingToDownload() {

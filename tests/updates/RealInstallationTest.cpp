@@ -35,6 +35,31 @@ class RealInstallationTest : public QObject {
                 200, InstallationScene::metalink({scene->server.url(QStringLiteral("/image.dmg")).toString()},
                                                  InstallationScene::sha256(content))));
     }
+    void anOldVersionIsThere() {
+        scene->installBefore();
+        scene->record(QStringLiteral("7.6.4"));
+    }
+    /// A further attempt, which ends with that reason behind that line and changes nothing.
+    void failsWith(const QString &reason, const QStringList &lines) {
+        const auto before = scene->log().size();
+        QCOMPARE(scene->install(), InstallOutcome::failed(reason));
+        const QStringList first{QStringLiteral("LibreOffice 7.6.4 found; upgrading to 26.2.4.\n"),
+                                QStringLiteral("Fetching LibreOffice 26.2.4 download info\u2026\n"),
+                                InstallationScene::downloading(),
+                                QStringLiteral("Verifying download\u2026\n"),
+                                QStringLiteral("Mounting disk image\u2026\n")};
+        QCOMPARE(scene->log().mid(before), first + lines);
+        QVERIFY(scene->isTemporaryFolderEmpty());
+        QCOMPARE(scene->installedContent(), QByteArray("old"));
+        QCOMPARE(scene->recorded(), std::optional(QStringLiteral("7.6.4")));
+    }
+    void theMountFails() { failsWith(QStringLiteral("failed to mount the LibreOffice disk image"), {}); }
+    void theCopyFails() {
+        failsWith(
+            QStringLiteral("authorization was denied or the privileged copy failed"),
+            {QStringLiteral(
+                "Installing LibreOffice to /Applications (administrator authorization required)\u2026\n")});
+    }
     static QByteArray noise(qsizetype size) { return QByteArray(testPattern() + testPattern()).left(size); }
     /// Large enough to pass for an image.
     static QByteArray smallImage() {
@@ -89,11 +114,9 @@ class RealInstallationTest : public QObject {
         const auto app = volume.addFolder(TestHfsVolume::rootFolder, QStringLiteral("LibreOffice.app"));
         volume.addFile(app, QStringLiteral("content"), noise(1'100'000));
         publishImage(udifImage(volume.bytes(), UdifBlocks::Zlib));
-        QCOMPARE(scene->install(),
-                 InstallOutcome::failed(QStringLiteral("failed to mount the LibreOffice disk image")));
+        anOldVersionIsThere();
+        theMountFails();
         QCOMPARE(readFile(victim / "passwd"), QByteArray("precious"));
-        QVERIFY(scene->isTemporaryFolderEmpty());
-        QVERIFY(!fs::exists(scene->application));
     }
 
     void anArchiverThatIsKilledIsAFailedMount() {
@@ -102,46 +125,32 @@ class RealInstallationTest : public QObject {
         writeScript(scene->folder / "bin/7zz",
                     "[ \"$1\" = x ] && kill -9 $$\nPATH='" + searchPath + "' exec 7zz \"$@\"\n");
         qputenv("PATH", QByteArray::fromStdString((scene->folder / "bin").string()) + ":" + searchPath);
-        QCOMPARE(scene->install(),
-                 InstallOutcome::failed(QStringLiteral("failed to mount the LibreOffice disk image")));
-        QVERIFY(scene->isTemporaryFolderEmpty());
-        QVERIFY(!fs::exists(scene->application));
-        QVERIFY(!scene->recorded());
+        anOldVersionIsThere();
+        theMountFails();
     }
 
     void withoutAnArchiverTheMountFails() {
         publishImage(smallImage());
         fs::create_directory(scene->folder / "bin");
         qputenv("PATH", QByteArray::fromStdString((scene->folder / "bin").string()));
-        QCOMPARE(scene->install(),
-                 InstallOutcome::failed(QStringLiteral("failed to mount the LibreOffice disk image")));
-        QVERIFY(scene->isTemporaryFolderEmpty());
+        anOldVersionIsThere();
+        theMountFails();
     }
 
     void aRefusedPromptAndAMissingOneAreTheSameFailure() {
         publishImage(smallImage());
-        const auto failure =
-            InstallOutcome::failed(QStringLiteral("authorization was denied or the privileged copy failed"));
+        anOldVersionIsThere();
         promptSays("exit 126");
-        QCOMPARE(scene->install(), failure);
+        theCopyFails();
         scene->services.privilegedCopy = std::make_shared<PkexecCopy>(scene->folder / "missing");
-        QCOMPARE(scene->install(), failure);
-        QVERIFY(!fs::exists(scene->application));
-        QVERIFY(!scene->recorded());
-        QVERIFY(scene->isTemporaryFolderEmpty());
+        theCopyFails();
     }
 
     void aCopyThatFailsKeepsTheOldApplication() {
         publishImage(smallImage());
-        scene->installBefore();
-        scene->record(QStringLiteral("7.6.4"));
+        anOldVersionIsThere();
         promptSays("ulimit -f 100\nexec \"$@\"");
-        QCOMPARE(
-            scene->install(),
-            InstallOutcome::failed(QStringLiteral("authorization was denied or the privileged copy failed")));
-        QCOMPARE(scene->installedContent(), QByteArray("old"));
-        QCOMPARE(scene->recorded(), std::optional(QStringLiteral("7.6.4")));
-        QVERIFY(scene->isTemporaryFolderEmpty());
+        theCopyFails();
     }
 };
 

@@ -103,6 +103,26 @@ class UpdaterTest : public QObject {
         QCOMPARE(version(), std::optional(QStringLiteral("26.2.4")));
     }
 
+    void keysThatAreNotKnownOrWrittenOtherwiseAreIgnored_data() {
+        QTest::addColumn<QByteArray>("body");
+        QTest::newRow("unknown") << QByteArray(
+            R"({"channel":[{"checkUpdateInterval":9}],"checkUpdateInterval":6,"next":null,"libreofficeversion":"26.2.4"})");
+        QTest::newRow("another case") << QByteArray(
+            R"({"CheckUpdateInterval":9,"checkUpdateInterval":6,"libreOfficeVersion":"1","libreofficeversion":"26.2.4"})");
+    }
+    void keysThatAreNotKnownOrWrittenOtherwiseAreIgnored() {
+        QFETCH(QByteArray, body);
+        publish(body);
+        QCOMPARE(check(), Interval(6));
+        QCOMPARE(version(), std::optional(QStringLiteral("26.2.4")));
+    }
+
+    void keysInAnotherCaseAreNoKeys() {
+        publish(R"({"CheckUpdateInterval":9,"libreOfficeVersion":"1"})");
+        QCOMPARE(check(), Interval());
+        QCOMPARE(version(), std::nullopt);
+    }
+
     void zeroAndNegativeIntervalsAreHandedOverAsTheyAre() {
         publish(R"({"checkUpdateInterval":0})");
         QCOMPARE(check(), Interval(0));
@@ -225,9 +245,13 @@ class UpdaterTest : public QObject {
                 break;
             case 2:
                 server->on(manifestPath, [body](TestExchange &exchange) {
+                    const auto chunk = [](const QByteArray &bytes) {
+                        return QByteArray::number(bytes.size(), 16) + "\r\n" + bytes + "\r\n";
+                    };
                     exchange.head(200, {{"Transfer-Encoding", "chunked"}});
-                    const QByteArray piece = QByteArray::number(body.size(), 16) + "\r\n" + body + "\r\n";
-                    for (int i = 0; i < 1000 && exchange.send(piece); ++i) {
+                    exchange.send(chunk(body));
+                    const QByteArray blanks = chunk(QByteArray(1'000'000, ' '));
+                    for (int i = 0; i < 100 && exchange.send(blanks); ++i) {
                     }
                     exchange.send("0\r\n\r\n");
                 });
