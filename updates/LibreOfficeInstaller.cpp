@@ -84,8 +84,8 @@ void LibreOfficeInstaller::install(const QString &version, Log log, Completion c
         log = [](const QString &) {};
     MainQueue::async(
         [weak = std::weak_ptr(state), version, log = std::move(log), completion = std::move(completion)] {
-            if (const auto state = weak.lock())
-                gate(state, version, log, completion);
+            if (const auto installer = weak.lock())
+                gate(installer, version, log, completion);
         });
 }
 
@@ -122,8 +122,8 @@ void LibreOfficeInstaller::gate(const std::shared_ptr<State> &state, const QStri
     const bool isUnderWay = isSwept && services.workQueue->async([state, version, log, completion] {
         const auto tell = [weak = state->progress](const InstallProgress::Facts &facts) {
             MainQueue::async([weak, facts] {
-                if (const auto progress = weak.lock())
-                    progress->set(facts);
+                if (const auto shown = weak.lock())
+                    shown->set(facts);
             });
         };
         const InstallOutcome outcome = LibreOfficeInstallation(state->services, version, log, tell).run();

@@ -11,8 +11,8 @@
 namespace ferrolt {
 namespace {
 
-const QString service = "org.kde.StatusNotifierWatcher";
-const QString path = "/StatusNotifierWatcher";
+const QString watcherService = "org.kde.StatusNotifierWatcher";
+const QString watcherPath = "/StatusNotifierWatcher";
 const QString itemPath = "/StatusNotifierItem";
 const QString itemInterface = "org.kde.StatusNotifierItem";
 const QString menuInterface = "com.canonical.dbusmenu";
@@ -23,14 +23,14 @@ NotifierTray::NotifierTray(const QString &busAddress, Host host)
     : connectionName(QUuid::createUuid().toString()),
       bus(QDBusConnection::connectToBus(busAddress, connectionName)),
       host(host) {
-    bus.registerObject(path, this,
+    bus.registerObject(watcherPath, this,
                        QDBusConnection::ExportScriptableSlots | QDBusConnection::ExportScriptableSignals |
                            QDBusConnection::ExportAllProperties);
-    bus.registerService(service);
+    bus.registerService(watcherService);
 }
 
 NotifierTray::~NotifierTray() {
-    bus.unregisterService(service);
+    bus.unregisterService(watcherService);
     QDBusConnection::disconnectFromBus(connectionName);
 }
 
