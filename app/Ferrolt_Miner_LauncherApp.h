@@ -35,8 +35,7 @@ class Ferrolt_Miner_LauncherApp : public QObject {
     std::shared_ptr<AppVars> _av;
     std::shared_ptr<TimeSource> time;
     std::shared_ptr<AlertPresenter> alerts;
-    [[maybe_unused]] std::int64_t _retries =
-        0;  // declared for the window's description; nothing reads or changes it
+    [[maybe_unused]] std::int64_t _retries = 0;  // part of this type's state; nothing reads or changes it yet
     bool _showAlert = false;
 };
 

@@ -15,6 +15,8 @@ namespace ferrolt {
 /// contents to a pipe; which folders, files and links there will be is decided here, from its listing, and
 /// made here. So a link never leads a later entry astray: links are made last, with the very target that the
 /// image gives, and nothing follows them.
+///
+/// Everything blocks for as long as the disk and the archiver take: any thread but the main one.
 class DiskImage {
   public:
     /// More than this is not unpacked: contents and link targets together, in bytes.

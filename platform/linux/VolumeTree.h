@@ -11,7 +11,8 @@ namespace ferrolt {
 
 /// Builds a tree of folders, files and links below a folder and nowhere else: every step down is taken from
 /// the open folder above and never through a link, and nothing that exists is opened, replaced or written to.
-/// Paths are relative, of plain components. Every operation is false, or invalid, when it cannot be done.
+/// Paths are relative, of plain components. Every operation is false, or invalid, when it cannot be done. One
+/// thread at a time.
 class VolumeTree {
   public:
     explicit VolumeTree(FileDescriptor root) : root(std::move(root)) {}

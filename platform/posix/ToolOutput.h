@@ -17,6 +17,8 @@ namespace ferrolt {
 /// reader that stops bounds what the tool can do. Destroying it ends the tool.
 ///
 /// Standard output and error come as one: the tool has to be told to keep quiet on the other.
+///
+/// Belongs to one thread, which is not the main one: reading, asking for the status and destroying it block.
 class ToolOutput {
   public:
     ToolOutput(const std::filesystem::path &executable, const std::vector<std::string> &arguments);

@@ -11,7 +11,7 @@
 
 namespace ferrolt {
 
-/// Where the bytes of a reply go.
+/// Where the bytes of a reply go. Belongs to the session's network thread.
 class HttpSink {
   public:
     virtual ~HttpSink() = default;
