@@ -212,6 +212,8 @@ class AppVarsTerminationTest : public QObject {
     }
 
     void manyLivesOfASupervisorLeaveNoThreadNoDescriptorAndNoZombie() {
+        QVERIFY(waitUntil([&] { return threadsNamed("child-") == 0; }));  // of whatever was before
+        Supervision::letTheBackgroundEnd();
         const int descriptors = openDescriptors();
         for (int i = 0; i < 100; ++i) {
             Supervision s(i % 2 == 0 ? "wait" : "flood");

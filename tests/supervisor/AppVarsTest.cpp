@@ -160,7 +160,8 @@ class AppVarsTest : public QObject {
                 last = now;
             }
         };
-        connect(&vars, &AppVars::objectWillChange, &vars, [&] {
+        QObject watching;  // until here: the state outlives what is looked at
+        connect(&vars, &AppVars::objectWillChange, &watching, [&] {
             look();
             isAnnounced = true;
         });
