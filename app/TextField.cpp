@@ -5,8 +5,15 @@
 #include "SingleLineText.h"
 #include "Theme.h"
 
+#include <QAction>
+#include <QContextMenuEvent>
 #include <QEvent>
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QMenu>
+#include <QMimeData>
 #include <QPainter>
+#include <QSignalBlocker>
 #include <QStyleOptionFrame>
 #include <QToolTip>
 
@@ -33,14 +40,79 @@ TextField::TextField(const QString &placeholder, QWidget *parent) : QLineEdit(pa
     connect(this, &QLineEdit::inputRejected, this, &TextField::tellThatTextWasCut);
 }
 
+/// QLineEdit's own takes what is selected away also when there is nothing to put in its place.
+void TextField::pasteFrom(QClipboard::Mode mode) {
+    const QMimeData *const offered = QGuiApplication::clipboard()->mimeData(mode);
+    // A program that does not answer is waited for each time that it is asked, and for a text it is asked in
+    // several ways.
+    if (offered == nullptr || offered->formats().isEmpty())
+        return;
+    const QString pasted = offered->text();
+    if (pasted.isEmpty())
+        return;
+    beginUndoStep();
+    insert(pasted);
+    beginUndoStep();
+}
+
+/// What is pasted is undone by itself, apart from what was typed before and after it. The steps end where the
+/// cursor moves; where something is selected, its removal begins one anyway.
+void TextField::beginUndoStep() {
+    if (hasSelectedText() || text().isEmpty())
+        return;
+    const QSignalBlocker quietly(this);
+    const int place = cursorPosition();
+    setCursorPosition(place > 0 ? place - 1 : place + 1);
+    setCursorPosition(place);
+}
+
+void TextField::keyPressEvent(QKeyEvent *event) {
+    if (!event->matches(QKeySequence::Paste)) {
+        QLineEdit::keyPressEvent(event);
+        return;
+    }
+    const bool fromSelection = event->key() == Qt::Key_Insert &&
+                               event->modifiers() == (Qt::ControlModifier | Qt::ShiftModifier) &&
+                               QGuiApplication::clipboard()->supportsSelection();
+    pasteFrom(fromSelection ? QClipboard::Selection : QClipboard::Clipboard);
+    event->accept();
+}
+
+void TextField::contextMenuEvent(QContextMenuEvent *event) {
+    // The standard one asks the clipboard before it opens, and waits for a program that does not answer.
+    auto *const menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    const auto add = [menu](const QString &text, const QKeySequence &keys, bool isPossible, auto act) {
+        QAction *const action = menu->addAction(text);
+        action->setShortcut(keys);
+        action->setShortcutVisibleInContextMenu(true);
+        action->setEnabled(isPossible);
+        connect(action, &QAction::triggered, menu, act);
+    };
+    add(tr("&Undo"), QKeySequence::Undo, isUndoAvailable(), [this] { undo(); });
+    add(tr("&Redo"), QKeySequence::Redo, isRedoAvailable(), [this] { redo(); });
+    menu->addSeparator();
+    add(tr("Cu&t"), QKeySequence::Cut, hasSelectedText(), [this] { cut(); });
+    add(tr("&Copy"), QKeySequence::Copy, hasSelectedText(), [this] { copy(); });
+    add(tr("&Paste"), QKeySequence::Paste, true, [this] { pasteFrom(QClipboard::Clipboard); });
+    add(tr("&Delete"), QKeySequence(), hasSelectedText(), [this] { del(); });
+    menu->addSeparator();
+    add(tr("Select &All"), QKeySequence::SelectAll, !text().isEmpty(), [this] { selectAll(); });
+    const bool byKey = event->reason() == QContextMenuEvent::Keyboard;
+    menu->popup(byKey ? mapToGlobal(cursorRect().bottomRight()) : event->globalPos());
+}
+
 void TextField::tellThatTextWasCut() {
     QToolTip::showText(mapToGlobal(rect().bottomLeft()),
                        QStringLiteral("The text is too long. Its end was left out."), this);
 }
 
+int TextField::heightFor(const QFontMetrics &metrics) {
+    return std::max(leastHeight, metrics.height() + roomAroundText);
+}
+
 QSize TextField::sizeHint() const {
-    return QSize(QLineEdit::sizeHint().width(),
-                 std::max(leastHeight, fontMetrics().height() + roomAroundText));
+    return QSize(QLineEdit::sizeHint().width(), heightFor(fontMetrics()));
 }
 
 QSize TextField::minimumSizeHint() const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QClipboard>
 #include <QLineEdit>
 
 namespace ferrolt {
@@ -7,6 +8,9 @@ namespace ferrolt {
 /// A single-line text field with a rounded border. Takes any text: of what is pasted, dropped or set, a line
 /// break becomes a space (none at either end) and a NUL goes, since no line of text can hold them; everything
 /// else is kept as it is. Enter does nothing here.
+///
+/// A clipboard that has nothing to give, because the program that copied has ended or does not answer, pastes
+/// nothing and leaves what is selected.
 class TextField : public QLineEdit {
     Q_OBJECT
 
@@ -18,6 +22,9 @@ class TextField : public QLineEdit {
     /// Screen readers know the field by its placeholder.
     explicit TextField(const QString &placeholder, QWidget *parent = nullptr);
 
+    /// In logical pixels, for a field in a font of this size.
+    static int heightFor(const QFontMetrics &metrics);
+
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
 
@@ -25,8 +32,12 @@ class TextField : public QLineEdit {
     void paintEvent(QPaintEvent *event) override;
     void initStyleOption(QStyleOptionFrame *option) const override;
     void changeEvent(QEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+    void contextMenuEvent(QContextMenuEvent *event) override;
 
   private:
+    void pasteFrom(QClipboard::Mode mode);
+    void beginUndoStep();
     void tellThatTextWasCut();
 };
 

@@ -3,7 +3,9 @@
 #include <QAccessible>
 #include <QApplication>
 #include <QClipboard>
+#include <QContextMenuEvent>
 #include <QElapsedTimer>
+#include <QMenu>
 #include <QPushButton>
 #include <QTest>
 #include <QToolTip>
@@ -18,6 +20,17 @@ class TextFieldTest : public QObject {
     static void paste(TextField &field, const QString &text) {
         QApplication::clipboard()->setText(text);
         QTest::keySequence(&field, QKeySequence::Paste);
+    }
+
+    /// As a click does.
+    static void choose(QMenu *menu, const QString &text) {
+        QVERIFY(menu);
+        for (QAction *action : menu->actions()) {
+            if (action->text().remove('&') == text) {
+                QVERIFY(action->isEnabled());
+                QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(action).center());
+            }
+        }
     }
 
     static void show(QWidget &widget) {
@@ -80,6 +93,84 @@ class TextFieldTest : public QObject {
         paste(field, "a\r\nb");
         QTest::keyClicks(&field, "c");
         QCOMPARE(field.text(), QString("(a bc)"));
+    }
+
+    void aPasteOfNothingLeavesWhatIsSelected_data() {
+        QTest::addColumn<QKeySequence>("keys");
+        QTest::addRow("Ctrl+V") << QKeySequence(Qt::CTRL | Qt::Key_V);
+        QTest::addRow("Shift+Insert") << QKeySequence(Qt::SHIFT | Qt::Key_Insert);
+        QTest::addRow("Ctrl+Shift+Insert") << QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Insert);
+        QTest::addRow("menu") << QKeySequence();
+    }
+    void aPasteOfNothingLeavesWhatIsSelected() {
+        QFETCH(QKeySequence, keys);
+        TextField field("E-Mail Address");
+        show(field);
+        field.setText("ada@example.org");
+        field.selectAll();
+        // The menu offers what is there when it opens, and the owner goes meanwhile.
+        QApplication::clipboard()->setText("soon gone");
+        QMenu *menu = nullptr;
+        if (keys.isEmpty()) {
+            QContextMenuEvent asked(QContextMenuEvent::Keyboard, QPoint(), QPoint());
+            QApplication::sendEvent(&field, &asked);
+            menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
+            QVERIFY(menu);
+        }
+        QApplication::clipboard()->clear();
+        if (menu) {
+            choose(menu, "Paste");
+            QTRY_VERIFY(!QApplication::activePopupWidget());
+        } else {
+            QTest::keySequence(&field, keys);
+        }
+        QCOMPARE(field.text(), QString("ada@example.org"));
+        QCOMPARE(field.selectedText(), QString("ada@example.org"));
+    }
+
+    void theMenuDoesWhatItSays() {
+        TextField field("E-Mail Address");
+        show(field);
+        field.setText("ada@example.org");
+        const auto choose = [&](const QString &text) {
+            QContextMenuEvent asked(QContextMenuEvent::Keyboard, QPoint(), QPoint());
+            QApplication::sendEvent(&field, &asked);
+            TextFieldTest::choose(qobject_cast<QMenu *>(QApplication::activePopupWidget()), text);
+            QTRY_VERIFY(!QApplication::activePopupWidget());
+        };
+        field.setSelection(0, 3);
+        QApplication::clipboard()->setText("grace");
+        choose("Paste");
+        QTRY_COMPARE(field.text(), QString("grace@example.org"));
+        choose("Undo");
+        QTRY_COMPARE(field.text(), QString("ada@example.org"));
+        choose("Redo");
+        QTRY_COMPARE(field.text(), QString("grace@example.org"));
+        choose("Select All");
+        QTRY_COMPARE(field.selectedText(), QString("grace@example.org"));
+        choose("Copy");
+        QTRY_COMPARE(QApplication::clipboard()->text(), QString("grace@example.org"));
+        field.setSelection(0, 5);
+        choose("Cut");
+        QTRY_COMPARE(field.text(), QString("@example.org"));
+        QCOMPARE(QApplication::clipboard()->text(), QString("grace"));
+        field.selectAll();
+        choose("Delete");
+        QTRY_COMPARE(field.text(), QString());
+        QCOMPARE(QApplication::clipboard()->text(), QString("grace"));
+    }
+
+    void whatIsPastedIsUndoneByItself() {
+        TextField field("E-Mail Address");
+        show(field);
+        QTest::keyClicks(&field, "ab");
+        paste(field, "cd");
+        QTest::keyClicks(&field, "ef");
+        QCOMPARE(field.text(), QString("abcdef"));
+        for (const QString &left : {QString("abcd"), QString("ab"), QString()}) {
+            field.undo();
+            QCOMPARE(field.text(), left);
+        }
     }
 
     void nulIsLeftOutAndMarksStay() {
