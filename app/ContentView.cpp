@@ -74,7 +74,8 @@ void ContentView::setUpperLogShare(double share) {
 
 void ContentView::refresh() {
     column->showSelectedTab(_appVars->_selectedTab);
-    column->showStatus(_appVars->_isLumRunning, _appVars->_isQorClientRunning);
+    column->showLumoraCore(statusOf(_appVars->_isLumRunning));
+    column->showQorClient(statusOf(_appVars->_isQorClientRunning));
     detail->setCurrentWidget(page(_appVars->_selectedTab.get().value_or(AppVars::homeTab)));
 }
 

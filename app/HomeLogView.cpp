@@ -85,8 +85,8 @@ void HomeLogView::showEvent(QShowEvent *event) {
 }
 
 void HomeLogView::refresh() {
-    lumora->setRunning(_appVars->_isLumRunning);
-    qorClient->setRunning(_appVars->_isQorClientRunning);
+    lumora->setStatus(statusOf(_appVars->_isLumRunning));
+    qorClient->setStatus(statusOf(_appVars->_isQorClientRunning));
 }
 
 }  // namespace ferrolt

@@ -4,6 +4,7 @@
 #include "FindBar.h"
 #include "LogSearch.h"
 #include "LogTextArea.h"
+#include "StatusBadge.h"
 #include "SymbolButton.h"
 #include "Theme.h"
 
@@ -91,8 +92,8 @@ void LogConsoleView::openFindBar() {
     search->open();
 }
 
-void LogConsoleView::setRunning(bool isRunning) {
-    badge->setStatus(isRunning ? ServiceStatus::Running : ServiceStatus::Stopped);
+void LogConsoleView::setStatus(ServiceStatus status) {
+    badge->setStatus(status);
 }
 
 void LogConsoleView::logChanged() {

@@ -2,7 +2,7 @@
 
 #include "Clipboard.h"
 #include "LogBuffer.h"
-#include "StatusBadge.h"
+#include "ServiceStatus.h"
 #include "TimeSource.h"
 
 #include <QWidget>
@@ -16,6 +16,7 @@ namespace ferrolt {
 class FindBar;
 class LogSearch;
 class LogTextArea;
+class StatusBadge;
 class SymbolButton;
 
 /// One service's log as a framed panel: a header with the service's name, a button that copies the whole log
@@ -31,8 +32,8 @@ class LogConsoleView : public QWidget {
     LogConsoleView(const QString &title, const LogBuffer &lines, const QString &bottomId,
                    Clipboard &clipboard, TimeSource &time, QWidget *parent = nullptr);
 
-    /// Shows at once whether the service is running.
-    void setRunning(bool isRunning);
+    /// Shown at once.
+    void setStatus(ServiceStatus status);
 
     /// To be called whenever the log has changed or is about to. Costs next to nothing: the view reads the
     /// log from the event loop, once for some screen refreshes, and when it is next on screen if it is not

@@ -69,9 +69,12 @@ void Sidebar::showSelectedTab(const std::optional<QString> &tab) {
         settings->setChecked(true);
 }
 
-void Sidebar::showStatus(bool isLumRunning, bool isQorClientRunning) {
-    lumoraCore->setRunning(isLumRunning);
-    qorClient->setRunning(isQorClientRunning);
+void Sidebar::showLumoraCore(ServiceStatus status) {
+    lumoraCore->setStatus(status);
+}
+
+void Sidebar::showQorClient(ServiceStatus status) {
+    qorClient->setStatus(status);
 }
 
 void Sidebar::setMenu(QMenu *menu) {

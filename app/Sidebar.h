@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ServiceStatus.h"
+
 #include <QWidget>
 
 #include <optional>
@@ -34,7 +36,8 @@ class Sidebar : public QWidget {
 
     /// Highlights the entry with that tag. Without a tag, what was highlighted stays so.
     void showSelectedTab(const std::optional<QString> &tab);
-    void showStatus(bool isLumRunning, bool isQorClientRunning);
+    void showLumoraCore(ServiceStatus status);
+    void showQorClient(ServiceStatus status);
 
     /// The menu behind the button at the foot and behind a right click. Not owned.
     void setMenu(QMenu *menu);

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "ServiceStatus.h"
+
 #include <QWidget>
 
 namespace ferrolt {
-
-enum class ServiceStatus { Stopped, Running };
 
 /// A small rounded card that says "Running" or "Stopped", with a dot before it.
 class StatusBadge : public QWidget {

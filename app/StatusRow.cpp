@@ -22,20 +22,21 @@ StatusRow::StatusRow(const QString &serviceName, QWidget *parent)
     nameForScreenReaders();
 }
 
-void StatusRow::setRunning(bool nowRunning) {
-    if (running == nowRunning)
+void StatusRow::setStatus(ServiceStatus status) {
+    if (shown == status)
         return;
-    running = nowRunning;
+    shown = status;
     nameForScreenReaders();
     update();
 }
 
 void StatusRow::nameForScreenReaders() {
-    setAccessibleName(words(serviceName, running));
+    setAccessibleName(words(serviceName, shown));
 }
 
-QString StatusRow::words(const QString &serviceName, bool running) {
-    return serviceName + (running ? QStringLiteral(", running") : QStringLiteral(", stopped"));
+QString StatusRow::words(const QString &serviceName, ServiceStatus status) {
+    const bool isRunning = status == ServiceStatus::Running;
+    return serviceName + (isRunning ? QStringLiteral(", running") : QStringLiteral(", stopped"));
 }
 
 QSize StatusRow::sizeHint() const {
@@ -52,7 +53,9 @@ void StatusRow::paintEvent(QPaintEvent *) {
     QPainter painter(this);
     const QRect dot = QStyle::visualRect(layoutDirection(), rect(),
                                          QRect(inset, (height() - dotSide) / 2, dotSide, dotSide));
-    drawSymbol(painter, Symbol::CircleFill, dot, running ? Theme::green(palette()) : Theme::gray(palette()));
+    const bool isRunning = shown == ServiceStatus::Running;
+    drawSymbol(painter, Symbol::CircleFill, dot,
+               isRunning ? Theme::green(palette()) : Theme::gray(palette()));
 
     const int textLeft = inset + dotSide + Theme::spacing;
     const QRect textPlace = QStyle::visualRect(layoutDirection(), rect(),

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ServiceStatus.h"
+
 #include <QWidget>
 
 namespace ferrolt {
@@ -12,11 +14,10 @@ class StatusRow : public QWidget {
   public:
     StatusRow(const QString &serviceName, QWidget *parent);
 
-    void setRunning(bool running);
-    bool isRunning() const { return running; }
+    void setStatus(ServiceStatus status);
 
     /// What it says, in words: "Lumora Core, running".
-    static QString words(const QString &serviceName, bool running);
+    static QString words(const QString &serviceName, ServiceStatus status);
 
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
@@ -29,7 +30,7 @@ class StatusRow : public QWidget {
     void nameForScreenReaders();
 
     QString serviceName;
-    bool running = false;
+    ServiceStatus shown = ServiceStatus::Stopped;
 };
 
 }  // namespace ferrolt

@@ -37,8 +37,9 @@ TrayItem::~TrayItem() {
 }
 
 QString TrayItem::statusText() const {
-    return StatusRow::words(QStringLiteral("Lumora Core"), appVars->_isLumRunning) + QLatin1Char('\n') +
-           StatusRow::words(QStringLiteral("Qor Client"), appVars->_isQorClientRunning);
+    return StatusRow::words(QStringLiteral("Lumora Core"), statusOf(appVars->_isLumRunning)) +
+           QLatin1Char('\n') +
+           StatusRow::words(QStringLiteral("Qor Client"), statusOf(appVars->_isQorClientRunning));
 }
 
 /// A change is announced before it happens, and a flood of output announces thousands: one look after all of

@@ -84,7 +84,7 @@ class LogAccessibleTest : public QObject {
         QWidget &badge = *console.view.findChild<StatusBadge *>();
         QCOMPARE(interfaceOf(badge).text(QAccessible::Name), QStringLiteral("Stopped"));
         QCOMPARE(interfaceOf(badge).role(), QAccessible::StaticText);
-        console.view.setRunning(true);
+        console.view.setStatus(ServiceStatus::Running);
         QCOMPARE(interfaceOf(badge).text(QAccessible::Name), QStringLiteral("Running"));
     }
 

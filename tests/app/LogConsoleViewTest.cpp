@@ -133,11 +133,11 @@ class LogConsoleViewTest : public QObject {
         QCOMPARE(badge.text(), QStringLiteral("Stopped"));
         const auto dot = [&] { return badge.grab().toImage().pixelColor(8 + 4, badge.height() / 2); };
         QCOMPARE(dot(), Theme::secondaryText(console.view.palette()));
-        console.view.setRunning(true);
+        console.view.setStatus(ServiceStatus::Running);
         QCOMPARE(badge.text(), QStringLiteral("Running"));
         QCOMPARE(badge.accessibleName(), QStringLiteral("Running"));
         QCOMPARE(dot(), Theme::green(console.view.palette()));
-        console.view.setRunning(false);
+        console.view.setStatus(ServiceStatus::Stopped);
         QCOMPARE(badge.text(), QStringLiteral("Stopped"));
     }
 
