@@ -35,7 +35,8 @@ class Ferrolt_Miner_LauncherApp : public QObject {
     std::shared_ptr<AppVars> _av;
     std::shared_ptr<TimeSource> time;
     std::shared_ptr<AlertPresenter> alerts;
-    [[maybe_unused]] std::int64_t _retries = 0;  // part of this type's state; nothing reads or changes it yet
+    /// Part of the type's state, which nothing reads or changes.
+    [[maybe_unused]] std::int64_t _retries = 0;
     bool _showAlert = false;
 };
 

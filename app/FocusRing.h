@@ -10,8 +10,7 @@ namespace ferrolt {
 class FocusRing {
   public:
     /// A control that got the focus by the mouse needs no ring; one that the keyboard went to does, and keeps
-    /// it
-    /// (`isShown`) when the window or a menu comes and goes.
+    /// it (`isShown`) when the window or a menu comes and goes.
     static bool isDueFor(Qt::FocusReason reason, bool isShown);
 
     /// Draws it inside `rectangle`.

@@ -16,11 +16,11 @@ namespace ferrolt {
 /// turn out to be other than was estimated. What happens when the log changes depends on how the place was
 /// reached:
 ///
-/// At an offset, which is how a view begins and where following the newest entry leaves it: the distance from
-/// the top of the text stays. With the log at its cap, entries pass by under it as old ones drop off the top.
-///
-/// On the text, once somebody scrolled up, or selects: the text on screen stays where it is, until it drops
-/// off.
+///   at an offset   how a view begins and where following the newest entry leaves it. The distance from
+///                  the top of the text stays; with the log at its cap, entries pass by under it as old
+///                  ones drop off the top.
+///   on the text    somebody scrolled up, or selects: the text on screen stays where it is, until it
+///                  drops off.
 ///
 /// Neither is a scroll: nothing but scrollTo() brings other entries on screen on purpose.
 class LogViewport {
