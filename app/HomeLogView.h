@@ -34,6 +34,7 @@ class HomeLogView : public QWidget {
     void showEvent(QShowEvent *event) override;
 
   private:
+    void addFindKeys();
     void refresh();
 
     std::shared_ptr<AppVars> _appVars;
@@ -42,6 +43,7 @@ class HomeLogView : public QWidget {
     PaneSplitter *panes;
     LogConsoleView *lumora;
     LogConsoleView *qorClient;
+    LogConsoleView *lastUsed;           ///< by the keyboard or the mouse
     std::optional<double> shareToCome;  ///< until the view is shown
 };
 

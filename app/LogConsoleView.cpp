@@ -88,8 +88,16 @@ LogConsoleView::LogConsoleView(const QString &title, const LogBuffer &lines, con
     refreshHeader();
 }
 
-void LogConsoleView::openFindBar() {
+void LogConsoleView::find() {
     search->open();
+}
+
+void LogConsoleView::findNext() {
+    search->findNext();
+}
+
+void LogConsoleView::findPrevious() {
+    search->findPrevious();
 }
 
 void LogConsoleView::setStatus(ServiceStatus status) {

@@ -42,8 +42,10 @@ class LogConsoleView : public QWidget {
 
     LogTextArea &textArea() const { return *area; }
 
-    /// Shows the find bar, as Ctrl+F in the console does.
-    void openFindBar();
+    /// As the keys for them do in the console: each shows the find bar first if need be.
+    void find();
+    void findNext();
+    void findPrevious();
 
   protected:
     void paintEvent(QPaintEvent *event) override;

@@ -2,6 +2,7 @@
 #include "HomeLogView.h"
 #include "LauncherPrefs.h"
 #include "LogConsoleView.h"
+#include "LogTextArea.h"
 #include "Sidebar.h"
 #include "Theme.h"
 #include "WindowFixture.h"
@@ -221,6 +222,51 @@ class ContentViewTest : public QObject {
         QCOMPARE(names, (QStringList{"Home", "Menu", "Sidebar width", "Copy this log to the clipboard",
                                      "Lumora Core Engine", "Log heights", "Copy this log to the clipboard",
                                      "Qor Client"}));
+    }
+
+    /// The keyboard is at the sidebar in a window that was just opened.
+    void theFindKeysWorkFromEverywhereForTheConsoleUsedLast() {
+        WindowFixture fixture;
+        MainWindow &window = fixture.open();
+        fixture.vars->appendLog(std::vector<LogElement>{"hit hit\n"}, LogTarget::Lumora);
+        fixture.vars->appendLog(std::vector<LogElement>{"hit hit\n"}, LogTarget::QorClient);
+        LogConsoleView *const upper = logs(fixture)->lumoraConsole();
+        LogConsoleView *const lower = logs(fixture)->qorClientConsole();
+        const auto press = [](const QKeySequence &keys) {
+            QTest::keySequence(QApplication::focusWidget(), keys);
+        };
+        const auto isIn = [](const QWidget *console) {
+            const QWidget *const focus = QApplication::focusWidget();
+            return console->isAncestorOf(focus) && focus->inherits("QLineEdit");
+        };
+        QCOMPARE(QApplication::focusWidget(), named(window, "Home"));
+        press(QKeySequence::Find);
+        QVERIFY(isIn(upper));
+        QTest::keyClicks(QApplication::focusWidget(), "hit");
+        QTRY_VERIFY(named(*upper, "1 of 2"));
+        named(window, "Home")->setFocus();
+        press(QKeySequence::FindNext);
+        QTRY_VERIFY(named(*upper, "2 of 2"));
+        press(QKeySequence::FindPrevious);
+        QTRY_VERIFY(named(*upper, "1 of 2"));
+
+        lower->textArea().setFocus();
+        press(QKeySequence::Find);
+        QVERIFY(isIn(lower));
+        named(window, "Log heights")->setFocus();
+        press(QKeySequence::Find);
+        QVERIFY(isIn(lower));
+        upper->textArea().setFocus();
+        press(QKeySequence::Find);
+        QVERIFY(isIn(upper));
+
+        // There is nothing to be found in the form.
+        fixture.vars->selectTab(AppVars::settingsTab);
+        QTRY_VERIFY(form(fixture));
+        QWidget *const email = named(window, "E-Mail Address");
+        email->setFocus();
+        press(QKeySequence::Find);
+        QVERIFY(email->hasFocus());
     }
 
     void theFocusIsVisibleOnWhateverTheKeyboardGoesTo() {

@@ -67,7 +67,7 @@ void takeHome(const QString &prefix) {
                                 LogTarget::Lumora);
     }
     LogConsoleView *console = window.findChild<HomeLogView *>()->lumoraConsole();
-    console->openFindBar();
+    console->find();
     waitFor([&] { return QApplication::focusWidget()->inherits("QLineEdit"); });
     QTest::keyClicks(QApplication::focusWidget(), "99");
     save(window, prefix + "full-console-find");
