@@ -5,6 +5,7 @@
 #include "Theme.h"
 
 #include <QEvent>
+#include <QGuiApplication>
 #include <QPaintEvent>
 #include <QPainter>
 #include <QScreen>
@@ -187,6 +188,9 @@ bool LogTextArea::event(QEvent *event) {
     }
     if (event->type() == QEvent::FontChange)
         updateGrid();
+    // An alert has come, and with it the button's release goes to nobody.
+    if (event->type() == QEvent::WindowBlocked)
+        endDrag();
     return QAbstractScrollArea::event(event);
 }
 
@@ -205,6 +209,11 @@ void LogTextArea::timerEvent(QTimerEvent *event) {
         else
             refineTimer.start(pauseMilliseconds, Qt::CoarseTimer, this);
     } else if (event->timerId() == dragTimer.timerId()) {
+        // Something else may have had the release, a menu for instance.
+        if (!QGuiApplication::mouseButtons().testFlag(Qt::LeftButton)) {
+            endDrag();
+            return;
+        }
         const qreal beyond =
             dragPoint.y() < 0 ? dragPoint.y() : std::max(dragPoint.y() - viewport()->height(), 0.0);
         scrollByUser(view.offset() + std::llround(beyond));

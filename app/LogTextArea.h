@@ -118,6 +118,7 @@ class LogTextArea : public QAbstractScrollArea {
 
     void selectBy(const std::function<void()> &change);
     void dragTo(QPointF point);
+    void endDrag();
     void offerSelection();
     bool scrollByKey(const QKeyEvent &event);
     bool moveByKey(const QKeyEvent &event);

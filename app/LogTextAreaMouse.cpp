@@ -10,6 +10,7 @@
 #include <QStyleHints>
 
 #include <algorithm>
+#include <utility>
 
 namespace ferrolt {
 namespace {
@@ -60,6 +61,10 @@ void LogTextArea::mouseDoubleClickEvent(QMouseEvent *event) {
 void LogTextArea::mouseMoveEvent(QMouseEvent *event) {
     if (!dragging)
         return;
+    if (!event->buttons().testFlag(Qt::LeftButton)) {
+        endDrag();
+        return;
+    }
     dragPoint = event->position();
     dragTo(dragPoint);
     const bool beyond = dragPoint.y() < 0 || dragPoint.y() > viewport()->height();
@@ -78,11 +83,14 @@ void LogTextArea::dragTo(QPointF point) {
 }
 
 void LogTextArea::mouseReleaseEvent(QMouseEvent *event) {
-    if (event->button() != Qt::LeftButton || !dragging)
-        return;
-    dragging = false;
+    if (event->button() == Qt::LeftButton)
+        endDrag();
+}
+
+void LogTextArea::endDrag() {
     dragTimer.stop();
-    offerSelection();
+    if (std::exchange(dragging, false))
+        offerSelection();
 }
 
 void LogTextArea::contextMenuEvent(QContextMenuEvent *event) {

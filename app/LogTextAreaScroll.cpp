@@ -3,6 +3,7 @@
 #include "LogTextArea.h"
 
 #include <QScrollBar>
+#include <QStyle>
 
 #include <algorithm>
 #include <cmath>
@@ -50,6 +51,12 @@ void LogTextArea::startFollowing() {
     followDistance = view.followOffset() - view.offset();
     if (followDistance == 0) {
         stopFollowing();
+        return;
+    }
+    if (style()->styleHint(QStyle::SH_Widget_Animation_Duration, nullptr, this) == 0) {
+        // A desktop without animations.
+        stopFollowing();
+        jumpToEnd();
         return;
     }
     // When more arrives on the way, the movement goes on from where it is.

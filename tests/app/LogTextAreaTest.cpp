@@ -3,6 +3,8 @@
 
 #include <QAbstractEventDispatcher>
 #include <QMenu>
+#include <QMessageBox>
+#include <QProxyStyle>
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QtTest>
@@ -49,6 +51,16 @@ class LogTextAreaTest : public QObject {
         QTest::mouseMove(viewport, to);
         QTest::mouseRelease(viewport, Qt::LeftButton, {}, to);
     }
+    /// As a mouse does it, by the window: from the third element to a place below the window, which is
+    /// returned.
+    static QPoint startDragBeyondTheEdge(ConsoleFixture &console) {
+        QWindow *const window = console.view.windowHandle();
+        const QPoint from = console.area().viewport()->mapTo(&console.view, pointOf(console, at(2, 0)));
+        const QPoint below(from.x() + 50, console.view.height() + 40);
+        QTest::mousePress(window, Qt::LeftButton, {}, from);
+        QTest::mouseMove(window, below);
+        return below;
+    }
     static void key(ConsoleFixture &console, Qt::Key key, Qt::KeyboardModifiers modifiers = {}) {
         QTest::keyClick(&console.area(), key, modifiers);
     }
@@ -77,6 +89,25 @@ class LogTextAreaTest : public QObject {
         QVERIFY2(values.size() > 3, "the movement is animated");
         QVERIFY(std::is_sorted(values.begin(), values.end()));
         disconnect(console.area().verticalScrollBar(), nullptr, this, nullptr);
+    }
+
+    void onADesktopWithoutAnimationsANewEntryIsThereAtOnce() {
+        class Still : public QProxyStyle {
+            int styleHint(StyleHint hint, const QStyleOption *option, const QWidget *widget,
+                          QStyleHintReturn *data) const override {
+                return hint == SH_Widget_Animation_Duration
+                           ? 0
+                           : QProxyStyle::styleHint(hint, option, widget, data);
+            }
+        } still;
+        ConsoleFixture console;
+        console.area().setStyle(&still);
+        console.appendLines(200);
+        console.show();
+        QVERIFY(value(console) == 0);
+        appendAndWait(console, "new\n");
+        QVERIFY(!console.area().isFollowing());
+        QVERIFY(markerIsAtTheBottomEdge(console));
     }
 
     void aNewEntryMovesTheViewDownEvenIfTheUserHadScrolledUp() {
@@ -307,15 +338,54 @@ class LogTextAreaTest : public QObject {
         ConsoleFixture console;
         console.appendLines(300);
         console.show();
-        QWidget *const viewport = console.area().viewport();
-        QTest::mousePress(viewport, Qt::LeftButton, {}, pointOf(console, at(2, 0)));
-        QTest::mouseMove(viewport, QPoint(50, viewport->height() + 40));
+        const QPoint below = startDragBeyondTheEdge(console);
         QTRY_VERIFY(value(console) > 300);
-        QTest::mouseRelease(viewport, Qt::LeftButton, {}, QPoint(50, viewport->height() + 40));
+        QTest::mouseRelease(console.view.windowHandle(), Qt::LeftButton, {}, below);
         QVERIFY(selectedText(console).startsWith("line 2\nline 3\n"));
         QVERIFY(selectedText(console).count('\n') > 20);
         // The scrolling has ended with the drag.
         QVERIFY(QAbstractEventDispatcher::instance()->registeredTimers(&console.area()).isEmpty());
+    }
+
+    /// The alert takes the button's release with it.
+    void anAlertInTheMiddleOfADragEndsIt() {
+        ConsoleFixture console;
+        console.appendLines(1000);
+        console.show();
+        const QPoint below = startDragBeyondTheEdge(console);
+        QTRY_VERIFY(value(console) > 300);
+        QMessageBox alert;
+        alert.setWindowModality(Qt::ApplicationModal);
+        alert.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&alert));
+        QVERIFY(QAbstractEventDispatcher::instance()->registeredTimers(&console.area()).isEmpty());
+        const QByteArray text = selectedText(console);
+        QVERIFY(text.count('\n') > 20);
+        QCOMPARE(console.clipboard.selection, text);
+        QTest::mouseRelease(console.view.windowHandle(), Qt::LeftButton, {}, below);
+        alert.hide();
+        QTest::mouseMove(console.view.windowHandle(), QPoint(200, 200));
+        QCoreApplication::processEvents();
+        QCOMPARE(selectedText(console), text);
+    }
+
+    /// A menu, which is no alert, had it.
+    void aReleaseThatWentElsewhereEndsADrag() {
+        ConsoleFixture console;
+        console.appendLines(1000);
+        console.show();
+        const QPoint below = startDragBeyondTheEdge(console);
+        QTRY_VERIFY(value(console) > 300);
+        QMenu menu;
+        menu.addAction("Anything");
+        menu.popup(QPoint(900, 900));
+        QTest::mouseRelease(console.view.windowHandle(), Qt::LeftButton, {}, below);
+        QTRY_VERIFY(QAbstractEventDispatcher::instance()->registeredTimers(&console.area()).isEmpty());
+        menu.close();
+        const QByteArray text = selectedText(console);
+        QTest::mouseMove(console.view.windowHandle(), QPoint(200, 200));
+        QCoreApplication::processEvents();
+        QCOMPARE(selectedText(console), text);
     }
 
     void everythingIsSelectedByControlA() {
