@@ -4,9 +4,11 @@
 #include "Theme.h"
 
 #include <QApplication>
+#include <QEvent>
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QWindow>
 
 #include <algorithm>
 #include <utility>
@@ -98,6 +100,25 @@ void QtAlertPresenter::showNext() {
     box->raise();
     box->activateWindow();
     QApplication::alert(box);
+    box->installEventFilter(this);
+    connect(box->windowHandle(), &QWindow::screenChanged, this, &QtAlertPresenter::adapt);
+}
+
+/// An alert may stand for days, and the desktop may change meanwhile.
+bool QtAlertPresenter::eventFilter(QObject *watched, QEvent *event) {
+    const QEvent::Type type = event->type();
+    // Afterwards: the box has answers of its own to these.
+    if (watched == box && (type == QEvent::PaletteChange || type == QEvent::FontChange ||
+                           type == QEvent::ApplicationFontChange || type == QEvent::StyleChange))
+        QMetaObject::invokeMethod(this, &QtAlertPresenter::adapt, Qt::QueuedConnection);
+    return QObject::eventFilter(watched, event);
+}
+
+void QtAlertPresenter::adapt() {
+    if (!box)
+        return;
+    setIcon(*box, pending.front().alert.style);
+    setTexts(*box, pending.front().alert);
 }
 
 void QtAlertPresenter::answered() {

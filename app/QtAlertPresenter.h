@@ -33,7 +33,10 @@ class QtAlertPresenter : public QObject, public AlertPresenter {
         std::function<void()> dismissed;
     };
 
+    bool eventFilter(QObject *watched, QEvent *event) override;
     void showNext();
+    /// The icon, the fonts and the widths as the desktop wants them now.
+    void adapt();
     void answered();
 
     std::deque<Pending> pending;  ///< the first one is on screen

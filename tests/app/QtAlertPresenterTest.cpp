@@ -1,4 +1,5 @@
 #include "QtAlertPresenter.h"
+#include "Theme.h"
 
 #include <QAccessible>
 #include <QApplication>
@@ -127,6 +128,31 @@ class QtAlertPresenterTest : public QObject {
         QTRY_VERIFY(!shown());
         QCoreApplication::processEvents();
         QCOMPARE(dismissed, 1);
+    }
+
+    /// An alert may stand for days.
+    void anAlertThatStandsFollowsThePaletteAndTheFont() {
+        const QFont before = QApplication::font();
+        QtAlertPresenter presenter;
+        presenter.present(
+            {.messageText = "Message", .informativeText = "An explanation of a few words", .button = "OK"},
+            {});
+        QVERIFY(QTest::qWaitForWindowExposed(shown()));
+        auto *const message = shown()->findChild<QLabel *>("qt_msgbox_label");
+        auto *const explanation = shown()->findChild<QLabel *>("qt_msgbox_informativelabel");
+        const QImage icon = shown()->iconPixmap().toImage();
+        QApplication::setPalette(Theme::darkPalette());
+        QTRY_VERIFY(shown()->iconPixmap().toImage() != icon);
+        for (const int points : {18, 7}) {
+            QFont font = before;
+            font.setPointSize(points);
+            QApplication::setFont(font);
+            QTRY_COMPARE(message->font(), Theme::headline());
+            QTRY_VERIFY(qAbs(explanation->minimumWidth() -
+                             explanation->fontMetrics().horizontalAdvance(explanation->text())) < 10);
+        }
+        QApplication::setFont(before);
+        QApplication::setPalette(QPalette());
     }
 
     void aWindowClosedUnderAnAlertLeavesTheAlert() {
