@@ -8,8 +8,10 @@
 
 #include <QAccessible>
 #include <QAccessibleWidget>
+#include <QStringDecoder>
 
 #include <algorithm>
+#include <deque>
 
 namespace ferrolt {
 namespace {
@@ -178,6 +180,7 @@ class Announcer : public QObject {
 
   private:
     void announceText() {
+        announceRemoval();
         const LogBuffer &log = area.buffer();
         const std::uint64_t from = std::max(known, log.firstSequence());
         known = log.endSequence();
@@ -198,6 +201,39 @@ class Announcer : public QObject {
         QAccessible::updateAccessibility(&event);
     }
 
+    /// Whatever drops off the top moves everything that is left, the caret included. The texts are kept here
+    /// for it: they share their bytes with the log's until they are gone there.
+    void announceRemoval() {
+        const LogBuffer &log = area.buffer();
+        if (!QAccessible::isActive()) {
+            texts.clear();
+            return;
+        }
+        QByteArray removed;
+        bool isAll = true;
+        for (; !texts.empty() && firstText < log.firstSequence(); ++firstText, texts.pop_front()) {
+            isAll = isAll && !texts.front().isNull() && count(removed) <= bytesReadOut;
+            removed += texts.front();
+        }
+        if (texts.empty())
+            firstText = log.firstSequence();
+        for (std::uint64_t i = firstText + texts.size(); i < log.endSequence(); ++i)
+            texts.push_back(count(log.bySequence(i)) <= bytesReadOut ? log.bySequence(i) : QByteArray());
+        if (isAll && removed.isEmpty())
+            return;
+        if (isAll) {
+            QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom);
+            QAccessibleTextRemoveEvent event(&area, 0, decoder(removed));
+            QAccessible::updateAccessibility(&event);
+        } else {
+            QAccessibleEvent event(&area, QAccessible::VisibleDataChanged);
+            QAccessible::updateAccessibility(&event);
+        }
+        announceCaret();
+    }
+
+    static std::size_t count(const QByteArray &text) { return static_cast<std::size_t>(text.size()); }
+
     void announceCaret() {
         QAccessibleTextCursorEvent event(&area, index.unitsBefore(area.selection().caret()));
         QAccessible::updateAccessibility(&event);
@@ -213,6 +249,8 @@ class Announcer : public QObject {
     LogTextArea &area;
     Utf16Index index;
     std::uint64_t known = 0;
+    std::deque<QByteArray> texts;  ///< of the elements as they were last seen; none for a long one
+    std::uint64_t firstText = 0;
 };
 
 QAccessibleInterface *interfaceFor(const QString &, QObject *object) {

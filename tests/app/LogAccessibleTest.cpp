@@ -1,6 +1,7 @@
 #include "ConsoleFixture.h"
 #include "LogText.h"
 #include "StatusBadge.h"
+#include "ToldToScreenReaders.h"
 #include "Utf16Index.h"
 
 #include <QAccessible>
@@ -193,6 +194,54 @@ class LogAccessibleTest : public QObject {
         QTRY_VERIFY(told.contains(QAccessible::VisibleDataChanged));
         QVERIFY(!told.contains(QAccessible::TextInserted));
         QAccessible::installUpdateHandler(before);
+    }
+
+    /// At the cap every append takes as much away at the top, and all offsets with it.
+    void whatDropsOffIsAnnouncedBeforeWhatIsAppended() {
+        if (!QAccessible::isActive())
+            QSKIP("This platform has no screen readers.");
+        ConsoleFixture console;
+        console.append(
+            "\xef\xbb\xbf"
+            "first \xf0\x9f\x98\x80\n");
+        for (int i = 1; i < 1000; ++i)
+            console.append("more\n");
+        console.show();
+        const int before = textOf(console).characterCount();
+        textOf(console).setCursorPosition(30);
+        const ToldToScreenReaders told;
+        console.append("last\n");
+        QTRY_VERIFY(!told.events(&console.area(), QAccessible::TextInserted).isEmpty());
+        QList<QAccessible::Event> order;
+        for (const auto &event : told.events()) {
+            if (event.object == &console.area())
+                order.append(event.kind);
+        }
+        QCOMPARE(order, (QList<QAccessible::Event>{QAccessible::TextRemoved, QAccessible::TextCaretMoved,
+                                                   QAccessible::TextInserted}));
+        const auto removed = told.events(&console.area(), QAccessible::TextRemoved).first();
+        QCOMPARE(removed.place, 0);
+        QCOMPARE(removed.text.size(), 10);
+        QVERIFY(removed.text.endsWith(QString::fromUtf8("first \xf0\x9f\x98\x80\n")));
+        QCOMPARE(told.events(&console.area(), QAccessible::TextCaretMoved).first().place, 20);
+        const auto inserted = told.events(&console.area(), QAccessible::TextInserted).first();
+        QCOMPARE(inserted.place, before - 10);
+        QCOMPARE(inserted.text, QString("last\n"));
+    }
+
+    /// More than anybody would listen to is told as a change of what is shown.
+    void aFloodThatDropsOffIsNotReadOut() {
+        if (!QAccessible::isActive())
+            QSKIP("This platform has no screen readers.");
+        ConsoleFixture console;
+        for (int i = 0; i < 1000; ++i)
+            console.append(QByteArray(i < 10 ? 65536 : 1, 'x'));
+        console.show();
+        const ToldToScreenReaders told;
+        console.append("last\n");
+        QTRY_VERIFY(!told.events(&console.area(), QAccessible::TextInserted).isEmpty());
+        QVERIFY(told.events(&console.area(), QAccessible::TextRemoved).isEmpty());
+        QCOMPARE(told.events(&console.area(), QAccessible::VisibleDataChanged).size(), 1);
     }
 
     void unitsAndPlacesCorrespond() {
