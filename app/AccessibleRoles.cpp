@@ -1,5 +1,6 @@
 #include "AccessibleRoles.h"
 
+#include "Announcement.h"
 #include "Sidebar.h"
 #include "SidebarEntry.h"
 #include "StatusRow.h"
@@ -38,6 +39,17 @@ class EntryInterface final : public QAccessibleWidget {
     SidebarEntry *entry() const { return static_cast<SidebarEntry *>(widget()); }
 };
 
+class AnnouncementInterface final : public QAccessibleWidget {
+  public:
+    explicit AnnouncementInterface(Announcement *label)
+        : QAccessibleWidget(label, QAccessible::Notification) {}
+
+    QString text(QAccessible::Text kind) const override {
+        return kind == QAccessible::Name ? static_cast<Announcement *>(widget())->text()
+                                         : QAccessibleWidget::text(kind);
+    }
+};
+
 QAccessibleInterface *interfaceFor(const QString &, QObject *object) {
     if (auto *entry = qobject_cast<SidebarEntry *>(object))
         return new EntryInterface(entry);
@@ -45,6 +57,8 @@ QAccessibleInterface *interfaceFor(const QString &, QObject *object) {
         return new QAccessibleWidget(list, QAccessible::List);
     if (auto *row = qobject_cast<StatusRow *>(object))
         return new QAccessibleWidget(row, QAccessible::StaticText);
+    if (auto *announcement = qobject_cast<Announcement *>(object))
+        return new AnnouncementInterface(announcement);
     return nullptr;
 }
 

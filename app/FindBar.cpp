@@ -1,52 +1,39 @@
 #include "FindBar.h"
 
+#include "Announcement.h"
 #include "Drawing.h"
+#include "FlatButton.h"
+#include "TextField.h"
 #include "Theme.h"
 
 #include <QHBoxLayout>
 #include <QKeyEvent>
-#include <QLabel>
-#include <QLineEdit>
 #include <QPainter>
-#include <QPushButton>
-#include <QToolButton>
 
 namespace ferrolt {
 namespace {
 
 constexpr int paddingAlong = 6;
+constexpr int paddingAtEnd =
+    6;  ///< which brings the last button's text, not its edge, in line with the header
 constexpr int longestText = 1000;
-
-QToolButton *arrowButton(Qt::ArrowType arrow, const QString &toolTip, QWidget *parent) {
-    auto *const button = new QToolButton(parent);
-    button->setArrowType(arrow);
-    button->setAutoRaise(true);
-    button->setFocusPolicy(Qt::StrongFocus);
-    button->setToolTip(toolTip);
-    button->setAccessibleName(toolTip);
-    return button;
-}
 
 }  // namespace
 
 FindBar::FindBar(QWidget *parent)
     : QWidget(parent),
-      field(new QLineEdit(this)),
-      result(new QLabel(this)),
-      previous(arrowButton(Qt::UpArrow, tr("Find Previous"), this)),
-      next(arrowButton(Qt::DownArrow, tr("Find Next"), this)) {
-    field->setPlaceholderText(tr("Find"));
-    field->setAccessibleName(tr("Find"));
+      field(new TextField(tr("Find"), this)),
+      result(new Announcement(QString(), Theme::body, Theme::secondaryText, this)),
+      previous(new FlatButton(Qt::UpArrow, tr("Find Previous"), this)),
+      next(new FlatButton(Qt::DownArrow, tr("Find Next"), this)) {
     field->setMaxLength(longestText);
     field->installEventFilter(this);
     result->setObjectName(QStringLiteral("findResult"));
-    result->setTextFormat(Qt::PlainText);
     result->setMinimumWidth(1);
-    auto *const done = new QPushButton(tr("Done"), this);
-    done->setAutoDefault(false);
+    auto *const done = new FlatButton(tr("Done"), this);
 
     auto *const row = new QHBoxLayout(this);
-    row->setContentsMargins(Theme::padding, paddingAlong, Theme::padding, paddingAlong + 1);
+    row->setContentsMargins(Theme::padding, paddingAlong, paddingAtEnd, paddingAlong + 1);
     row->setSpacing(Theme::spacing);
     row->addWidget(field, 1);
     row->addWidget(result);
@@ -55,9 +42,9 @@ FindBar::FindBar(QWidget *parent)
     row->addWidget(done);
 
     connect(field, &QLineEdit::textChanged, this, &FindBar::textChanged);
-    connect(previous, &QToolButton::clicked, this, &FindBar::previousWanted);
-    connect(next, &QToolButton::clicked, this, &FindBar::nextWanted);
-    connect(done, &QPushButton::clicked, this, &FindBar::closeWanted);
+    connect(previous, &FlatButton::clicked, this, &FindBar::previousWanted);
+    connect(next, &FlatButton::clicked, this, &FindBar::nextWanted);
+    connect(done, &FlatButton::clicked, this, &FindBar::closeWanted);
 }
 
 void FindBar::showEvent(QShowEvent *event) {
@@ -78,6 +65,10 @@ void FindBar::focusField() {
 
 void FindBar::setResult(const QString &words) {
     result->setText(words);
+}
+
+void FindBar::speakResult() {
+    result->speak();
 }
 
 bool FindBar::eventFilter(QObject *watched, QEvent *event) {

@@ -2,11 +2,11 @@
 
 #include <QWidget>
 
-class QLabel;
-class QLineEdit;
-class QToolButton;
-
 namespace ferrolt {
+
+class Announcement;
+class FlatButton;
+class TextField;
 
 /// The row of controls above a log with which a text is looked for. Only asks; what is found is shown
 /// elsewhere.
@@ -21,6 +21,8 @@ class FindBar : public QWidget {
     void focusField();
     /// What came of the search, in words.
     void setResult(const QString &words);
+    /// Has screen readers say it: the keyboard stays in the field.
+    void speakResult();
 
   Q_SIGNALS:
     void textChanged(const QString &text);
@@ -34,10 +36,10 @@ class FindBar : public QWidget {
     void showEvent(QShowEvent *event) override;
 
   private:
-    QLineEdit *const field;
-    QLabel *const result;
-    QToolButton *const previous;
-    QToolButton *const next;
+    TextField *const field;
+    Announcement *const result;
+    FlatButton *const previous;
+    FlatButton *const next;
 };
 
 }  // namespace ferrolt

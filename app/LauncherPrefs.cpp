@@ -137,7 +137,10 @@ void LauncherPrefs::refresh() {
     const bool isMissing = line == LauncherPrefsModel::StatusLine::MissingCredentials;
     // The one that goes first: with both there, the card would grow for a moment.
     (isSuccess ? missingCredentials : success)->setVisible(false);
+    const bool isNews = isSuccess && success->isHidden();
     success->setVisible(isSuccess);
+    if (isNews)
+        success->speak();
     missingCredentials->setVisible(isMissing);
 }
 

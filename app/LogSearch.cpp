@@ -3,6 +3,7 @@
 #include "FindBar.h"
 #include "LogTextArea.h"
 
+#include <QAccessible>
 #include <QTimerEvent>
 
 namespace ferrolt {
@@ -13,6 +14,8 @@ using namespace std::chrono_literals;
 /// Short enough for nobody to notice, and with pauses that leave most of the time to everything else.
 constexpr auto turn = 4ms;
 constexpr int pauseMilliseconds = 8;
+/// Somebody who types, or goes on to the next hit and the next, is not told of each on the way.
+constexpr int speechMilliseconds = 500;
 
 }  // namespace
 
@@ -53,6 +56,7 @@ void LogSearch::close() {
     if (!isOpen())
         return;
     timer.stop();
+    speechTimer.stop();
     finder.setNeedle(QString());
     area.setHits({});
     area.setSelectionIsHit(false);
@@ -64,6 +68,7 @@ void LogSearch::close() {
 void LogSearch::setNeedle(const QString &text) {
     finder.setNeedle(text);
     nothingFound = false;
+    speakSoon();
     area.viewport()->update();
     if (!finder.hasNeedle()) {
         area.setSelectionIsHit(false);
@@ -96,6 +101,7 @@ void LogSearch::findPrevious() {
 
 void LogSearch::seekFrom(LogPosition from, LogFinder::Direction direction) {
     finder.seek(from, direction);
+    speakSoon();
     goOn();
 }
 
@@ -119,12 +125,24 @@ void LogSearch::goOn() {
 }
 
 void LogSearch::timerEvent(QTimerEvent *event) {
+    if (event->timerId() == speechTimer.timerId()) {
+        if (area.isVisible() && (finder.isSeeking() || !finder.isCounted()))
+            return;  // and again
+        speechTimer.stop();
+        bar.speakResult();
+    }
     if (event->timerId() != timer.timerId())
         return;
     // Nobody waits for an answer that nobody sees; the next refresh goes on.
     timer.stop();
     if (area.isVisible())
         goOn();
+}
+
+/// What was asked for is told, what a log that runs on makes of it is not.
+void LogSearch::speakSoon() {
+    if (QAccessible::isActive())
+        speechTimer.start(speechMilliseconds, this);
 }
 
 void LogSearch::showResult() {

@@ -38,11 +38,13 @@ class LogSearch : public QObject {
     void seekFrom(LogPosition from, LogFinder::Direction direction);
     void goOn();
     void showResult();
+    void speakSoon();
 
     LogTextArea &area;
     FindBar &bar;
     LogFinder finder;
     QBasicTimer timer;
+    QBasicTimer speechTimer;
     bool nothingFound = false;
 };
 

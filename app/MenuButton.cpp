@@ -2,19 +2,22 @@
 
 #include "Drawing.h"
 #include "FocusRing.h"
+#include "SymbolView.h"
 #include "Theme.h"
 
 #include <QEvent>
 #include <QFocusEvent>
 #include <QPainter>
 
+#include <algorithm>
+
 namespace ferrolt {
 namespace {
 
-constexpr int buttonHeight = 28;
-constexpr int buttonWidth = 34;  // the lines begin where the symbols of the entries do
-constexpr int lineLength = 14;
-constexpr int lineDistance = 4;
+constexpr int leastHeight = 28;
+constexpr int roomAbove = 6;
+constexpr int roomBeside = 10;  // the lines begin where the symbols of the entries do
+constexpr int leastLength = 14;
 constexpr qreal cornerRadius = 6;
 
 }  // namespace
@@ -28,8 +31,13 @@ MenuButton::MenuButton(QWidget *parent) : QToolButton(parent) {
     parent->installEventFilter(this);
 }
 
+/// As long as the symbols of the entries are wide, whatever the font.
+int MenuButton::lineLength() const {
+    return std::max(SymbolView::sideBeside(Theme::body()) - 2, leastLength);
+}
+
 QSize MenuButton::sizeHint() const {
-    return QSize(buttonWidth, buttonHeight);
+    return QSize(2 * roomBeside + lineLength(), std::max(leastHeight, lineLength() + 2 * roomAbove));
 }
 
 void MenuButton::paintEvent(QPaintEvent *) {
@@ -40,13 +48,20 @@ void MenuButton::paintEvent(QPaintEvent *) {
         Drawing::fillRounded(painter, rect(), cornerRadius, Theme::separator(palette()));
     if (showsFocus)
         FocusRing::draw(painter, rect(), cornerRadius, palette());
-    const qreal thickness = 1.5;
+    const int length = lineLength();
+    const qreal thickness = length * 1.5 / leastLength;
+    const qreal distance = length * 4.0 / leastLength;
     for (int line = -1; line <= 1; ++line)
-        painter.fillRect(
-            Drawing::snapped(painter, QRectF((buttonWidth - lineLength) / 2.0,
-                                             buttonHeight / 2.0 - thickness / 2 + line * lineDistance,
-                                             lineLength, thickness)),
-            Theme::secondaryText(palette()));
+        painter.fillRect(Drawing::snapped(painter, QRectF((width() - length) / 2.0,
+                                                          height() / 2.0 - thickness / 2 + line * distance,
+                                                          length, thickness)),
+                         Theme::secondaryText(palette()));
+}
+
+void MenuButton::changeEvent(QEvent *event) {
+    QToolButton::changeEvent(event);
+    if (event->type() == QEvent::FontChange)
+        updateGeometry();
 }
 
 void MenuButton::focusInEvent(QFocusEvent *event) {

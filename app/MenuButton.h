@@ -17,11 +17,14 @@ class MenuButton : public QToolButton {
 
   protected:
     void paintEvent(QPaintEvent *event) override;
+    void changeEvent(QEvent *event) override;
     void focusInEvent(QFocusEvent *event) override;
     void focusOutEvent(QFocusEvent *event) override;
     bool eventFilter(QObject *watched, QEvent *event) override;
 
   private:
+    int lineLength() const;
+
     bool showsFocus = false;
 };
 

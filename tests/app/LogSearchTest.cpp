@@ -1,5 +1,6 @@
 #include "ConsoleFixture.h"
 #include "FindBar.h"
+#include "FlatButton.h"
 #include "LogFinder.h"
 #include "LogSearch.h"
 #include "LogText.h"
@@ -8,10 +9,9 @@
 #include <QElapsedTimer>
 #include <QLabel>
 #include <QLineEdit>
-#include <QPushButton>
+#include <QScopeGuard>
 #include <QScrollBar>
 #include <QSignalSpy>
-#include <QToolButton>
 #include <QtTest>
 
 using namespace ferrolt;
@@ -31,6 +31,13 @@ class LogSearchTest : public QObject {
     static FindBar &bar(ConsoleFixture &console) { return *console.view.findChild<FindBar *>(); }
     static QLineEdit &field(ConsoleFixture &console) { return *bar(console).findChild<QLineEdit *>(); }
     static QString result(ConsoleFixture &console) { return bar(console).findChild<QLabel *>()->text(); }
+    static QWidget *button(ConsoleFixture &console, const QString &name) {
+        for (FlatButton *each : bar(console).findChildren<FlatButton *>()) {
+            if (QAccessible::queryAccessibleInterface(each)->text(QAccessible::Name) == name)
+                return each;
+        }
+        return nullptr;
+    }
     static QByteArray selectedText(ConsoleFixture &console) {
         QByteArray joined;
         for (const QByteArray &piece : LogText::pieces(console.log, console.area().selection().span()))
@@ -150,9 +157,7 @@ class LogSearchTest : public QObject {
         QTRY_COMPARE(result(console), QStringLiteral("1 of 11"));
         QTest::keyClick(&field(console), Qt::Key_F3, Qt::ShiftModifier);
         QTRY_COMPARE(result(console), QStringLiteral("11 of 11"));
-        const auto buttons = bar(console).findChildren<QToolButton *>(QString(), Qt::FindDirectChildrenOnly);
-        QCOMPARE(buttons.size(), 2);
-        QTest::mouseClick(buttons[1], Qt::LeftButton);
+        QTest::mouseClick(button(console, "Find Next"), Qt::LeftButton);
         QTRY_COMPARE(result(console), QStringLiteral("1 of 11"));
     }
 
@@ -220,11 +225,37 @@ class LogSearchTest : public QObject {
         console.append("text\n");
         console.show();
         openBar(console);
-        QTest::mouseClick(bar(console).findChild<QPushButton *>(), Qt::LeftButton);
+        QTest::mouseClick(button(console, "Done"), Qt::LeftButton);
         QVERIFY(!bar(console).isVisible());
     }
 
+    void theButtonsWorkWithTheKeyboard() {
+        ConsoleFixture console;
+        console.append("hit hit hit\n");
+        console.show();
+        openBar(console);
+        QTest::keyClicks(&field(console), QStringLiteral("hit"));
+        QTRY_COMPARE(result(console), QStringLiteral("1 of 3"));
+        QTest::keyClick(button(console, "Find Previous"), Qt::Key_Space);
+        QTRY_COMPARE(result(console), QStringLiteral("3 of 3"));
+        QTest::keyClick(button(console, "Find Next"), Qt::Key_Return);
+        QTRY_COMPARE(result(console), QStringLiteral("1 of 3"));
+        QTest::keyClick(button(console, "Done"), Qt::Key_Enter);
+        QVERIFY(!bar(console).isVisible());
+    }
+
+    void theBarFitsTheSmallestPanel_data() {
+        QTest::addColumn<int>("points");
+        for (const int points : {7, 10, 18})
+            QTest::addRow("%d pt", points) << points;
+    }
     void theBarFitsTheSmallestPanel() {
+        QFETCH(int, points);
+        const QFont before = QApplication::font();
+        const auto restore = qScopeGuard([&] { QApplication::setFont(before); });
+        QFont font = before;
+        font.setPointSize(points);
+        QApplication::setFont(font);
         ConsoleFixture console;
         console.append("text\n");
         console.show({300, 150});
@@ -234,6 +265,11 @@ class LogSearchTest : public QObject {
         for (const QWidget *child :
              bar(console).findChildren<QWidget *>(QString(), Qt::FindDirectChildrenOnly))
             QVERIFY(child->geometry().right() < bar(console).width());
+        for (const FlatButton *each : bar(console).findChildren<FlatButton *>()) {
+            QVERIFY(each->width() >= each->sizeHint().width());
+            QVERIFY(each->height() >= each->fontMetrics().height());
+            QCOMPARE(each->height(), field(console).height());
+        }
         QVERIFY(field(console).width() > 50);
         QVERIFY(console.area().height() > 30);
     }
@@ -266,7 +302,7 @@ class LogSearchTest : public QObject {
         // And rests then.
         QTRY_COMPARE(result(console), QStringLiteral("1 of 1"));
         auto *const search = console.view.findChild<LogSearch *>();
-        QVERIFY(QAbstractEventDispatcher::instance()->registeredTimers(search).isEmpty());
+        QTRY_VERIFY(QAbstractEventDispatcher::instance()->registeredTimers(search).isEmpty());
     }
 };
 

@@ -3,6 +3,7 @@
 #include "LibreOfficeInstaller.h"
 #include "Listener.h"
 #include "LogConsoleView.h"
+#include "LogTextArea.h"
 #include "QtAlertPresenter.h"
 #include "Theme.h"
 #include "WindowFixture.h"
@@ -11,6 +12,7 @@
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QProcess>
+#include <QScrollBar>
 #include <QTest>
 #include <QtMath>
 
@@ -67,6 +69,12 @@ void takeHome(const QString &prefix) {
                                 LogTarget::Lumora);
     }
     LogConsoleView *console = window.findChild<HomeLogView *>()->lumoraConsole();
+    // A movement to the newest entry would take the hit off the screen again.
+    const QScrollBar *const bar = console->textArea().verticalScrollBar();
+    waitFor([&] {
+        return bar->maximum() > 1000 && bar->maximum() - bar->value() < 50 &&
+               !console->textArea().isFollowing();
+    });
     console->find();
     waitFor([&] { return QApplication::focusWidget()->inherits("QLineEdit"); });
     QTest::keyClicks(QApplication::focusWidget(), "99");
@@ -182,6 +190,14 @@ class PicturesTest : public QObject {
             QCOMPARE(at(600, 480), name.startsWith("settings") ? Theme::windowBackground(colors)
                                                                : Theme::textBackground(colors));
         }
+        // The hit that the search stands at is in view, in the colour that it has alone.
+        const QImage found(folder.filePath("full-console-find.png"));
+        int ofTheHit = 0;
+        for (int y = 0; y < found.height(); ++y) {
+            for (int x = 0; x < found.width(); ++x)
+                ofTheHit += found.pixelColor(x, y) == QColor(0xff, 0xae, 0x2b) ? 1 : 0;
+        }
+        QVERIFY2(ofTheHit > 20, qPrintable(QString::number(ofTheHit)));
         for (const QString name : {"alert-missing-info", "alert-stopped"})
             QVERIFY(!QImage(folder.filePath(name + ".png")).isNull());
     }
