@@ -5,10 +5,12 @@
 #include "Waiting.h"
 
 #include <QElapsedTimer>
+#include <QScopeGuard>
 #include <QTest>
 
 #include <algorithm>
 #include <chrono>
+#include <csignal>
 
 #include <signal.h>
 
@@ -29,6 +31,17 @@ class LauncherTest : public QObject {
     }
     static bool waitForWindow(const Launcher &launcher, const QString &title) {
         return waitUntil([&] { return launcher.visibleWindows().contains(title); });
+    }
+
+    /// Whether the keyboard is at one of its windows.
+    bool isActive(const Launcher &launcher) const {
+        return desktop.run("xdotool", {"getactivewindow", "getwindowpid"}).trimmed() ==
+               QString::number(launcher.id());
+    }
+    /// As a second start does, up to the keyboard's being there.
+    bool openWindow(const Launcher &launcher) const {
+        return launcher.startAgain() == 0 && waitForWindow(launcher, "Ferrolt Miner Launcher") &&
+               waitUntil([&] { return isActive(launcher); });
     }
 
   private Q_SLOTS:
@@ -92,6 +105,7 @@ class LauncherTest : public QObject {
         Launcher launcher(desktop, tree.executable(), tree.home());
         QVERIFY(waitForWindow(launcher, "Ferrolt Miner Launcher"));
         QVERIFY(waitUntil([&] { return launcher.visibleWindows().size() == 2; }));  // and the alert
+        QVERIFY(waitUntil([&] { return isActive(launcher); }));
         QVERIFY(waitWithoutEvents([&] { return launcher.child("Orbix").has_value(); }, 60s));
         QVERIFY(!launcher.child("qorclient"));
     }
@@ -129,6 +143,113 @@ class LauncherTest : public QObject {
         QCOMPARE(launcher.program().exitStatus(), QProcess::NormalExit);
         QCOMPARE(launcher.program().exitCode(), 0);
         QVERIFY(waitUntil([&] { return !isAlive(engine) && !isAlive(client); }));
+    }
+
+    /// Not under nohup: whoever started it so wants it to outlive the terminal.
+    void aHangUpThatWasIgnoredFromTheBeginningStaysIgnored() {
+        const Listener port;
+        InstalledTree tree("wait", "wait");
+        tree.writeEnginePort(std::to_string(port.port));
+        const auto before = std::signal(SIGHUP, SIG_IGN);
+        Launcher launcher(desktop, tree.executable(), tree.home());
+        std::signal(SIGHUP, before);
+        QVERIFY(waitUntil([&] { return bothRun(launcher); }, 60s));
+        const pid_t engine = launcher.child("Orbix")->id;
+        kill(launcher.id(), SIGHUP);
+        // It answers still, and has the same child, some time after it would have ended.
+        QCOMPARE(launcher.startAgain(), 0);
+        QVERIFY(waitForWindow(launcher, "Ferrolt Miner Launcher"));
+        QVERIFY(launcher.isRunning());
+        QCOMPARE(launcher.child("Orbix")->id, engine);
+    }
+
+    void theWindowClosedLeavesBothChildrenRunning_data() {
+        QTest::addColumn<QString>("keys");
+        QTest::newRow("the program's") << "ctrl+w";
+        QTest::newRow("the window manager's") << "alt+F4";
+    }
+    void theWindowClosedLeavesBothChildrenRunning() {
+        QFETCH(QString, keys);
+        const Listener port;
+        InstalledTree tree("wait", "wait");
+        tree.writeEnginePort(std::to_string(port.port));
+        Launcher launcher(desktop, tree.executable(), tree.home());
+        QVERIFY(waitUntil([&] { return bothRun(launcher); }, 60s));
+        const pid_t engine = launcher.child("Orbix")->id;
+        const pid_t client = launcher.child("qorclient")->id;
+        QVERIFY(openWindow(launcher));
+        desktop.run("xdotool", {"key", keys});
+        QVERIFY(waitUntil([&] { return launcher.visibleWindows().isEmpty(); }));
+        QVERIFY(openWindow(launcher));
+        QCOMPARE(launcher.child("Orbix")->id, engine);
+        QCOMPARE(launcher.child("qorclient")->id, client);
+    }
+
+    /// The last of its windows to go is the alert.
+    void anAlertDismissedAfterTheWindowWasClosedLeavesTheProgramRunning() {
+        InstalledTree tree("wait", "wait");
+        tree.writeIdentity("");
+        Launcher launcher(desktop, tree.executable(), tree.home());
+        QVERIFY(waitUntil([&] { return launcher.visibleWindows().size() == 2; }, 60s));
+        QVERIFY(waitUntil([&] { return launcher.child("Orbix").has_value(); }, 60s));
+        const pid_t engine = launcher.child("Orbix")->id;
+        QVERIFY(waitUntil([&] { return isActive(launcher); }));
+        desktop.run("xdotool", {"key", "Return"});
+        QVERIFY(waitUntil([&] { return launcher.visibleWindows().size() == 1; }));
+        QVERIFY(waitUntil([&] { return isActive(launcher); }));
+        desktop.run("xdotool", {"key", "ctrl+w"});
+        QVERIFY(waitUntil([&] { return launcher.visibleWindows().isEmpty(); }));
+        // A window that comes back without an identity brings its alert.
+        QCOMPARE(launcher.startAgain(), 0);
+        QVERIFY(waitUntil([&] { return launcher.visibleWindows().size() == 2; }));
+        QCOMPARE(launcher.child("Orbix")->id, engine);
+    }
+
+    void controlQQuits() {
+        const Listener port;
+        InstalledTree tree("wait", "wait");
+        tree.writeEnginePort(std::to_string(port.port));
+        Launcher launcher(desktop, tree.executable(), tree.home());
+        QVERIFY(waitUntil([&] { return bothRun(launcher); }, 60s));
+        const pid_t engine = launcher.child("Orbix")->id;
+        const pid_t client = launcher.child("qorclient")->id;
+        QVERIFY(openWindow(launcher));
+        desktop.run("xdotool", {"key", "ctrl+q"});
+        QVERIFY(waitUntil([&] { return !launcher.isRunning(); }));
+        QCOMPARE(launcher.program().exitStatus(), QProcess::NormalExit);
+        QCOMPARE(launcher.program().exitCode(), 0);
+        QVERIFY(waitUntil([&] { return !isAlive(engine) && !isAlive(client); }));
+    }
+
+    void aSecondStartRaisesAWindowThatIsCoveredOrMinimized_data() {
+        QTest::addColumn<bool>("minimized");
+        QTest::newRow("covered") << false;
+        QTest::newRow("minimized") << true;
+    }
+    void aSecondStartRaisesAWindowThatIsCoveredOrMinimized() {
+        QFETCH(bool, minimized);
+        const Listener port;
+        InstalledTree tree("wait", "wait");
+        tree.writeEnginePort(std::to_string(port.port));
+        Launcher launcher(desktop, tree.executable(), tree.home());
+        QVERIFY(waitUntil([&] { return bothRun(launcher); }, 60s));
+        QVERIFY(openWindow(launcher));
+        QProcess other;
+        const auto end = qScopeGuard([&] {
+            other.terminate();
+            other.waitForFinished();
+        });
+        if (minimized) {
+            desktop.run("xdotool", {"getactivewindow", "windowminimize"});
+            QVERIFY(waitUntil([&] { return launcher.visibleWindows().isEmpty(); }));
+        } else {
+            other.setProcessEnvironment(desktop.environment(tree.home().c_str()));
+            other.start("display", {"-size", "1200x700", "xc:gray"});
+        }
+        QVERIFY(waitUntil([&] { return !isActive(launcher); }));
+        QCOMPARE(launcher.startAgain(), 0);
+        QVERIFY(waitUntil([&] { return isActive(launcher); }));
+        QVERIFY(launcher.visibleWindows().contains("Ferrolt Miner Launcher"));
     }
 
     void bothChildrenAreGoneWithinASecondOfTheLaunchersForcedKill() {
