@@ -186,6 +186,17 @@ class LifecycleTest : public QObject {
         QVERIFY(a.app->appDelegate().applicationShouldHandleReopen(true));
         QCOMPARE(a.window.windowState(), state);
         QVERIFY(a.window.isVisible());
+        // It is not brought before another window, nor looked at whether it is there.
+        QWidget other;
+        other.show();
+        other.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&other));
+        QVERIFY(a.app->appDelegate().applicationShouldHandleReopen(true));
+        QCoreApplication::processEvents();
+        QCOMPARE(QApplication::activeWindow(), &other);
+        a.window.hide();
+        QVERIFY(a.app->appDelegate().applicationShouldHandleReopen(true));
+        QVERIFY(!a.window.isVisible());
     }
 
     void quittingStopsBothChildrenBeforeItReturns() {

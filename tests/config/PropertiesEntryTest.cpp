@@ -13,6 +13,7 @@ class PropertiesEntryTest : public QObject {
     void theValueEndsAtTheSecondEqualsSign();
     void anEntryMayBeEmptyOnBothSides();
     void onlySpacesAndTabsAreBlanks();
+    void aValueOfOnlyALineBreakIsNotEmpty();
 };
 
 void PropertiesEntryTest::aLineWithoutAnEqualsSignIsNoEntry() {
@@ -49,6 +50,15 @@ void PropertiesEntryTest::onlySpacesAndTabsAreBlanks() {
     const std::string_view noBreakSpaces = "\xC2\xA0value\xC2\xA0";
     QVERIFY(trimmedOfBlanks(noBreakSpaces) == noBreakSpaces);
     QVERIFY(trimmedOfBlanks(" \r value \v ") == "\r value \v");
+}
+
+// No line of a file can hold one, but a caller can: what is trimmed away is blanks, and a line break is none.
+void PropertiesEntryTest::aValueOfOnlyALineBreakIsNotEmpty() {
+    QVERIFY(trimmedOfBlanks("\n") == "\n");
+    QVERIFY(trimmedOfBlanks(" \n\t") == "\n");
+    QVERIFY(trimmedOfBlanks("\t\r ") == "\r");
+    QVERIFY(trimmedOfBlanks(" \xE2\x80\xA8 ") == "\xE2\x80\xA8");  // U+2028
+    QVERIFY(PropertiesEntry::parse("Key = \n ")->value == "\n");
 }
 
 }  // namespace ferrolt
