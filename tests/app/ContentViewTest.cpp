@@ -4,11 +4,14 @@
 #include "LogConsoleView.h"
 #include "LogTextArea.h"
 #include "Sidebar.h"
+#include "SymbolPlace.h"
+#include "SymbolView.h"
 #include "Theme.h"
 #include "WindowFixture.h"
 
 #include <QLineEdit>
 #include <QProcess>
+#include <QScopeGuard>
 #include <QSplitter>
 #include <QTest>
 
@@ -282,6 +285,113 @@ class ContentViewTest : public QObject {
             QVERIFY2(focused->grab().toImage() != with, qPrintable(focused->accessibleName()));
         }
         QCOMPARE(QApplication::focusWidget(), first);
+    }
+
+    /// On pictures of the whole window: what lies over a control would hide its ring.
+    void theFocusIsVisibleInTheLogsWithTheFindBarOpen() {
+        WindowFixture fixture;
+        MainWindow &window = fixture.open();
+        fixture.vars->appendLog(std::vector<LogElement>{"one\n"}, LogTarget::Lumora);
+        fixture.vars->appendLog(std::vector<LogElement>{"two\n"}, LogTarget::QorClient);
+        for (const LogConsoleView *console :
+             {logs(fixture)->lumoraConsole(), logs(fixture)->qorClientConsole()})
+            QTRY_VERIFY(named(*console, "Copy this log to the clipboard")->isEnabled());
+        logs(fixture)->lumoraConsole()->find();
+        QStringList names;
+        QWidget *const first = named(window, "Home");
+        first->setFocus(Qt::TabFocusReason);
+        do {
+            QWidget *const focused = QApplication::focusWidget();
+            const QString name = QAccessible::queryAccessibleInterface(focused)->text(QAccessible::Name);
+            names.append(name);
+            const QRect place(focused->mapTo(&window, QPoint()), focused->size());
+            const QImage with = window.grab().toImage().copy(place);
+            QTest::keyClick(focused, Qt::Key_Tab);
+            QVERIFY2(window.grab().toImage().copy(place) != with, qPrintable(name));
+        } while (QApplication::focusWidget() != first && names.size() < 20);
+        QCOMPARE(names, (QStringList{"Home", "Menu", "Sidebar width", "Copy this log to the clipboard",
+                                     "Find", "Find Previous", "Find Next", "Done", "Lumora Core Engine",
+                                     "Log heights", "Copy this log to the clipboard", "Qor Client"}));
+    }
+
+    void theSidebarsRowsStandInOrder() {
+        const QFont before = QApplication::font();
+        const auto restore = qScopeGuard([&] {
+            QApplication::setFont(before);
+            QApplication::setPalette(QPalette());
+        });
+        QFont font = before;
+        font.setPixelSize(13);
+        QApplication::setFont(font);
+        QApplication::setPalette(Theme::lightPalette());
+        WindowFixture fixture;
+        MainWindow &window = fixture.open();
+        QCoreApplication::processEvents();
+        const QImage picture = window.grab().toImage();
+        int last = -1;
+        for (const QString name :
+             {"Home", "Settings", "Process Status", "Lumora Core, stopped", "Qor Client, stopped"}) {
+            const QWidget *const row = named(window, name);
+            QVERIFY2(row, qPrintable(name));
+            const int top = row->mapTo(&window, QPoint()).y();
+            QVERIFY2(top > last, qPrintable(name));
+            last = top;
+        }
+        const auto place = [&](const QString &name) {
+            const QWidget *const row = named(window, name);
+            return QRect(row->mapTo(&window, QPoint()), row->size());
+        };
+        const QColor accent = Theme::accent(window.palette());
+        const int side = std::max(16, SymbolView::sideBeside(Theme::body()));
+        const auto house = placeOfSymbol(picture, place("Home"), side, Symbol::House, accent);
+        const auto gear = placeOfSymbol(picture, place("Settings"), side, Symbol::Gear, accent);
+        QVERIFY(house && gear);
+        QCOMPARE(house->x(), gear->x());
+        for (const QString name : {"Lumora Core, stopped", "Qor Client, stopped"}) {
+            const auto dot =
+                placeOfSymbol(picture, place(name), 8, Symbol::CircleFill, Theme::gray(window.palette()));
+            QVERIFY2(dot, qPrintable(name));
+            QCOMPARE(*dot, place(name).topLeft() + QPoint(10, (place(name).height() - 8) / 2));
+        }
+    }
+
+    void nothingIsClippedInTheSmallestWindow_data() {
+        QTest::addColumn<int>("points");
+        for (const int points : {7, 10, 18})
+            QTest::addRow("%d pt", points) << points;
+    }
+    void nothingIsClippedInTheSmallestWindow() {
+        QFETCH(int, points);
+        const QFont before = QApplication::font();
+        const auto restore = qScopeGuard([&] { QApplication::setFont(before); });
+        QFont font = before;
+        font.setPointSize(points);
+        QApplication::setFont(font);
+        WindowFixture fixture;
+        fixture.tree.writeIdentity("", "");
+        MainWindow &window = fixture.open();
+        window.resize(800, 500);
+        QTRY_COMPARE(window.size(), QSize(800, 500));
+        QCoreApplication::processEvents();
+        for (const QString name : {"Home", "Settings", "Lumora Core, stopped", "Qor Client, stopped",
+                                   "Miner Client Registration", "Save & Apply Configuration"}) {
+            const QWidget *const part = named(window, name);
+            QVERIFY2(part, qPrintable(name));
+            QVERIFY2(part->width() >= part->sizeHint().width(), qPrintable(name));
+            QVERIFY2(part->height() >= part->sizeHint().height(), qPrintable(name));
+        }
+        for (const QString name :
+             {"E-Mail Address", "User / Company Name", "Machine Display Name (Optional)"}) {
+            const auto *const field = named<QLineEdit>(window, name);
+            QVERIFY2(field->width() > field->fontMetrics().horizontalAdvance(name) + 14, qPrintable(name));
+            QVERIFY2(field->height() >= field->sizeHint().height(), qPrintable(name));
+        }
+        // What may break its lines has the height for them.
+        for (const QString name :
+             {"Process Status", "Note: Missing required E-Mail and User/Company credentials."}) {
+            const QWidget *const text = named(window, name);
+            QVERIFY2(text->height() >= text->heightForWidth(text->width()), qPrintable(name));
+        }
     }
 
     void aMouseClickLeavesNoFocusRing() {

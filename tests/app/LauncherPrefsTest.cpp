@@ -1,15 +1,20 @@
 #include "LauncherPrefs.h"
 #include "PathResolvers.h"
 #include "ProminentButton.h"
+#include "SymbolPlace.h"
+#include "SymbolView.h"
 #include "TextField.h"
+#include "Theme.h"
 #include "WindowFixture.h"
 
 #include <QClipboard>
 #include <QLabel>
 #include <QProcess>
+#include <QScopeGuard>
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QTest>
+#include <QtMath>
 
 #include <fstream>
 #include <sstream>
@@ -248,6 +253,119 @@ class LauncherPrefsTest : public QObject {
         QCOMPARE(place(form.displayName()).top() - place(form.entity()).bottom() - 1, 12);
         QCOMPARE(place(form.button()).topLeft(), QPoint(32, 224));
         QApplication::setFont(before);
+    }
+
+    void everyPartOfTheFormHasItsTextSymbolColourAndPlace_data() {
+        QTest::addColumn<QPalette>("palette");
+        QTest::addRow("light") << Theme::lightPalette();
+        QTest::addRow("dark") << Theme::darkPalette();
+    }
+    void everyPartOfTheFormHasItsTextSymbolColourAndPlace() {
+        QFETCH(QPalette, palette);
+        const QFont before = QApplication::font();
+        const auto restore = qScopeGuard([&] {
+            QApplication::setFont(before);
+            QApplication::setPalette(QPalette());
+        });
+        QFont font = before;
+        font.setPixelSize(13);
+        QApplication::setFont(font);
+        QApplication::setPalette(palette);
+        Form form;
+        QCoreApplication::processEvents();
+        const auto place = [&](const QWidget *widget) {
+            return QRect(widget->mapTo(form.prefs.get(), QPoint()), widget->size());
+        };
+        const auto widthOf = [](const QFont &type, const QString &text) {
+            return qCeil(QFontMetricsF(type).horizontalAdvance(text));
+        };
+        const QColor surface = Theme::controlBackground(palette);
+        const QColor ground = Theme::windowBackground(palette);
+        const QColor faint = Theme::secondaryText(palette);
+        QImage picture = form.prefs->grab().toImage();
+
+        const QWidget *const title = named(*form.prefs, "Miner Client Registration");
+        QVERIFY(title);
+        QCOMPARE(place(title).topLeft(), QPoint(16, 16));
+        QCOMPARE(title->sizeHint().width(), widthOf(Theme::headline(), "Miner Client Registration"));
+        QCOMPARE(title->height(), qCeil(QFontMetricsF(Theme::headline()).height()) + 4);
+        QVERIFY(hasColor(picture, place(title), Theme::primaryText(palette)));
+
+        const int side = std::min(SymbolView::sideBeside(Theme::body()), 20);
+        const auto row = [&](const TextField *field, const QString &text, Symbol symbol) {
+            QCOMPARE(field->placeholderText(), text);
+            QVERIFY(field->inputMethodHints().testFlag(Qt::ImhNoPredictiveText));
+            const QRect beside(32, place(field).top(), 20, field->height());
+            const auto corner = placeOfSymbol(picture, beside, side, symbol, faint);
+            QVERIFY2(corner, qPrintable(text));
+            QCOMPARE(*corner, beside.topLeft() + QPoint((20 - side) / 2, (field->height() - side) / 2));
+        };
+        row(form.email(), "E-Mail Address", Symbol::Envelope);
+        row(form.entity(), "User / Company Name", Symbol::Person);
+        row(form.displayName(), "Machine Display Name (Optional)", Symbol::Desktop);
+
+        for (const QRect &card : {QRect(QPoint(16, place(title).bottom() + 1 + 12),
+                                        QPoint(799 - 16, place(form.displayName()).bottom() + 16)),
+                                  QRect(QPoint(16, place(form.button()).top() - 16),
+                                        QPoint(799 - 16, place(form.button()).bottom()))}) {
+            QCOMPARE(picture.pixelColor(card.topLeft()), ground);
+            QCOMPARE(picture.pixelColor(card.topLeft() + QPoint(1, 1)), ground);
+            QCOMPARE(picture.pixelColor(card.topLeft() + QPoint(12, 0)), surface);
+            QCOMPARE(picture.pixelColor(card.topLeft() + QPoint(0, 12)), surface);
+            QCOMPARE(picture.pixelColor(card.topRight()), ground);
+            QCOMPARE(picture.pixelColor(card.topLeft() + QPoint(4, 4)), surface);
+            QCOMPARE(picture.pixelColor(card.topLeft() + QPoint(12, -1)), ground);
+        }
+
+        const auto line = [&](const QString &text, Symbol symbol, const QFont &type, const QColor &color) {
+            const QWidget *const label = named(*form.prefs, text);
+            const QRect whole = place(label->parentWidget());
+            picture = form.prefs->grab().toImage();
+            QCOMPARE(whole.top(), place(form.button()).bottom() + 1 + 12);
+            QCOMPARE(whole.left(), 32);
+            const int lineSide = SymbolView::sideBeside(type);
+            const auto corner = placeOfSymbol(picture, whole, lineSide, symbol, color);
+            QVERIFY2(corner, qPrintable(text));
+            QCOMPARE(corner->x(), 32);
+            QVERIFY(corner->y() >= whole.top() + 4);
+            QCOMPARE(place(label).left(), 32 + lineSide + 8);
+            QCOMPARE(label->sizeHint().width(), widthOf(type, text));
+            QVERIFY(hasColor(picture, place(label), color));
+            QVERIFY(label->geometry().top() >= 4);
+        };
+        QCOMPARE(form.statusLine(), missing);
+        line(missing, Symbol::InfoCircle, Theme::caption(), faint);
+        form.press();
+        QTRY_COMPARE(form.statusLine(), success);
+        QCoreApplication::processEvents();
+        line(success, Symbol::CheckmarkCircle, Theme::subheadline(), Theme::green(palette));
+    }
+
+    void whateverIsPastedComesBackWhenTheFormIsShownAgain_data() {
+        QTest::addColumn<QString>("pasted");
+        QTest::addColumn<QString>("saved");
+        const auto same = [](const char *name, const QString &text) { QTest::newRow(name) << text << text; };
+        same("a megabyte", QString("ada@example.org ").repeated(65536) + "z");
+        same("right-to-left and combining marks",
+             QString::fromUtf8("e\u0301\u202Eab\u202C\u200F\u05D0\u05D1"));
+        same("emoji", QString::fromUtf8("\U0001F469\u200D\U0001F4BB\U0001F600"));
+        QTest::newRow("NUL") << QString::fromLatin1("a\0b", 3) << "ab";
+    }
+    void whateverIsPastedComesBackWhenTheFormIsShownAgain() {
+        QFETCH(QString, pasted);
+        QFETCH(QString, saved);
+        Form form(complete);
+        QApplication::clipboard()->setText(pasted);
+        form.entity()->selectAll();
+        QTest::keySequence(form.entity(), QKeySequence::Paste);
+        QCOMPARE(form.entity()->text(), saved);
+        form.press();
+        QTRY_COMPARE(form.statusLine(), success);
+        form.prefs->hide();
+        form.show();
+        QCOMPARE(form.entity()->text(), saved);
+        QCOMPARE(form.email()->text(), QString("ada@example.org"));
+        QCOMPARE(form.displayName()->text(), QString());
     }
 
     void aSmallAreaScrollsAndShowsThatItDoes() {

@@ -2,11 +2,14 @@
 #include "LogLayout.h"
 #include "QtClipboard.h"
 #include "StatusBadge.h"
+#include "SymbolPlace.h"
 #include "Theme.h"
 
 #include <QClipboard>
 #include <QElapsedTimer>
+#include <QLabel>
 #include <QMimeData>
+#include <QScopeGuard>
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QtTest>
@@ -20,6 +23,93 @@ class LogConsoleViewTest : public QObject {
     Q_OBJECT
 
   private Q_SLOTS:
+    void theHeaderIsThatOfTheDesign_data() {
+        QTest::addColumn<QPalette>("palette");
+        QTest::addRow("light") << Theme::lightPalette();
+        QTest::addRow("dark") << Theme::darkPalette();
+    }
+    void theHeaderIsThatOfTheDesign() {
+        QFETCH(QPalette, palette);
+        const QFont before = QApplication::font();
+        const auto restore = qScopeGuard([&] {
+            QApplication::setFont(before);
+            QApplication::setPalette(QPalette());
+        });
+        QFont font = before;
+        font.setPixelSize(13);
+        QApplication::setFont(font);
+        QApplication::setPalette(palette);
+        ConsoleFixture console;
+        console.append("text\n");
+        console.show();
+        QTRY_VERIFY(console.copyButton().isEnabled());
+        const auto place = [&](const QWidget *widget) {
+            return QRect(widget->mapTo(&console.view, QPoint()), widget->size());
+        };
+        const auto *const title = console.view.findChild<QLabel *>();
+        const auto *const badge = console.view.findChild<StatusBadge *>();
+        constexpr int line = 1;  // around the panel
+
+        // Title, space, button, badge.
+        QCOMPARE(title->text(), QString("Lumora Core Engine"));
+        QCOMPARE(title->font(), Theme::headline());
+        QCOMPARE(place(title).left(), line + 16);
+        QCOMPARE(title->width(), title->sizeHint().width());
+        QCOMPARE(place(badge).right() + 1, console.view.width() - line - 16);
+        QCOMPARE(place(&console.copyButton()).right() + 1 + 8, place(badge).left());
+        const int highest = std::max({title->height(), badge->height(), console.copyButton().height()});
+        QCOMPARE(title->parentWidget()->height(), 10 + highest + 10);
+        for (const QWidget *part : {static_cast<const QWidget *>(title), static_cast<const QWidget *>(badge),
+                                    static_cast<const QWidget *>(&console.copyButton())})
+            QVERIFY(qAbs(place(part).center().y() - place(title->parentWidget()).center().y()) <= 1);
+
+        // The badge: 8 and 4 around a dot, 4 and a word in bold.
+        QFont bold = Theme::caption();
+        bold.setBold(true);
+        const QFontMetrics metrics(bold);
+        const auto checkBadge = [&](const QString &word, const QColor &color) {
+            QCOMPARE(badge->text(), word);
+            QCOMPARE(badge->size(),
+                     QSize(8 + 8 + 4 + metrics.horizontalAdvance(word) + 8, 4 + metrics.height() + 4));
+            const QImage picture = console.view.grab().toImage();
+            const QRect whole = place(badge);
+            const QPoint middle = whole.topLeft() + QPoint(8 + 4, whole.height() / 2);
+            for (int i = -3; i < 3; ++i) {
+                QCOMPARE(picture.pixelColor(middle + QPoint(i, 0)), color);
+                QCOMPARE(picture.pixelColor(middle + QPoint(0, i)), color);
+            }
+            for (const QPoint &beside :
+                 {QPoint(-5, 0), QPoint(4, 0), QPoint(0, -6), QPoint(0, 5), QPoint(-4, -4)})
+                QCOMPARE(picture.pixelColor(middle + beside), Theme::controlBackground(palette));
+            QVERIFY(hasColor(picture, whole.adjusted(8 + 8 + 4, 4, -8, -4), color));
+            QCOMPARE(picture.pixelColor(whole.topLeft()), Theme::windowBackground(palette));
+            QCOMPARE(picture.pixelColor(whole.topLeft() + QPoint(9, 0)), Theme::controlBackground(palette));
+            QCOMPARE(picture.pixelColor(whole.topLeft() + QPoint(3, 3)), Theme::controlBackground(palette));
+        };
+        checkBadge("Stopped", Theme::secondaryText(palette));
+        console.view.setStatus(ServiceStatus::Running);
+        QCoreApplication::processEvents();
+        checkBadge("Running", Theme::green(palette));
+
+        // The button before a copy and after it.
+        const int side = std::max(QFontMetrics(Theme::body()).height(), 12);
+        const auto buttonHas = [&](Symbol symbol, const QColor &tint) {
+            return placeOfSymbol(console.view.grab().toImage(), place(&console.copyButton()), side, symbol,
+                                 tint)
+                .has_value();
+        };
+        QVERIFY(buttonHas(Symbol::DocOnDoc, Theme::accent(palette)));
+        QTest::mouseClick(&console.copyButton(), Qt::LeftButton);
+        QVERIFY(buttonHas(Symbol::Checkmark, Theme::green(palette)));
+        QVERIFY(!buttonHas(Symbol::DocOnDoc, Theme::accent(palette)));
+        console.time.advance(1200ms);
+        QTRY_VERIFY(buttonHas(Symbol::DocOnDoc, Theme::accent(palette)));
+
+        // The text begins below the title.
+        const QRectF text = console.area().rectangleOf({0, ByteOffset{0}});
+        QCOMPARE(console.area().viewport()->mapTo(&console.view, text.topLeft().toPoint()).x(), line + 16);
+    }
+
     void withNoEntriesTheCopyButtonIsDisabledAndThereIsOnlyTheMarker() {
         ConsoleFixture console;
         console.show();

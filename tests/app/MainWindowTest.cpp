@@ -1,4 +1,7 @@
 #include "ContentView.h"
+#include "HomeLogView.h"
+#include "LogConsoleView.h"
+#include "LogTextArea.h"
 #include "MainWindow.h"
 #include "MenuButton.h"
 #include "QtAlertPresenter.h"
@@ -135,6 +138,36 @@ class MainWindowTest : public QObject {
         }
         QCOMPARE(email->selectedText(), QString("ada@example.org"));
         QCOMPARE(QApplication::clipboard()->text(), QString("ada@example.org"));
+    }
+
+    void theOpenedMenuCopiesTheLogThatHasTheKeyboard() {
+        WindowFixture fixture;
+        MainWindow &window = fixture.open();
+        fixture.vars->appendLog(std::vector<LogElement>{"one\n", "two"}, LogTarget::QorClient);
+        LogTextArea &area = window.findChild<HomeLogView *>()->qorClientConsole()->textArea();
+        area.setFocus();
+        QSignalSpy refreshed(&area, &LogTextArea::refreshed);
+        QVERIFY(refreshed.wait());
+        QApplication::clipboard()->clear();
+        for (const QString text : {"Select All", "Copy"}) {
+            // This platform leaves the menu the active window when it has closed.
+            QApplication::setActiveWindow(&window);
+            area.setFocus();
+            QTimer::singleShot(0, &window, [&] {
+                QTRY_VERIFY(openMenu());
+                for (QAction *action : openMenu()->actions()) {
+                    if (action->text().remove('&') == text) {
+                        QTest::mouseClick(openMenu(), Qt::LeftButton, {},
+                                          openMenu()->actionGeometry(action).center());
+                        return;
+                    }
+                }
+            });
+            QTest::keyClick(&window, Qt::Key_F10);
+            QTRY_VERIFY(!openMenu());
+        }
+        QVERIFY(area.hasSelection());
+        QTRY_COMPARE(QApplication::clipboard()->text(), QString("one\ntwo"));
     }
 
     void theMenuButtonShowsOnlyWhenItIsWanted() {

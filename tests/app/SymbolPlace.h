@@ -1,0 +1,55 @@
+#pragma once
+
+#include "Symbols.h"
+
+#include <QImage>
+#include <QRect>
+
+#include <optional>
+
+namespace ferrolt {
+
+/// Where in a part of a picture a symbol of that side stands in that colour: the first place at which the
+/// picture has the colour wherever the symbol is solid, and nowhere where it is clear. For pictures with one
+/// pixel for each unit.
+inline std::optional<QPoint> placeOfSymbol(const QImage &picture, const QRect &within, int side, Symbol symbol,
+                                           const QColor &tint) {
+    const QImage wanted = symbolPixmap(symbol, QSize(side, side), tint, 1)
+                              .toImage()
+                              .convertToFormat(QImage::Format_ARGB32);
+    const auto isAt = [&](QPoint corner) {
+        int solid = 0;
+        for (int y = 0; y < side; ++y) {
+            for (int x = 0; x < side; ++x) {
+                const int alpha = qAlpha(wanted.pixel(x, y));
+                const bool hasTint = picture.pixel(corner + QPoint(x, y)) == tint.rgb();
+                if ((alpha == 255 && !hasTint) || (alpha == 0 && hasTint))
+                    return false;
+                solid += alpha == 255 ? 1 : 0;
+            }
+        }
+        return solid > 0;
+    };
+    const QRect part = within & picture.rect();
+    for (int y = part.top(); y + side <= part.bottom() + 1; ++y) {
+        for (int x = part.left(); x + side <= part.right() + 1; ++x) {
+            if (isAt({x, y}))
+                return QPoint(x, y);
+        }
+    }
+    return std::nullopt;
+}
+
+/// Whether some pixel in a part of a picture has that colour.
+inline bool hasColor(const QImage &picture, const QRect &within, const QColor &color) {
+    const QRect part = within & picture.rect();
+    for (int y = part.top(); y <= part.bottom(); ++y) {
+        for (int x = part.left(); x <= part.right(); ++x) {
+            if (picture.pixel(x, y) == color.rgb())
+                return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace ferrolt
