@@ -1,9 +1,11 @@
 #include "ConsoleFixture.h"
+#include "StatusBadge.h"
 #include "Theme.h"
 
 #include <QDir>
 #include <QLabel>
 #include <QPixmap>
+#include <QScopeGuard>
 #include <QtTest>
 
 #include <cmath>
@@ -82,10 +84,13 @@ class LogConsoleLookTest : public QObject {
         save(console.view, QStringLiteral("focus-") + tone);
     }
 
-    void picturesInSmallAndLargeType() {
+    void headerAndRowsGrowWithTheTypeAndClipNothing() {
         usePalette(false);
         const QFont before = QApplication::font();
-        for (const int points : {7, 18}) {
+        const auto restore = qScopeGuard([&] { QApplication::setFont(before); });
+        int lastHeader = 0;
+        qreal lastRow = 0;
+        for (const int points : {7, 10, 18}) {
             QFont font = before;
             font.setPointSize(points);
             QApplication::setFont(font);
@@ -93,8 +98,23 @@ class LogConsoleLookTest : public QObject {
             fill(console);
             console.show({520, 320});
             save(console.view, QStringLiteral("%1pt").arg(points));
+            const auto *const title = console.view.findChild<QLabel *>();
+            const auto *const badge = console.view.findChild<StatusBadge *>();
+            const QWidget *const header = title->parentWidget();
+            for (const QWidget *part :
+                 {static_cast<const QWidget *>(title), static_cast<const QWidget *>(badge),
+                  static_cast<const QWidget *>(&console.copyButton())}) {
+                QVERIFY(part->width() >= part->sizeHint().width());
+                QVERIFY(part->height() >= part->sizeHint().height());
+                QVERIFY(header->rect().contains(part->geometry()));
+            }
+            const qreal row = console.area().rectangleOf({0, ByteOffset{0}}).height();
+            QVERIFY(row >= QFontMetricsF(Theme::console()).ascent());
+            QVERIFY(header->height() > lastHeader);
+            QVERIFY(row > lastRow);
+            lastHeader = header->height();
+            lastRow = row;
         }
-        QApplication::setFont(before);
     }
 
     void linesAreSharpAndOneUnitWide() {

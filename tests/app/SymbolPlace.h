@@ -12,11 +12,10 @@ namespace ferrolt {
 /// Where in a part of a picture a symbol of that side stands in that colour: the first place at which the
 /// picture has the colour wherever the symbol is solid, and nowhere where it is clear. For pictures with one
 /// pixel for each unit.
-inline std::optional<QPoint> placeOfSymbol(const QImage &picture, const QRect &within, int side, Symbol symbol,
-                                           const QColor &tint) {
-    const QImage wanted = symbolPixmap(symbol, QSize(side, side), tint, 1)
-                              .toImage()
-                              .convertToFormat(QImage::Format_ARGB32);
+inline std::optional<QPoint> placeOfSymbol(const QImage &picture, const QRect &within, int side,
+                                           Symbol symbol, const QColor &tint) {
+    const QImage wanted =
+        symbolPixmap(symbol, QSize(side, side), tint, 1).toImage().convertToFormat(QImage::Format_ARGB32);
     const auto isAt = [&](QPoint corner) {
         int solid = 0;
         for (int y = 0; y < side; ++y) {
