@@ -6,6 +6,7 @@
 #include "LogText.h"
 
 #include <QAbstractEventDispatcher>
+#include <QAccessible>
 #include <QElapsedTimer>
 #include <QLabel>
 #include <QLineEdit>
