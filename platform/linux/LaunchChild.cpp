@@ -54,12 +54,10 @@ struct SharedWithChild {
     for (int signal = 1; signal < NSIG; ++signal)
         sigaction(signal, &byDefault, nullptr);
 
-    bool ready = dup2(image.standardInput, 0) >= 0 && dup2(image.standardOutputAndError, 1) >= 0 &&
-                 dup2(image.standardOutputAndError, 2) >= 0;
-    closeRange(3, static_cast<unsigned>(errorReport) - 1);
-    closeRange(static_cast<unsigned>(errorReport) + 1, UINT_MAX);
-    ready = ready && chdir(image.workingFolder) == 0;
-    if (ready) {
+    if (dup2(image.standardInput, 0) >= 0 && dup2(image.standardOutputAndError, 1) >= 0 &&
+        dup2(image.standardOutputAndError, 2) >= 0 && chdir(image.workingFolder) == 0) {
+        closeRange(3, static_cast<unsigned>(errorReport) - 1);
+        closeRange(static_cast<unsigned>(errorReport) + 1, UINT_MAX);
         // Last before the exec: a signal that was waiting must meet the default dispositions.
         sigset_t none;
         sigemptyset(&none);
