@@ -29,6 +29,9 @@ struct State {
 
     /// Held while the receiver is woken, and by nobody who works through the list: the main thread, woken,
     /// would only come to wait for the thread that woke it, which costs both of them more than all the rest.
+    /// The price is that a thread which is to wake and is held up before it does holds up what others have
+    /// handed over meanwhile, for as long as its turn on the processor takes to come again. Nothing is lost:
+    /// whoever has set `wakeUpUnderWay` posts the event, or finds no receiver, and then open() posts it.
     std::mutex wakeUpMutex;
     Receiver *receiver = nullptr;
 };

@@ -6,6 +6,7 @@
 #include <QThread>
 #include <QTimer>
 
+#include <algorithm>
 #include <atomic>
 #include <memory>
 #include <thread>
@@ -32,6 +33,26 @@ class MainQueueTest : public QObject {
         QVERIFY(waitUntil([&] { return order.size() == 1000; }));
         QVERIFY(onMain);
         QVERIFY(std::is_sorted(order.begin(), order.end()));
+    }
+
+    void whatManyThreadsHandOverWhileTheLoopTurnsAllRunsAndInTheOrderOfEach() {
+        constexpr int producers = 4;
+        constexpr int each = FERROLT_SANITIZED ? 5'000 : 50'000;
+        int next[producers] = {};
+        bool inOrder = true;
+        std::vector<std::thread> threads;
+        for (int producer = 0; producer < producers; ++producer) {
+            threads.emplace_back([&, producer] {
+                for (int i = 0; i < each; ++i)
+                    MainQueue::async([&, producer, i] { inOrder = inOrder && next[producer]++ == i; });
+            });
+        }
+        const bool allRan =
+            waitUntil([&] { return std::all_of(next, next + producers, [](int n) { return n == each; }); });
+        for (std::thread &thread : threads)
+            thread.join();
+        QVERIFY(allRan);
+        QVERIFY(inOrder);
     }
 
     void workNeverRunsInsideTheCallThatHandsItOver() {
@@ -96,11 +117,46 @@ bool survivesWithoutApplication() {
     return observer.expired();
 }
 
+/// Whether applications may come and go while threads hand work over: it runs while there is one, nobody who
+/// waits for it hangs, and none of it is kept.
+bool survivesApplicationsThatComeAndGo() {
+    std::atomic<bool> over = false;
+    const auto held = std::make_shared<int>(1);
+    std::vector<std::thread> threads;
+    for (int producer = 0; producer < 3; ++producer) {
+        threads.emplace_back([&, producer] {
+            while (!over) {
+                if (producer == 0)
+                    MainQueue::sync([] {});
+                else
+                    MainQueue::async([held] {});
+                std::this_thread::yield();
+            }
+        });
+    }
+    bool allRan = true;
+    for (int round = 0; round < 20 && allRan; ++round) {
+        int argc = 0;
+        QCoreApplication application(argc, nullptr);
+        bool ran = false;
+        MainQueue::async([&] { ran = true; });
+        allRan = waitUntil([&] { return ran; });
+    }
+    over = true;
+    for (std::thread &thread : threads)
+        thread.join();
+    return allRan && held.use_count() == 1;
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
     if (!survivesWithoutApplication()) {
         qCritical("the queue does not survive the time without an application");
+        return 1;
+    }
+    if (!survivesApplicationsThatComeAndGo()) {
+        qCritical("the queue does not survive applications that come and go");
         return 1;
     }
     QCoreApplication application(argc, argv);
