@@ -21,20 +21,24 @@ class PipeReader {
     /// One read's bytes; valid during the call. On the reader's thread, never concurrently.
     using Receiver = std::function<void(std::span<const std::byte>)>;
 
+    /// How many bytes the next read may take; at least 1. On the reader's thread, before each read.
+    using Room = std::function<std::size_t()>;
+
     /// A read takes at most this many bytes.
     static constexpr std::size_t largestRead = 65536;
 
-    /// Starts reading. `readingEnd` must not block; it passes to the reader's thread, and so does the
-    /// receiver, which is destroyed there. Null when the system has no thread or descriptor to give; errno is
-    /// set then.
-    static std::shared_ptr<PipeReader> start(FileDescriptor readingEnd, Receiver receiver);
+    /// Starts reading. `readingEnd` must not block; it passes to the reader's thread, and so do the
+    /// functions, which are destroyed there. Null when the system has no thread or descriptor to give; errno
+    /// is set then.
+    static std::shared_ptr<PipeReader> start(FileDescriptor readingEnd, Receiver receiver, Room room = {});
 
     /// Detaches. Does not wait.
     ~PipeReader();
     PipeReader(const PipeReader &) = delete;
     PipeReader &operator=(const PipeReader &) = delete;
 
-    /// After the return, a call of the receiver that had not begun does not come any more. Any thread.
+    /// From now on the receiver is no longer called; only a read that is just being handed on still comes,
+    /// also after the return. Any thread.
     void detach();
 
     /// What the child left in the pipe is handed on before this returns, and then the pipe is closed, whoever

@@ -12,6 +12,9 @@ namespace ferrolt {
 /// by one thread.
 class ChunkDecoder {
   public:
+    /// No text is larger, in bytes: a full log must not hold more than the memory it is reckoned with.
+    static constexpr std::size_t largestText = 65536;
+
     /// The text that these bytes complete; empty when there is none yet. Between calls at most 3 bytes wait
     /// here.
     ///
@@ -20,7 +23,13 @@ class ChunkDecoder {
     /// bytes that are not UTF-8 therefore wait as well, although no later byte can mend them: the empty
     /// prefix is valid. They come out once more bytes arrive. This is on purpose: the rule knows no other
     /// state than the bytes.
-    LogElement take(std::span<const std::byte> bytes);
+    ///
+    /// Replacement characters can make the text three times as long as the bytes. What would be too long is
+    /// taken in parts, just as if less had arrived at a time: `bytes` is left with what is to be given again.
+    LogElement take(std::span<const std::byte> &bytes);
+
+    /// A chunk of at most this many bytes that is UTF-8 is taken at once. The bytes that wait count as well.
+    std::size_t roomForBytes() const { return largestText - pending.size(); }
 
   private:
     std::string pending;

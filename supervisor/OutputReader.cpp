@@ -6,14 +6,19 @@ namespace ferrolt {
 
 std::shared_ptr<OutputReader> OutputReader::attachReader(FileDescriptor readingEnd,
                                                          LogMailbox::Delivery delivery) {
+    static_assert(ChunkDecoder::largestText == PipeReader::largestRead);
     auto mailbox = std::make_shared<LogMailbox>(std::move(delivery));
     auto decoder = std::make_shared<ChunkDecoder>();
-    auto reader =
-        PipeReader::start(std::move(readingEnd), [mailbox, decoder](std::span<const std::byte> bytes) {
-            LogElement text = decoder->take(bytes);
-            if (!text.isEmpty())
-                mailbox->post(std::move(text));
-        });
+    auto reader = PipeReader::start(
+        std::move(readingEnd),
+        [mailbox, decoder](std::span<const std::byte> bytes) {
+            while (!bytes.empty()) {
+                LogElement text = decoder->take(bytes);
+                if (!text.isEmpty())
+                    mailbox->post(std::move(text));
+            }
+        },
+        [decoder] { return decoder->roomForBytes(); });
     if (!reader)
         return nullptr;
     return std::shared_ptr<OutputReader>(new OutputReader(std::move(reader)));

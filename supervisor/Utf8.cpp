@@ -1,7 +1,9 @@
 #include "Utf8.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
 namespace ferrolt::utf8 {
 
@@ -63,6 +65,16 @@ Sequence sequenceAt(std::string_view bytes, std::size_t from) {
     return {length, true};
 }
 
+/// The length of the longest part of `text`, which is well-formed, that has at most `most` bytes and tears no
+/// character apart.
+std::size_t wholeCharacters(std::string_view text, std::size_t most) {
+    if (most >= text.size())
+        return text.size();
+    while ((byteAt(text, most) & 0xC0U) == 0x80)
+        --most;
+    return most;
+}
+
 }  // namespace
 
 std::size_t validPrefixLength(std::string_view bytes) {
@@ -80,19 +92,29 @@ std::size_t validPrefixLength(std::string_view bytes) {
     return at;
 }
 
-QByteArray withReplacements(std::string_view bytes) {
-    QByteArray text;
-    text.reserve(static_cast<qsizetype>(bytes.size()));
-    while (!bytes.empty()) {
-        const std::size_t valid = validPrefixLength(bytes);
-        text.append(bytes.data(), static_cast<qsizetype>(valid));
-        bytes.remove_prefix(valid);
-        if (!bytes.empty()) {
-            text.append("\xEF\xBF\xBD");
-            bytes.remove_prefix(sequenceAt(bytes, 0).length);
-        }
+Replaced withReplacements(std::string_view bytes, std::size_t mostText) {
+    constexpr std::string_view replacement = "\xEF\xBF\xBD";
+    const std::size_t most = std::min(mostText, replacement.size() * bytes.size());
+    QByteArray text(static_cast<qsizetype>(most), Qt::Uninitialized);
+    char *const begin = text.data();
+    std::size_t written = 0;
+    std::size_t taken = 0;
+    while (taken < bytes.size()) {
+        const std::string_view rest = bytes.substr(taken);
+        const std::size_t valid = validPrefixLength(rest);
+        const std::size_t fitting = wholeCharacters(rest.substr(0, valid), most - written);
+        std::memcpy(begin + written, rest.data(), fitting);
+        written += fitting;
+        taken += fitting;
+        if (fitting < valid || taken == bytes.size() || written + replacement.size() > most)
+            break;
+        std::memcpy(begin + written, replacement.data(), replacement.size());
+        written += replacement.size();
+        taken += sequenceAt(bytes, taken).length;
     }
-    return text;
+    text.truncate(static_cast<qsizetype>(written));
+    text.squeeze();
+    return {std::move(text), taken};
 }
 
 }  // namespace ferrolt::utf8

@@ -24,7 +24,8 @@ namespace ferrolt {
 struct PipeReader::Shared {
     FileDescriptor readingEnd;  // the thread's alone
     Pipe wakeUp;
-    Receiver receiver;  // the thread's alone
+    Receiver receiver;  // the thread's alone, both of them
+    Room room;
     std::atomic<bool> detached = false;
     std::atomic<bool> childEnded = false;
     std::vector<std::byte> bytes = std::vector<std::byte>(largestRead);
@@ -38,20 +39,20 @@ struct PipeReader::Shared {
 
     void run();
     void waitForBytes();
+    std::size_t mostOfNextRead() const { return room ? std::min(room(), largestRead) : largestRead; }
     Read readOnce(std::size_t most);
     void takeWhatIsLeft();
 };
 
 PipeReader::Shared::Read PipeReader::Shared::readOnce(std::size_t most) {
-    const std::size_t wanted = std::min(most, bytes.size());
-    const ssize_t count = read(readingEnd.get(), bytes.data(), wanted);
+    const ssize_t count = read(readingEnd.get(), bytes.data(), most);
     if (count < 0)
         return errno == EAGAIN || errno == EINTR ? Read::NothingYet : Read::End;
     if (count == 0)
         return Read::End;
     if (!detached.load(std::memory_order_acquire))
         receiver({bytes.data(), static_cast<std::size_t>(count)});
-    return static_cast<std::size_t>(count) == wanted ? Read::Full : Read::Some;
+    return static_cast<std::size_t>(count) == most ? Read::Full : Read::Some;
 }
 
 void PipeReader::Shared::waitForBytes() {
@@ -65,7 +66,7 @@ void PipeReader::Shared::takeWhatIsLeft() {
     if (ioctl(readingEnd.get(), FIONREAD, &left) != 0)
         return;
     for (auto remaining = static_cast<std::size_t>(std::max(left, 0)); remaining > 0;) {
-        const std::size_t most = std::min(remaining, largestRead);
+        const std::size_t most = std::min(remaining, mostOfNextRead());
         if (readOnce(most) == Read::End)
             return;
         remaining -= most;
@@ -79,7 +80,7 @@ void PipeReader::Shared::run() {
             takeWhatIsLeft();
             break;
         }
-        const Read outcome = readOnce(largestRead);
+        const Read outcome = readOnce(mostOfNextRead());
         if (outcome == Read::End)
             break;
         if (outcome != Read::Full)
@@ -87,15 +88,17 @@ void PipeReader::Shared::run() {
     }
     readingEnd.close();
     receiver = nullptr;
+    room = nullptr;
     std::lock_guard lock(mutex);
     closed = true;
     changed.notify_all();
 }
 
-std::shared_ptr<PipeReader> PipeReader::start(FileDescriptor readingEnd, Receiver receiver) {
+std::shared_ptr<PipeReader> PipeReader::start(FileDescriptor readingEnd, Receiver receiver, Room room) {
     auto shared = std::make_shared<Shared>();
     shared->readingEnd = std::move(readingEnd);
     shared->receiver = std::move(receiver);
+    shared->room = std::move(room);
     widenPipe(shared->readingEnd.get());
     shared->wakeUp = Pipe::open();
     if (!shared->wakeUp.readingEnd.isValid())

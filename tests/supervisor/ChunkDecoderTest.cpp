@@ -14,8 +14,26 @@ using namespace ferrolt;
 
 namespace {
 
+/// The one element that so few bytes are.
 LogElement take(ChunkDecoder &decoder, const std::string &bytes) {
-    return decoder.take(std::as_bytes(std::span(bytes)));
+    auto arrived = std::as_bytes(std::span(bytes));
+    LogElement element = decoder.take(arrived);
+    return arrived.empty() ? element : LogElement("not all was taken");
+}
+
+/// The elements that any number of bytes are.
+std::vector<LogElement> takeAll(ChunkDecoder &decoder, const std::string &bytes) {
+    std::vector<LogElement> elements;
+    for (auto arrived = std::as_bytes(std::span(bytes)); !arrived.empty();)
+        elements.push_back(decoder.take(arrived));
+    return elements;
+}
+
+std::string joined(const std::vector<LogElement> &elements) {
+    std::string text;
+    for (const LogElement &element : elements)
+        text += element.toStdString();
+    return text;
 }
 
 /// The same rule once more, written for plainness alone: one code point at a time, every prefix tried in
@@ -189,11 +207,63 @@ class ChunkDecoderTest : public QObject {
         QCOMPARE(utf8::withReplacements("\xF0\x9F\x9A"
                                         "a\xE2\x82"
                                         "b\xC0\x80"
-                                        "c"),
+                                        "c",
+                                        65536)
+                     .text,
                  QByteArray("\xEF\xBF\xBD"
                             "a\xEF\xBF\xBD"
                             "b\xEF\xBF\xBD\xEF\xBF\xBD"
                             "c"));
+    }
+
+    void noTextIsLargerThan64KiBNorHoldsMoreMemoryThoughReplacementsAreLong() {
+        const std::string aLot = std::string(ChunkDecoder::largestText, '\xFF');
+        std::mt19937 random(5);
+        std::string mixed;
+        while (mixed.size() < 3 * ChunkDecoder::largestText)
+            mixed += sample(random);
+        for (const std::string &bytes : {aLot, mixed}) {
+            ChunkDecoder decoder;
+            const std::vector<LogElement> elements = takeAll(decoder, bytes);
+            for (const LogElement &element : elements) {
+                QVERIFY(element.size() <= qsizetype(ChunkDecoder::largestText));
+                QVERIFY(element.capacity() <= element.size() + 64);
+            }
+            // No more of them than it takes, but for the last.
+            const std::string all = joined(elements) + joined(takeAll(decoder, "the end"));
+            QCOMPARE(elements.size(), all.size() / (ChunkDecoder::largestText - 3) + 1);
+            QVERIFY(all == plain::replaced(bytes + "the end"));  // not QCOMPARE: it would print all of it
+        }
+    }
+
+    void whatIsTakenInPartsIsTakenAsIfLessHadArrivedAtATime() {
+        std::mt19937 random(9);
+        for (int round = 0; round < 20; ++round) {
+            std::string bytes(ChunkDecoder::largestText - 40, 'x');
+            for (int i = 0; i < 12; ++i)
+                bytes += sample(random);
+            ChunkDecoder decoder;
+            plain::Decoder plainDecoder;
+            std::size_t at = 0;
+            for (auto arrived = std::as_bytes(std::span(bytes)); !arrived.empty();) {
+                const std::size_t before = arrived.size();
+                const LogElement element = decoder.take(arrived);
+                const std::string part = bytes.substr(at, before - arrived.size());
+                at += part.size();
+                QVERIFY(!part.empty());
+                QVERIFY(element.toStdString() == plainDecoder.take(part));
+            }
+        }
+    }
+
+    void aHeldBackCharacterLeavesThatMuchLessRoom() {
+        ChunkDecoder decoder;
+        QCOMPARE(decoder.roomForBytes(), std::size_t(65536));
+        QCOMPARE(take(decoder, "\xE2\x82"), LogElement());
+        QCOMPARE(decoder.roomForBytes(), std::size_t(65534));
+        const LogElement full = take(decoder, '\xAC' + std::string(65533, 'x'));
+        QCOMPARE(full.size(), qsizetype(65536));
+        QCOMPARE(decoder.roomForBytes(), std::size_t(65536));
     }
 
     void anyTextSplitAtEveryOffsetIsDecodedAsThePlainRuleSays() {

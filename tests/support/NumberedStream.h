@@ -11,15 +11,13 @@ inline std::string numberedLine(long long number) {
 
 /// The last `bytes` bytes of the lines below `lines`; all of them if they are fewer.
 inline std::string endOfNumberedLines(long long lines, std::size_t bytes) {
+    long long first = lines;
+    std::size_t length = 0;
+    while (first > 0 && length < bytes)
+        length += numberedLine(--first).size();
     std::string text;
-    for (long long number = lines; number > 0 && text.size() < bytes;) {
-        // In portions, so that it is not moved for every line.
-        const long long from = number > 1000 ? number - 1000 : 0;
-        std::string portion;
-        for (long long i = from; i < number; ++i)
-            portion += numberedLine(i);
-        text.insert(0, portion);
-        number = from;
-    }
+    text.reserve(length);
+    for (long long number = first; number < lines; ++number)
+        text += numberedLine(number);
     return text.size() > bytes ? text.substr(text.size() - bytes) : text;
 }
