@@ -2,6 +2,8 @@
 
 #include "MainQueue.h"
 
+#include <QTimer>
+
 #include <iterator>
 #include <utility>
 
@@ -23,14 +25,46 @@ void LogMailbox::post(LogElement element) {
     MainQueue::async([self = shared_from_this()] { self->handOver(); });
 }
 
+void LogMailbox::handOverNow() {
+    MainQueue::async([self = shared_from_this()] { self->deliver(); });
+}
+
 void LogMailbox::handOver() {
+    if (isFlooded(deliver())) {
+        QTimer::singleShot(pause, Qt::PreciseTimer, [self = shared_from_this()] { self->handOver(); });
+        return;
+    }
+    {
+        std::lock_guard lock(mutex);
+        handOverUnderWay = !waiting.empty();
+        if (!handOverUnderWay)
+            return;
+    }
+    MainQueue::async([self = shared_from_this()] { self->handOver(); });
+}
+
+std::size_t LogMailbox::deliver() {
     std::deque<LogElement> taken;
     {
         std::lock_guard lock(mutex);
         taken.swap(waiting);
-        handOverUnderWay = false;
     }
-    delivery({std::make_move_iterator(taken.begin()), std::make_move_iterator(taken.end())});
+    const std::size_t count = taken.size();
+    if (count > 0)
+        delivery({std::make_move_iterator(taken.begin()), std::make_move_iterator(taken.end())});
+    return count;
+}
+
+/// Whether what has just been delivered makes more than a reader of the log would follow.
+bool LogMailbox::isFlooded(std::size_t delivered) {
+    const auto now = Clock::now();
+    counted += delivered;
+    const bool isFlood = counted > mostPrompt;
+    if (isFlood || now - countedSince >= pause) {
+        countedSince = now;
+        counted = 0;
+    }
+    return isFlood;
 }
 
 }  // namespace ferrolt

@@ -21,7 +21,12 @@ std::shared_ptr<OutputReader> OutputReader::attachReader(FileDescriptor readingE
         [decoder] { return decoder->roomForBytes(); });
     if (!reader)
         return nullptr;
-    return std::shared_ptr<OutputReader>(new OutputReader(std::move(reader)));
+    return std::shared_ptr<OutputReader>(new OutputReader(std::move(reader), std::move(mailbox)));
+}
+
+void OutputReader::childHasEnded() {
+    reader->childHasEnded();
+    mailbox->handOverNow();
 }
 
 }  // namespace ferrolt

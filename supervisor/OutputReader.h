@@ -25,13 +25,16 @@ class OutputReader {
 
     void detach() { reader->detach(); }
 
-    /// Delivers what the child left in the pipe and closes it; see PipeReader::childHasEnded().
-    void childHasEnded() { reader->childHasEnded(); }
+    /// Delivers what the child left in the pipe and closes it; see PipeReader::childHasEnded(). The delivery
+    /// comes before anything that is handed to the main queue after this.
+    void childHasEnded();
 
   private:
-    explicit OutputReader(std::shared_ptr<PipeReader> reader) : reader(std::move(reader)) {}
+    OutputReader(std::shared_ptr<PipeReader> reader, std::shared_ptr<LogMailbox> mailbox)
+        : reader(std::move(reader)), mailbox(std::move(mailbox)) {}
 
     std::shared_ptr<PipeReader> reader;
+    std::shared_ptr<LogMailbox> mailbox;
 };
 
 using ObserverToken = std::shared_ptr<OutputReader>;

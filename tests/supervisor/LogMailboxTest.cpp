@@ -1,0 +1,140 @@
+#include "LogMailbox.h"
+#include "MainQueue.h"
+#include "Waiting.h"
+
+#include <QTest>
+#include <QThread>
+
+#include <chrono>
+#include <memory>
+#include <thread>
+#include <vector>
+
+using namespace ferrolt;
+using namespace std::chrono_literals;
+
+class LogMailboxTest : public QObject {
+    Q_OBJECT
+
+    /// A mailbox whose elements are numbers, and what came of them.
+    struct Receipts {
+        std::vector<int> elements;
+        std::vector<std::size_t> deliveries;  ///< their sizes
+        std::shared_ptr<LogMailbox> mailbox =
+            std::make_shared<LogMailbox>([this](std::vector<LogElement> arrived) {
+                deliveries.push_back(arrived.size());
+                for (const LogElement &element : arrived)
+                    elements.push_back(element.toInt());
+            });
+
+        void post(int number) const { mailbox->post(QByteArray::number(number)); }
+        ~Receipts() {
+            mailbox->handOverNow();  // what waits holds this
+            bool isOver = false;
+            MainQueue::async([&] { isOver = true; });
+            waitUntil([&] { return isOver; });
+        }
+    };
+
+    static std::vector<int> numbers(int from, int end) {
+        std::vector<int> all;
+        for (int i = from; i < end; ++i)
+            all.push_back(i);
+        return all;
+    }
+
+  private Q_SLOTS:
+    void atAnEverydayPaceEachElementIsHandedOverByItselfAndAtOnce() {
+        Receipts r;
+        for (int i = 0; i < 10; ++i) {
+            QThread::msleep(1);  // the pace: a thousand a second
+            r.post(i);
+            QCoreApplication::processEvents();
+            QCOMPARE(r.elements, numbers(0, i + 1));
+        }
+        QCOMPARE(r.deliveries, std::vector<std::size_t>(10, 1));
+    }
+
+    void theFirstElementOfAFloodIsHandedOverAtOnce() {
+        Receipts r;
+        r.post(0);
+        QCoreApplication::processEvents();
+        QCOMPARE(r.elements, numbers(0, 1));
+    }
+
+    void inAFloodTheMainThreadIsCalledOnlyEveryFewMilliseconds() {
+        Receipts r;
+        const auto begin = std::chrono::steady_clock::now();
+        int count = 0;
+        for (auto now = begin; now - begin < 200ms; now = std::chrono::steady_clock::now()) {
+            if (now - begin > count * 20us)  // fifty thousand a second
+                r.post(count++);
+            QCoreApplication::processEvents();  // as if nothing else kept the main thread
+        }
+        QVERIFY(waitUntil([&] { return r.elements.size() == std::size_t(count); }));
+        const auto took = std::chrono::steady_clock::now() - begin;
+        QCOMPARE(r.elements, numbers(0, count));
+        // Those before it was known for a flood came one by one.
+        QVERIFY(r.deliveries.size() <= LogMailbox::mostPrompt + 1 + std::size_t(took / LogMailbox::pause) + 1);
+    }
+
+    void afterAFloodItIsPromptAgain() {
+        Receipts r;
+        for (int i = 0; i < 100; ++i) {
+            r.post(i);
+            QCoreApplication::processEvents();
+        }
+        QVERIFY(waitUntil([&] { return r.elements.size() == 100; }));
+        const std::size_t before = r.deliveries.size();
+        QVERIFY(waitUntil([&, next = 100]() mutable {
+            QThread::msleep(1);
+            r.post(next++);
+            QCoreApplication::processEvents();
+            return r.elements.size() == std::size_t(next) && r.deliveries.size() > before + 3 &&
+                   r.deliveries.back() == 1;
+        }));
+    }
+
+    void theNewest1000WaitForABusyMainThreadInOrder() {
+        Receipts r;
+        std::thread([&] {
+            for (int i = 0; i < 5000; ++i)
+                r.post(i);
+        }).join();
+        QVERIFY(waitUntil([&] { return !r.elements.empty(); }));
+        QCOMPARE(r.elements, numbers(4000, 5000));
+    }
+
+    void nothingIsLostBetweenAThreadThatFloodsAndTheLoop() {
+        Receipts r;
+        constexpr int count = 900;  // all may wait at the same time
+        for (int round = 0; round < 20; ++round) {
+            r.elements.clear();
+            std::thread reader([&] {
+                for (int i = 0; i < count; ++i)
+                    r.post(i);
+            });
+            const bool allCame = waitUntil([&] { return r.elements.size() == std::size_t(count); });
+            reader.join();
+            QVERIFY(allCame);
+            QCOMPARE(r.elements, numbers(0, count));
+        }
+    }
+
+    void whatWaitsInAPauseComesBeforeWhatIsHandedOverAfterIt() {
+        Receipts r;
+        for (int i = 0; i < 100; ++i) {  // a flood, so that the last ones wait for the end of a pause
+            r.post(i);
+            QCoreApplication::processEvents();
+        }
+        std::vector<int> before;
+        r.post(100);
+        r.mailbox->handOverNow();
+        MainQueue::async([&] { before = r.elements; });
+        QVERIFY(waitUntil([&] { return !before.empty(); }));
+        QCOMPARE(before, numbers(0, 101));
+    }
+};
+
+QTEST_GUILESS_MAIN(LogMailboxTest)
+#include "LogMailboxTest.moc"
