@@ -44,7 +44,9 @@ double judgedValue(const Figure &figure) {
 
 bool isMet(const Figure &figure) {
     const double value = judgedValue(figure);
-    return figure.goal == Goal::AtMost ? value <= figure.bound : value >= figure.bound;  // false for a NaN
+    if (!std::isfinite(value))  // there is nothing to compare with, and nothing is shown
+        return false;
+    return figure.goal == Goal::AtMost ? value <= figure.bound : value >= figure.bound;
 }
 
 std::string goalOf(const Figure &figure) {

@@ -103,41 +103,17 @@ double worstCopy(Scene &scene) {
     return worst;
 }
 
-/// From the shortcut until both children have been asked to end.
-double quit(Scene &scene) {
-    QEventLoop loop;
-    QObject::connect(scene.window.get(), &MainWindow::quitRequested, &loop, [&] {
-        scene.vars().stopAll();
-        loop.quit();
-    });
-    std::chrono::steady_clock::time_point given;
-    std::thread user([&] {
-        std::this_thread::sleep_for(7ms);
-        given = std::chrono::steady_clock::now();
-        QMetaObject::invokeMethod(
-            scene.window.get(), [&] { QTest::keyClick(scene.window.get(), Qt::Key_Q, Qt::ControlModifier); },
-            Qt::QueuedConnection);
-    });
-    QTimer::singleShot(5s, &loop, &QEventLoop::quit);
-    loop.exec();
-    const auto end = std::chrono::steady_clock::now();
-    user.join();
-    return std::chrono::duration<double, std::milli>(end - given).count();
-}
-
 }  // namespace
 
 void inputInTheFlood(const Options &options) {
     Samples keys;
     Samples copies;
-    Samples quits;
     for (int run = 0; run < options.runs; ++run) {
         Scene scene("flood", "flood");
         scene.open();
         scene.window->activateWindow();
         copies.push_back(worstCopy(scene));
         keys.push_back(worstKey(scene));
-        quits.push_back(quit(scene));
     }
     report({"typing while both flood: worst answer", "ms", keys, "", {}, Judged::Ours, Goal::AtMost, 50});
     report({"pressing copy while both flood: worst answer",
@@ -148,7 +124,6 @@ void inputInTheFlood(const Options &options) {
             Judged::Ours,
             Goal::AtMost,
             50});
-    report({"quitting while both flood", "ms", quits, "", {}, Judged::Ours, Goal::AtMost, 50});
 }
 
 }  // namespace ferrolt::bench

@@ -20,12 +20,14 @@ const std::map<std::string, void (*)(const Options &)> figures{
     {"both", throughputOfBothChildren},
     {"chatter", chattyChild},
     {"stall", stallInTheFlood},
+    {"text", otherText},
     {"launch", launchWithManyPages},
     {"view", fullView},
     {"input", inputInTheFlood},
     {"latency", latencyOfAChunk},
     {"growth", growth},
     {"program", startAndIdle},
+    {"quit", quitInTheFlood},
     {"soak", soak},
 };
 

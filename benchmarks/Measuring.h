@@ -35,6 +35,15 @@ long contextSwitches(pid_t process);
 
 /// Processor time of this process, all threads, in seconds.
 double processorSeconds();
+/// Processor time of the calling thread, in seconds.
+double threadSeconds();
+
+/// The most that was resident in this process, in megabytes, since it was last forgotten.
+double mostResidentMegabytes();
+void forgetMostResident();
+
+/// Ends the program: what was measured is worth nothing.
+[[noreturn]] void giveUp(const std::string &why);
 
 /// Undoes the launcher's widening of a child's output pipe.
 void narrowPipeOf(pid_t child);
@@ -80,6 +89,7 @@ class TimedApplication : public QApplication {
     Clock::time_point spanBegin;
     Clock::time_point spanEnd;
     Clock::duration worst{};
+    std::vector<int> timersOfSpan;
 };
 
 /// The longest frame since the probe was made or last asked: what is shown and what a user does waits for so

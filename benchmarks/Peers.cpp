@@ -38,7 +38,10 @@ double rateOf(pid_t child, std::chrono::milliseconds length) {
     std::this_thread::sleep_for(std::chrono::milliseconds(500));
     const double before = bytesWrittenBy(child);
     const double took = seconds([&] { std::this_thread::sleep_for(length); });
-    return (bytesWrittenBy(child) - before) / took;
+    const double rate = (bytesWrittenBy(child) - before) / took;
+    if (rate <= 0)
+        giveUp("A peer has read nothing.");
+    return rate;
 }
 
 }  // namespace
@@ -70,11 +73,11 @@ pid_t spawn(const Words &commandLine, int standardInput, int standardOutput) {
     return child;
 }
 
-double throughputIntoCat(std::chrono::milliseconds length) {
+double throughputIntoCat(std::chrono::milliseconds length, const Words &behaviour) {
     PlainPipe pipe = plainPipe();
     const FileDescriptor nowhere(open("/dev/null", O_WRONLY | O_CLOEXEC));
     const pid_t cat = spawn({"cat"}, pipe.reading.get(), nowhere.get());
-    const pid_t child = spawn(practiceChild({"flood"}), -1, pipe.writing.get());
+    const pid_t child = spawn(practiceChild(behaviour), -1, pipe.writing.get());
     pipe = {};
     const double rate = rateOf(child, length);
     endProcess(child);
@@ -113,11 +116,14 @@ QueuedTextEdit queuedTextEdit(const Words &behaviour, std::chrono::milliseconds 
     char bytes[4096];
     for (ssize_t count = 0; (count = read(pipe.reading.get(), bytes, sizeof bytes)) > 0;)
         told.append(bytes, static_cast<std::size_t>(count));
-    waitpid(peer, nullptr, 0);
+    int status = -1;
+    waitpid(peer, &status, 0);
     QueuedTextEdit result;
     std::istringstream text(told);
     text >> result.bytesShownPerSecond >> result.processorShare >> result.paintsPerSecond >>
         result.worstStall >> result.megabytes;
+    if (status != 0 || !text)
+        giveUp("The QPlainTextEdit did not tell what it had done.");
     return result;
 }
 

@@ -19,7 +19,7 @@ Words practiceChild(const Words &behaviour);
 pid_t spawn(const Words &commandLine, int standardInput = -1, int standardOutput = -1);
 
 /// Bytes a second that a flooding child writes to `cat >/dev/null` over a plain pipe.
-double throughputIntoCat(std::chrono::milliseconds length);
+double throughputIntoCat(std::chrono::milliseconds length, const Words &behaviour = {"flood"});
 
 /// The same for a child in a terminal; none where the terminal is not installed.
 std::optional<double> throughputInTerminal(const std::string &terminal, std::chrono::milliseconds length);

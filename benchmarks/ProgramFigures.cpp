@@ -10,6 +10,7 @@
 #include <QProcess>
 #include <QTemporaryDir>
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -29,10 +30,10 @@ void write(const fs::path &file, const std::string &text) {
     std::ofstream(file, std::ios::binary | std::ios::trunc) << text;
 }
 
-/// The launcher as a package would install it, with silent children and a home of its own.
+/// The launcher as a package would install it, with such children and a home of its own.
 class Installation {
   public:
-    Installation() {
+    explicit Installation(const std::string &behaviour) : behaviour(behaviour) {
         fs::create_directories(root() / "bin");
         fs::copy_file(FERROLT_LAUNCHER, program());
         const fs::path engine = root() / "share/ferrolt-miner-launcher/Tandril/LumoraCore";
@@ -65,23 +66,29 @@ class Installation {
   private:
     fs::path root() const { return folder.path().toStdString(); }
 
-    static void install(const fs::path &child) {
+    void install(const fs::path &child) const {
         fs::create_directories(child.parent_path());
         fs::copy_file(FERROLT_PRACTICE_CHILD, child);
-        write(child.string() + ".behaviour", "silent\n");
+        write(child.string() + ".behaviour", behaviour + '\n');
     }
 
+    std::string behaviour;
     QTemporaryDir folder;
     Listener port;
 };
 
-int childrenOf(pid_t parent) {
-    int count = 0;
+std::vector<pid_t> childrenOf(pid_t parent) {
+    std::vector<pid_t> children;
     for (const QString &name : QDir(QStringLiteral("/proc")).entryList(QDir::Dirs)) {
-        if (name.front().isDigit())
-            count += statusOf(name.toInt(), "PPid:") == parent;
+        if (name.front().isDigit() && statusOf(name.toInt(), "PPid:") == parent)
+            children.push_back(name.toInt());
     }
-    return count;
+    return children;
+}
+
+/// Whether a process has not ended yet, or has not even begun to.
+bool isAlive(pid_t process) {
+    return residentMegabytes(process) > 0;
 }
 
 class Program {
@@ -131,16 +138,30 @@ Start startOf(const fs::path &program, const QProcessEnvironment &environment) {
     return {static_cast<double>(painted - running.started) * 1e-6, residentMegabytes(running.id())};
 }
 
-double switchesIn(pid_t process, std::chrono::seconds time) {
-    const long before = contextSwitches(process);
+/// Context switches of both programs in that time. Of a program that is never switched to nobody sees a
+/// system call either.
+void compareSwitches(pid_t ours, pid_t bare, std::chrono::seconds time, Samples &oursSwitches,
+                     Samples &bareSwitches) {
+    const long oursBefore = contextSwitches(ours);
+    const long bareBefore = contextSwitches(bare);
     runFor(time);
-    return static_cast<double>(contextSwitches(process) - before);
+    oursSwitches.push_back(static_cast<double>(contextSwitches(ours) - oursBefore));
+    bareSwitches.push_back(static_cast<double>(contextSwitches(bare) - bareBefore));
+}
+
+/// Shows the window of the launcher that runs there, as its user does by starting it once more.
+void openWindow(const Installation &installation, const QProcessEnvironment &environment) {
+    QProcess again;
+    again.setProcessEnvironment(environment);
+    again.start(QString::fromStdString(installation.program()), {});
+    if (!again.waitForFinished() || again.exitCode() != 0)
+        giveUp("The launcher's window does not open.");
 }
 
 }  // namespace
 
 void startAndIdle(const Options &options) {
-    const Installation installation;
+    const Installation installation("silent");
     const QProcessEnvironment fresh = installation.environment(false);
     Samples start;
     Samples bareStart;
@@ -158,20 +179,70 @@ void startAndIdle(const Options &options) {
     report({"resident memory after it", "MB", memory, "bare window", bareMemory, Judged::Difference,
             Goal::AtMost, 12});
 
-    Samples idle;
-    Samples bareIdle;
     const QProcessEnvironment complete = installation.environment(true);
     const Program ours(installation.program(), {}, complete);
-    const Program bare(FERROLT_BARE_WINDOW, {QStringLiteral("--closed")}, complete);
-    runUntil([&] { return childrenOf(ours.id()) == 2; }, "the launcher's children");
-    runFor(5s);
-    for (int run = 0; run < options.runs; ++run) {
-        const long before = contextSwitches(bare.id());
-        idle.push_back(switchesIn(ours.id(), 10s));
-        bareIdle.push_back(static_cast<double>(contextSwitches(bare.id()) - before));
+    runUntil([&] { return childrenOf(ours.id()).size() == 2; }, "the launcher's children");
+    Samples idle;
+    Samples bareIdle;
+    {
+        const Program bare(FERROLT_BARE_WINDOW, {QStringLiteral("--closed")}, complete);
+        runFor(5s);
+        for (int run = 0; run < options.runs; ++run)
+            compareSwitches(ours.id(), bare.id(), options.quick ? 5s : 10s, idle, bareIdle);
     }
-    report({"idle, window closed: context switches in 10 s", "", idle, "bare window", bareIdle, Judged::Ours,
-            Goal::AtMost, 0});
+    report({"silent children, window closed: context switches", "", idle, "bare window", bareIdle,
+            Judged::Ours, Goal::AtMost, 0});
+    Samples open;
+    Samples bareOpen;
+    {
+        const Program bare(FERROLT_BARE_WINDOW, {}, complete);
+        openWindow(installation, complete);
+        runFor(3s);
+        for (int run = 0; run < options.runs; ++run)
+            compareSwitches(ours.id(), bare.id(), options.quick ? 5s : 60s, open, bareOpen);
+    }
+    report({"silent children, window open on Home: context switches", "", open, "bare window", bareOpen,
+            Judged::Difference, Goal::AtMost, 0});
+}
+
+void quitInTheFlood(const Options &options) {
+    Samples asked;
+    Samples gone;
+    for (int run = 0; run < options.runs; ++run) {
+        const Installation installation("flood");
+        const QProcessEnvironment environment = installation.environment(true);
+        Program program(installation.program(), {}, environment);
+        runUntil([&] { return childrenOf(program.id()).size() == 2; }, "the launcher's children");
+        openWindow(installation, environment);
+        runFor(2s);
+        const std::vector<pid_t> children = childrenOf(program.id());
+        const auto begin = std::chrono::steady_clock::now();
+        const auto since = [&] {
+            return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - begin)
+                .count();
+        };
+        const auto pollUntil = [&](const std::function<bool()> &isSo) {
+            while (!isSo()) {
+                if (since() > 5000)
+                    giveUp("The launcher does not quit.");
+                std::this_thread::sleep_for(500us);
+            }
+            return since();
+        };
+        // It ends as at its own command; the children end as soon as they are asked to.
+        program.process.terminate();
+        asked.push_back(pollUntil([&] { return std::none_of(children.begin(), children.end(), isAlive); }));
+        gone.push_back(pollUntil([&] { return !isAlive(program.id()); }));
+    }
+    report({"quitting while both flood: until both have ended",
+            "ms",
+            asked,
+            "",
+            {},
+            Judged::Ours,
+            Goal::AtMost,
+            50});
+    report({.what = "the same, until the window and the program are gone", .unit = "ms", .ours = gone});
 }
 
 }  // namespace ferrolt::bench

@@ -31,8 +31,15 @@ struct Scene {
         launcher.tree.writeEnginePort(std::to_string(enginePort.port));
         AppVars &vars = launcher.create();
         // Children that flood fill their logs in a moment; what they write is then all that is resident.
-        if (engine == "silent" || engine.starts_with("chatter") || engine.starts_with("clock"))
-            fill(65536);
+        // Small blocks take too long for that.
+        const auto fillsItself = [](const std::string &behaviour) {
+            return behaviour == "flood" || behaviour.starts_with("flood -1 65536") ||
+                   behaviour.starts_with("moods");
+        };
+        if (!fillsItself(engine))
+            fill(LogTarget::Lumora, 65536);
+        if (!fillsItself(client))
+            fill(LogTarget::QorClient, 65536);
         window = std::make_unique<MainWindow>(launcher.vars, launcher.time, std::make_shared<QtClipboard>(),
                                               state.filePath(QStringLiteral("window.json")));
         window->resize(1000, 640);
@@ -57,13 +64,11 @@ struct Scene {
     }
     bool isRunning() const { return vars()._isLumRunning && vars()._isQorClientRunning; }
 
-    void fill(qsizetype bytes, int count = 1000) const {
-        for (const LogTarget log : {LogTarget::Lumora, LogTarget::QorClient}) {
-            std::vector<LogElement> elements;
-            for (int i = 0; i < count; ++i)
-                elements.push_back(element(bytes, i));
-            vars().appendLog(std::move(elements), log);
-        }
+    void fill(LogTarget log, qsizetype bytes, int count = 1000) const {
+        std::vector<LogElement> elements;
+        for (int i = 0; i < count; ++i)
+            elements.push_back(element(bytes, i));
+        vars().appendLog(std::move(elements), log);
     }
 
     /// Lines of 100 bytes, the first with a number.

@@ -78,7 +78,7 @@ void fullView(const Options &options) {
         paste.push_back(quantile(stall.take(), 1));
         const double arrived = other.readAllStandardOutput().trimmed().toDouble();
         if (arrived != static_cast<double>(scene.vars().lumoraLog().byteCount()))
-            note("The copied text did not arrive whole: " + std::to_string(arrived) + " bytes.");
+            giveUp("The copied text did not arrive whole: " + std::to_string(arrived) + " bytes.");
     }
     double editFill = 0;
     double editResize = 0;

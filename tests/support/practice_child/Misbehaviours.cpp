@@ -37,11 +37,32 @@ std::string bytesOf(const std::string &hex) {
     return bytes;
 }
 
+/// A line of 100 bytes of what logs may hold.
+std::string floodLine(const std::string &kind) {
+    if (kind == "characters") {
+        std::string line;
+        while (line.size() < 98)
+            line += "\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x9A\x80 zz";  // of 2, 3 and 4 bytes, and of one
+        return line + "x\n";
+    }
+    if (kind == "colours")
+        return "\x1B[32mok\x1B[0m\tcolumn\t\x1B[1;31mfailed\x1B[0m " + std::string(60, 'x') + "\r\n";
+    if (kind == "binary") {
+        std::string line;
+        for (unsigned i = 0; i < 99; ++i)
+            line += static_cast<char>(static_cast<unsigned char>(i * 151 + 13));
+        return line + '\n';
+    }
+    return std::string(99, 'x') + '\n';
+}
+
 /// Each block names its number at its start, so that a reader can tell which ones it has.
-int flood(long long blocks, std::size_t size) {
-    std::string block(size, 'x');
-    for (std::size_t i = 99; i < size; i += 100)
-        block[i] = '\n';
+int flood(long long blocks, std::size_t size, const std::string &kind) {
+    // The first line is for the number, and what is over at the end is plain too: nothing is cut.
+    std::string block = floodLine({});
+    for (const std::string line = floodLine(kind); block.size() + line.size() <= size;)
+        block += line;
+    block.resize(size, 'x');
     for (long long i = 0; blocks < 0 || i < blocks; ++i) {
         const std::string head = "block " + std::to_string(i) + '\n';
         if (head.size() <= size)
@@ -164,8 +185,11 @@ const std::vector<Misbehaviour> &misbehaviours() {
              sigprocmask(SIG_UNBLOCK, &request, nullptr);
              return die(SIGTERM);
          }},
-        {"flood [BLOCKS [BYTES]]", "writes that many blocks (64 KiB each), or without end",
-         [](W a, W) { return flood(number(a, 0, -1), static_cast<std::size_t>(number(a, 1, 65536))); }},
+        {"flood [BLOCKS [BYTES [characters|colours|binary]]]",
+         "writes that many blocks (64 KiB each) of plain or other text, or without end",
+         [](W a, W) {
+             return flood(number(a, 0, -1), static_cast<std::size_t>(number(a, 1, 65536)), text(a, 2));
+         }},
         {"chatter WRITES BYTES PER-SECOND", "writes small pieces at a rate, then waits",
          [](W a, W) {
              const auto begin = std::chrono::steady_clock::now();
