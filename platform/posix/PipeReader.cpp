@@ -28,7 +28,7 @@ struct PipeReader::Shared {
     Room room;
     std::atomic<bool> detached = false;
     std::atomic<bool> childEnded = false;
-    std::vector<std::byte> bytes = std::vector<std::byte>(largestRead);
+    std::vector<std::byte> bytes;  // the thread's alone
 
     std::mutex mutex;
     std::condition_variable changed;
@@ -75,6 +75,7 @@ void PipeReader::Shared::takeWhatIsLeft() {
 
 void PipeReader::Shared::run() {
     nameThisThread("child-output");
+    bytes.resize(largestRead);  // here, since whoever starts the reader is about to start a child as well
     for (;;) {
         if (childEnded.load(std::memory_order_acquire)) {
             takeWhatIsLeft();

@@ -75,7 +75,8 @@ class LogMailboxTest : public QObject {
         const auto took = std::chrono::steady_clock::now() - begin;
         QCOMPARE(r.elements, numbers(0, count));
         // Those before it was known for a flood came one by one.
-        QVERIFY(r.deliveries.size() <= LogMailbox::mostPrompt + 1 + std::size_t(took / LogMailbox::pause) + 1);
+        QVERIFY(r.deliveries.size() <=
+                LogMailbox::mostPrompt + 1 + std::size_t(took / LogMailbox::pause) + 1);
     }
 
     void afterAFloodItIsPromptAgain() {
