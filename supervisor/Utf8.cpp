@@ -65,16 +65,6 @@ Sequence sequenceAt(std::string_view bytes, std::size_t from) {
     return {length, true};
 }
 
-/// The length of the longest part of `text`, which is well-formed, that has at most `most` bytes and tears no
-/// character apart.
-std::size_t wholeCharacters(std::string_view text, std::size_t most) {
-    if (most >= text.size())
-        return text.size();
-    while ((byteAt(text, most) & 0xC0U) == 0x80)
-        --most;
-    return most;
-}
-
 }  // namespace
 
 std::size_t validPrefixLength(std::string_view bytes) {
@@ -100,17 +90,23 @@ Replaced withReplacements(std::string_view bytes, std::size_t mostText) {
     std::size_t written = 0;
     std::size_t taken = 0;
     while (taken < bytes.size()) {
-        const std::string_view rest = bytes.substr(taken);
-        const std::size_t valid = validPrefixLength(rest);
-        const std::size_t fitting = wholeCharacters(rest.substr(0, valid), most - written);
-        std::memcpy(begin + written, rest.data(), fitting);
-        written += fitting;
-        taken += fitting;
-        if (fitting < valid || taken == bytes.size() || written + replacement.size() > most)
+        if (byteAt(bytes, taken) < 0x80) {
+            const std::size_t run = std::min(asciiRun(bytes, taken), most - written);
+            if (run == 0)
+                break;
+            std::memcpy(begin + written, bytes.data() + taken, run);
+            written += run;
+            taken += run;
+            continue;
+        }
+        const Sequence sequence = sequenceAt(bytes, taken);
+        const std::string_view character =
+            sequence.wellFormed ? bytes.substr(taken, sequence.length) : replacement;
+        if (character.size() > most - written)
             break;
-        std::memcpy(begin + written, replacement.data(), replacement.size());
-        written += replacement.size();
-        taken += sequenceAt(bytes, taken).length;
+        std::memcpy(begin + written, character.data(), character.size());
+        written += character.size();
+        taken += sequence.length;
     }
     text.truncate(static_cast<qsizetype>(written));
     text.squeeze();
