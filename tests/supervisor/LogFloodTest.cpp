@@ -8,6 +8,7 @@
 #include <QTest>
 #include <QThread>
 
+#include <algorithm>
 #include <fstream>
 #include <string>
 
@@ -24,6 +25,9 @@ class LogFloodTest : public QObject {
     static std::string numbered(int seed) {
         return "numbered " + std::to_string(lines) + ' ' + std::to_string(seed);
     }
+
+    /// Of what a log holds, so much of its end is compared with what was written.
+    static constexpr std::size_t mostCompared = FERROLT_SANITIZED ? 6'000'000 : 200'000'000;
 
     /// What a log holds between the launcher's own messages.
     static std::string childsText(const LogBuffer &log) {
@@ -43,8 +47,9 @@ class LogFloodTest : public QObject {
             QVERIFY(bytes <= PipeReader::largestRead);
             QCOMPARE(utf8::validPrefixLength({log.at(i).constData(), bytes}), bytes);
         }
-        const std::string kept = childsText(log);
+        std::string kept = childsText(log);
         QVERIFY(kept.size() > 100'000);
+        kept.erase(0, kept.size() - std::min(kept.size(), mostCompared));
         QVERIFY(kept == endOfNumberedLines(lines, kept.size()));  // not QCOMPARE: it would print all of it
     }
 
