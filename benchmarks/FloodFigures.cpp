@@ -15,8 +15,9 @@ using namespace std::chrono_literals;
 
 constexpr double mega = 1e6;
 
-/// Megabytes a second that these children write, all together.
-double writtenBy(const std::vector<pid_t> &children, std::chrono::milliseconds length) {
+/// Megabytes a second that these children write, all together, while that is done.
+template <class Work>
+double writtenBy(const std::vector<pid_t> &children, Work work) {
     const auto written = [&] {
         double sum = 0;
         for (const pid_t child : children)
@@ -24,8 +25,12 @@ double writtenBy(const std::vector<pid_t> &children, std::chrono::milliseconds l
         return sum;
     };
     const double before = written();
-    const double took = seconds([&] { runFor(length); });
+    const double took = seconds(work);
     return (written() - before) / took / mega;
+}
+
+double writtenBy(const std::vector<pid_t> &children, std::chrono::milliseconds length) {
+    return writtenBy(children, [&] { runFor(length); });
 }
 
 void reportTerminals(const Options &options, double ours) {
@@ -164,14 +169,14 @@ void otherText(const Options &options) {
         for (int run = 0; run < options.runs; ++run) {
             Scene scene(behaviour, behaviour);
             scene.open();
-            runFor(1s);
+            runFor(500ms);
             forgetMostResident();
-            stall.measure(options.length);
+            const std::vector<pid_t> children{scene.engine(), scene.client()};
+            ours.push_back(writtenBy(children, [&] { stall.measure(options.length); }));
             memory.push_back(mostResidentMegabytes());
-            ours.push_back(writtenBy({scene.engine(), scene.client()}, options.length));
             scene.vars().stopAll();
             runFor(200ms);
-            cat.push_back(throughputIntoCat(options.length, {"flood", "-1", "65536", kind}) / mega);
+            cat.push_back(throughputIntoCat(options.length / 2, {"flood", "-1", "65536", kind}) / mega);
         }
         report({.what = "both flood with " + kind,
                 .unit = "MB/s",

@@ -26,16 +26,16 @@ std::string cell(const char *format, double value) {
 
 /// The main thread's processor time, in milliseconds, from the arrival of so many elements at once until all
 /// of it is shown and counted.
-double costToShow(Scene &scene, int count, qsizetype bytes, int runs) {
+double costToShow(Scene &scene, int count, qsizetype bytes, const Options &options) {
     Samples costs;
-    for (int run = 0; run < runs; ++run) {
+    for (int run = 0; run < options.runs; ++run) {
         std::vector<LogElement> elements;
         for (int i = 0; i < count; ++i)
             elements.push_back(Scene::element(bytes, i));
-        runFor(200ms);  // what came before is at rest
+        runFor(options.quick ? 50ms : 200ms);  // what came before is at rest
         const double before = threadSeconds();
         QTimer::singleShot(0, [&] { scene.vars().appendLog(std::move(elements), LogTarget::Lumora); });
-        runFor(600ms);
+        runFor(options.quick ? 400ms : 600ms);
         costs.push_back((threadSeconds() - before) * 1000);
     }
     return median(costs);
@@ -116,11 +116,11 @@ void growth(const Options &options) {
     {
         Scene scene;
         scene.open();
-        costToShow(scene, 1, 1, 1);  // the first one finds nothing in the caches
+        costToShow(scene, 1, 1, options);  // the first one finds nothing in the caches
         for (const qsizetype bytes : sizes) {
             costs.emplace_back();
             for (const int count : counts)
-                costs.back().push_back(costToShow(scene, count, bytes, options.quick ? 1 : options.runs));
+                costs.back().push_back(costToShow(scene, count, bytes, options));
         }
     }
     note(

@@ -186,9 +186,9 @@ void startAndIdle(const Options &options) {
     Samples bareIdle;
     {
         const Program bare(FERROLT_BARE_WINDOW, {QStringLiteral("--closed")}, complete);
-        runFor(5s);
+        runFor(options.quick ? 2s : 5s);
         for (int run = 0; run < options.runs; ++run)
-            compareSwitches(ours.id(), bare.id(), options.quick ? 5s : 10s, idle, bareIdle);
+            compareSwitches(ours.id(), bare.id(), options.quick ? 3s : 10s, idle, bareIdle);
     }
     report({"silent children, window closed: context switches", "", idle, "bare window", bareIdle,
             Judged::Ours, Goal::AtMost, 0});
@@ -197,9 +197,9 @@ void startAndIdle(const Options &options) {
     {
         const Program bare(FERROLT_BARE_WINDOW, {}, complete);
         openWindow(installation, complete);
-        runFor(3s);
+        runFor(2s);
         for (int run = 0; run < options.runs; ++run)
-            compareSwitches(ours.id(), bare.id(), options.quick ? 5s : 60s, open, bareOpen);
+            compareSwitches(ours.id(), bare.id(), options.quick ? 3s : 60s, open, bareOpen);
     }
     report({"silent children, window open on Home: context switches", "", open, "bare window", bareOpen,
             Judged::Difference, Goal::AtMost, 0});
