@@ -188,7 +188,7 @@ void HttpEngine::close() {
     std::shared_ptr<NetworkThread> last;
     {
         std::lock_guard lock(mutex);
-        last = std::exchange(thread, nullptr);
+        last = thread;  // which stays, for whoever closes at the same time has to wait as well
     }
     if (last != nullptr)
         last->waitForEnd(longestEnd);

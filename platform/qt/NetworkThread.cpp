@@ -55,6 +55,7 @@ std::shared_ptr<NetworkThread> NetworkThread::start(std::function<void()> leavin
             leaving = {};
             started->noteEnd();
         });
+        started->id = started->thread.get_id();
     } catch (const std::system_error &) {
         return nullptr;
     }
@@ -114,16 +115,22 @@ void NetworkThread::waitForEnd(std::chrono::milliseconds longest) {
     std::thread last;
     {
         std::unique_lock lock(mutex);
-        if (!thread.joinable())
-            return;
-        const bool itself = thread.get_id() == std::this_thread::get_id();
-        last = std::move(thread);
+        const bool itself = id == std::this_thread::get_id();
         if (itself || !changed.wait_for(lock, longest, [this] { return ended; })) {
-            last.detach();
+            if (thread.joinable())
+                thread.detach();
             return;
         }
+        if (!thread.joinable()) {  // somebody else is seeing it off, or did not wait for it
+            changed.wait_for(lock, std::chrono::milliseconds(100), [this] { return joined; });
+            return;
+        }
+        last = std::move(thread);
     }
     last.join();
+    std::lock_guard lock(mutex);
+    joined = true;
+    changed.notify_all();
 }
 
 }  // namespace ferrolt

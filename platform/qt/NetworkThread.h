@@ -28,7 +28,7 @@ class NetworkThread {
     /// Asks the thread to end. Any thread.
     void finish();
     /// Waits until it has ended, or not longer than `longest`; from then on it ends by itself. On the thread
-    /// itself it does not wait. After finish().
+    /// itself it does not wait. After finish(). Several threads may wait.
     void waitForEnd(std::chrono::milliseconds longest);
 
   private:
@@ -46,6 +46,8 @@ class NetworkThread {
     bool wakeUpUnderWay = false;
     bool finishing = false;
     bool ended = false;
+    bool joined = false;
+    std::thread::id id;
     std::thread thread;
 };
 

@@ -8,8 +8,10 @@ foreach(name HttpDownloadTest HttpProxyTest HttpSessionEndTest HttpSessionTest H
     ferrolt_test(platform ${name} LINKS ferrolt_platform ferrolt_test_server)
 endforeach()
 ferrolt_test(platform SettingsStoreTest LINKS ferrolt_platform)
-ferrolt_test(platform SystemTimeTest LINKS ferrolt_platform)
-target_include_directories(SystemTimeTest PRIVATE ${PROJECT_SOURCE_DIR}/platform/qt)
+foreach(test NetworkThreadTest SystemTimeTest)
+    ferrolt_test(platform ${test} LINKS ferrolt_platform)
+    target_include_directories(${test} PRIVATE ${PROJECT_SOURCE_DIR}/platform/qt)
+endforeach()
 ferrolt_test(platform WorkQueueTest LINKS ferrolt_platform)
 
 # What an installation needs of the system.
