@@ -1,3 +1,4 @@
+#include "FileDescriptor.h"
 #include "StagingFolder.h"
 #include "TreeSnapshot.h"
 
@@ -5,15 +6,37 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <atomic>
-#include <thread>
+#include <cerrno>
+#include <functional>
 
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 using namespace ferrolt;
 namespace fs = std::filesystem;
+
+namespace {
+
+/// What happens just before a lock is asked for, which a test cannot be quick enough for otherwise: 0, or the
+/// error that the system answers with.
+std::function<int()> atTheNextLock;
+
+}  // namespace
+
+/// Stands before the system's own.
+extern "C" int flock(int file, int operation) noexcept {
+    static const auto system = reinterpret_cast<int (*)(int, int)>(dlsym(RTLD_NEXT, "flock"));
+    const auto act = atTheNextLock;  // which may replace itself
+    if (const int error = act ? act() : 0; error != 0) {
+        errno = error;
+        return -1;
+    }
+    return system(file, operation);
+}
 
 class StagingFolderTest : public QObject {
     Q_OBJECT
@@ -35,6 +58,7 @@ class StagingFolderTest : public QObject {
         scratch = std::make_unique<QTemporaryDir>();
         temporary = scratch->path().toStdString();
         failure.clear();
+        atTheNextLock = nullptr;
     }
 
     void itsNameEndsInAnUpperCaseUuidAndItIsTheUsersAlone() {
@@ -101,21 +125,46 @@ class StagingFolderTest : public QObject {
         QVERIFY(fs::exists(staging->path()));
     }
 
-    void aFolderIsNotLostToARunThatSweepsAtTheMomentItIsMade() {
-        std::atomic<bool> over = false;
-        std::thread sweeper([&] {
-            while (!over)
-                StagingFolder::abandoned(temporary);
-        });
-        int lost = 0;
-        for (int i = 0; i < 1000; ++i) {
-            const auto staging = StagingFolder::create(temporary, failure);
-            lost += !staging || !fs::exists(staging->path()) || !StagingFolder::abandoned(temporary).empty();
-        }
-        over = true;
-        sweeper.join();
-        QCOMPARE(lost, 0);
+    void aFolderThatARunThatSweepsHasTakenForAbandonedIsGivenUpForAnother_data() {
+        QTest::addColumn<bool>("isGone");
+        QTest::newRow("it is about to remove it") << false;
+        QTest::newRow("it has removed it") << true;
+    }
+    void aFolderThatARunThatSweepsHasTakenForAbandonedIsGivenUpForAnother() {
+        QFETCH(bool, isGone);
+        fs::path taken;
+        FileDescriptor lock;
+        atTheNextLock = [&] {
+            atTheNextLock = nullptr;
+            taken = temporary / left().front();
+            lock = FileDescriptor(open(taken.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+            flock(lock.get(), LOCK_EX | LOCK_NB);
+            if (isGone) {
+                fs::remove(taken);
+                lock = {};
+            }
+            return 0;
+        };
+        const auto staging = StagingFolder::create(temporary, failure);
+        QVERIFY(staging.has_value());
+        QVERIFY(staging->path() != taken);
+        QVERIFY(fs::is_directory(staging->path()));
+        QCOMPARE(left().size(), std::size_t{1});
+        QVERIFY(StagingFolder::abandoned(temporary).empty());  // it is locked
+    }
+
+    void aFolderThatIsTakenEveryTimeIsAFailureInTheEnd() {
+        atTheNextLock = [] { return EWOULDBLOCK; };
+        QVERIFY(!StagingFolder::create(temporary, failure).has_value());
+        QVERIFY(failure == std::errc::resource_unavailable_try_again);
         QVERIFY(left().empty());
+    }
+
+    void aFileSystemWithoutLocksHasToDoWithout() {
+        atTheNextLock = [] { return ENOLCK; };
+        const auto staging = StagingFolder::create(temporary, failure);
+        QVERIFY(staging.has_value());
+        QVERIFY(fs::is_directory(staging->path()));
     }
 
     void nothingElseInTheTemporaryFolderIsTouched() {

@@ -1,6 +1,6 @@
 ferrolt_test(updates InstallProgressTest LINKS ferrolt_updates)
 ferrolt_test(updates Sha256Test LINKS ferrolt_updates ferrolt_test_images)
-ferrolt_test(updates StagingFolderTest LINKS ferrolt_updates ferrolt_test_images)
+ferrolt_test(updates StagingFolderTest LINKS ferrolt_updates ferrolt_test_images ${CMAKE_DL_LIBS})
 foreach(test InstallerMachineTest InstallerMetalinkTest InstallerMirrorsTest LibreOfficeInstallerTest)
     ferrolt_test(updates ${test} LINKS ferrolt_test_installation)
 endforeach()
