@@ -8,7 +8,6 @@
 
 #include <QAccessible>
 #include <QAccessibleWidget>
-#include <QStringDecoder>
 
 #include <algorithm>
 #include <deque>
@@ -222,8 +221,7 @@ class Announcer : public QObject {
         if (isAll && removed.isEmpty())
             return;
         if (isAll) {
-            QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom);
-            QAccessibleTextRemoveEvent event(&area, 0, decoder(removed));
+            QAccessibleTextRemoveEvent event(&area, 0, utf16Of(removed));
             QAccessible::updateAccessibility(&event);
         } else {
             QAccessibleEvent event(&area, QAccessible::VisibleDataChanged);

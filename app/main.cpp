@@ -1,5 +1,6 @@
 #include "AccessibleRoles.h"
 #include "DesktopAppearance.h"
+#include "DesktopReopen.h"
 #include "DesktopSession.h"
 #include "DesktopTray.h"
 #include "Ferrolt_Miner_LauncherApp.h"
@@ -31,7 +32,7 @@ void bringToFront(QWidget &window) {
     window.activateWindow();
 }
 
-int runApplication(SingleInstance &instance) {
+int runApplication(SingleInstance &instance, DesktopReopen &desktop) {
     QApplication::setQuitOnLastWindowClosed(false);  // the services run on behind a closed window
     installAccessibleRoles();
     const auto appearance = DesktopAppearance::follow();
@@ -57,6 +58,7 @@ int runApplication(SingleInstance &instance) {
             bringToFront(window);
     };
     instance.listen(reopen);
+    desktop.listen(reopen);
     std::unique_ptr<TrayItem> trayItem;
     const auto tray = DesktopTray::watch([&] {
         trayItem = std::make_unique<TrayItem>(app.appVars());
@@ -87,9 +89,10 @@ int main(int argc, char **argv) {
     }
 
     warmUpFonts();
+    DesktopReopen desktop;
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("ferrolt-miner-launcher"));
     QApplication::setApplicationDisplayName(QStringLiteral("Ferrolt Miner Launcher"));
     QApplication::setDesktopFileName(QStringLiteral("ferrolt-miner-launcher"));
-    return runApplication(instance);
+    return runApplication(instance, desktop);
 }

@@ -2,8 +2,7 @@
 
 namespace ferrolt {
 
-// Launch Services keeps an application to one instance and reopens it; the application hears of that by
-// itself.
+// Launch Services keeps an application to one instance and reopens it, which the user interface's library hears of.
 struct SingleInstance::State {};
 
 SingleInstance::SingleInstance(const std::filesystem::path &) {}
