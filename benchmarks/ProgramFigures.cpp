@@ -199,7 +199,7 @@ void startAndIdle(const Options &options) {
         openWindow(installation, complete);
         runFor(2s);
         for (int run = 0; run < options.runs; ++run)
-            compareSwitches(ours.id(), bare.id(), options.quick ? 3s : 60s, open, bareOpen);
+            compareSwitches(ours.id(), bare.id(), options.quick ? 3s : 12s, open, bareOpen);
     }
     report({"silent children, window open on Home: context switches", "", open, "bare window", bareOpen,
             Judged::Difference, Goal::AtMost, 0});
