@@ -4,8 +4,8 @@
 
 namespace ferrolt {
 
-/// Where the desktop itself tells a running program that its user opens it once more: a click in the Dock. Where
-/// that is a second start of the program instead, SingleInstance hears of it, and nothing comes here.
+/// Where the desktop itself tells a running program that its user opens it once more: a click in the Dock.
+/// Where that is a second start of the program instead, SingleInstance hears of it, and nothing comes here.
 class DesktopReopen {
   public:
     /// To be made before the application object, which takes over whoever stands in its place.

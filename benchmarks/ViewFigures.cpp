@@ -5,6 +5,8 @@
 #include "Scene.h"
 #include "SymbolButton.h"
 
+#include <QClipboard>
+#include <QGuiApplication>
 #include <QPlainTextEdit>
 #include <QProcess>
 #include <QTimer>
@@ -79,6 +81,7 @@ void fullView(const Options &options) {
         const double arrived = other.readAllStandardOutput().trimmed().toDouble();
         if (arrived != static_cast<double>(scene.vars().lumoraLog().byteCount()))
             giveUp("The copied text did not arrive whole: " + std::to_string(arrived) + " bytes.");
+        QGuiApplication::clipboard()->clear();  // or the next run would be reckoned with this one's text
     }
     double editFill = 0;
     double editResize = 0;

@@ -18,8 +18,8 @@ std::function<void()> &onReopen() {
 
 @implementation FerroltReopenDelegate
 - (BOOL)applicationShouldHandleReopen:(NSApplication *)application hasVisibleWindows:(BOOL)flag {
-    (void)application;
-    (void)flag;
+    (void) application;
+    (void) flag;
     if (onReopen())
         onReopen()();
     return NO;  // all that there is to do is done

@@ -2,7 +2,8 @@
 
 namespace ferrolt {
 
-// Launch Services keeps an application to one instance and reopens it, which the user interface's library hears of.
+// Launch Services keeps an application to one instance and reopens it, which the user interface's library
+// hears of.
 struct SingleInstance::State {};
 
 SingleInstance::SingleInstance(const std::filesystem::path &) {}

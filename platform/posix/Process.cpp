@@ -37,21 +37,12 @@ struct Process::Shared {
     std::condition_variable changed;
     TerminationHandler terminationHandler;
     Stage stage = Stage::Prepared;
-    bool launchFailed = false;
     bool reported = false;
     pid_t child = 0;
     Status status = 0;
 
     void waitForChild();
-    bool learnChild();
 };
-
-/// False when the launch failed and there is nothing to wait for.
-bool Process::Shared::learnChild() {
-    std::unique_lock lock(mutex);
-    changed.wait(lock, [&] { return stage == Stage::Running || launchFailed; });
-    return !launchFailed;
-}
 
 /// Who starts the launcher may have had the system reap its children unseen, and such a wish is inherited: no
 /// child's status would ever be known.
@@ -66,8 +57,6 @@ static void keepChildrenForTheirParent() {
 /// meanwhile.
 void Process::Shared::waitForChild() {
     nameThisThread("child-wait");
-    if (!learnChild())
-        return;
     // Look first and reap under the lock: until then the id cannot go to another process, so terminate() can
     // never hit a stranger.
     siginfo_t end{};
@@ -140,13 +129,6 @@ std::optional<LaunchError> Process::launch() {
         return LaunchError{errno};
 
     keepChildrenForTheirParent();
-    // The waiting thread stands before the child does, so that no child is ever left without one.
-    try {
-        std::thread([shared = shared] { shared->waitForChild(); }).detach();
-    } catch (const std::system_error &failure) {
-        return LaunchError{failure.code().value()};
-    }
-
     std::vector<char *> arguments{const_cast<char *>(shared->executable.c_str())};
     for (const std::string &argument : shared->arguments)
         arguments.push_back(const_cast<char *>(argument.c_str()));
@@ -158,15 +140,27 @@ std::optional<LaunchError> Process::launch() {
                                                .workingFolder = shared->workingFolder.c_str(),
                                                .standardInput = input.get(),
                                                .standardOutputAndError = output.get()});
-    std::lock_guard lock(shared->mutex);
-    shared->launchFailed = outcome.child == 0;
-    if (outcome.child != 0) {
+    if (outcome.child == 0)
+        return LaunchError{outcome.error};
+    {
+        std::lock_guard lock(shared->mutex);
         shared->child = outcome.child;
         shared->stage = Shared::Stage::Running;
     }
-    shared->changed.notify_all();
-    if (shared->launchFailed)
-        return LaunchError{outcome.error};
+    // Not before the child: while a thread begins, the system lets whoever waits for the child's program wait
+    // for ten times as long.
+    try {
+        std::thread([shared = shared] { shared->waitForChild(); }).detach();
+    } catch (const std::system_error &failure) {
+        // No child is ever left without one who waits for it.
+        std::lock_guard lock(shared->mutex);
+        kill(outcome.child, SIGKILL);
+        while (waitpid(outcome.child, nullptr, 0) < 0 && errno == EINTR) {
+        }
+        shared->child = 0;
+        shared->stage = Shared::Stage::Prepared;
+        return LaunchError{failure.code().value()};
+    }
     return std::nullopt;
 }
 

@@ -21,8 +21,8 @@ VirtualDesktop::VirtualDesktop() {
     if (!windowManager.waitForStarted())
         trouble = "openbox does not start";
     // The screen readers' bus is up before any program is, since Qt looks for it only once.
-    run("dbus-send", {"--session", "--print-reply", "--dest=org.a11y.Bus", "/org/a11y/bus",
-                      "org.a11y.Bus.GetAddress"});
+    run("dbus-send",
+        {"--session", "--print-reply", "--dest=org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus.GetAddress"});
 }
 
 VirtualDesktop::~VirtualDesktop() {

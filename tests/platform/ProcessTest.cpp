@@ -1,3 +1,4 @@
+#include "InChild.h"
 #include "Pipe.h"
 #include "PipeReader.h"
 #include "Process.h"
@@ -8,6 +9,7 @@
 #include <QTest>
 
 #include <atomic>
+#include <cerrno>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -281,6 +283,32 @@ class ProcessTest : public QObject {
         child.process.terminate();
         QCOMPARE(child.process.waitUntilExit(), 0);
         QVERIFY(child.reports().empty());
+    }
+
+    void aLaunchWithoutAThreadToSpareLeavesNoChild() {
+        const int failed = inChild([] {
+            if (!giveUpPrivileges())
+                return 1;
+            // From no room at all, by way of room for the child alone, to room for the child and its thread.
+            rlimit limit{};
+            getrlimit(RLIMIT_NPROC, &limit);
+            for (limit.rlim_cur = 1; limit.rlim_cur < 1000; ++limit.rlim_cur) {
+                if (setrlimit(RLIMIT_NPROC, &limit) != 0)
+                    return 2;
+                Process process;
+                process.setExecutable("/bin/true");
+                const auto error = process.launch();
+                if (!error)
+                    return process.waitUntilExit() == 0 ? 0 : 3;
+                if (error->code != EAGAIN)
+                    return 4;
+                if (waitpid(-1, nullptr, WNOHANG) != -1 || process.isRunning() ||
+                    process.processIdentifier() != 0)
+                    return 5;
+            }
+            return 6;
+        });
+        QCOMPARE(failed, 0);
     }
 
     void aLaunchWithoutADescriptorToSpareFailsCleanly() {
