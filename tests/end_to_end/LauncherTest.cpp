@@ -291,8 +291,9 @@ class LauncherTest : public QObject {
         QVERIFY(waitUntil([&] { return bothRun(launcher); }, 60s));
         const pid_t engine = launcher.child("Orbix")->id;
         qint64 quickest = 0;
+        constexpr qint64 most = FERROLT_SANITIZED ? 1500 : 300;
         // The machine may be busy with something else: one good round shows what the program takes.
-        for (int round = 0; round < 5 && (round == 0 || quickest >= 300); ++round) {
+        for (int round = 0; round < 5 && (round == 0 || quickest >= most); ++round) {
             QElapsedTimer taken;
             taken.start();
             const QList<int> exitCodes = launcher.startManyAgain(10);
@@ -300,7 +301,7 @@ class LauncherTest : public QObject {
             QCOMPARE(exitCodes, QList<int>(10, 0));
             quickest = round == 0 ? elapsed : std::min(quickest, elapsed);
         }
-        QVERIFY2(quickest < 300, qPrintable(QString("%1 ms").arg(quickest)));
+        QVERIFY2(quickest < most, qPrintable(QString("%1 ms").arg(quickest)));
         QVERIFY(waitForWindow(launcher, "Ferrolt Miner Launcher"));
         QCOMPARE(launcher.visibleWindows().size(), 1);
         QCOMPARE(launcher.child("Orbix")->id, engine);
