@@ -72,6 +72,8 @@ void setTexts(QMessageBox &box, const Alert &alert) {
 }  // namespace
 
 QtAlertPresenter::~QtAlertPresenter() {
+    if (box)
+        box->removeEventFilter(this);  // what it tells while it goes is no message box's any more
     delete box;
 }
 

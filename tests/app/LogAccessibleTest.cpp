@@ -209,22 +209,22 @@ class LogAccessibleTest : public QObject {
         console.show();
         const int before = textOf(console).characterCount();
         textOf(console).setCursorPosition(30);
-        const ToldToScreenReaders told;
+        const ToldToScreenReaders heard;
         console.append("last\n");
-        QTRY_VERIFY(!told.events(&console.area(), QAccessible::TextInserted).isEmpty());
+        QTRY_VERIFY(!heard.events(&console.area(), QAccessible::TextInserted).isEmpty());
         QList<QAccessible::Event> order;
-        for (const auto &event : told.events()) {
+        for (const auto &event : heard.events()) {
             if (event.object == &console.area())
                 order.append(event.kind);
         }
         QCOMPARE(order, (QList<QAccessible::Event>{QAccessible::TextRemoved, QAccessible::TextCaretMoved,
                                                    QAccessible::TextInserted}));
-        const auto removed = told.events(&console.area(), QAccessible::TextRemoved).first();
+        const auto removed = heard.events(&console.area(), QAccessible::TextRemoved).first();
         QCOMPARE(removed.place, 0);
         QCOMPARE(removed.text.size(), 10);
         QVERIFY(removed.text.endsWith(QString::fromUtf8("first \xf0\x9f\x98\x80\n")));
-        QCOMPARE(told.events(&console.area(), QAccessible::TextCaretMoved).first().place, 20);
-        const auto inserted = told.events(&console.area(), QAccessible::TextInserted).first();
+        QCOMPARE(heard.events(&console.area(), QAccessible::TextCaretMoved).first().place, 20);
+        const auto inserted = heard.events(&console.area(), QAccessible::TextInserted).first();
         QCOMPARE(inserted.place, before - 10);
         QCOMPARE(inserted.text, QString("last\n"));
     }
@@ -237,11 +237,11 @@ class LogAccessibleTest : public QObject {
         for (int i = 0; i < 1000; ++i)
             console.append(QByteArray(i < 10 ? 65536 : 1, 'x'));
         console.show();
-        const ToldToScreenReaders told;
+        const ToldToScreenReaders heard;
         console.append("last\n");
-        QTRY_VERIFY(!told.events(&console.area(), QAccessible::TextInserted).isEmpty());
-        QVERIFY(told.events(&console.area(), QAccessible::TextRemoved).isEmpty());
-        QCOMPARE(told.events(&console.area(), QAccessible::VisibleDataChanged).size(), 1);
+        QTRY_VERIFY(!heard.events(&console.area(), QAccessible::TextInserted).isEmpty());
+        QVERIFY(heard.events(&console.area(), QAccessible::TextRemoved).isEmpty());
+        QCOMPARE(heard.events(&console.area(), QAccessible::VisibleDataChanged).size(), 1);
     }
 
     void unitsAndPlacesCorrespond() {

@@ -12,7 +12,6 @@
 #include <vector>
 
 #include <fcntl.h>
-#include <pthread.h>
 #include <unistd.h>
 
 using namespace ferrolt;
@@ -50,17 +49,6 @@ class WidenPipeTest : public QObject {
         return arrived == already + text ? sizes : std::vector<std::size_t>();
     }
 
-    /// In a copied process: the next threads do not live where threads of the original did, which a thread
-    /// sanitizer still takes for alive.
-    static void useStacksOfTheirOwn() {
-        pthread_attr_t attributes;
-        pthread_getattr_default_np(&attributes);
-        pthread_attr_setstacksize(&attributes, std::size_t(32)
-                                                   << 20);  // larger than any that is there to be used
-        pthread_setattr_default_np(&attributes);
-        pthread_attr_destroy(&attributes);
-    }
-
   private Q_SLOTS:
     void initTestCase() { std::signal(SIGPIPE, SIG_IGN); }
 
@@ -95,7 +83,6 @@ class WidenPipeTest : public QObject {
 
     void whereTheSystemRefusesThePipeStaysAsItIsAndIsReadAllTheSame() {
         const int code = inChild([] {
-            useStacksOfTheirOwn();
             if (!giveUpPrivileges())
                 return 1;
             // A user's pipes may hold only so much together; these take all of it.

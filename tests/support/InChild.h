@@ -1,5 +1,7 @@
 #pragma once
 
+#include "OwnStacks.h"
+
 #include <cerrno>
 #include <exception>
 #include <filesystem>
@@ -21,6 +23,7 @@ int inChild(Work work) {
         return -1000;
     if (child == 0) {
         ::alarm(60);
+        useStacksOfTheirOwn();
         int code = 126;
         try {
             code = work();
