@@ -26,10 +26,22 @@ bool isInView(const Launcher &launcher) {
     return launcher.visibleWindows().contains("Ferrolt Miner Launcher");
 }
 
+std::string nameOf(const std::filesystem::path &thread) {
+    std::ifstream file(thread / "comm");
+    std::string name;
+    std::getline(file, name);
+    return name;
+}
+
 /// How often its threads have been put to work since they started.
 long long switches(pid_t id) {
+    const std::filesystem::path threads = "/proc/" + std::to_string(id) + "/task";
     long long sum = 0;
-    for (const auto &thread : std::filesystem::directory_iterator("/proc/" + std::to_string(id) + "/task")) {
+    for (const auto &thread : std::filesystem::directory_iterator(threads)) {
+        // The thread sanitizer's own has the program's name and looks around ten times a second.
+        const bool isMain = thread.path().filename() == std::to_string(id);
+        if (FERROLT_SANITIZED && !isMain && nameOf(thread) == nameOf(threads / std::to_string(id)))
+            continue;
         std::ifstream status(thread.path() / "status");
         for (std::string line; std::getline(status, line);)
             if (line.find("ctxt_switches:") != std::string::npos)
