@@ -3,8 +3,8 @@
 #include "LogText.h"
 #include "LogTextArea.h"
 #include "StatusBadge.h"
+#include "Utf16.h"
 #include "Utf16Index.h"
-#include "Utf8.h"
 
 #include <QAccessible>
 #include <QAccessibleWidget>

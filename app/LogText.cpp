@@ -1,5 +1,6 @@
 #include "LogText.h"
 
+#include "Utf16.h"
 #include "Utf8.h"
 
 #include <QTextBoundaryFinder>

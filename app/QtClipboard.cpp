@@ -1,6 +1,6 @@
 #include "QtClipboard.h"
 
-#include "Utf8.h"
+#include "Utf16.h"
 
 #include <QClipboard>
 #include <QGuiApplication>

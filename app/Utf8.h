@@ -1,8 +1,6 @@
 #pragma once
 
 #include <QByteArrayView>
-#include <QString>
-#include <QStringDecoder>
 
 #include <cstddef>
 
@@ -39,13 +37,6 @@ inline Utf8Character utf8CharacterAt(QByteArrayView text, std::size_t at) {
         value = (value << 6) | (byte(at + i) & 0x3FU);
     }
     return {value, length};
-}
-
-/// The text in UTF-16, whole. QString::fromUtf8() takes a U+FEFF at the start for a byte-order mark and drops
-/// it; in a log it is a character like any other, and every place after it would be counted wrong.
-inline QString utf16Of(QByteArrayView text) {
-    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom);
-    return decoder.decode(text);
 }
 
 /// The nearest place at or before `at` where a character begins. `at` may be the end of the text.

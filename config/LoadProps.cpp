@@ -4,24 +4,12 @@
 #include "PropertiesEntry.h"
 #include "TextFile.h"
 #include "TextLines.h"
-
-#include <QByteArrayView>
-#include <QStringDecoder>
+#include "Utf16.h"
 
 #include <string>
 #include <string_view>
 
 namespace ferrolt {
-
-namespace {
-
-/// QString::fromUtf8() would take a U+FEFF at the start of a value for a byte-order mark and drop it.
-QString toQString(std::string_view utf8) {
-    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom);
-    return decoder.decode(QByteArrayView(utf8.data(), static_cast<qsizetype>(utf8.size())));
-}
-
-}  // namespace
 
 std::optional<QString> LoadProps::value(const QString &key) {
     const TextFile file = TextFile::read(clientConfigurationPath());
@@ -33,7 +21,7 @@ std::optional<QString> LoadProps::value(const QString &key) {
         if (!line->starts_with(wanted))
             continue;
         if (const auto entry = PropertiesEntry::parse(*line))
-            return toQString(entry->value);
+            return utf16Of(entry->value);
     }
     return std::nullopt;
 }
