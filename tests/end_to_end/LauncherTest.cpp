@@ -86,7 +86,8 @@ class LauncherTest : public QObject {
 
     void withNothingListeningTheClientStartsThirtyRealSecondsLater() {
         InstalledTree tree("wait", "wait");
-        tree.writeEnginePort(std::to_string(Listener().port));  // closed again
+        const ClosedPort closed;
+        tree.writeEnginePort(std::to_string(closed.port));
         Launcher launcher(desktop, tree.executable(), tree.home());
         QVERIFY(waitWithoutEvents([&] { return launcher.child("Orbix").has_value(); }, 60s));
         QElapsedTimer waited;
