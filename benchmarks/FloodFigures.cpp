@@ -124,6 +124,7 @@ void stallInTheFlood(const Options &options) {
     Samples editMemory;
     for (int run = 0; run < options.runs; ++run) {
         {
+            giveBackFreeMemory();
             Scene scene("flood", "flood");
             scene.open();
             runFor(2s);
@@ -167,6 +168,7 @@ void otherText(const Options &options) {
         Stall stall;
         const std::string behaviour = "flood -1 65536 " + kind;
         for (int run = 0; run < options.runs; ++run) {
+            giveBackFreeMemory();
             Scene scene(behaviour, behaviour);
             scene.open();
             runFor(500ms);

@@ -12,6 +12,7 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <malloc.h>
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -105,6 +106,10 @@ double threadSeconds() {
 
 double mostResidentMegabytes() {
     return static_cast<double>(statusOf(getpid(), "VmHWM:")) * 1024 / 1e6;
+}
+
+void giveBackFreeMemory() {
+    malloc_trim(0);
 }
 
 void forgetMostResident() {

@@ -41,6 +41,8 @@ double threadSeconds();
 /// The most that was resident in this process, in megabytes, since it was last forgotten.
 double mostResidentMegabytes();
 void forgetMostResident();
+/// Gives the system back what earlier runs have left free in this process: a launcher has none before it.
+void giveBackFreeMemory();
 
 /// Ends the program: what was measured is worth nothing.
 [[noreturn]] void giveUp(const std::string &why);
