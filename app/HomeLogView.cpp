@@ -59,6 +59,7 @@ HomeLogView::HomeLogView(std::shared_ptr<AppVars> appVars, std::shared_ptr<TimeS
 
 // The consoles refer to what this object holds.
 HomeLogView::~HomeLogView() {
+    _appVars->setLogAudience(LogAudience::Nobody);
     delete panes;
 }
 
@@ -107,8 +108,14 @@ void HomeLogView::setUpperShare(double share) {
 
 void HomeLogView::showEvent(QShowEvent *event) {
     QWidget::showEvent(event);
+    _appVars->setLogAudience(LogAudience::Watching);
     if (shareToCome)
         setUpperShare(*std::exchange(shareToCome, std::nullopt));
+}
+
+void HomeLogView::hideEvent(QHideEvent *event) {
+    QWidget::hideEvent(event);
+    _appVars->setLogAudience(LogAudience::Nobody);
 }
 
 void HomeLogView::refresh() {

@@ -32,6 +32,7 @@ class HomeLogView : public QWidget {
 
   protected:
     void showEvent(QShowEvent *event) override;
+    void hideEvent(QHideEvent *event) override;
 
   private:
     void addFindKeys();

@@ -43,7 +43,9 @@ double launchWithLogOnce() {
         process.setArguments({"exit", "0"});
         Pipe pipe = Pipe::open();
         process.setOutput(std::move(pipe.writingEnd));
-        const auto observer = OutputReader::attachReader(std::move(pipe.readingEnd), [](auto) {});
+        const auto observer = OutputReader::attachReader(
+            std::move(pipe.readingEnd), [](auto elements) { return elements; },
+            [] { return LogAudience::Nobody; });
         if (!observer)
             giveUp("A child's output cannot be read.");
         process.setExitHook([observer] { observer->childHasEnded(); });

@@ -77,18 +77,20 @@ void AppVars::appendLog(LogElement text, LogTarget buffer) {
     appendLog(std::move(one), buffer);
 }
 
-void AppVars::appendLog(std::vector<LogElement> texts, LogTarget target) {
+std::vector<LogElement> AppVars::appendLog(std::vector<LogElement> texts, LogTarget target) {
     std::erase_if(texts, [](const LogElement &text) { return text.isEmpty(); });
+    std::vector<LogElement> outdated;
     if (texts.empty())
-        return;
+        return outdated;
     announceChange();
     LogBuffer &buffer = target == LogTarget::Lumora ? _lumoraLog : _qorClientLog;
     for (LogElement &text : texts) {
         buffer.append(std::move(text));
         // The bound belongs to the rule itself; it equals maxLogLines and must stay so.
         if (buffer.size() >= 1001)
-            buffer.removeFirst(buffer.size() - 1000);
+            outdated.push_back(buffer.takeFirst());
     }
+    return outdated;
 }
 
 static_assert(AppVars::maxLogLines == 1000 && LogMailbox::mostWaiting == 1000);

@@ -74,8 +74,14 @@ class AppVars : public QObject, public std::enable_shared_from_this<AppVars> {
     /// Appends `text` as one element, unsplit, and keeps the newest 1000. Every message and every chunk of
     /// output enters a buffer here; a message carries its own line break. An empty text is dropped.
     void appendLog(LogElement text, LogTarget buffer);
-    /// The same for elements that arrived together: one announcement for all of them.
-    void appendLog(std::vector<LogElement> texts, LogTarget buffer);
+    /// The same for elements that arrived together: one announcement for all of them. Gives back those that
+    /// had to make room.
+    std::vector<LogElement> appendLog(std::vector<LogElement> texts, LogTarget buffer);
+
+    /// Whether the logs are on screen. While nobody watches them, the output of a child that writes often may
+    /// come into its log up to LogMailbox::rest later.
+    LogAudience logAudience() const { return audience; }
+    void setLogAudience(LogAudience now) { audience = now; }
 
     void selectTab(const QString &tab);
 
@@ -138,6 +144,7 @@ class AppVars : public QObject, public std::enable_shared_from_this<AppVars> {
     QMetaObject::Connection cancellable;
     ObserverToken lumObserver;
     ObserverToken jcObserver;
+    LogAudience audience = LogAudience::Nobody;
     bool isShuttingDown = false;
     std::unique_ptr<Timer> updateTimer;
     std::int64_t updateCheckIntervalHours = 1;

@@ -101,11 +101,16 @@ std::optional<LaunchError> AppVars::launchChild(const Child &child, const fs::pa
         });
     });
 
-    auto observer = OutputReader::attachReader(std::move(pipe.readingEnd),
-                                               [weakSelf, &child](std::vector<LogElement> elements) {
-                                                   if (const auto self = weakSelf.lock())
-                                                       self->appendLog(std::move(elements), child.log);
-                                               });
+    auto observer = OutputReader::attachReader(
+        std::move(pipe.readingEnd),
+        [weakSelf, &child](std::vector<LogElement> elements) {
+            const auto self = weakSelf.lock();
+            return self ? self->appendLog(std::move(elements), child.log) : std::move(elements);
+        },
+        [weakSelf] {
+            const auto self = weakSelf.lock();
+            return self ? self->logAudience() : LogAudience::Nobody;
+        });
     if (!observer)
         return LaunchError{errno};
     // The child's last words come into its log before the line that reports its end.

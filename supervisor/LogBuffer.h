@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <utility>
 #include <vector>
 
 namespace ferrolt {
@@ -47,12 +48,13 @@ class LogBuffer {
         elements.push_back(std::move(element));
     }
 
-    /// Drops the `count` oldest elements; at most size().
-    void removeFirst(std::size_t count) {
-        for (; count > 0; --count, ++first) {
-            bytes -= static_cast<std::size_t>(elements.front().size());
-            elements.pop_front();
-        }
+    /// Removes the oldest element; there must be one.
+    LogElement takeFirst() {
+        LogElement oldest = std::move(elements.front());
+        elements.pop_front();
+        bytes -= static_cast<std::size_t>(oldest.size());
+        ++first;
+        return oldest;
     }
 
     /// All elements joined with nothing between them: they carry their own line breaks.

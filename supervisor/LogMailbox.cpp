@@ -4,15 +4,20 @@
 
 #include <QTimer>
 
+#include <algorithm>
 #include <iterator>
 #include <utility>
 
 namespace ferrolt {
 
+using namespace std::chrono_literals;
+
 void LogMailbox::post(LogElement element) {
-    LogElement dropped;  // freed outside the lock
+    LogElement dropped;  // freed outside the lock, both of them
+    std::vector<LogElement> outdated;
     {
         std::lock_guard lock(mutex);
+        outdated.swap(given);
         if (waiting.size() == mostWaiting) {
             dropped = std::move(waiting.front());
             waiting.pop_front();
@@ -22,45 +27,62 @@ void LogMailbox::post(LogElement element) {
             return;
     }
     // Outside the lock as well: the main thread, woken, wants it at once.
-    MainQueue::async([self = shared_from_this()] { self->handOver(); });
+    MainQueue::async([self = shared_from_this()] { self->handOver(Cause::Woken); });
 }
 
 void LogMailbox::handOverNow() {
     MainQueue::async([self = shared_from_this()] { self->deliver(); });
 }
 
-void LogMailbox::handOver() {
-    if (isFlooded(deliver())) {
-        QTimer::singleShot(pause, Qt::PreciseTimer, [self = shared_from_this()] { self->handOver(); });
-        return;
-    }
+void LogMailbox::handOver(Cause cause) {
+    Delivered delivered = deliver();
+    const auto rest = restAfter(delivered.count, cause);
     {
         std::lock_guard lock(mutex);
-        handOverUnderWay = !waiting.empty();
+        if (rest > 0ms)
+            given.swap(delivered.outdated);
+        else
+            handOverUnderWay = !waiting.empty();
         if (!handOverUnderWay)
             return;
     }
-    MainQueue::async([self = shared_from_this()] { self->handOver(); });
+    if (rest > 0ms)
+        QTimer::singleShot(rest, Qt::PreciseTimer,
+                           [self = shared_from_this()] { self->handOver(Cause::Rested); });
+    else
+        MainQueue::async([self = shared_from_this()] { self->handOver(Cause::Woken); });
 }
 
-std::size_t LogMailbox::deliver() {
+LogMailbox::Delivered LogMailbox::deliver() {
     std::deque<LogElement> taken;
+    std::vector<LogElement> left;  // what the reader had no reason to come for since
     {
         std::lock_guard lock(mutex);
         taken.swap(waiting);
+        left.swap(given);
     }
     const std::size_t count = taken.size();
-    if (count > 0)
-        delivery({std::make_move_iterator(taken.begin()), std::make_move_iterator(taken.end())});
-    return count;
+    if (count == 0)
+        return {};
+    return {count, delivery({std::make_move_iterator(taken.begin()), std::make_move_iterator(taken.end())})};
 }
 
-/// Whether what has just been delivered makes more than a reader of the log would follow.
-bool LogMailbox::isFlooded(std::size_t delivered) {
+/// For how long the main thread is not to be woken, now that it has taken what waited.
+std::chrono::milliseconds LogMailbox::restAfter(std::size_t delivered, Cause cause) {
     const auto now = Clock::now();
+    const auto sinceLast = now - std::exchange(lastHandOver, now);
+    if (isFlooded(delivered, now))
+        return pause;
+    const bool isFrequent = cause == Cause::Rested ? delivered > 1 : delivered > 0 && sinceLast <= pause;
+    return isFrequent && audience() == LogAudience::Nobody ? rest : 0ms;
+}
+
+/// Whether what has been delivered lately makes more than a reader of the log would follow.
+bool LogMailbox::isFlooded(std::size_t delivered, Clock::time_point now) {
     counted += delivered;
-    const bool isFlood = counted > mostPrompt;
-    if (isFlood || now - countedSince >= pause) {
+    const auto period = std::max<Clock::duration>(now - countedSince, pause);
+    const bool isFlood = counted * pause > mostPrompt * period;
+    if (isFlood || period > pause) {
         countedSince = now;
         counted = 0;
     }

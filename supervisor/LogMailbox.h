@@ -11,6 +11,9 @@
 
 namespace ferrolt {
 
+/// Whether anybody can see a log as it grows.
+enum class LogAudience { Nobody, Watching };
+
 /// Holds what a reader's thread has decoded until the main thread takes it. One hand-over carries all that
 /// waits, and no more than the newest 1000 elements ever wait: the log keeps no more, so what is older could
 /// not be seen anyway. A main thread that is busy therefore costs neither memory without bound nor the
@@ -19,17 +22,26 @@ namespace ferrolt {
 /// States: prompt --more elements come than anybody reads--> paced --few have come in a pause--> prompt. When
 /// prompt, an element is handed over at once. When paced, the main thread takes what has come every few
 /// milliseconds: to be woken for each of thirty thousand elements a second would keep it from all else.
+///
+/// Waking the main thread is most of what an element costs. While nobody watches, it is therefore not woken
+/// for each element of a child that writes often: after one that came within a pause's time after another it
+/// rests for a while, and again as long as a rest brings several.
 class LogMailbox : public std::enable_shared_from_this<LogMailbox> {
   public:
-    using Delivery = std::function<void(std::vector<LogElement>)>;
+    /// Gives back what is not needed any more.
+    using Delivery = std::function<std::vector<LogElement>(std::vector<LogElement>)>;
+    using Audience = std::function<LogAudience()>;
 
     static constexpr std::size_t mostWaiting = 1000;
     /// More elements than this in one pause's time are a flood: 4000 a second.
     static constexpr std::size_t mostPrompt = 16;
     static constexpr std::chrono::milliseconds pause{4};
+    /// What nobody sees may come this much later.
+    static constexpr std::chrono::milliseconds rest{20};
 
-    /// `delivery` is called on the main thread. Owned by a std::shared_ptr.
-    explicit LogMailbox(Delivery delivery) : delivery(std::move(delivery)) {}
+    /// Both are called on the main thread. Owned by a std::shared_ptr.
+    LogMailbox(Delivery delivery, Audience audience)
+        : delivery(std::move(delivery)), audience(std::move(audience)) {}
 
     /// Any thread; never waits for the main one.
     void post(LogElement element);
@@ -41,16 +53,31 @@ class LogMailbox : public std::enable_shared_from_this<LogMailbox> {
   private:
     using Clock = std::chrono::steady_clock;
 
-    void handOver();
-    std::size_t deliver();
-    bool isFlooded(std::size_t delivered);
+    /// What has brought the main thread here.
+    enum class Cause { Woken, Rested };
+
+    struct Delivered {
+        std::size_t count = 0;
+        std::vector<LogElement> outdated;
+    };
+
+    void handOver(Cause cause);
+    Delivered deliver();
+    std::chrono::milliseconds restAfter(std::size_t delivered, Cause cause);
+    bool isFlooded(std::size_t delivered, Clock::time_point now);
 
     const Delivery delivery;
+    const Audience audience;
     std::mutex mutex;
     std::deque<LogElement> waiting;
+    /// What the main thread gives back to the one that posts, which made it, while many come: to free another
+    /// thread's thirty thousand elements a second costs it more than all else that it does with them, and
+    /// holds up both. It is here no longer than until the next hand-over.
+    std::vector<LogElement> given;
     bool handOverUnderWay = false;
 
     // The main thread's alone.
+    Clock::time_point lastHandOver;
     Clock::time_point countedSince;
     std::size_t counted = 0;
 };

@@ -5,9 +5,10 @@
 namespace ferrolt {
 
 std::shared_ptr<OutputReader> OutputReader::attachReader(FileDescriptor readingEnd,
-                                                         LogMailbox::Delivery delivery) {
+                                                         LogMailbox::Delivery delivery,
+                                                         LogMailbox::Audience audience) {
     static_assert(ChunkDecoder::largestText == PipeReader::largestRead);
-    auto mailbox = std::make_shared<LogMailbox>(std::move(delivery));
+    auto mailbox = std::make_shared<LogMailbox>(std::move(delivery), std::move(audience));
     auto decoder = std::make_shared<ChunkDecoder>();
     auto reader = PipeReader::start(
         std::move(readingEnd),

@@ -18,10 +18,11 @@ namespace ferrolt {
 /// no further read becomes an element; what was read before is still delivered.
 class OutputReader {
   public:
-    /// Subscribes to the pipe. `delivery` is called on the main thread and must hold what it reaches weakly.
-    /// Null when the system has no thread or descriptor to give; errno is set then.
+    /// Subscribes to the pipe. `delivery` and `audience` are called on the main thread and must hold what
+    /// they reach weakly. Null when the system has no thread or descriptor to give; errno is set then.
     static std::shared_ptr<OutputReader> attachReader(FileDescriptor readingEnd,
-                                                      LogMailbox::Delivery delivery);
+                                                      LogMailbox::Delivery delivery,
+                                                      LogMailbox::Audience audience);
 
     void detach() { reader->detach(); }
 

@@ -51,7 +51,7 @@ struct ConsoleFixture {
     void append(const QByteArray &element) {
         log.append(element);
         if (log.size() > 1000)
-            log.removeFirst(log.size() - 1000);
+            log.takeFirst();
         view.logChanged();
     }
     void appendLines(int count, const QByteArray &word = "line") {

@@ -112,13 +112,13 @@ class LogTextTest : public QObject {
         selection.begin(at(1, 1));
         selection.extendTo(at(2, 2));
         QCOMPARE(text(log, selection.span()), "wo\nth");
-        log.removeFirst(1);
+        log.takeFirst();
         QVERIFY(!selection.sync());
         QCOMPARE(text(log, selection.span()), "wo\nth");
-        log.removeFirst(1);
+        log.takeFirst();
         QVERIFY(selection.sync());
         QCOMPARE(text(log, selection.span()), "th");
-        log.removeFirst(1);
+        log.takeFirst();
         selection.sync();
         QVERIFY(selection.isEmpty());
     }

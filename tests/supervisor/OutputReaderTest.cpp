@@ -25,11 +25,15 @@ class OutputReaderTest : public QObject {
         Pipe pipe = Pipe::open();
         std::vector<LogElement> elements;
         bool onMain = true;
-        ObserverToken reader = OutputReader::attachReader(std::move(pipe.readingEnd), [this](auto arrived) {
-            onMain = onMain && MainQueue::isMainThread();
-            for (LogElement &element : arrived)
-                elements.push_back(std::move(element));
-        });
+        ObserverToken reader = OutputReader::attachReader(
+            std::move(pipe.readingEnd),
+            [this](auto arrived) {
+                onMain = onMain && MainQueue::isMainThread();
+                for (LogElement &element : arrived)
+                    elements.push_back(std::move(element));
+                return arrived;
+            },
+            [] { return LogAudience::Watching; });
 
         void write(const std::string &bytes) const {
             for (std::size_t at = 0; at < bytes.size();)
