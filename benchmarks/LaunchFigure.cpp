@@ -48,6 +48,7 @@ double launchWithLogOnce() {
             [] { return LogAudience::Nobody; });
         if (!observer)
             giveUp("A child's output cannot be read.");
+        process.setStartHook([observer] { return observer->begin(); });
         process.setExitHook([observer] { observer->childHasEnded(); });
         if (process.launch())
             giveUp("A child does not start.");

@@ -11,9 +11,9 @@ namespace ferrolt {
 
 /// Reads a pipe on a thread of its own, one read at a time, as fast as the other side writes.
 ///
-/// States: reading --end of file, or childHasEnded()--> closed; reading --detach()--> draining --the same-->
-/// closed. While draining it still empties the pipe, so that the child is neither blocked nor killed by it,
-/// but hands nothing on.
+/// States: prepared --begin()--> reading --end of file, or childHasEnded()--> closed; reading --detach()-->
+/// draining --the same--> closed. While draining it still empties the pipe, so that the child is neither
+/// blocked nor killed by it, but hands nothing on.
 ///
 /// The pipe is widened where the system allows it; what a read takes at most stays the same.
 class PipeReader {
@@ -27,10 +27,12 @@ class PipeReader {
     /// A read takes at most this many bytes.
     static constexpr std::size_t largestRead = 65536;
 
-    /// Starts reading. `readingEnd` must not block; it passes to the reader's thread, and so do the
-    /// functions, which are destroyed there. Null when the system has no thread or descriptor to give; errno
-    /// is set then.
-    static std::shared_ptr<PipeReader> start(FileDescriptor readingEnd, Receiver receiver, Room room = {});
+    /// `readingEnd` must not block; it passes to the reader's thread, and so do the functions, which are
+    /// destroyed there. Null when the system has no descriptor to give; errno is set then.
+    static std::shared_ptr<PipeReader> prepare(FileDescriptor readingEnd, Receiver receiver, Room room = {});
+
+    /// Starts reading, once. False when the system has no thread to give; errno is set then.
+    bool begin();
 
     /// Detaches. Does not wait.
     ~PipeReader();
@@ -42,7 +44,8 @@ class PipeReader {
     void detach();
 
     /// What the child left in the pipe is handed on before this returns, and then the pipe is closed, whoever
-    /// else may still hold it open. Never waits for another process. Any thread but the reader's.
+    /// else may still hold it open. Never waits for another process. Any thread but the reader's; only
+    /// after a begin() that was successful.
     void childHasEnded();
 
   private:

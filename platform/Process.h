@@ -48,6 +48,12 @@ class Process {
     /// was launched. Without it both go to /dev/null.
     void setOutput(FileDescriptor writingEnd);
 
+    /// Called once, by launch(), when the child has just been started: the place to begin to read its pipe.
+    /// To start a thread before the child can make launch() ten times as long: the system then likes to run
+    /// the child where the launching thread waits for it. Gives back 0, or an errno value: then the child is
+    /// ended at once, and launch() fails.
+    void setStartHook(std::function<int()> hook);
+
     /// Called once, on a thread of the platform's, after the child's end and before the termination handler,
     /// whether or not that was removed: the place to take what the child left in its pipe.
     void setExitHook(std::function<void()> hook);
@@ -71,6 +77,9 @@ class Process {
     Status waitUntilExit();
 
   private:
+    std::optional<LaunchError> beginToWait();
+    LaunchError giveUp(int error);
+
     struct Shared;
     std::shared_ptr<Shared> shared;
 };

@@ -113,6 +113,7 @@ std::optional<LaunchError> AppVars::launchChild(const Child &child, const fs::pa
         });
     if (!observer)
         return LaunchError{errno};
+    process->setStartHook([observer] { return observer->begin(); });
     // The child's last words come into its log before the line that reports its end.
     process->setExitHook([observer] { observer->childHasEnded(); });
     this->*child.observer = std::move(observer);

@@ -10,7 +10,7 @@ std::shared_ptr<OutputReader> OutputReader::attachReader(FileDescriptor readingE
     static_assert(ChunkDecoder::largestText == PipeReader::largestRead);
     auto mailbox = std::make_shared<LogMailbox>(std::move(delivery), std::move(audience));
     auto decoder = std::make_shared<ChunkDecoder>();
-    auto reader = PipeReader::start(
+    auto reader = PipeReader::prepare(
         std::move(readingEnd),
         [mailbox, decoder](std::span<const std::byte> bytes) {
             while (!bytes.empty()) {

@@ -12,7 +12,6 @@
 #include <system_error>
 #include <thread>
 #include <utility>
-#include <vector>
 
 #include <poll.h>
 #include <sys/ioctl.h>
@@ -28,7 +27,8 @@ struct PipeReader::Shared {
     Room room;
     std::atomic<bool> detached = false;
     std::atomic<bool> childEnded = false;
-    std::vector<std::byte> bytes;  // the thread's alone
+    /// The thread's alone, but made by whoever starts it.
+    const std::unique_ptr<std::byte[]> bytes = std::make_unique_for_overwrite<std::byte[]>(largestRead);
 
     std::mutex mutex;
     std::condition_variable changed;
@@ -45,13 +45,13 @@ struct PipeReader::Shared {
 };
 
 PipeReader::Shared::Read PipeReader::Shared::readOnce(std::size_t most) {
-    const ssize_t count = read(readingEnd.get(), bytes.data(), most);
+    const ssize_t count = read(readingEnd.get(), bytes.get(), most);
     if (count < 0)
         return errno == EAGAIN || errno == EINTR ? Read::NothingYet : Read::End;
     if (count == 0)
         return Read::End;
     if (!detached.load(std::memory_order_acquire))
-        receiver({bytes.data(), static_cast<std::size_t>(count)});
+        receiver({bytes.get(), static_cast<std::size_t>(count)});
     return static_cast<std::size_t>(count) == most ? Read::Full : Read::Some;
 }
 
@@ -75,7 +75,6 @@ void PipeReader::Shared::takeWhatIsLeft() {
 
 void PipeReader::Shared::run() {
     nameThisThread("child-output");
-    bytes.resize(largestRead);  // here, since whoever starts the reader is about to start a child as well
     for (;;) {
         if (childEnded.load(std::memory_order_acquire)) {
             takeWhatIsLeft();
@@ -95,7 +94,7 @@ void PipeReader::Shared::run() {
     changed.notify_all();
 }
 
-std::shared_ptr<PipeReader> PipeReader::start(FileDescriptor readingEnd, Receiver receiver, Room room) {
+std::shared_ptr<PipeReader> PipeReader::prepare(FileDescriptor readingEnd, Receiver receiver, Room room) {
     auto shared = std::make_shared<Shared>();
     shared->readingEnd = std::move(readingEnd);
     shared->receiver = std::move(receiver);
@@ -104,13 +103,17 @@ std::shared_ptr<PipeReader> PipeReader::start(FileDescriptor readingEnd, Receive
     shared->wakeUp = Pipe::open();
     if (!shared->wakeUp.readingEnd.isValid())
         return nullptr;
+    return std::shared_ptr<PipeReader>(new PipeReader(std::move(shared)));
+}
+
+bool PipeReader::begin() {
     try {
-        std::thread([shared] { shared->run(); }).detach();
+        std::thread([shared = shared] { shared->run(); }).detach();
     } catch (const std::system_error &failure) {
         errno = failure.code().value();
-        return nullptr;
+        return false;
     }
-    return std::shared_ptr<PipeReader>(new PipeReader(std::move(shared)));
+    return true;
 }
 
 PipeReader::PipeReader(std::shared_ptr<Shared> shared) : shared(std::move(shared)) {}

@@ -31,6 +31,7 @@ struct Process::Shared {
     std::vector<std::string> arguments;
     std::filesystem::path workingFolder = "/";
     FileDescriptor output;
+    std::function<int()> startHook;
     std::function<void()> exitHook;
 
     std::mutex mutex;
@@ -101,6 +102,9 @@ void Process::setWorkingFolder(std::filesystem::path folder) {
 void Process::setOutput(FileDescriptor writingEnd) {
     shared->output = std::move(writingEnd);
 }
+void Process::setStartHook(std::function<int()> hook) {
+    shared->startHook = std::move(hook);
+}
 void Process::setExitHook(std::function<void()> hook) {
     shared->exitHook = std::move(hook);
 }
@@ -147,21 +151,29 @@ std::optional<LaunchError> Process::launch() {
         shared->child = outcome.child;
         shared->stage = Shared::Stage::Running;
     }
-    // Not before the child: while a thread begins, the system lets whoever waits for the child's program wait
-    // for ten times as long.
+    const auto startHook = std::exchange(shared->startHook, nullptr);
+    const int failure = startHook ? startHook() : 0;
+    return failure != 0 ? giveUp(failure) : beginToWait();
+}
+
+std::optional<LaunchError> Process::beginToWait() {
     try {
         std::thread([shared = shared] { shared->waitForChild(); }).detach();
+        return std::nullopt;
     } catch (const std::system_error &failure) {
-        // No child is ever left without one who waits for it.
-        std::lock_guard lock(shared->mutex);
-        kill(outcome.child, SIGKILL);
-        while (waitpid(outcome.child, nullptr, 0) < 0 && errno == EINTR) {
-        }
-        shared->child = 0;
-        shared->stage = Shared::Stage::Prepared;
-        return LaunchError{failure.code().value()};
+        return giveUp(failure.code().value());
     }
-    return std::nullopt;
+}
+
+/// No child is ever left without one who waits for it, or who reads its output.
+LaunchError Process::giveUp(int error) {
+    std::lock_guard lock(shared->mutex);
+    kill(shared->child, SIGKILL);
+    while (waitpid(shared->child, nullptr, 0) < 0 && errno == EINTR) {
+    }
+    shared->child = 0;
+    shared->stage = Shared::Stage::Prepared;
+    return {error};
 }
 
 bool Process::isRunning() const {

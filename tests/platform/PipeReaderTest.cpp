@@ -1,6 +1,7 @@
 #include "Pipe.h"
 #include "PipeReader.h"
 #include "ProcessFacts.h"
+#include "StartReader.h"
 #include "Waiting.h"
 
 #include <QTest>
@@ -81,7 +82,7 @@ class PipeReaderTest : public QObject {
     void eachArrivalIsHandedOnOnceAndInOrder() {
         Collector collector;
         Pipe pipe = Pipe::open();
-        const auto reader = PipeReader::start(std::move(pipe.readingEnd), collector.receiver());
+        const auto reader = startReader(std::move(pipe.readingEnd), collector.receiver());
         write(pipe, "one");
         QVERIFY(waitWithoutEvents([&] { return collector.taken().size() == 1; }));
         write(pipe, "two");
@@ -92,7 +93,7 @@ class PipeReaderTest : public QObject {
     void noReadIsLargerThan64KiBAndNothingIsLost() {
         Collector collector;
         Pipe pipe = Pipe::open();
-        const auto reader = PipeReader::start(std::move(pipe.readingEnd), collector.receiver());
+        const auto reader = startReader(std::move(pipe.readingEnd), collector.receiver());
         std::string sent;
         for (int i = 0; i < 100'000; ++i)
             sent += std::to_string(i) + '\n';
@@ -107,8 +108,8 @@ class PipeReaderTest : public QObject {
     void noReadTakesMoreThanThereIsRoomFor() {
         Collector collector;
         Pipe pipe = Pipe::open();
-        const auto reader = PipeReader::start(std::move(pipe.readingEnd), collector.receiver(),
-                                              [] { return std::size_t(7); });
+        const auto reader =
+            startReader(std::move(pipe.readingEnd), collector.receiver(), [] { return std::size_t(7); });
         write(pipe, std::string(100, 'x'));
         QVERIFY(waitWithoutEvents([&] { return collector.joined().size() == 100; }));
         write(pipe, "what is left at the end");
@@ -122,7 +123,7 @@ class PipeReaderTest : public QObject {
         Collector collector;
         {
             Pipe pipe = Pipe::open();
-            const auto reader = PipeReader::start(std::move(pipe.readingEnd), collector.receiver());
+            const auto reader = startReader(std::move(pipe.readingEnd), collector.receiver());
             QVERIFY(reader != nullptr);
         }
         QVERIFY(waitWithoutEvents(
@@ -133,7 +134,7 @@ class PipeReaderTest : public QObject {
     void aDetachedReaderStillDrainsThePipeButHandsNothingOn() {
         Collector collector;
         Pipe pipe = Pipe::open();
-        const auto reader = PipeReader::start(std::move(pipe.readingEnd), collector.receiver());
+        const auto reader = startReader(std::move(pipe.readingEnd), collector.receiver());
         reader->detach();
         write(pipe,
               std::string(1 << 20, 'x'));  // sixteen times what a pipe holds: would block for ever unread
@@ -144,7 +145,7 @@ class PipeReaderTest : public QObject {
     void destroyingTheReaderNeitherBlocksNorBreaksTheWriter() {
         Collector collector;
         Pipe pipe = Pipe::open();
-        PipeReader::start(std::move(pipe.readingEnd), collector.receiver());  // dropped at once
+        startReader(std::move(pipe.readingEnd), collector.receiver());  // dropped at once
         write(pipe, std::string(1 << 20, 'x'));
         QVERIFY(!isClosedForWriting(pipe));
     }
@@ -152,7 +153,7 @@ class PipeReaderTest : public QObject {
     void theChildsEndTakesWhatIsLeftAndClosesThePipeThoughAnotherHoldsIt() {
         Collector collector;
         Pipe pipe = Pipe::open();
-        const auto reader = PipeReader::start(std::move(pipe.readingEnd), collector.receiver());
+        const auto reader = startReader(std::move(pipe.readingEnd), collector.receiver());
         write(pipe, "last words\n");
         reader->childHasEnded();  // our writing end is still open, as a grandchild's would be
         QCOMPARE(collector.joined(), "last words\n");
@@ -163,8 +164,8 @@ class PipeReaderTest : public QObject {
     void aGrandchildThatFloodsDoesNotDelayTheChildsEnd() {
         std::atomic<std::size_t> bytes = 0;
         Pipe pipe = Pipe::open();
-        const auto reader = PipeReader::start(std::move(pipe.readingEnd),
-                                              [&](std::span<const std::byte> read) { bytes += read.size(); });
+        const auto reader = startReader(std::move(pipe.readingEnd),
+                                        [&](std::span<const std::byte> read) { bytes += read.size(); });
         std::thread grandchild([&] {
             const std::string block(65536, 'g');
             while (::write(pipe.writingEnd.get(), block.data(), block.size()) > 0) {

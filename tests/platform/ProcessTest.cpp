@@ -40,11 +40,12 @@ struct Child {
     std::optional<LaunchError> launch() {
         Pipe pipe = Pipe::open();
         process.setOutput(std::move(pipe.writingEnd));
-        reader =
-            PipeReader::start(std::move(pipe.readingEnd), [facts = facts](std::span<const std::byte> bytes) {
+        reader = PipeReader::prepare(
+            std::move(pipe.readingEnd), [facts = facts](std::span<const std::byte> bytes) {
                 std::lock_guard lock(facts->mutex);
                 facts->output.append(reinterpret_cast<const char *>(bytes.data()), bytes.size());
             });
+        process.setStartHook([reader = reader] { return reader->begin() ? 0 : errno; });
         process.setExitHook([reader = reader] { reader->childHasEnded(); });
         process.setTerminationHandler([facts = facts](Process::Status status) {
             std::lock_guard lock(facts->mutex);
@@ -283,6 +284,42 @@ class ProcessTest : public QObject {
         child.process.terminate();
         QCOMPARE(child.process.waitUntilExit(), 0);
         QVERIFY(child.reports().empty());
+    }
+
+    void theStartHookIsCalledWhenTheChildRuns() {
+        Process process;
+        process.setExecutable(FERROLT_PRACTICE_CHILD);
+        process.setArguments({"exit", "0"});
+        int running = 0;
+        process.setStartHook([&] {
+            running += process.isRunning() && process.processIdentifier() > 0 ? 1 : 0;
+            return 0;
+        });
+        QVERIFY(!process.launch());
+        QCOMPARE(running, 1);
+        QCOMPARE(process.waitUntilExit(), 0);
+    }
+
+    void aStartHookThatFailsEndsTheChildAndTheLaunch() {
+        Process process;
+        process.setExecutable(FERROLT_PRACTICE_CHILD);
+        process.setArguments({"silent"});
+        int reports = 0;
+        process.setExitHook([&] { ++reports; });
+        process.setTerminationHandler([&](Process::Status) { ++reports; });
+        int child = 0;
+        process.setStartHook([&] {
+            child = process.processIdentifier();
+            return EAGAIN;
+        });
+        const auto error = process.launch();
+        QVERIFY(error);
+        QCOMPARE(error->code, EAGAIN);
+        QVERIFY(child > 0);
+        QVERIFY(!isAlive(child));
+        QVERIFY(!process.isRunning());
+        QCOMPARE(process.processIdentifier(), 0);
+        QCOMPARE(reports, 0);
     }
 
     void aLaunchWithoutAThreadToSpareLeavesNoChild() {

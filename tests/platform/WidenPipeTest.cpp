@@ -1,6 +1,7 @@
 #include "InChild.h"
 #include "Pipe.h"
 #include "PipeReader.h"
+#include "StartReader.h"
 #include "Waiting.h"
 
 #include <QTest>
@@ -31,12 +32,11 @@ class WidenPipeTest : public QObject {
         std::mutex mutex;
         std::string arrived;
         std::vector<std::size_t> sizes;
-        const auto reader =
-            PipeReader::start(std::move(pipe.readingEnd), [&](std::span<const std::byte> bytes) {
-                std::lock_guard lock(mutex);
-                arrived.append(reinterpret_cast<const char *>(bytes.data()), bytes.size());
-                sizes.push_back(bytes.size());
-            });
+        const auto reader = startReader(std::move(pipe.readingEnd), [&](std::span<const std::byte> bytes) {
+            std::lock_guard lock(mutex);
+            arrived.append(reinterpret_cast<const char *>(bytes.data()), bytes.size());
+            sizes.push_back(bytes.size());
+        });
         for (std::size_t at = 0; at < text.size();) {
             const ssize_t count = write(pipe.writingEnd.get(), text.data() + at, text.size() - at);
             if (count < 0)
@@ -55,7 +55,7 @@ class WidenPipeTest : public QObject {
     void aReaderWidensItsPipe() {
         Pipe pipe = Pipe::open();
         QVERIFY(sizeOf(pipe.writingEnd) < wide);
-        const auto reader = PipeReader::start(std::move(pipe.readingEnd), [](auto) {});
+        const auto reader = startReader(std::move(pipe.readingEnd), [](auto) {});
         QCOMPARE(sizeOf(pipe.writingEnd), wide);
         pipe.writingEnd.close();
         reader->childHasEnded();
@@ -65,7 +65,7 @@ class WidenPipeTest : public QObject {
         Pipe pipe = Pipe::open();
         const int wider = fcntl(pipe.writingEnd.get(), F_SETPIPE_SZ, 2 * wide);
         QCOMPARE(wider, 2 * wide);
-        const auto reader = PipeReader::start(std::move(pipe.readingEnd), [](auto) {});
+        const auto reader = startReader(std::move(pipe.readingEnd), [](auto) {});
         QCOMPARE(sizeOf(pipe.writingEnd), wider);
         pipe.writingEnd.close();
         reader->childHasEnded();

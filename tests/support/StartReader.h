@@ -1,0 +1,17 @@
+#pragma once
+
+#include "PipeReader.h"
+
+#include <memory>
+#include <utility>
+
+namespace ferrolt {
+
+/// A reader that reads; null when it cannot.
+inline std::shared_ptr<PipeReader> startReader(FileDescriptor readingEnd, PipeReader::Receiver receiver,
+                                               PipeReader::Room room = {}) {
+    auto reader = PipeReader::prepare(std::move(readingEnd), std::move(receiver), std::move(room));
+    return reader && reader->begin() ? reader : nullptr;
+}
+
+}  // namespace ferrolt
