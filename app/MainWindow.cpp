@@ -6,7 +6,7 @@
 #include "Sidebar.h"
 #include "StateFolder.h"
 #include "Symbols.h"
-#include "WindowState.h"
+#include "WindowStateFile.h"
 
 #include <QGuiApplication>
 #include <QMenuBar>
@@ -21,7 +21,7 @@ namespace ferrolt {
 
 MainWindow::MainWindow(std::shared_ptr<AppVars> appVars, std::shared_ptr<TimeSource> time,
                        std::shared_ptr<Clipboard> clipboard, QString stateFile)
-    : stateFile(std::move(stateFile)),
+    : stateFile(std::make_unique<WindowStateFile>(std::move(stateFile))),
       view(new ContentView(std::move(appVars), std::move(time), std::move(clipboard))),
       menu(new MainMenu(this)) {
     setWindowTitle(QStringLiteral("Ferrolt Miner Launcher"));
@@ -57,7 +57,7 @@ void MainWindow::makeMenu() {
 }
 
 void MainWindow::restoreState() {
-    const WindowState state = WindowState::load(stateFile);
+    const WindowState state = stateFile->load();
     QSize size = state.size.expandedTo(view->minimumSize());
     if (const QScreen *const screen = QGuiApplication::primaryScreen())
         size = size.boundedTo(screen->availableSize());
@@ -69,14 +69,18 @@ void MainWindow::restoreState() {
         setWindowState(windowState() | Qt::WindowMaximized);
 }
 
-void MainWindow::saveState() const {
+WindowState MainWindow::state() const {
     WindowState state;
     state.isMaximized = isMaximized();
     const QSize normal = normalGeometry().size();
     state.size = (isMaximized() || isFullScreen()) && !normal.isEmpty() ? normal : size();
     state.sidebarWidth = view->sidebarWidth();
     state.upperLogShare = view->upperLogShare();
-    state.save(stateFile);
+    return state;
+}
+
+void MainWindow::saveState() {
+    stateFile->saveNow(state());
 }
 
 void MainWindow::showEvent(QShowEvent *event) {
@@ -100,7 +104,7 @@ void MainWindow::hideEvent(QHideEvent *event) {
     if (event->spontaneous())
         return;
     contentIsToAppear = false;
-    saveState();
+    stateFile->saveSoon(state());
 }
 
 }  // namespace ferrolt

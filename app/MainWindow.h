@@ -11,6 +11,8 @@ class Clipboard;
 class ContentView;
 class MainMenu;
 class TimeSource;
+class WindowStateFile;
+struct WindowState;
 
 /// The one main window. Closing it hides it, and it can be shown again; what becomes of the program then is
 /// up to the owner. Remembers its size and its dividers. Main thread.
@@ -18,8 +20,8 @@ class MainWindow : public QMainWindow {
     Q_OBJECT
 
   public:
-    /// Not shown yet. `stateFile` is read here, and written whenever the window goes away; its folder is
-    /// created when needed.
+    /// Not shown yet. `stateFile` is read here, and written whenever the window goes away, soon after it; its
+    /// folder is created when needed.
     MainWindow(std::shared_ptr<AppVars> appVars, std::shared_ptr<TimeSource> time,
                std::shared_ptr<Clipboard> clipboard, QString stateFile);
     ~MainWindow() override;
@@ -30,7 +32,7 @@ class MainWindow : public QMainWindow {
     ContentView *content() const { return view; }
 
     /// Writes the state file now.
-    void saveState() const;
+    void saveState();
 
   Q_SIGNALS:
     /// The window was hidden, or never shown yet, and now its content is on screen. Comes from the event
@@ -48,8 +50,9 @@ class MainWindow : public QMainWindow {
   private:
     void makeMenu();
     void restoreState();
+    WindowState state() const;
 
-    QString stateFile;
+    const std::unique_ptr<WindowStateFile> stateFile;
     ContentView *view;
     MainMenu *menu;
     bool contentIsToAppear = false;

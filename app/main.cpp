@@ -9,6 +9,7 @@
 #include "MainWindow.h"
 #include "QtAlertPresenter.h"
 #include "QtClipboard.h"
+#include "QuitRequest.h"
 #include "QuitSignals.h"
 #include "SingleInstance.h"
 #include "TrayItem.h"
@@ -39,7 +40,10 @@ int runApplication(SingleInstance &instance, DesktopReopen &desktop) {
 
     Ferrolt_Miner_LauncherApp app(Seams(std::make_shared<QtAlertPresenter>()));
     AppDelegate &delegate = app.appDelegate();
-    // Before the window is made, which saves its state then: a slow disk must not keep the children waiting.
+    // First of all: windows that close, and the disk that their state is saved on, must not keep the children
+    // waiting. The end of the event loop, which not every end of the program asks for, comes before the
+    // window's own answer to it.
+    const QuitRequest quitRequest([&] { delegate.applicationWillTerminate(); });
     QObject::connect(qApp, &QApplication::aboutToQuit, &app, [&] { delegate.applicationWillTerminate(); });
     // Whoever starts the program from now on is not handed over to one that is ending.
     QObject::connect(qApp, &QApplication::aboutToQuit, &app, [&] { instance.stopListening(); });

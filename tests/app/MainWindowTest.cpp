@@ -202,7 +202,7 @@ class MainWindowTest : public QObject {
         window.content()->setUpperLogShare(0.6);
         const double share = window.content()->upperLogShare();
         window.close();
-        QVERIFY(QFile::exists(fixture.stateFile()));
+        QVERIFY(waitUntil([&] { return QFile::exists(fixture.stateFile()); }));
 
         MainWindow &again = fixture.open();
         QTRY_COMPARE(again.size(), QSize(1100, 700));

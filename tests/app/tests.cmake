@@ -24,6 +24,8 @@ ferrolt_test(app SymbolsTest LINKS ferrolt_app WINDOW)
 ferrolt_test(app TextFieldTest LINKS ferrolt_app WINDOW)
 ferrolt_test(app ThemeTest LINKS ferrolt_app WINDOW)
 ferrolt_test(app WindowStateTest LINKS ferrolt_app)
+ferrolt_test(app WindowStateFileTest LINKS ferrolt_app)
+ferrolt_test(app QuitRequestTest LINKS ferrolt_app WINDOW)
 foreach(scale 1.25 1.5 2 3)
     add_test(NAME app.LogConsoleLookTest@${scale} COMMAND LogConsoleLookTest)
     set_tests_properties(app.LogConsoleLookTest@${scale} PROPERTIES TIMEOUT 120 LABELS app
