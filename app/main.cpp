@@ -41,12 +41,14 @@ int runApplication(SingleInstance &instance, DesktopReopen &desktop) {
     Ferrolt_Miner_LauncherApp app(Seams(std::make_shared<QtAlertPresenter>()));
     AppDelegate &delegate = app.appDelegate();
     // First of all: windows that close, and the disk that their state is saved on, must not keep the children
-    // waiting. The end of the event loop, which not every end of the program asks for, comes before the
-    // window's own answer to it.
-    const QuitRequest quitRequest([&] { delegate.applicationWillTerminate(); });
-    QObject::connect(qApp, &QApplication::aboutToQuit, &app, [&] { delegate.applicationWillTerminate(); });
-    // Whoever starts the program from now on is not handed over to one that is ending.
-    QObject::connect(qApp, &QApplication::aboutToQuit, &app, [&] { instance.stopListening(); });
+    // waiting; and whoever starts the program from now on is not handed over to one that is ending.
+    const auto end = [&] {
+        delegate.applicationWillTerminate();
+        instance.stopListening();
+    };
+    const QuitRequest quitRequest(end);
+    // Should the event loop end without having been asked to.
+    QObject::connect(qApp, &QApplication::aboutToQuit, &app, end);
     MainWindow window(app.appVars(), systemTime(), std::make_shared<QtClipboard>(),
                       MainWindow::defaultStateFile());
     delegate.setFirstWindow(&window);

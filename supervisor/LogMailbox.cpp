@@ -36,18 +36,18 @@ void LogMailbox::handOverNow() {
 
 void LogMailbox::handOver(Cause cause) {
     Delivered delivered = deliver();
-    const auto rest = restAfter(delivered.count, cause);
+    const auto untilNext = restAfter(delivered.count, cause);
     {
         std::lock_guard lock(mutex);
-        if (rest > 0ms)
+        if (untilNext > 0ms)
             given.swap(delivered.outdated);
         else
             handOverUnderWay = !waiting.empty();
         if (!handOverUnderWay)
             return;
     }
-    if (rest > 0ms)
-        QTimer::singleShot(rest, Qt::PreciseTimer,
+    if (untilNext > 0ms)
+        QTimer::singleShot(untilNext, Qt::PreciseTimer,
                            [self = shared_from_this()] { self->handOver(Cause::Rested); });
     else
         MainQueue::async([self = shared_from_this()] { self->handOver(Cause::Woken); });
