@@ -25,6 +25,7 @@ const std::map<std::string, void (*)(const Options &)> figures{
     {"view", fullView},
     {"input", inputInTheFlood},
     {"latency", latencyOfAChunk},
+    {"writes", writesOfAChild},
     {"growth", growth},
     {"program", startAndIdle},
     {"quit", quitInTheFlood},

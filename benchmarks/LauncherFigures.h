@@ -14,6 +14,7 @@ void launchWithManyPages(const Options &options);
 void fullView(const Options &options);
 void inputInTheFlood(const Options &options);
 void latencyOfAChunk(const Options &options);
+void writesOfAChild(const Options &options);
 void growth(const Options &options);
 void startAndIdle(const Options &options);
 void quitInTheFlood(const Options &options);

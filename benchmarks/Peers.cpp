@@ -73,16 +73,21 @@ pid_t spawn(const Words &commandLine, int standardInput, int standardOutput) {
     return child;
 }
 
-double throughputIntoCat(std::chrono::milliseconds length, const Words &behaviour) {
-    PlainPipe pipe = plainPipe();
+CatReading::CatReading(const Words &behaviour) {
+    const PlainPipe pipe = plainPipe();
     const FileDescriptor nowhere(open("/dev/null", O_WRONLY | O_CLOEXEC));
-    const pid_t cat = spawn({"cat"}, pipe.reading.get(), nowhere.get());
-    const pid_t child = spawn(practiceChild(behaviour), -1, pipe.writing.get());
-    pipe = {};
-    const double rate = rateOf(child, length);
+    cat = spawn({"cat"}, pipe.reading.get(), nowhere.get());
+    child = spawn(practiceChild(behaviour), -1, pipe.writing.get());
+}
+
+CatReading::~CatReading() {
     endProcess(child);
     endProcess(cat);
-    return rate;
+}
+
+double throughputIntoCat(std::chrono::milliseconds length, const Words &behaviour) {
+    const CatReading reading(behaviour);
+    return rateOf(reading.child, length);
 }
 
 std::optional<double> throughputInTerminal(const std::string &terminal, std::chrono::milliseconds length) {

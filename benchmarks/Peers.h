@@ -18,6 +18,20 @@ Words practiceChild(const Words &behaviour);
 /// program.
 pid_t spawn(const Words &commandLine, int standardInput = -1, int standardOutput = -1);
 
+/// A child that writes to `cat >/dev/null` over a plain pipe, as long as this stands.
+class CatReading {
+  public:
+    explicit CatReading(const Words &behaviour);
+    ~CatReading();
+    CatReading(const CatReading &) = delete;
+    CatReading &operator=(const CatReading &) = delete;
+
+    pid_t child = -1;
+
+  private:
+    pid_t cat = -1;
+};
+
 /// Bytes a second that a flooding child writes to `cat >/dev/null` over a plain pipe.
 double throughputIntoCat(std::chrono::milliseconds length, const Words &behaviour = {"flood"});
 

@@ -4,9 +4,12 @@
 
 #include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <random>
 #include <thread>
+#include <vector>
 
 #include <unistd.h>
 
@@ -70,6 +73,25 @@ int flood(long long blocks, std::size_t size, const std::string &kind) {
         say(block);
     }
     return 0;
+}
+
+/// How long each write took comes into the file at the end, a line of nanoseconds for each.
+int timedFlood(long long blocks, std::size_t size, const std::string &file) {
+    const std::string block(size, 't');
+    std::vector<std::chrono::nanoseconds> durations;
+    durations.reserve(static_cast<std::size_t>(blocks));
+    for (long long i = 0; i < blocks; ++i) {
+        const auto begin = std::chrono::steady_clock::now();
+        say(block);
+        durations.push_back(std::chrono::steady_clock::now() - begin);
+    }
+    const std::string unfinished = file + ".part";
+    std::ofstream lines(unfinished);
+    for (const std::chrono::nanoseconds duration : durations)
+        lines << duration.count() << '\n';
+    lines.close();
+    std::rename(unfinished.c_str(), file.c_str());
+    return waitForEver();
 }
 
 /// Changes between its moods two or three times a second, in an order that the seed sets. Without end if
@@ -189,6 +211,11 @@ const std::vector<Misbehaviour> &misbehaviours() {
          "writes that many blocks (64 KiB each) of plain or other text, or without end",
          [](W a, W) {
              return flood(number(a, 0, -1), static_cast<std::size_t>(number(a, 1, 65536)), text(a, 2));
+         }},
+        {"timed BLOCKS BYTES FILE",
+         "floods, writes into the file how long each write took, in nanoseconds, then waits",
+         [](W a, W) {
+             return timedFlood(number(a, 0, 1000), static_cast<std::size_t>(number(a, 1, 65536)), text(a, 2));
          }},
         {"chatter WRITES BYTES PER-SECOND", "writes small pieces at a rate, then waits",
          [](W a, W) {
