@@ -12,6 +12,17 @@ double median(Samples samples);
 /// The sample that `share` (0 to 1) of all samples do not exceed.
 double quantile(Samples samples, double share);
 
+/// One sample of each for a run.
+struct Tail {
+    Samples p99;
+    Samples worst;
+
+    void add(const Samples &ofOneRun) {
+        p99.push_back(quantile(ofOneRun, 0.99));
+        worst.push_back(quantile(ofOneRun, 1));
+    }
+};
+
 /// How long and how often a figure is measured.
 struct Options {
     int runs = 5;

@@ -46,19 +46,14 @@ void reportTerminals(const Options &options, double ours) {
     }
 }
 
-struct Stall {
-    Samples p99;
-    Samples worst;
-
+struct Stall : Tail {
     /// Adds what there is of it in that time. At rest, so that nothing of the start is in it.
     void measure(std::chrono::milliseconds length) {
         StallProbe probe;
         runFor(500ms);
         probe.take();
         runFor(length);
-        const Samples waits = probe.take();
-        p99.push_back(quantile(waits, 0.99));
-        worst.push_back(quantile(waits, 1));
+        add(probe.take());
     }
 };
 
@@ -124,7 +119,6 @@ void stallInTheFlood(const Options &options) {
     Samples editMemory;
     for (int run = 0; run < options.runs; ++run) {
         {
-            giveBackFreeMemory();
             Scene scene("flood", "flood");
             scene.open();
             runFor(2s);
@@ -168,7 +162,6 @@ void otherText(const Options &options) {
         Stall stall;
         const std::string behaviour = "flood -1 65536 " + kind;
         for (int run = 0; run < options.runs; ++run) {
-            giveBackFreeMemory();
             Scene scene(behaviour, behaviour);
             scene.open();
             runFor(500ms);

@@ -29,6 +29,7 @@ struct Scene {
     explicit Scene(const std::string &engine = "silent", const std::string &client = "silent")
         : launcher(engine, client) {
         launcher.tree.writeEnginePort(std::to_string(enginePort.port));
+        giveBackFreeMemory();
         AppVars &vars = launcher.create();
         // Children that flood fill their logs in a moment; what they write is then all that is resident.
         // Small blocks take too long for that.

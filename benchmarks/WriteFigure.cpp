@@ -23,22 +23,12 @@ Samples durationsIn(const std::string &file) {
     return durations;
 }
 
-struct Summary {
-    Samples p99;
-    Samples worst;
-
-    void add(const Samples &durations) {
-        p99.push_back(quantile(durations, 0.99));
-        worst.push_back(quantile(durations, 1));
-    }
-};
-
 }  // namespace
 
 void writesOfAChild(const Options &options) {
     const Words flood{"timed", options.quick ? "10000" : "40000", "65536"};
-    Summary ours;
-    Summary cat;
+    Tail ours;
+    Tail cat;
     for (int run = 0; run < options.runs; ++run) {
         const QTemporaryDir folder;
         const std::string file = folder.filePath(QStringLiteral("ours")).toStdString();
