@@ -31,8 +31,8 @@ class PipeReader {
     /// destroyed there. Null when the system has no descriptor to give; errno is set then.
     static std::shared_ptr<PipeReader> prepare(FileDescriptor readingEnd, Receiver receiver, Room room = {});
 
-    /// Starts reading, once. False when the system has no thread to give; errno is set then.
-    bool begin();
+    /// Starts reading, once: 0, or an errno value when the system has no thread to give.
+    int begin();
 
     /// Detaches. Does not wait.
     ~PipeReader();

@@ -4,7 +4,6 @@
 #include "LogMailbox.h"
 #include "PipeReader.h"
 
-#include <cerrno>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -27,7 +26,7 @@ class OutputReader {
                                                       LogMailbox::Audience audience);
 
     /// To be called once the child runs: 0, or an errno value when the system has no thread to give.
-    int begin() { return reader->begin() ? 0 : errno; }
+    int begin() { return reader->begin(); }
 
     void detach() { reader->detach(); }
 

@@ -106,14 +106,13 @@ std::shared_ptr<PipeReader> PipeReader::prepare(FileDescriptor readingEnd, Recei
     return std::shared_ptr<PipeReader>(new PipeReader(std::move(shared)));
 }
 
-bool PipeReader::begin() {
+int PipeReader::begin() {
     try {
         std::thread([shared = shared] { shared->run(); }).detach();
     } catch (const std::system_error &failure) {
-        errno = failure.code().value();
-        return false;
+        return failure.code().value();
     }
-    return true;
+    return 0;
 }
 
 PipeReader::PipeReader(std::shared_ptr<Shared> shared) : shared(std::move(shared)) {}

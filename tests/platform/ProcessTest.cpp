@@ -45,7 +45,7 @@ struct Child {
                 std::lock_guard lock(facts->mutex);
                 facts->output.append(reinterpret_cast<const char *>(bytes.data()), bytes.size());
             });
-        process.setStartHook([reader = reader] { return reader->begin() ? 0 : errno; });
+        process.setStartHook([reader = reader] { return reader->begin(); });
         process.setExitHook([reader = reader] { reader->childHasEnded(); });
         process.setTerminationHandler([facts = facts](Process::Status status) {
             std::lock_guard lock(facts->mutex);

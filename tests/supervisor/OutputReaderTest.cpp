@@ -36,6 +36,7 @@ class OutputReaderTest : public QObject {
             [] { return LogAudience::Watching; });
 
         Subscription() { reader->begin(); }
+
         void write(const std::string &bytes) const {
             for (std::size_t at = 0; at < bytes.size();)
                 at += static_cast<std::size_t>(std::max<ssize_t>(

@@ -11,7 +11,7 @@ namespace ferrolt {
 inline std::shared_ptr<PipeReader> startReader(FileDescriptor readingEnd, PipeReader::Receiver receiver,
                                                PipeReader::Room room = {}) {
     auto reader = PipeReader::prepare(std::move(readingEnd), std::move(receiver), std::move(room));
-    return reader && reader->begin() ? reader : nullptr;
+    return reader && reader->begin() == 0 ? reader : nullptr;
 }
 
 }  // namespace ferrolt
