@@ -37,20 +37,22 @@ void LogMailbox::handOverNow() {
 void LogMailbox::handOver(Cause cause) {
     Delivered delivered = deliver();
     const auto untilNext = restAfter(delivered.count, cause);
+    if (untilNext > 0ms) {
+        {
+            std::lock_guard lock(mutex);
+            given.swap(delivered.outdated);
+        }
+        QTimer::singleShot(untilNext, Qt::PreciseTimer,
+                           [self = shared_from_this()] { self->handOver(Cause::Rested); });
+        return;
+    }
     {
         std::lock_guard lock(mutex);
-        if (untilNext > 0ms)
-            given.swap(delivered.outdated);
-        else
-            handOverUnderWay = !waiting.empty();
+        handOverUnderWay = !waiting.empty();
         if (!handOverUnderWay)
             return;
     }
-    if (untilNext > 0ms)
-        QTimer::singleShot(untilNext, Qt::PreciseTimer,
-                           [self = shared_from_this()] { self->handOver(Cause::Rested); });
-    else
-        MainQueue::async([self = shared_from_this()] { self->handOver(Cause::Woken); });
+    MainQueue::async([self = shared_from_this()] { self->handOver(Cause::Woken); });
 }
 
 LogMailbox::Delivered LogMailbox::deliver() {

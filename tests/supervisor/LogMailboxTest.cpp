@@ -109,13 +109,12 @@ class LogMailboxTest : public QObject {
         Receipts r;
         r.audience = LogAudience::Nobody;
         int next = 0;
-        bool rested = false;
         QVERIFY(waitUntil([&] {
             for (int i = 0; i < 3; ++i) {
                 r.post(next++);
                 QCoreApplication::processEvents();
             }
-            rested = r.elements.size() < std::size_t(next);
+            const bool rested = r.elements.size() < std::size_t(next);
             return waitUntil([&] { return r.elements.size() == std::size_t(next); }) && rested;
         }));
         r.post(next++);
