@@ -36,8 +36,9 @@ class LogMailbox : public std::enable_shared_from_this<LogMailbox> {
     /// More elements than this in one pause's time are a flood: 4000 a second.
     static constexpr std::size_t mostPrompt = 16;
     static constexpr std::chrono::milliseconds pause{4};
-    /// What nobody sees may come this much later.
-    static constexpr std::chrono::milliseconds rest{20};
+    /// What nobody sees may come this much later. No longer than a pause: a flood may begin in it, and what
+    /// waits takes memory.
+    static constexpr std::chrono::milliseconds rest = pause;
 
     /// Both are called on the main thread. Owned by a std::shared_ptr.
     LogMailbox(Delivery delivery, Audience audience)
