@@ -49,7 +49,10 @@ ContentView::ContentView(std::shared_ptr<AppVars> appVars, std::shared_ptr<TimeS
 
     connect(column, &Sidebar::tabChosen, this, [this](const QString &tab) { _appVars->selectTab(tab); });
     auto *follower = new ChangeFollower(this, [this] { refresh(); });
-    connect(_appVars.get(), &AppVars::objectWillChange, follower, &ChangeFollower::changeAnnounced);
+    connect(_appVars.get(), &AppVars::objectWillChange, follower, [follower](AppVars::Change change) {
+        if (change == AppVars::Change::State)
+            follower->changeAnnounced();
+    });
     refresh();
 }
 

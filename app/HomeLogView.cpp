@@ -51,9 +51,19 @@ HomeLogView::HomeLogView(std::shared_ptr<AppVars> appVars, std::shared_ptr<TimeS
     addFindKeys();
 
     auto *follower = new ChangeFollower(this, [this] { refresh(); });
-    connect(_appVars.get(), &AppVars::objectWillChange, follower, &ChangeFollower::changeAnnounced);
-    connect(_appVars.get(), &AppVars::objectWillChange, lumora, &LogConsoleView::logChanged);
-    connect(_appVars.get(), &AppVars::objectWillChange, qorClient, &LogConsoleView::logChanged);
+    connect(_appVars.get(), &AppVars::objectWillChange, this, [this, follower](AppVars::Change change) {
+        switch (change) {
+            case AppVars::Change::State:
+                follower->changeAnnounced();
+                break;
+            case AppVars::Change::LumoraLog:
+                lumora->logChanged();
+                break;
+            case AppVars::Change::QorClientLog:
+                qorClient->logChanged();
+                break;
+        }
+    });
     refresh();
 }
 

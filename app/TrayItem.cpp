@@ -26,7 +26,10 @@ TrayItem::TrayItem(std::shared_ptr<AppVars> appVars)
         if (reason == QSystemTrayIcon::Trigger)
             Q_EMIT openRequested();
     });
-    connect(this->appVars.get(), &AppVars::objectWillChange, this, &TrayItem::changeAnnounced);
+    connect(this->appVars.get(), &AppVars::objectWillChange, this, [this](AppVars::Change change) {
+        if (change == AppVars::Change::State)
+            changeAnnounced();
+    });
     refresh();
     icon->show();
 }
@@ -42,8 +45,7 @@ QString TrayItem::statusText() const {
            StatusRow::words(QStringLiteral("Qor Client"), statusOf(appVars->_isQorClientRunning));
 }
 
-/// A change is announced before it happens, and a flood of output announces thousands: one look after all of
-/// them.
+/// A change is announced before it happens: one look after all of them.
 void TrayItem::changeAnnounced() {
     if (!std::exchange(isRefreshPosted, true))
         QCoreApplication::postEvent(this, new QEvent(QEvent::UpdateRequest));

@@ -66,7 +66,7 @@ AppVars::AppVars(Seams given)
       seams(std::move(given)) {
     _selectedTab.set(initialTab());
     // The connection ends with this object: the updater never outlives its hold on it.
-    cancellable = connect(updater.get(), &Updater::objectWillChange, this, &AppVars::objectWillChange);
+    cancellable = connect(updater.get(), &Updater::objectWillChange, this, &AppVars::announceChange);
 }
 
 AppVars::~AppVars() = default;
@@ -82,8 +82,9 @@ std::vector<LogElement> AppVars::appendLog(std::vector<LogElement> texts, LogTar
     std::vector<LogElement> outdated;
     if (texts.empty())
         return outdated;
-    announceChange();
-    LogBuffer &buffer = target == LogTarget::Lumora ? _lumoraLog : _qorClientLog;
+    const bool isLumora = target == LogTarget::Lumora;
+    Q_EMIT objectWillChange(isLumora ? Change::LumoraLog : Change::QorClientLog);
+    LogBuffer &buffer = isLumora ? _lumoraLog : _qorClientLog;
     for (LogElement &text : texts) {
         buffer.append(std::move(text));
         // The bound belongs to the rule itself; it equals maxLogLines and must stay so.

@@ -29,7 +29,9 @@ enum class LogTarget { Lumora, QorClient };
 /// the Qor Client. One lives for the whole run, owned by the application.
 ///
 /// Main thread only. What other threads, timers and notifications hold of it is weak. `objectWillChange`
-/// comes on the main thread before every change of a field whose name has a leading underscore.
+/// comes on the main thread before every change of a field whose name has a leading underscore, and says what
+/// is to change: a child's output comes a thousand times a second, and is nothing to those who show its
+/// state.
 ///
 /// States:
 ///   idle                 nothing was started yet; left by startServices()
@@ -49,6 +51,9 @@ class AppVars : public QObject, public std::enable_shared_from_this<AppVars> {
     /// The tab identifiers, "home" and "settings".
     static const QString homeTab;
     static const QString settingsTab;
+
+    /// `State` is every field but the logs.
+    enum class Change { State, LumoraLog, QorClientLog };
 
     /// To be owned by a std::shared_ptr, which the weak references need. Roots the path resolvers at the
     /// seams' paths and reads the client configuration once, for the initial tab.
@@ -107,12 +112,12 @@ class AppVars : public QObject, public std::enable_shared_from_this<AppVars> {
     void ensureLibreOffice();
 
   Q_SIGNALS:
-    void objectWillChange();
+    void objectWillChange(Change change);
 
   private:
     template <class Value, class Owner>
     friend class Published;
-    void announceChange() { Q_EMIT objectWillChange(); }
+    void announceChange() { Q_EMIT objectWillChange(Change::State); }
 
     struct Child;
     static const Child engineChild;

@@ -135,6 +135,19 @@ class AppVarsTest : public QObject {
         QCOMPARE(vars->_selectedTab.get(), std::optional(QStringLiteral("home")));
     }
 
+    void anAnnouncementSaysWhatIsToChange() {
+        const TestTree tree;
+        const auto vars = newAppVars(tree);
+        QList<AppVars::Change> changes;
+        connect(vars.get(), &AppVars::objectWillChange, vars.get(),
+                [&](AppVars::Change change) { changes << change; });
+        vars->appendLog("x", LogTarget::QorClient);
+        vars->selectTab(AppVars::homeTab);
+        vars->appendLog("y", LogTarget::Lumora);
+        using Change = AppVars::Change;
+        QCOMPARE(changes, (QList<Change>{Change::QorClientLog, Change::State, Change::LumoraLog}));
+    }
+
     void whateverAViewShowsIsAnnouncedBeforeItChanges() {
         const Listener port;
         Supervision s;
