@@ -2,6 +2,7 @@
 
 #include "FocusRing.h"
 #include "LogAccessible.h"
+#include "LogScrollBar.h"
 #include "Theme.h"
 
 #include <QEvent>
@@ -24,9 +25,9 @@ using namespace std::chrono_literals;
 constexpr int followMilliseconds = 300;
 /// What comes after a pause is shown at once. While a log runs on, nobody can read every frame of it, and
 /// drawing a screenful of text is what an everyday child costs.
-constexpr int refreshesForEachLook = 2;
+constexpr int refreshesForEachLook = 3;
 /// Counted at once when the log changes, which is everything at an everyday pace.
-constexpr std::size_t bytesCountedAtOnce = 256 * 1024;
+constexpr std::size_t bytesCountedAtOnce = 64 * 1024;
 /// Heights that are still estimates are counted once the log has been quiet for a while, in turns short
 /// enough for nobody to notice.
 constexpr int quietMilliseconds = 100;
@@ -42,10 +43,12 @@ LogTextArea::LogTextArea(const LogBuffer &log, const QString &bottomId, Clipboar
       layout(log),
       view(layout),
       selected(log),
-      marker(new QWidget(viewport())) {
+      marker(new QWidget(viewport())),
+      bar(new LogScrollBar) {
     installConsoleRoles();
     setFrameStyle(QFrame::NoFrame);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setVerticalScrollBar(bar);
     setFocusPolicy(Qt::StrongFocus);
     viewport()->setAttribute(Qt::WA_OpaquePaintEvent);
     viewport()->setCursor(Qt::IBeamCursor);
@@ -69,6 +72,8 @@ bool LogTextArea::isOnScreen() const {
 }
 
 void LogTextArea::logChanged() {
+    if (refreshTimer.isActive())
+        return;  // a thousand times a second
     if (!isOnScreen()) {
         changedUnseen = true;
         return;

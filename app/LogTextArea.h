@@ -16,8 +16,10 @@
 
 namespace ferrolt {
 
+class LogScrollBar;
+
 /// A log as a scrolling text that can be selected, never changed. Pulls the rows on screen from the layout
-/// and draws nothing else; looks at the log at most once for every other screen refresh, and not at all while
+/// and draws nothing else; looks at the log at most once for every third screen refresh, and not at all while
 /// it is not on screen.
 ///
 /// Follows the newest entry: when the number of entries is another than before, an animated scroll brings the
@@ -136,6 +138,7 @@ class LogTextArea : public QAbstractScrollArea {
     ConsoleFont font;
     std::vector<LogViewport::VisibleRow> rows;  ///< on screen
     QWidget *const marker;
+    LogScrollBar *const bar;
     HitsOfRow hits;
     bool selectionIsHit = false;
 

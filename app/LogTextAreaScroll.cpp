@@ -1,8 +1,8 @@
 // How LogTextArea scrolls: by its bar, by its user, and after the newest entry.
 
+#include "LogScrollBar.h"
 #include "LogTextArea.h"
 
-#include <QScrollBar>
 #include <QStyle>
 
 #include <algorithm>
@@ -19,21 +19,21 @@ constexpr qint64 longestBar = 1'000'000'000;
 
 void LogTextArea::updateScrollBar() {
     const bool outer = std::exchange(settingBar, true);
-    QScrollBar *const bar = verticalScrollBar();
     barUnit = view.maximum() / longestBar + 1;
-    bar->setSingleStep(static_cast<int>(std::max<qint64>(layout.rowHeight() / barUnit, 1)));
-    bar->setPageStep(
-        static_cast<int>(std::max<qint64>((view.viewHeight() - layout.rowHeight()) / barUnit, 1)));
-    bar->setRange(0, static_cast<int>(view.maximum() / barUnit));
-    // The bar may just have come or gone, and with it the width and everything that was set in it.
-    bar->setValue(static_cast<int>(view.offset() / barUnit));
+    bar->change([this] {
+        bar->setSingleStep(static_cast<int>(std::max<qint64>(layout.rowHeight() / barUnit, 1)));
+        bar->setPageStep(
+            static_cast<int>(std::max<qint64>((view.viewHeight() - layout.rowHeight()) / barUnit, 1)));
+        bar->setRange(0, static_cast<int>(view.maximum() / barUnit));
+        // The bar may just have come or gone, and with it the width and everything that was set in it.
+        bar->setValue(static_cast<int>(view.offset() / barUnit));
+    });
     settingBar = outer;
 }
 
 void LogTextArea::scrollContentsBy(int, int) {
     if (settingBar)
         return;
-    const QScrollBar *const bar = verticalScrollBar();
     scrollByUser(bar->value() == bar->maximum() ? view.maximum() : bar->value() * barUnit);
 }
 
