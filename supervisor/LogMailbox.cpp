@@ -23,8 +23,10 @@ void LogMailbox::post(LogElement element) {
             waiting.pop_front();
         }
         waiting.push_back(std::move(element));
-        if (std::exchange(handOverUnderWay, true))
+        const bool endsRest = isResting && waiting.size() > mostInRest;
+        if (std::exchange(handOverUnderWay, true) && !endsRest)
             return;
+        isResting = false;
     }
     // Outside the lock as well: the main thread, woken, wants it at once.
     MainQueue::async([self = shared_from_this()] { self->handOver(Cause::Woken); });
@@ -35,19 +37,27 @@ void LogMailbox::handOverNow() {
 }
 
 void LogMailbox::handOver(Cause cause) {
+    const unsigned number = ++handOvers;
     Delivered delivered = deliver();
-    const auto untilNext = restAfter(delivered.count, cause);
+    const auto now = Clock::now();
+    const auto sinceLast = now - std::exchange(lastHandOver, now);
+    const bool isFlood = isFlooded(delivered.count, now);
+    const auto untilNext = isFlood ? pause : restAfter(delivered.count, sinceLast, cause);
     if (untilNext > 0ms) {
         {
             std::lock_guard lock(mutex);
             given.swap(delivered.outdated);
+            isResting = !isFlood;
         }
-        QTimer::singleShot(untilNext, Qt::PreciseTimer,
-                           [self = shared_from_this()] { self->handOver(Cause::Rested); });
+        QTimer::singleShot(untilNext, Qt::PreciseTimer, [self = shared_from_this(), number] {
+            if (self->handOvers == number)  // else the rest has ended early
+                self->handOver(Cause::Rested);
+        });
         return;
     }
     {
         std::lock_guard lock(mutex);
+        isResting = false;
         handOverUnderWay = !waiting.empty();
         if (!handOverUnderWay)
             return;
@@ -70,13 +80,16 @@ LogMailbox::Delivered LogMailbox::deliver() {
 }
 
 /// For how long the main thread is not to be woken, now that it has taken what waited.
-std::chrono::milliseconds LogMailbox::restAfter(std::size_t delivered, Cause cause) {
-    const auto now = Clock::now();
-    const auto sinceLast = now - std::exchange(lastHandOver, now);
-    if (isFlooded(delivered, now))
-        return pause;
-    const bool isFrequent = cause == Cause::Rested ? delivered > 1 : delivered > 0 && sinceLast <= pause;
-    return isFrequent && audience() == LogAudience::Nobody ? rest : 0ms;
+std::chrono::milliseconds LogMailbox::restAfter(std::size_t delivered, Clock::duration sinceLast,
+                                                Cause cause) {
+    const bool isWatched = audience() == LogAudience::Watching;
+    const bool isFrequent = cause == Cause::Rested
+                                ? delivered > 1
+                                : delivered > 0 && sinceLast <= (isWatched ? restWatched : pause);
+    rests = cause == Cause::Rested ? rests + 1 : 1;
+    if (isWatched)
+        return isFrequent && rests <= mostRestsWatched ? restWatched : 0ms;
+    return isFrequent ? rest : 0ms;
 }
 
 /// Whether what has been delivered lately makes more than a reader of the log would follow.
