@@ -82,14 +82,18 @@ LogMailbox::Delivered LogMailbox::deliver() {
 /// For how long the main thread is not to be woken, now that it has taken what waited.
 std::chrono::milliseconds LogMailbox::restAfter(std::size_t delivered, Clock::duration sinceLast,
                                                 Cause cause) {
-    const bool isWatched = audience() == LogAudience::Watching;
-    const bool isFrequent = cause == Cause::Rested
-                                ? delivered > 1
-                                : delivered > 0 && sinceLast <= (isWatched ? restWatched : pause);
-    rests = cause == Cause::Rested ? rests + 1 : 1;
-    if (isWatched)
-        return isFrequent && rests <= mostRestsWatched ? restWatched : 0ms;
-    return isFrequent ? rest : 0ms;
+    if (delivered == 0) {
+        frequent = 0;
+        return 0ms;
+    }
+    if (audience() == LogAudience::Nobody) {
+        const bool isFrequent = cause == Cause::Rested ? delivered > 1 : sinceLast <= pause;
+        return isFrequent ? rest : 0ms;
+    }
+    const bool isFrequent = cause == Cause::Rested ? delivered > 1 : sinceLast <= restWatched;
+    frequent = isFrequent ? frequent + 1 : 0;
+    rests = cause == Cause::Rested ? rests + 1 : 0;
+    return frequent > mostFrequent && rests < mostRestsWatched ? restWatched : 0ms;
 }
 
 /// Whether what has been delivered lately makes more than a reader of the log would follow.

@@ -39,10 +39,13 @@ class LogMailbox : public std::enable_shared_from_this<LogMailbox> {
     static constexpr std::chrono::milliseconds pause{4};
     /// What nobody sees may come this much later.
     static constexpr std::chrono::milliseconds rest{20};
-    /// What comes in a rest of this length waits for half of it on the average, and after a few the next
-    /// element is handed over at once: of all elements, most are in the log within a millisecond.
+    /// What comes in a rest of this length waits for half of it on the average, and after a few of them the
+    /// next element is handed over at once: of all elements, most are in the log within a millisecond.
     static constexpr std::chrono::milliseconds restWatched{2};
     static constexpr int mostRestsWatched = 2;
+    /// So many hand-overs in a row must have come soon after one another before a watched log's mailbox
+    /// rests. A child that writes two lines at a time, and then a pause, has both of them in the log at once.
+    static constexpr int mostFrequent = 8;
     /// More elements than this end a rest: a flood has begun, and what waits takes memory.
     static constexpr std::size_t mostInRest = 64;
 
@@ -86,7 +89,8 @@ class LogMailbox : public std::enable_shared_from_this<LogMailbox> {
 
     // The main thread's alone.
     unsigned handOvers = 0;
-    int rests = 0;  ///< in a row, the one that is to come included
+    int frequent = 0;  ///< hand-overs in a row
+    int rests = 0;     ///< in a row, without a prompt hand-over between them
     Clock::time_point lastHandOver;
     Clock::time_point countedSince;
     std::size_t counted = 0;

@@ -103,6 +103,19 @@ class LogMailboxTest : public QObject {
         QCOMPARE(r.elements, numbers(1, count + 1));
     }
 
+    void aFewElementsInARowAreEachHandedOverAtOnceWhileTheyAreWatched() {
+        Receipts r;
+        int next = 0;
+        for (int burst = 0; burst < 5; ++burst) {
+            std::this_thread::sleep_for(LogMailbox::pause + 1ms);
+            for (int i = 0; i < LogMailbox::mostFrequent; ++i) {
+                r.post(next++);
+                QCoreApplication::processEvents();
+                QCOMPARE(r.elements, numbers(0, next));
+            }
+        }
+    }
+
     void whileNobodyWatchesWhatComesNowAndThenIsHandedOverAtOnceAllTheSame() {
         Receipts r;
         r.audience = LogAudience::Nobody;
