@@ -24,9 +24,9 @@ enum class LogAudience { Nobody, Watching };
 /// milliseconds: to be woken for each of thirty thousand elements a second would keep it from all else.
 ///
 /// Waking the main thread is most of what an element costs. It is therefore not woken for each element of a
-/// child that writes often: after one that came soon after another it rests for a moment. While nobody
-/// watches it rests for longer, and again as long as a rest brings several; a rest in which many come ends at
-/// once.
+/// child that writes often: after some that came soon after one another it rests for a moment. While nobody
+/// watches it rests sooner and for longer, and again as long as a rest brings several; a rest in which many
+/// come ends at once.
 class LogMailbox : public std::enable_shared_from_this<LogMailbox> {
   public:
     /// Gives back what is not needed any more.
