@@ -56,14 +56,16 @@ struct Scene {
     /// Opens the window, waits for both children and lets everything come to rest.
     void open() {
         window->show();
-        runUntil([&] { return isRunning() && window->windowHandle()->isExposed(); }, "the launcher's window");
-        runFor(std::chrono::milliseconds(700));
+        runUntil([&] { return window->windowHandle()->isExposed(); }, "the launcher's window");
+        awaitChildren();
     }
-    void startClosed() {
-        runUntil([&] { return isRunning(); }, "the launcher's children");
-        runFor(std::chrono::milliseconds(700));
-    }
+    void startClosed() { awaitChildren(); }
     bool isRunning() const { return vars()._isLumRunning && vars()._isQorClientRunning; }
+    void awaitChildren() const {
+        runUntil([&] { return vars()._isLumRunning.get(); }, "the engine");
+        runUntil([&] { return vars()._isQorClientRunning.get(); }, "the client");
+        runFor(std::chrono::milliseconds(700));
+    }
 
     void fill(LogTarget log, qsizetype bytes, int count = 1000) const {
         std::vector<LogElement> elements;

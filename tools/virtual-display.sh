@@ -21,6 +21,11 @@ start_bus() {
     export DBUS_SESSION_BUS_ADDRESS
 }
 
+# A window that is mapped just when the window manager takes over may never be shown.
+has_window_manager() {
+    xdotool get_num_desktops >"$virtual_display_files/xdotool.log" 2>&1
+}
+
 start_display() {
     Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp 3>"$virtual_display_files/display" 2>"$virtual_display_files/display.log" &
     virtual_display_services+=("$!")
@@ -29,6 +34,7 @@ start_display() {
     export DISPLAY
     openbox --sm-disable >"$virtual_display_files/openbox.log" 2>&1 &
     virtual_display_services+=("$!")
+    wait_until 20 has_window_manager || fail "The window manager does not start: $(<"$virtual_display_files/openbox.log")"
 }
 
 # start_virtual_display FOLDER: exports the display and the bus; what the services say goes into files of the folder.
