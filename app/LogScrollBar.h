@@ -18,6 +18,8 @@ class LogScrollBar : public QScrollBar {
 
     /// Sets what `set` sets, and then sees whether anything of it is to be drawn.
     void change(const std::function<void()> &set);
+    /// Whether what listeners hear now comes from there, and not from the user.
+    bool isBeingChanged() const { return isBeingSet; }
 
   protected:
     void paintEvent(QPaintEvent *event) override;

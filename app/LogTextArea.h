@@ -154,7 +154,6 @@ class LogTextArea : public QAbstractScrollArea {
     qint64 followDistance = 0;
     qint64 barUnit =
         1;  ///< pixels for each step of the scroll bar, whose numbers are too small for a huge log
-    bool settingBar = false;
 
     bool dragging = false;
     QPointF dragPoint;

@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <utility>
 
 namespace ferrolt {
 namespace {
@@ -18,7 +17,6 @@ constexpr qint64 longestBar = 1'000'000'000;
 }  // namespace
 
 void LogTextArea::updateScrollBar() {
-    const bool outer = std::exchange(settingBar, true);
     barUnit = view.maximum() / longestBar + 1;
     bar->change([this] {
         bar->setSingleStep(static_cast<int>(std::max<qint64>(layout.rowHeight() / barUnit, 1)));
@@ -28,11 +26,10 @@ void LogTextArea::updateScrollBar() {
         // The bar may just have come or gone, and with it the width and everything that was set in it.
         bar->setValue(static_cast<int>(view.offset() / barUnit));
     });
-    settingBar = outer;
 }
 
 void LogTextArea::scrollContentsBy(int, int) {
-    if (settingBar)
+    if (bar->isBeingChanged())
         return;
     scrollByUser(bar->value() == bar->maximum() ? view.maximum() : bar->value() * barUnit);
 }

@@ -59,7 +59,6 @@ struct Scene {
         runUntil([&] { return window->windowHandle()->isExposed(); }, "the launcher's window");
         awaitChildren();
     }
-    void startClosed() { awaitChildren(); }
     bool isRunning() const { return vars()._isLumRunning && vars()._isQorClientRunning; }
     void awaitChildren() const {
         runUntil([&] { return vars()._isLumRunning.get(); }, "the engine");

@@ -64,7 +64,7 @@ void fullView(const Options &options) {
     Samples paste;
     for (int run = 0; run < options.runs; ++run) {
         Scene scene;
-        scene.startClosed();
+        scene.awaitChildren();
         FrameProbe probe;
         show.push_back(worstFrame(probe, 1s, [&] { scene.window->show(); }));
         resize.push_back(worstResize(probe, *scene.window));

@@ -86,11 +86,11 @@ std::chrono::milliseconds LogMailbox::restAfter(std::size_t delivered, Clock::du
         frequent = 0;
         return 0ms;
     }
-    if (audience() == LogAudience::Nobody) {
-        const bool isFrequent = cause == Cause::Rested ? delivered > 1 : sinceLast <= pause;
+    const bool isWatched = audience() == LogAudience::Watching;
+    const bool isFrequent =
+        cause == Cause::Rested ? delivered > 1 : sinceLast <= (isWatched ? restWatched : pause);
+    if (!isWatched)
         return isFrequent ? rest : 0ms;
-    }
-    const bool isFrequent = cause == Cause::Rested ? delivered > 1 : sinceLast <= restWatched;
     frequent = isFrequent ? frequent + 1 : 0;
     rests = cause == Cause::Rested ? rests + 1 : 0;
     return frequent > mostFrequent && rests < mostRestsWatched ? restWatched : 0ms;
