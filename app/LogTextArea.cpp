@@ -25,7 +25,7 @@ using namespace std::chrono_literals;
 constexpr int followMilliseconds = 300;
 /// What comes after a pause is shown at once. While a log runs on, nobody can read every frame of it, and
 /// drawing a screenful of text is what an everyday child costs.
-constexpr int refreshesForEachLook = 3;
+constexpr int refreshesForEachLook = 4;
 /// Counted at once when the log changes, which is everything at an everyday pace.
 constexpr std::size_t bytesCountedAtOnce = 64 * 1024;
 /// Heights that are still estimates are counted once the log has been quiet for a while, in turns short

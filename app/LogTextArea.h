@@ -19,7 +19,7 @@ namespace ferrolt {
 class LogScrollBar;
 
 /// A log as a scrolling text that can be selected, never changed. Pulls the rows on screen from the layout
-/// and draws nothing else; looks at the log at most once for every third screen refresh, and not at all while
+/// and draws nothing else; looks at the log at most at every fourth screen refresh, and not at all while
 /// it is not on screen.
 ///
 /// Follows the newest entry: when the number of entries is another than before, an animated scroll brings the
