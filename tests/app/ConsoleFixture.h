@@ -8,6 +8,8 @@
 #include "SymbolButton.h"
 
 #include <QApplication>
+#include <QScrollBar>
+#include <QSignalSpy>
 #include <QTest>
 
 #include <deque>
@@ -65,6 +67,16 @@ struct ConsoleFixture {
         view.activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(&view));
     }
+    /// Waits until the area has taken over what was appended.
+    void appendAndWait(const QByteArray &element) {
+        QSignalSpy refreshed(&area(), &LogTextArea::refreshed);
+        append(element);
+        QVERIFY(refreshed.wait());
+    }
+    void press(Qt::Key key, Qt::KeyboardModifiers modifiers = {}) {
+        QTest::keyClick(&area(), key, modifiers);
+    }
+    int scrolled() { return area().verticalScrollBar()->value(); }
     LogTextArea &area() { return view.textArea(); }
     SymbolButton &copyButton() { return *view.findChild<SymbolButton *>(); }
     QWidget &marker() { return *view.findChild<QWidget *>(QStringLiteral("lumBottom")); }

@@ -4,6 +4,7 @@
 #include "LogFinder.h"
 #include "LogSearch.h"
 #include "LogText.h"
+#include "PlaceInLog.h"
 
 #include <QAbstractEventDispatcher>
 #include <QAccessible>
@@ -17,14 +18,6 @@
 
 using namespace ferrolt;
 using namespace std::chrono_literals;
-
-namespace {
-
-LogPosition at(std::uint64_t sequence, std::uint32_t offset) {
-    return {sequence, ByteOffset{offset}};
-}
-
-}  // namespace
 
 class LogSearchTest : public QObject {
     Q_OBJECT

@@ -1,17 +1,10 @@
 #include "LogSelection.h"
 #include "LogText.h"
+#include "PlaceInLog.h"
 
 #include <QtTest>
 
 using namespace ferrolt;
-
-namespace {
-
-LogPosition at(std::uint64_t sequence, std::uint32_t offset) {
-    return {sequence, ByteOffset{offset}};
-}
-
-}  // namespace
 
 class LogTextTest : public QObject {
     Q_OBJECT

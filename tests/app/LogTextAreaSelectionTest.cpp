@@ -1,0 +1,277 @@
+#include "ConsoleFixture.h"
+#include "LogText.h"
+#include "PlaceInLog.h"
+
+#include <QAbstractEventDispatcher>
+#include <QMenu>
+#include <QMessageBox>
+#include <QScrollBar>
+#include <QSignalSpy>
+#include <QtTest>
+
+using namespace ferrolt;
+
+/// What the mouse, the keys and the menu select in a log, and what is copied of it.
+class LogTextAreaSelectionTest : public QObject {
+    Q_OBJECT
+
+    static QPoint pointOf(ConsoleFixture &console, LogPosition position) {
+        const QRectF box = console.area().rectangleOf(position);
+        return QPointF(box.left() + 1, box.center().y()).toPoint();
+    }
+    static QByteArray selectedText(ConsoleFixture &console) {
+        QByteArray joined;
+        for (const QByteArray &piece : LogText::pieces(console.log, console.area().selection().span()))
+            joined += piece;
+        return joined;
+    }
+    static void drag(ConsoleFixture &console, QPoint from, QPoint to) {
+        QWidget *const viewport = console.area().viewport();
+        QTest::mousePress(viewport, Qt::LeftButton, {}, from);
+        QTest::mouseMove(viewport, (from + to) / 2);
+        QTest::mouseMove(viewport, to);
+        QTest::mouseRelease(viewport, Qt::LeftButton, {}, to);
+    }
+    /// As a mouse does it, by the window: from the third element to a place below the window, which is
+    /// returned.
+    static QPoint startDragBeyondTheEdge(ConsoleFixture &console) {
+        QWindow *const window = console.view.windowHandle();
+        const QPoint from = console.area().viewport()->mapTo(&console.view, pointOf(console, at(2, 0)));
+        const QPoint below(from.x() + 50, console.view.height() + 40);
+        QTest::mousePress(window, Qt::LeftButton, {}, from);
+        QTest::mouseMove(window, below);
+        return below;
+    }
+
+  private Q_SLOTS:
+    void aDragSelectsAcrossElements() {
+        ConsoleFixture console;
+        console.append("first line\n");
+        console.append("second line\nthird line\n");
+        console.show();
+        drag(console, pointOf(console, at(0, 6)), pointOf(console, at(1, 18)));
+        QCOMPARE(selectedText(console), "line\nsecond line\nthird ");
+        QCOMPARE(console.clipboard.selection, "line\nsecond line\nthird ");
+        console.press(Qt::Key_C, Qt::ControlModifier);
+        QCOMPARE(console.clipboard.calls, (std::vector<std::string>{"clear", "set"}));
+        QCOMPARE(console.clipboard.text, "line\nsecond line\nthird ");
+        // Upwards as well.
+        drag(console, pointOf(console, at(1, 6)), pointOf(console, at(0, 2)));
+        QCOMPARE(selectedText(console), "rst line\nsecond");
+        // A click selects nothing any more.
+        QTest::mouseClick(console.area().viewport(), Qt::LeftButton, {}, pointOf(console, at(0, 2)));
+        QVERIFY(!console.area().hasSelection());
+    }
+
+    void nothingIsCopiedWhenNothingIsSelected() {
+        ConsoleFixture console;
+        console.append("text\n");
+        console.show();
+        console.press(Qt::Key_C, Qt::ControlModifier);
+        QVERIFY(console.clipboard.calls.empty());
+    }
+
+    void aDoubleClickSelectsAWordAndATripleClickALine() {
+        ConsoleFixture console;
+        console.append("port 9877 is open\nnext\n");
+        console.show();
+        QWidget *const viewport = console.area().viewport();
+        const QPoint point = pointOf(console, at(0, 6));
+        QTest::mouseDClick(viewport, Qt::LeftButton, {}, point);
+        QCOMPARE(selectedText(console), "9877");
+        QTest::mousePress(viewport, Qt::LeftButton, {}, point);
+        QTest::mouseRelease(viewport, Qt::LeftButton, {}, point);
+        QCOMPARE(selectedText(console), "port 9877 is open\n");
+    }
+
+    void aDragAfterADoubleClickSelectsWords() {
+        ConsoleFixture console;
+        console.append("alpha beta gamma delta\n");
+        console.show();
+        QWidget *const viewport = console.area().viewport();
+        const QPoint point = pointOf(console, at(0, 7));
+        QTest::mousePress(viewport, Qt::LeftButton, {}, point);
+        QTest::mouseRelease(viewport, Qt::LeftButton, {}, point);
+        QMouseEvent second(QEvent::MouseButtonDblClick, point, viewport->mapToGlobal(QPointF(point)),
+                           Qt::LeftButton, Qt::LeftButton, {});
+        QCoreApplication::sendEvent(viewport, &second);
+        const QPoint end = pointOf(console, at(0, 13));
+        QMouseEvent move(QEvent::MouseMove, end, viewport->mapToGlobal(QPointF(end)), Qt::NoButton,
+                         Qt::LeftButton, {});
+        QCoreApplication::sendEvent(viewport, &move);
+        QTest::mouseRelease(viewport, Qt::LeftButton, {}, end);
+        QCOMPARE(selectedText(console), "beta gamma");
+    }
+
+    void shiftAndAClickExtendTheSelection() {
+        ConsoleFixture console;
+        console.append("0123456789\n");
+        console.show();
+        QTest::mouseClick(console.area().viewport(), Qt::LeftButton, {}, pointOf(console, at(0, 2)));
+        QTest::mouseClick(console.area().viewport(), Qt::LeftButton, Qt::ShiftModifier,
+                          pointOf(console, at(0, 7)));
+        QCOMPARE(selectedText(console), "23456");
+    }
+
+    void aDragBeyondTheEdgeScrolls() {
+        ConsoleFixture console;
+        console.appendLines(300);
+        console.show();
+        const QPoint below = startDragBeyondTheEdge(console);
+        QTRY_VERIFY(console.scrolled() > 300);
+        QTest::mouseRelease(console.view.windowHandle(), Qt::LeftButton, {}, below);
+        QVERIFY(selectedText(console).startsWith("line 2\nline 3\n"));
+        QVERIFY(selectedText(console).count('\n') > 20);
+        // The scrolling has ended with the drag.
+        QVERIFY(QAbstractEventDispatcher::instance()->registeredTimers(&console.area()).isEmpty());
+    }
+
+    /// The alert takes the button's release with it.
+    void anAlertInTheMiddleOfADragEndsIt() {
+        ConsoleFixture console;
+        console.appendLines(1000);
+        console.show();
+        const QPoint below = startDragBeyondTheEdge(console);
+        QTRY_VERIFY(console.scrolled() > 300);
+        QMessageBox alert;
+        alert.setWindowModality(Qt::ApplicationModal);
+        alert.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&alert));
+        QVERIFY(QAbstractEventDispatcher::instance()->registeredTimers(&console.area()).isEmpty());
+        const QByteArray text = selectedText(console);
+        QVERIFY(text.count('\n') > 20);
+        QCOMPARE(console.clipboard.selection, text);
+        QTest::mouseRelease(console.view.windowHandle(), Qt::LeftButton, {}, below);
+        alert.hide();
+        QTest::mouseMove(console.view.windowHandle(), QPoint(200, 200));
+        QCoreApplication::processEvents();
+        QCOMPARE(selectedText(console), text);
+    }
+
+    /// A menu, which is no alert, had it.
+    void aReleaseThatWentElsewhereEndsADrag() {
+        ConsoleFixture console;
+        console.appendLines(1000);
+        console.show();
+        const QPoint below = startDragBeyondTheEdge(console);
+        QTRY_VERIFY(console.scrolled() > 300);
+        QMenu menu;
+        menu.addAction("Anything");
+        menu.popup(QPoint(900, 900));
+        QTest::mouseRelease(console.view.windowHandle(), Qt::LeftButton, {}, below);
+        QTRY_VERIFY(QAbstractEventDispatcher::instance()->registeredTimers(&console.area()).isEmpty());
+        menu.close();
+        const QByteArray text = selectedText(console);
+        QTest::mouseMove(console.view.windowHandle(), QPoint(200, 200));
+        QCoreApplication::processEvents();
+        QCOMPARE(selectedText(console), text);
+    }
+
+    void everythingIsSelectedByControlA() {
+        ConsoleFixture console;
+        console.append("one\n");
+        console.append("two");
+        console.append("three\n");
+        console.show();
+        console.press(Qt::Key_A, Qt::ControlModifier);
+        QCOMPARE(selectedText(console), "one\ntwothree\n");
+        console.press(Qt::Key_C, Qt::ControlModifier);
+        QCOMPARE(console.clipboard.text, "one\ntwothree\n");
+    }
+
+    void theSelectionStaysOnItsTextWhileElementsDropOffTheTop() {
+        ConsoleFixture console;
+        console.appendLines(1000);
+        console.show();
+        console.area().verticalScrollBar()->setValue(5000);
+        const LogPosition from = *console.area().topOfView();
+        drag(console, pointOf(console, at(from.sequence + 2, 0)), pointOf(console, at(from.sequence + 4, 0)));
+        const QByteArray text = selectedText(console);
+        QVERIFY(text.count('\n') == 2);
+        const qreal y = console.area().rectangleOf(console.area().selection().span().begin).top();
+        for (int i = 0; i < 10; ++i)
+            console.appendAndWait("pushes the oldest out\n");
+        QCOMPARE(selectedText(console), text);
+        QCOMPARE(console.area().rectangleOf(console.area().selection().span().begin).top(), y);
+        // What drops off is no longer selected; what is left still is.
+        console.appendLines(static_cast<int>(from.sequence + 3 - console.log.firstSequence()));
+        QSignalSpy refreshed(&console.area(), &LogTextArea::refreshed);
+        QVERIFY(refreshed.wait());
+        QCOMPARE(selectedText(console), "line " + QByteArray::number(from.sequence + 3) + '\n');
+        console.appendLines(5);
+        QVERIFY(refreshed.wait());
+        QVERIFY(!console.area().hasSelection());
+    }
+
+    void shiftAndTheArrowsSelectAcrossElements() {
+        ConsoleFixture console;
+        console.append("ab\n");
+        console.append("\xe6\xbc\xa2x\n");
+        console.append("last\n");
+        console.show();
+        console.area().setFocus();
+        for (int i = 0; i < 4; ++i)
+            console.press(Qt::Key_Right, Qt::ShiftModifier);
+        QCOMPARE(selectedText(console), "ab\n\xe6\xbc\xa2");
+        console.press(Qt::Key_Left, Qt::ShiftModifier);
+        QCOMPARE(selectedText(console), "ab\n");
+        console.press(Qt::Key_Down, Qt::ShiftModifier);
+        QCOMPARE(selectedText(console), "ab\n\xe6\xbc\xa2x\n");
+        console.press(Qt::Key_End, Qt::ShiftModifier);
+        QCOMPARE(selectedText(console), "ab\n\xe6\xbc\xa2x\nlast");
+        console.press(Qt::Key_Up, Qt::ShiftModifier);
+        console.press(Qt::Key_Home, Qt::ShiftModifier);
+        QCOMPARE(selectedText(console), "ab\n");
+        console.press(Qt::Key_End, Qt::ShiftModifier | Qt::ControlModifier);
+        QCOMPARE(selectedText(console), "ab\n\xe6\xbc\xa2x\nlast\n");
+        console.press(Qt::Key_Right);
+        QVERIFY(!console.area().hasSelection());
+    }
+
+    void shiftAndPageDownSelectAPage() {
+        ConsoleFixture console;
+        console.appendLines(300);
+        console.show();
+        console.press(Qt::Key_PageDown, Qt::ShiftModifier);
+        const auto rows = selectedText(console).count('\n');
+        QVERIFY(rows > 5);
+        console.press(Qt::Key_PageDown, Qt::ShiftModifier);
+        QVERIFY(selectedText(console).count('\n') == 2 * rows);
+        QVERIFY(console.scrolled() > 0);
+        console.press(Qt::Key_PageUp, Qt::ShiftModifier);
+        QCOMPARE(selectedText(console).count('\n'), rows);
+    }
+
+    void theContextMenuCopiesAndSelectsAll() {
+        ConsoleFixture console;
+        console.append("text\n");
+        console.show();
+        const auto openMenu = [&]() -> QMenu * {
+            const QPoint point(30, 30);
+            QContextMenuEvent event(QContextMenuEvent::Mouse, point,
+                                    console.area().viewport()->mapToGlobal(point));
+            QCoreApplication::sendEvent(console.area().viewport(), &event);
+            return qobject_cast<QMenu *>(QApplication::activePopupWidget());
+        };
+        const auto action = [](QMenu *menu, const char16_t *text) -> QAction * {
+            for (QAction *candidate : menu->actions())
+                if (candidate->text().remove(u'&') == QStringView(text))
+                    return candidate;
+            return nullptr;
+        };
+        QMenu *menu = openMenu();
+        QVERIFY(menu);
+        QVERIFY(!action(menu, u"Copy")->isEnabled());
+        QTest::mouseClick(menu, Qt::LeftButton, {},
+                          menu->actionGeometry(action(menu, u"Select All")).center());
+        QCOMPARE(selectedText(console), "text\n");
+        QTRY_VERIFY(!QApplication::activePopupWidget());
+        menu = openMenu();
+        QVERIFY(action(menu, u"Copy")->isEnabled());
+        QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(action(menu, u"Copy")).center());
+        QCOMPARE(console.clipboard.text, "text\n");
+    }
+};
+
+QTEST_MAIN(LogTextAreaSelectionTest)
+#include "LogTextAreaSelectionTest.moc"
