@@ -21,17 +21,24 @@ class UnitTestHostTest : public QObject {
         Seams seams(s.alerts);
         seams.paths = s.tree.roots();
         seams.time = s.time;
-        // Refused at once: a check that was started would complete.
-        seams.servers.updateServer = QStringLiteral("https://127.0.0.1:1");
+        seams.servers.updateServer.clear();  // no valid address: a check completes without the network
         Ferrolt_Miner_LauncherApp app(std::move(seams));
         s.vars = app.appVars();
         QVERIFY(app.appDelegate().appVars == s.vars);
-        for (int i = 0; i < 50; ++i) {
-            s.time->advance(200ms);
-            QTest::qWait(2);
-        }
+
+        Supervision::letTheMainQueueTurn();
         QVERIFY(!s.vars->updater->_isUpdateCheckComplete);
+        QCOMPARE(s.time->pending(), 0U);  // nothing looks again later whether a check is complete
+
+        // A check that had been started would have completed by then: this one does in the same time. Nobody
+        // has waited for it.
+        s.vars->updater->runInitialCheck();
+        Supervision::letTheMainQueueTurn();
+        QVERIFY(s.vars->updater->_isUpdateCheckComplete);
+        s.time->advance(1s);
+        Supervision::letTheMainQueueTurn();
         QVERIFY(!s.vars->_isLumRunning);
+        QCOMPARE(s.time->pending(), 0U);  // no update timer either
     }
 };
 
