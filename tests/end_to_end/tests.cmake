@@ -28,6 +28,12 @@ target_compile_definitions(UpdateTest PRIVATE
 set_tests_properties(end_to_end.UpdateTest PROPERTIES
     SKIP_REGULAR_EXPRESSION "SKIP   : UpdateTest::initTestCase")
 
+# What a test may replace, as the program ships with it; docs/testing.md lists which test shows what.
+ferrolt_end_to_end_test(ProductionAlertTest TIMEOUT 180)
+ferrolt_end_to_end_test(ProductionPathsTest TIMEOUT 180 SOURCES end_to_end/PrivateSystem.cpp)
+set_tests_properties(end_to_end.ProductionPathsTest PROPERTIES
+    SKIP_REGULAR_EXPRESSION "SKIP   : ProductionPathsTest::initTestCase")
+
 if(NOT APPLE)
     # A session manager of the tests' own, from the protocol's own library.
     find_package(X11 REQUIRED COMPONENTS SM ICE xcb)

@@ -1,0 +1,123 @@
+#include "InstalledTree.h"
+#include "Launcher.h"
+#include "Listener.h"
+#include "PrivateSystem.h"
+#include "Waiting.h"
+
+#include <QCoreApplication>
+#include <QTest>
+
+#include <cerrno>
+#include <chrono>
+#include <iterator>
+
+#include <stdlib.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace ferrolt;
+using namespace std::chrono_literals;
+namespace fs = std::filesystem;
+
+namespace {
+
+fs::path programOf(const ChildFacts &child) {
+    return fs::read_symlink("/proc/" + std::to_string(child.id) + "/exe");
+}
+
+fs::path folderOf(const ChildFacts &child) {
+    return fs::read_symlink("/proc/" + std::to_string(child.id) + "/cwd");
+}
+
+QString argumentsOf(const ChildFacts &child) {
+    std::ifstream file("/proc/" + std::to_string(child.id) + "/cmdline", std::ios::binary);
+    const std::string words(std::istreambuf_iterator<char>(file), {});
+    return QString::fromStdString(words).section(QChar(u'\0'), 1).replace(QChar(u'\0'), ' ').trimmed();
+}
+
+}  // namespace
+
+/// The built program in a system that holds an installation's own folders, from the root on.
+class ProductionPathsTest : public QObject {
+    Q_OBJECT
+
+  public:
+    explicit ProductionPathsTest(std::string trouble) : trouble(std::move(trouble)) {}
+
+  private:
+    const std::string trouble;
+
+  private Q_SLOTS:
+    void initTestCase() {
+        if (!trouble.empty())
+            QSKIP(qPrintable("no system of its own can be made here: " + QString::fromStdString(trouble)));
+    }
+
+    /// Before those of the program's own resources, which would end at once.
+    void theEngineAndTheClientOfAnInstallationRunInItsFolders() {
+        const VirtualDesktop desktop;
+        QVERIFY2(desktop.failure().isEmpty(), qPrintable(desktop.failure()));
+        const fs::path engineFolder = "/Library/Application Support/Ferrolt/LumoraCore";
+        const fs::path clientFolder = "/Users/Shared/Ferrolt/qorclient";
+        const Listener port;
+        TestTree::installChild(engineFolder / "MediaEngine/Orbix", "wait");
+        TestTree::write(engineFolder / "Properties/local.properties",
+                        "MediaSocketPort = " + std::to_string(port.port) + "\n");
+        fs::create_directories(clientFolder);
+        const InstalledTree tree("exit 1", "wait");
+        tree.writeEnginePort("1");
+        Launcher launcher(desktop, tree.executable(), tree.home());
+        QVERIFY(waitUntil([&] { return launcher.child("Orbix") && launcher.child("qorclient"); }, 60s));
+        const ChildFacts engine = *launcher.child("Orbix");
+        const ChildFacts client = *launcher.child("qorclient");
+        QCOMPARE(programOf(engine), engineFolder / "MediaEngine/Orbix");
+        QCOMPARE(folderOf(engine), engineFolder / "MediaEngine");
+        QCOMPARE(argumentsOf(engine), QString());
+        QCOMPARE(programOf(client), tree.executable().parent_path() / "qorclient");
+        QCOMPARE(folderOf(client), clientFolder);
+        QCOMPARE(argumentsOf(client),
+                 "--vardir " + QString((tree.home() / ".qor" / FERROLT_NODE_SERVER_HOST).c_str()));
+        // The port of the installation's file opened, not that of the resources.
+        QCOMPARE(launcher.startAgain(), 0);
+        const QString opened =
+            QString("Lumora Core is accepting connections on 127.0.0.1:%1;").arg(port.port);
+        QVERIFY(waitUntil([&] { return launcher.consoleText("Qor Client").startsWith(opened); }));
+    }
+};
+
+namespace {
+
+/// Before Qt has made its first thread.
+int runInAPrivateSystem(int argc, char **argv, const fs::path &scratch) {
+    TestTree::write(scratch / "nobody.pem", "");
+    TestTree::write(scratch / "prompt", "");
+    const std::string trouble = PrivateSystem::enter({.hosts = {},
+                                                      .trustedAuthority = scratch / "nobody.pem",
+                                                      .prompt = scratch / "prompt",
+                                                      .scratch = scratch});
+    QCoreApplication qt(argc, argv);
+    ProductionPathsTest test(trouble);
+    return QTest::qExec(&test, argc, argv);
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    char folder[] = "/tmp/ferrolt-private-system-XXXXXX";
+    if (mkdtemp(folder) == nullptr)
+        return 2;
+    // A process never leaves the system that it has entered, and cannot clear away what that is built on.
+    const pid_t child = fork();
+    if (child == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        return runInAPrivateSystem(argc, argv, folder);
+    }
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    fs::remove_all(folder);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 1;
+}
+
+#include "ProductionPathsTest.moc"
