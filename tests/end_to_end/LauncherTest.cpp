@@ -96,8 +96,11 @@ class LauncherTest : public QObject {
         QVERIFY2(waited.elapsed() > 29'000 && waited.elapsed() < 33'000,
                  qPrintable(QString::number(waited.elapsed())));
         QCOMPARE(launcher.startAgain(), 0);
-        QVERIFY(waitForConsole(launcher, "Qor Client",
-                               "within 30s; starting Qor Client anyway.\nQor Client started."));
+        QVERIFY(
+            waitForConsole(launcher, "Qor Client",
+                           QString("Lumora Core did not open 127.0.0.1:%1 within 30s; starting Qor Client "
+                                   "anyway.\nQor Client started.")
+                               .arg(closed.port)));
     }
 
     void anIncompleteIdentityBringsUpTheWindowAndTheAlert() {
