@@ -30,23 +30,23 @@ Samples judgedSamples(const Figure &figure) {
     return samples;
 }
 
+double summaryOf(const Samples &samples, const Figure &figure) {
+    if (figure.summary == Summary::Median)
+        return median(samples);
+    return quantile(samples, figure.goal == Goal::AtLeast ? 0 : 1);
+}
+
 double judgedValue(const Figure &figure) {
+    const double ours = summaryOf(figure.ours, figure);
     switch (figure.judged) {
         case Judged::Ratio:
-            return median(figure.ours) / median(figure.peer);
+            return ours / summaryOf(figure.peer, figure);
         case Judged::Difference:
-            return median(figure.ours) - median(figure.peer);
+            return ours - summaryOf(figure.peer, figure);
         case Judged::Ours:
             break;
     }
-    return median(figure.ours);
-}
-
-bool isMet(const Figure &figure) {
-    const double value = judgedValue(figure);
-    if (!std::isfinite(value))  // there is nothing to compare with, and nothing is shown
-        return false;
-    return figure.goal == Goal::AtMost ? value <= figure.bound : value >= figure.bound;
+    return ours;
 }
 
 std::string goalOf(const Figure &figure) {
@@ -67,7 +67,8 @@ std::string goalOf(const Figure &figure) {
 }  // namespace
 
 double quantile(Samples samples, double share) {
-    if (samples.empty())
+    const auto isNoNumber = [](double sample) { return !std::isfinite(sample); };
+    if (samples.empty() || std::any_of(samples.begin(), samples.end(), isNoNumber))
         return std::nan("");
     std::sort(samples.begin(), samples.end());
     const auto index = static_cast<std::size_t>(std::ceil(share * static_cast<double>(samples.size())));
@@ -78,22 +79,37 @@ double median(Samples samples) {
     return quantile(std::move(samples), 0.5);
 }
 
-void report(const Figure &figure) {
+Verdict verdictOf(const Figure &figure) {
+    if (figure.goal == Goal::None)
+        return Verdict::NotJudged;
+    const double value = judgedValue(figure);
+    const bool isMet = figure.goal == Goal::AtMost ? value <= figure.bound : value >= figure.bound;
+    return isMet && std::isfinite(value) ? Verdict::Met : Verdict::Missed;
+}
+
+std::string row(const Figure &figure) {
     const bool hasPeer = !figure.peer.empty();
+    const double ours = summaryOf(figure.ours, figure);
+    const double peer = hasPeer ? summaryOf(figure.peer, figure) : 0;
     const Samples judged = judgedSamples(figure);
-    const std::string ratio = hasPeer && median(figure.peer) != 0
-                                  ? number(median(figure.ours) / median(figure.peer))
-                                  : std::string("-");
     std::string spread = "-";
     if (judged.size() > 1) {
-        const auto [least, most] = std::minmax_element(judged.begin(), judged.end());
-        spread = number(*least) + " to " + number(*most);
+        const auto [min, max] = std::minmax_element(judged.begin(), judged.end());
+        spread = number(*min) + " to " + number(*max);
     }
-    const char *const verdict = figure.goal == Goal::None ? "-" : isMet(figure) ? "met" : "MISSED";
-    std::printf("FIGURE\t%s\t%s %s\t%s\t%s\t%s\t%s\t%s\n", figure.what.c_str(),
-                number(median(figure.ours)).c_str(), figure.unit.c_str(),
-                hasPeer ? (figure.peerName + " " + number(median(figure.peer))).c_str() : "-", ratio.c_str(),
-                goalOf(figure).c_str(), verdict, spread.c_str());
+    const Verdict verdict = verdictOf(figure);
+    const char *const met = verdict == Verdict::NotJudged ? "-" : verdict == Verdict::Met ? "met" : "MISSED";
+    std::string text = "FIGURE";
+    for (const std::string &cell : {figure.what, number(ours) + ' ' + figure.unit,
+                                    hasPeer ? figure.peerName + ' ' + number(peer) : std::string("-"),
+                                    hasPeer && peer != 0 ? number(ours / peer) : std::string("-"),
+                                    goalOf(figure), std::string(met), spread})
+        text += '\t' + cell;
+    return text;
+}
+
+void report(const Figure &figure) {
+    std::printf("%s\n", row(figure).c_str());
     std::fflush(stdout);
 }
 

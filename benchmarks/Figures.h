@@ -9,7 +9,8 @@ namespace ferrolt::bench {
 using Samples = std::vector<double>;
 
 double median(Samples samples);
-/// The sample that `share` (0 to 1) of all samples do not exceed.
+/// The sample that `share` (0 to 1) of all samples do not exceed. NaN without samples, and when one of them
+/// is not finite.
 double quantile(Samples samples, double share);
 
 /// One sample of each for a run.
@@ -32,6 +33,9 @@ struct Options {
 
 enum class Judged { Ours, Ratio, Difference };
 enum class Goal { AtMost, AtLeast, None };
+/// How the runs of a figure are summed up. The worst is the max, or the min where the goal is a lower bound.
+enum class Summary { Median, Worst };
+enum class Verdict { NotJudged, Met, Missed };
 
 /// One line of the table.
 struct Figure {
@@ -43,9 +47,16 @@ struct Figure {
     Judged judged = Judged::Ours;
     Goal goal = Goal::None;
     double bound = 0;
+    Summary summary = Summary::Median;
 };
 
-/// Prints the figure as the table's row: the words of the columns, parted by tabs, "FIGURE" first.
+/// Also Missed when there are no samples, and when the peer's figure is 0 so that there is no ratio.
+Verdict verdictOf(const Figure &figure);
+
+/// The figure as the table's row: the words of the columns, parted by tabs, "FIGURE" first.
+std::string row(const Figure &figure);
+
+/// Prints the row.
 void report(const Figure &figure);
 
 /// A line that stands below the table.

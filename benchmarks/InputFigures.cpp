@@ -115,7 +115,15 @@ void inputInTheFlood(const Options &options) {
         copies.push_back(worstCopy(scene));
         keys.push_back(worstKey(scene));
     }
-    report({"typing while both flood: worst answer", "ms", keys, "", {}, Judged::Ours, Goal::AtMost, 50});
+    report({"typing while both flood: worst answer",
+            "ms",
+            keys,
+            "",
+            {},
+            Judged::Ours,
+            Goal::AtMost,
+            50,
+            Summary::Worst});
     report({"pressing copy while both flood: worst answer",
             "ms",
             copies,
@@ -123,7 +131,8 @@ void inputInTheFlood(const Options &options) {
             {},
             Judged::Ours,
             Goal::AtMost,
-            50});
+            50,
+            Summary::Worst});
 }
 
 }  // namespace ferrolt::bench
