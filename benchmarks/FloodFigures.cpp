@@ -1,6 +1,7 @@
 // What one or two children that write as fast as they can get through, and what that does to the window and
 // to memory.
 
+#include "FloodCheck.h"
 #include "LauncherFigures.h"
 #include "Peers.h"
 #include "Scene.h"
@@ -71,6 +72,7 @@ void throughputOfOneChild(const Options &options) {
             wide.push_back(writtenBy({scene.engine()}, options.length));
             narrowPipeOf(scene.engine());
             narrow.push_back(writtenBy({scene.engine()}, options.length));
+            requireFloodInLog(scene.engine(), scene.vars().lumoraLog());
             scene.vars().stopAll();
             runFor(200ms);
             cat.push_back(throughputIntoCat(options.length) / mega);
@@ -104,10 +106,12 @@ void throughputOfBothChildren(const Options &options) {
             }
             runFor(100ms);
             (isNarrow ? narrow : wide).push_back(writtenBy({scene.engine(), scene.client()}, options.length));
+            requireFloodInLog(scene.engine(), scene.vars().lumoraLog());
+            requireFloodInLog(scene.client(), scene.vars().qorClientLog());
         }
     }
     report({"both children flood, pipes widened", "MB/s", wide, "not widened", narrow, Judged::Ratio,
-            Goal::AtLeast, 1.0});
+            Goal::AtLeast, 0.9});
 }
 
 void stallInTheFlood(const Options &options) {
@@ -123,9 +127,9 @@ void stallInTheFlood(const Options &options) {
             scene.open();
             runFor(2s);
             const double before = residentMegabytes(getpid());
-            forgetMostResident();
+            forgetMaxResident();
             stall.measure(options.length);
-            memory.push_back(mostResidentMegabytes());
+            memory.push_back(maxResidentMegabytes());
             growth.push_back(residentMegabytes(getpid()) - before);
             scene.window->close();
             runFor(300ms);
@@ -140,9 +144,9 @@ void stallInTheFlood(const Options &options) {
     report({"main thread's stall, both flood: 99 of 100", "ms", stall.p99, "QPlainTextEdit's worst",
             editStall, Judged::Ours, Goal::AtMost, 8});
     report({"main thread's stall, both flood: worst", "ms", stall.worst, "QPlainTextEdit's worst", editStall,
-            Judged::Ours, Goal::AtMost, 33});
-    report({"most resident memory, both flood", "MB", memory, "QPlainTextEdit", editMemory, Judged::Ours,
-            Goal::AtMost, 2 * 1000 * 65536 / mega + 80});
+            Judged::Ours, Goal::AtMost, 33, Summary::Worst});
+    report({"max resident memory, both flood", "MB", memory, "QPlainTextEdit", editMemory, Judged::Ours,
+            Goal::AtMost, 2 * 1000 * 65536 / mega + 80, Summary::Worst});
     report({"its growth over the run", "MB", growth, "", {}, Judged::Ours, Goal::AtMost, 4});
     report({"main thread, both flood, window closed",
             "% of a core",
@@ -151,7 +155,7 @@ void stallInTheFlood(const Options &options) {
             {},
             Judged::Ours,
             Goal::AtMost,
-            3});
+            6});
 }
 
 void otherText(const Options &options) {
@@ -165,10 +169,12 @@ void otherText(const Options &options) {
             Scene scene(behaviour, behaviour);
             scene.open();
             runFor(500ms);
-            forgetMostResident();
+            forgetMaxResident();
             const std::vector<pid_t> children{scene.engine(), scene.client()};
             ours.push_back(writtenBy(children, [&] { stall.measure(options.length); }));
-            memory.push_back(mostResidentMegabytes());
+            memory.push_back(maxResidentMegabytes());
+            requireFloodInLog(scene.engine(), scene.vars().lumoraLog(), kind);
+            requireFloodInLog(scene.client(), scene.vars().qorClientLog(), kind);
             scene.vars().stopAll();
             runFor(200ms);
             cat.push_back(throughputIntoCat(options.length / 2, {"flood", "-1", "65536", kind}) / mega);
@@ -193,15 +199,17 @@ void otherText(const Options &options) {
                 {},
                 Judged::Ours,
                 Goal::AtMost,
-                33});
-        report({"the same, most resident memory",
+                33,
+                Summary::Worst});
+        report({"the same, max resident memory",
                 "MB",
                 memory,
                 "",
                 {},
                 Judged::Ours,
                 Goal::AtMost,
-                2 * 1000 * 65536 / mega + 80});
+                2 * 1000 * 65536 / mega + 80,
+                Summary::Worst});
     }
 }
 

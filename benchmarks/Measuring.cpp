@@ -104,7 +104,7 @@ double threadSeconds() {
     return processorSecondsOf(RUSAGE_THREAD);
 }
 
-double mostResidentMegabytes() {
+double maxResidentMegabytes() {
     return static_cast<double>(statusOf(getpid(), "VmHWM:")) * 1024 / 1e6;
 }
 
@@ -112,7 +112,7 @@ void giveBackFreeMemory() {
     malloc_trim(0);
 }
 
-void forgetMostResident() {
+void forgetMaxResident() {
     std::ofstream("/proc/self/clear_refs") << "5\n";
 }
 

@@ -39,8 +39,8 @@ double processorSeconds();
 double threadSeconds();
 
 /// The most that was resident in this process, in megabytes, since it was last forgotten.
-double mostResidentMegabytes();
-void forgetMostResident();
+double maxResidentMegabytes();
+void forgetMaxResident();
 /// Gives the system back what earlier runs have left free in this process: a launcher has none before it.
 void giveBackFreeMemory();
 

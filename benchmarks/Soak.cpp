@@ -16,7 +16,7 @@ using namespace std::chrono_literals;
 void soak(const Options &options) {
     Scene scene("moods 1", "moods 2");
     scene.open();
-    forgetMostResident();
+    forgetMaxResident();
     // What the first minute takes is for good: the logs fill, and so do the fonts' and the display's caches.
     runFor(std::min<std::chrono::milliseconds>(60s, options.length / 10));
     const int descriptorsBefore = openDescriptors();
@@ -45,9 +45,9 @@ void soak(const Options &options) {
     }
     if (!scene.isRunning())
         giveUp("A child has ended on the way.");
-    report({"soak: most resident memory",
+    report({"soak: max resident memory",
             "MB",
-            {mostResidentMegabytes()},
+            {maxResidentMegabytes()},
             "",
             {},
             Judged::Ours,
