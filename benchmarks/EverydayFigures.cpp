@@ -84,20 +84,25 @@ void chattyChild(const Options &options) {
 }
 
 void latencyOfAChunk(const Options &options) {
-    for (const char *const perSecond : {"200", "1000"}) {
+    // At 20 writes a second each one follows a quiet moment and is handed over at once. At higher rates what
+    // waits is handed over with the next screen refresh.
+    for (const int perSecond : {20, 200, 1000}) {
+        const bool isQuiet = perSecond == 20;
+        double refreshRate = 0;
         Samples medians;
         Samples late;
         for (int run = 0; run < options.runs; ++run) {
-            Scene scene(std::string("clock 1000000 ") + perSecond);
+            Scene scene("clock 1000000 " + std::to_string(perSecond));
             scene.open();
+            refreshRate = scene.window->screen()->refreshRate();
             ArrivalWatch watch(scene.vars());
             runFor(options.length);
             medians.push_back(median(watch.delays));
             late.push_back(quantile(watch.delays, 0.99));
         }
         const std::string what =
-            std::string("from the child's write into the log, ") + perSecond + " writes a second";
-        report({what, "ms", medians, "", {}, Judged::Ours, Goal::AtMost, 1});
+            "from the child's write into the log, " + std::to_string(perSecond) + " writes a second";
+        report({what, "ms", medians, "", {}, Judged::Ours, Goal::AtMost, isQuiet ? 1 : 1000 / refreshRate});
         report({.what = "the same, 99 of 100", .unit = "ms", .ours = late});
     }
 }

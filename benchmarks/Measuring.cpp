@@ -67,20 +67,20 @@ long statusOf(pid_t process, const std::string &name) {
     return static_cast<long>(valueIn(processFile(process, "status"), name));
 }
 
-long contextSwitches(pid_t process) {
-    long sum = 0;
+ThreadSwitches contextSwitches(pid_t process) {
+    ThreadSwitches switches;
     DIR *threads = opendir(processFile(process, "task").c_str());
     if (threads == nullptr)
-        return -1;
+        giveUp("A program that should be idle has ended.");
     while (const dirent *thread = readdir(threads)) {
         if (thread->d_name[0] == '.')
             continue;
         const std::string file = processFile(process, std::string("task/") + thread->d_name + "/status");
-        sum += static_cast<long>(valueIn(file, "voluntary_ctxt_switches:") +
-                                 valueIn(file, "nonvoluntary_ctxt_switches:"));
+        switches[std::atoi(thread->d_name)] = static_cast<long>(valueIn(file, "voluntary_ctxt_switches:") +
+                                                                valueIn(file, "nonvoluntary_ctxt_switches:"));
     }
     closedir(threads);
-    return sum;
+    return switches;
 }
 
 namespace {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Figures.h"
+#include "ThreadSwitches.h"
 
 #include <QApplication>
 #include <QObject>
@@ -30,8 +31,8 @@ inline double residentMegabytes(pid_t process) {
     return static_cast<double>(statusOf(process, "VmRSS:")) * 1024 / 1e6;
 }
 
-/// Switches of all threads of a process, on purpose and not, so far.
-long contextSwitches(pid_t process);
+/// The context switches of each thread of a process so far, voluntary or not, by the thread's id.
+ThreadSwitches contextSwitches(pid_t process);
 
 /// Processor time of this process, all threads, in seconds.
 double processorSeconds();

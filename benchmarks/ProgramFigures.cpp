@@ -1,4 +1,4 @@
-// The built program looked at from outside, beside a bare Qt window: its start, its memory, and what it does
+// The built program looked at from outside, beside a plain Qt window: its start, its memory, and what it does
 // when there is nothing to do.
 
 #include "LauncherFigures.h"
@@ -140,13 +140,13 @@ Start startOf(const fs::path &program, const QProcessEnvironment &environment) {
 
 /// Context switches of both programs in that time. Of a program that is never switched to nobody sees a
 /// system call either.
-void compareSwitches(pid_t ours, pid_t bare, std::chrono::seconds time, Samples &oursSwitches,
-                     Samples &bareSwitches) {
-    const long oursBefore = contextSwitches(ours);
-    const long bareBefore = contextSwitches(bare);
+void compareSwitches(pid_t ours, pid_t plain, std::chrono::seconds time, Samples &oursSwitches,
+                     Samples &plainSwitches) {
+    const ThreadSwitches oursBefore = contextSwitches(ours);
+    const ThreadSwitches plainBefore = contextSwitches(plain);
     runFor(time);
-    oursSwitches.push_back(static_cast<double>(contextSwitches(ours) - oursBefore));
-    bareSwitches.push_back(static_cast<double>(contextSwitches(bare) - bareBefore));
+    oursSwitches.push_back(static_cast<double>(switchesBetween(oursBefore, contextSwitches(ours))));
+    plainSwitches.push_back(static_cast<double>(switchesBetween(plainBefore, contextSwitches(plain))));
 }
 
 /// Shows the window of the launcher that runs there, as its user does by starting it once more.
@@ -164,45 +164,46 @@ void startAndIdle(const Options &options) {
     const Installation installation("silent");
     const QProcessEnvironment fresh = installation.environment(false);
     Samples start;
-    Samples bareStart;
+    Samples plainStart;
     Samples memory;
-    Samples bareMemory;
+    Samples plainMemory;
     for (int run = 0; run < options.runs; ++run) {
-        const Start bare = startOf(FERROLT_BARE_WINDOW, fresh);
+        const Start plain = startOf(FERROLT_PLAIN_WINDOW, fresh);
         const Start ours = startOf(installation.program(), fresh);
-        bareStart.push_back(bare.milliseconds);
+        plainStart.push_back(plain.milliseconds);
         start.push_back(ours.milliseconds);
-        bareMemory.push_back(bare.megabytes);
+        plainMemory.push_back(plain.megabytes);
         memory.push_back(ours.megabytes);
     }
-    report({"start to first paint", "ms", start, "bare window", bareStart, Judged::Ratio, Goal::AtMost, 1.3});
-    report({"resident memory after it", "MB", memory, "bare window", bareMemory, Judged::Difference,
-            Goal::AtMost, 12});
+    report(
+        {"start to first paint", "ms", start, "plain window", plainStart, Judged::Ratio, Goal::AtMost, 1.3});
+    report({"resident memory after it", "MB", memory, "plain window", plainMemory, Judged::Difference,
+            Goal::AtMost, 8});
 
     const QProcessEnvironment complete = installation.environment(true);
     const Program ours(installation.program(), {}, complete);
     runUntil([&] { return childrenOf(ours.id()).size() == 2; }, "the launcher's children");
     Samples idle;
-    Samples bareIdle;
+    Samples plainIdle;
     {
-        const Program bare(FERROLT_BARE_WINDOW, {QStringLiteral("--closed")}, complete);
+        const Program plain(FERROLT_PLAIN_WINDOW, {QStringLiteral("--closed")}, complete);
         runFor(options.quick ? 2s : 5s);
         for (int run = 0; run < options.runs; ++run)
-            compareSwitches(ours.id(), bare.id(), options.quick ? 3s : 10s, idle, bareIdle);
+            compareSwitches(ours.id(), plain.id(), options.quick ? 3s : 10s, idle, plainIdle);
     }
-    report({"silent children, window closed: context switches", "", idle, "bare window", bareIdle,
+    report({"silent children, window closed: context switches", "", idle, "plain window", plainIdle,
             Judged::Ours, Goal::AtMost, 0});
     Samples open;
-    Samples bareOpen;
+    Samples plainOpen;
     {
-        const Program bare(FERROLT_BARE_WINDOW, {}, complete);
+        const Program plain(FERROLT_PLAIN_WINDOW, {}, complete);
         openWindow(installation, complete);
         runFor(2s);
         for (int run = 0; run < options.runs; ++run)
-            compareSwitches(ours.id(), bare.id(), options.quick ? 3s : 12s, open, bareOpen);
+            compareSwitches(ours.id(), plain.id(), options.quick ? 3s : 12s, open, plainOpen);
     }
-    report({"silent children, window open on Home: context switches", "", open, "bare window", bareOpen,
-            Judged::Difference, Goal::AtMost, 0});
+    report({"silent children, window open on Home: context switches", "", open, "plain window", plainOpen,
+            Judged::Ours, Goal::AtMost, 0});
 }
 
 void quitInTheFlood(const Options &options) {
