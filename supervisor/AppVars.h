@@ -91,8 +91,8 @@ class AppVars : public QObject, public std::enable_shared_from_this<AppVars> {
     void selectTab(const QString &tab);
 
     /// Starts what does not run yet: the engine, then, once its port is open or 30 seconds have passed, the
-    /// client, if the identity is complete. Does nothing once anything was stopped. A failure ends in
-    /// fatalError().
+    /// client, if the identity is complete. Does nothing after any stop, nor while the engine is being
+    /// restarted: the end of that restart calls this again. A failure ends in fatalError().
     void startServices();
     /// One wait at a time; its result comes as onEnginePortResult().
     void awaitEnginePort();

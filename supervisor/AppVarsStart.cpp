@@ -41,6 +41,9 @@ void AppVars::startServices() {
     // nothing: a second press of the settings form's button may have been queued before it.
     if (_isPermanentlyStopped || isShuttingDown)
         return;
+    // The old engine still holds the port. Its end calls this function again.
+    if (isOrbixReloadInProgress)
+        return;
     if (!_isLumRunning) {
         const fs::path binFolder = engineBinFolder(engineFolder());
         const fs::path executable = binFolder / "Orbix";

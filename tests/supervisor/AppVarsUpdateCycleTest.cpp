@@ -349,6 +349,39 @@ class AppVarsUpdateCycleTest : public QObject {
         QVERIFY(s.alerts->shown.empty());
     }
 
+    void aSaveDuringAReloadStartsNoSecondEngine() {
+        UpdateScene s("ignore-term");
+        QVERIFY(s.bothRun());
+        const int old = s.engineId();
+        s.vars->reloadEngine();
+        s.vars->startServices();  // what the settings form asks for after a save
+        QCOMPARE(s.engineStarts(), 1U);
+        QVERIFY(isAlive(old));
+        QVERIFY(!s.vars->_isLumRunning);
+
+        kill(old, SIGKILL);
+        QVERIFY(waitUntil([&] { return s.engineStarts() == 2; }));
+        QVERIFY(!isAlive(old));
+        s.letTheMainQueueTurn();
+        QCOMPARE(s.engineStarts(), 2U);
+        QVERIFY(s.alerts->shown.empty());
+    }
+
+    void aSaveDuringAReloadStillStartsTheClientOnceTheNewEngineRuns() {
+        UpdateScene s("ignore-term");
+        s.tree.writeIdentity("", "");
+        s.start();
+        QVERIFY(s.waitForEngineLog("ready"));
+        const int old = s.engineId();
+        s.vars->reloadEngine();
+        s.tree.writeIdentity("ada@example.org", "Ada Lovelace");
+        s.vars->startServices();
+        QCOMPARE(s.engineStarts(), 1U);
+        kill(old, SIGKILL);
+        QVERIFY(s.waitForClientLog("Qor Client started.\n"));
+        QCOMPARE(s.engineStarts(), 2U);
+    }
+
     void aClientThatEndsDuringAReloadStopsTheLauncherForGood() {
         UpdateScene s("ignore-term");
         QVERIFY(s.bothRun());
