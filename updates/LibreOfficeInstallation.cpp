@@ -37,8 +37,17 @@ std::optional<QByteArray> fetchData(HttpSession &session, const QUrl &url) {
 }  // namespace
 
 LibreOfficeInstallation::LibreOfficeInstallation(const Services &services, QString version,
-                                                 LibreOfficeInstaller::Log log, Tell tell)
-    : services(services), version(std::move(version)), log(std::move(log)), tell(std::move(tell)) {}
+                                                 LibreOfficeInstaller::Log log, Tell tell,
+                                                 const std::atomic<bool> &isStopped)
+    : services(services),
+      version(std::move(version)),
+      log(std::move(log)),
+      tell(std::move(tell)),
+      isStopped(isStopped) {}
+
+InstallOutcome LibreOfficeInstallation::authorizationDenied() {
+    return InstallOutcome::failed(QStringLiteral("authorization was denied or the privileged copy failed"));
+}
 
 QString LibreOfficeInstallation::metalinkURL(const QString &server, const QString &version) {
     return server + QStringLiteral("/libreoffice/stable/") + version +
@@ -98,13 +107,16 @@ InstallOutcome LibreOfficeInstallation::installFrom(const Metalink &metalink, co
         return InstallOutcome::failed(QStringLiteral("LibreOffice.app not found in the mounted image"));
     }
 
+    if (isStopped) {
+        detachImage(*services.tools, staging->mountPoint());
+        return authorizationDenied();
+    }
     log(QStringLiteral(
         "Installing LibreOffice to /Applications (administrator authorization required)\u2026\n"));
     tellPhase(InstallProgress::Phase::Installing);
     if (!services.privilegedCopy->privilegedCopy(staging->applicationInImage(), services.application)) {
         detachImage(*services.tools, staging->mountPoint());
-        return InstallOutcome::failed(
-            QStringLiteral("authorization was denied or the privileged copy failed"));
+        return authorizationDenied();
     }
     log(QStringLiteral("LibreOffice ") + version + QStringLiteral(" installed successfully.\n"));
     detachImage(*services.tools, staging->mountPoint());

@@ -7,6 +7,7 @@
 #include <QString>
 #include <QUrl>
 
+#include <atomic>
 #include <functional>
 #include <optional>
 
@@ -23,9 +24,10 @@ class LibreOfficeInstallation {
     using Services = LibreOfficeInstaller::Services;
     using Tell = std::function<void(const InstallProgress::Facts &)>;
 
-    /// `tell` is called on the work queue's and the network's threads.
+    /// `tell` is called on the work queue's and the network's threads. Once `isStopped` is true the user is
+    /// not asked for a password any more.
     LibreOfficeInstallation(const Services &services, QString version, LibreOfficeInstaller::Log log,
-                            Tell tell);
+                            Tell tell, const std::atomic<bool> &isStopped);
 
     /// Blocks until it is done. Whatever was staged is gone then.
     InstallOutcome run();
@@ -33,6 +35,8 @@ class LibreOfficeInstallation {
     /// The text of the Metalink document's URL. The image for Apple processors is right for every Mac: the
     /// launcher for Intel ones asks for the same.
     static QString metalinkURL(const QString &server, const QString &version);
+
+    static InstallOutcome authorizationDenied();
 
     /// Takes the image off the mount point; whether that worked is of no interest.
     static void detachImage(ToolRunner &tools, const std::filesystem::path &mountPoint);
@@ -48,6 +52,7 @@ class LibreOfficeInstallation {
     const QString version;
     const LibreOfficeInstaller::Log log;
     const Tell tell;
+    const std::atomic<bool> &isStopped;
 };
 
 }  // namespace ferrolt

@@ -7,6 +7,7 @@
 
 #include <QDir>
 
+#include <atomic>
 #include <chrono>
 #include <optional>
 #include <system_error>
@@ -39,6 +40,7 @@ struct LibreOfficeInstaller::State {
     Services services;
     std::weak_ptr<InstallProgress> progress;
     bool hasSwept = false;
+    std::atomic<bool> isStopped = false;  ///< set on the main thread, read on the work queue too
     /// A version that counts as installed and that the settings did not take. Without it every check on a
     /// full disk would download, ask for the password and restart the engine once more.
     std::optional<QString> unwritten;
@@ -75,6 +77,10 @@ LibreOfficeInstaller::LibreOfficeInstaller(Services services)
 
 LibreOfficeInstaller::~LibreOfficeInstaller() = default;
 
+void LibreOfficeInstaller::stop() {
+    state->isStopped = true;
+}
+
 bool LibreOfficeInstaller::isInstalling() {
     return installing;
 }
@@ -98,6 +104,8 @@ void LibreOfficeInstaller::gate(const std::shared_ptr<State> &state, const QStri
     if (installing)
         return finish(
             InstallOutcome::failed(QStringLiteral("another LibreOffice install is already running")));
+    if (state->isStopped)
+        return finish(LibreOfficeInstallation::authorizationDenied());
     const bool isSwept = sweep(*state);
 
     const Services &services = state->services;
@@ -126,7 +134,8 @@ void LibreOfficeInstaller::gate(const std::shared_ptr<State> &state, const QStri
                     shown->set(facts);
             });
         };
-        const InstallOutcome outcome = LibreOfficeInstallation(state->services, version, log, tell).run();
+        const InstallOutcome outcome =
+            LibreOfficeInstallation(state->services, version, log, tell, state->isStopped).run();
         tell({});
         MainQueue::async([state, outcome, completion] { deliver(*state, outcome, completion); });
     });

@@ -58,6 +58,11 @@ class LibreOfficeInstaller {
     /// looked at the request.
     void install(const QString &version, Log log, Completion completion = {});
 
+    /// The launcher is stopping: from here on no installation begins, and one that is under way fails before
+    /// it would ask for the user's password; a prompt that is already shown is left to the user. Both count
+    /// as a refused authorization. For good. Main thread.
+    void stop();
+
     /// Whether an installation is under way in this process. Main thread.
     static bool isInstalling();
 

@@ -118,6 +118,38 @@ class LibreOfficeInstallerTest : public QObject {
         QCOMPARE(scene->server.requestCount(InstallationScene::metalinkPath()), 1);
     }
 
+    void afterAStopNoInstallationBegins() {
+        scene->publish({scene->goodMirror()});
+        LibreOfficeInstaller installer(scene->services);
+        std::optional<InstallOutcome> outcome;
+        installer.install(version, scene->logger(), [&](const InstallOutcome &result) { outcome = result; });
+        installer.stop();  // before the main thread has looked at the request
+        QVERIFY(waitUntil([&] { return outcome.has_value(); }));
+        const auto denied =
+            InstallOutcome::failed(QStringLiteral("authorization was denied or the privileged copy failed"));
+        QCOMPARE(outcome, denied);
+        QCOMPARE(scene->install(installer), denied);
+        QVERIFY(scene->log().isEmpty());
+        QCOMPARE(scene->server.requests().size(), 0);
+    }
+
+    void anInstallationUnderWayAtAStopAsksForNoPasswordAndLeavesNothingBehind() {
+        scene->publish({scene->goodMirror()});
+        LibreOfficeInstaller installer(scene->services);
+        scene->tools->attach = [&](const fs::path &, const fs::path &mountPoint) {
+            MainQueue::sync([&] { installer.stop(); });
+            return fs::create_directory(mountPoint / "LibreOffice.app");
+        };
+        QCOMPARE(
+            scene->install(installer),
+            InstallOutcome::failed(QStringLiteral("authorization was denied or the privileged copy failed")));
+        QCOMPARE(scene->prompt->asked, 0);
+        QCOMPARE(scene->log().last(), QStringLiteral("Mounting disk image\u2026\n"));
+        QCOMPARE(scene->tools->calls().back().at(1), std::string("detach"));
+        QVERIFY(!scene->recorded());
+        QVERIFY(scene->isTemporaryFolderEmpty());
+    }
+
     void anApplicationThatTheUserInstalledIsLeftAloneAndAdopted() {
         scene->publish({scene->goodMirror()});
         scene->installBefore("the user's own");
