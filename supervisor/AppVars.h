@@ -33,14 +33,20 @@ enum class LogTarget { Lumora, QorClient };
 /// is to change: a child's output comes a thousand times a second, and is nothing to those who show its
 /// state.
 ///
-/// States:
-///   idle                 nothing was started yet; left by startServices()
-///   engine running       _isLumRunning; the client waits for its identity or for the engine's port
-///   awaiting port        isAwaitingOrbixPort as well, for at most 30 seconds
-///   both running         _isQorClientRunning as well
-///   reloading            isOrbixReloadInProgress: the engine alone is being restarted
-///   shutting down        isShuttingDown, set by stopAll(); never left
-///   permanently stopped  _isPermanentlyStopped, set when a child ended by itself; never left
+/// What runs: nothing, until startServices(); then the engine (_isLumRunning), while the client waits for its
+/// identity or, for at most 30 seconds, for the engine's port (isAwaitingOrbixPort); then both
+/// (_isQorClientRunning). What may be started is decided by `stop` alone: who asked for the current stop.
+///
+///   stop           asked for by                  engine  client  check or installation
+///   None           nobody                        yes     yes     yes
+///   EngineRestart  an installed LibreOffice      no      yes     yes, but the timer's tick is put off
+///   ChildEnded     a child that ended by itself  no      no      no
+///   FatalError     a start that failed           no      no      no
+///   Quit           the user or the session       no      no      no
+///
+/// Transitions: None -> EngineRestart by reloadEngine(), and back when the old engine has ended. None or
+/// EngineRestart -> ChildEnded, FatalError or Quit; the first of these three to come stays for good.
+/// _isPermanentlyStopped is true exactly in ChildEnded.
 ///
 /// The implementation is one file for each concern: AppVars.cpp (state and log rule), AppVarsStart.cpp (start
 /// sequence), AppVarsTermination.cpp (termination and stop), AppVarsUpdateCycle.cpp (reload and updates).
@@ -97,8 +103,9 @@ class AppVars : public QObject, public std::enable_shared_from_this<AppVars> {
     /// One wait at a time; its result comes as onEnginePortResult().
     void awaitEnginePort();
 
-    /// Sends both children the terminate request and forgets them, without waiting for either. For good: from
-    /// here on nothing is started any more, and no child's end is a failure.
+    /// The application quits. Sends both children the terminate request and forgets them, without waiting for
+    /// either. For good: from here on nothing is started or installed, and no child's end is a failure. An
+    /// installation that is under way asks for no password any more. After another stop a repetition.
     void stopAll();
 
     /// Restarts the engine alone, so that it takes up a new LibreOffice; the client runs on. Does nothing
@@ -108,7 +115,7 @@ class AppVars : public QObject, public std::enable_shared_from_this<AppVars> {
     /// this.
     void scheduleUpdateTimer();
     /// Asks for the LibreOffice version that the manifest names. Progress and failure come in the engine's
-    /// log.
+    /// log. Does nothing after any stop but the engine's restart.
     void ensureLibreOffice();
 
   Q_SIGNALS:
@@ -118,6 +125,13 @@ class AppVars : public QObject, public std::enable_shared_from_this<AppVars> {
     template <class Value, class Owner>
     friend class Published;
     void announceChange() { Q_EMIT objectWillChange(Change::State); }
+
+    /// Who asked for the current stop; see the table above.
+    enum class Stop { None, EngineRestart, ChildEnded, FatalError, Quit };
+    void setStop(Stop next);
+    bool isOrbixReloadInProgress() const { return stop == Stop::EngineRestart; }
+    /// Stopped for good: nothing is started again in this run.
+    bool isShuttingDown() const { return stop > Stop::EngineRestart; }
 
     struct Child;
     static const Child engineChild;
@@ -150,11 +164,10 @@ class AppVars : public QObject, public std::enable_shared_from_this<AppVars> {
     ObserverToken lumObserver;
     ObserverToken jcObserver;
     LogAudience audience = LogAudience::Nobody;
-    bool isShuttingDown = false;
+    Stop stop = Stop::None;
     std::unique_ptr<Timer> updateTimer;
     std::int64_t updateCheckIntervalHours = 1;
     bool isUpdateCheckInProgress = false;
-    bool isOrbixReloadInProgress = false;
     bool isAwaitingOrbixPort = false;
 
     Seams seams;

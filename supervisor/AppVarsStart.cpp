@@ -37,12 +37,9 @@ bool isThere(const fs::path &path) {
 }  // namespace
 
 void AppVars::startServices() {
-    // A launcher that is stopping, for good or because of a fatal error whose alert still stands, starts
-    // nothing: a second press of the settings form's button may have been queued before it.
-    if (_isPermanentlyStopped || isShuttingDown)
-        return;
-    // The old engine still holds the port. Its end calls this function again.
-    if (isOrbixReloadInProgress)
+    // A press of the settings form's button may have been queued before the stop. While the engine is being
+    // restarted the old one still holds the port; its end calls this function again.
+    if (stop != Stop::None)
         return;
     if (!_isLumRunning) {
         const fs::path binFolder = engineBinFolder(engineFolder());
@@ -52,7 +49,7 @@ void AppVars::startServices() {
             return;
         }
         startEngine(binFolder, executable);
-        if (isShuttingDown)
+        if (isShuttingDown())
             return;
     }
     if (!isIdentityComplete() || _isQorClientRunning)
@@ -64,16 +61,14 @@ void AppVars::startServices() {
 }
 
 void AppVars::startEngine(const fs::path &binFolder, const fs::path &executablePath) {
-    if (_isLumRunning)
-        return;
+    Q_ASSERT(stop == Stop::None && !_isLumRunning);
     if (const auto error = launchChild(engineChild, executablePath, binFolder, {}))
         fatalError(QStringLiteral("Failed to start Lumora Core: ") +
                    QString::fromLocal8Bit(error->localizedDescription()));
 }
 
 void AppVars::startClient(const fs::path &workingFolder, const fs::path &executablePath) {
-    if (_isQorClientRunning || _isPermanentlyStopped)
-        return;
+    Q_ASSERT(!isShuttingDown() && !_isQorClientRunning);
     const fs::path variableFolder = clientVarFolder();
     std::error_code ignored;  // the client says itself what it misses
     fs::create_directories(variableFolder, ignored);
@@ -130,7 +125,7 @@ std::optional<LaunchError> AppVars::launchChild(const Child &child, const fs::pa
 }
 
 void AppVars::awaitEnginePort() {
-    if (_isQorClientRunning || isAwaitingOrbixPort || _isPermanentlyStopped)
+    if (_isQorClientRunning || isAwaitingOrbixPort || isShuttingDown())
         return;
     isAwaitingOrbixPort = true;
     probeEnginePort(readEnginePort(), seams.time->now() + portTimeout);
@@ -167,8 +162,7 @@ void AppVars::probeEnginePort(std::int64_t port, TimeSource::Duration deadline) 
 void AppVars::onEnginePortResult(bool reachable, const std::string &host, std::int64_t port,
                                  TimeSource::Duration timeout) {
     isAwaitingOrbixPort = false;
-    // Whoever asked for the stop meanwhile does not get a client after it.
-    if (_isPermanentlyStopped || _isQorClientRunning || isShuttingDown)
+    if (_isQorClientRunning || isShuttingDown())
         return;
     const QString address = QString::fromStdString(host) + u':' + QString::number(port);
     QString line;
@@ -185,6 +179,7 @@ void AppVars::onEnginePortResult(bool reachable, const std::string &host, std::i
 }
 
 void AppVars::fatalError(const QString &message) {
+    setStop(Stop::FatalError);
     stopAll();
     MainQueue::async([weakSelf = weak_from_this(), message] {
         const auto self = weakSelf.lock();

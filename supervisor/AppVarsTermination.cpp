@@ -1,5 +1,6 @@
 #include "AppVars.h"
 #include "AppVarsChildren.h"
+#include "LibreOfficeInstaller.h"
 
 #include <utility>
 
@@ -8,9 +9,10 @@ namespace ferrolt {
 void AppVars::onChildTerminated(const Child &child, Process::Status status) {
     const QString number = QString::number(status);
     appendLog((child.name + QStringLiteral(" terminated with status ") + number + u'\n').toUtf8(), child.log);
-    if (isShuttingDown)
+    if (isShuttingDown())
         return;
     // A child that ended by itself is never started again: what made it end would only end it again, unseen.
+    setStop(Stop::ChildEnded);
     _isPermanentlyStopped.set(true);
     stopAll();
     seams.alerts->present(
@@ -24,8 +26,16 @@ void AppVars::onChildTerminated(const Child &child, Process::Status status) {
         [] {});
 }
 
+void AppVars::setStop(Stop next) {
+    Q_ASSERT(!isShuttingDown());
+    Q_ASSERT((next == Stop::None) == (stop == Stop::EngineRestart) || next > Stop::EngineRestart);
+    stop = next;
+}
+
 void AppVars::stopAll() {
-    isShuttingDown = true;
+    if (!isShuttingDown())
+        setStop(Stop::Quit);
+    libreOfficeInstaller->stop();  // a check that began before may still ask for an installation
     for (const Child *child : {&engineChild, &clientChild}) {
         if (const auto process = (this->*child->process).get(); process && process->isRunning())
             process->terminate();

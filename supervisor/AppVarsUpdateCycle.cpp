@@ -26,9 +26,10 @@ constexpr std::int64_t longestInterval = 2'000'000;
 
 void AppVars::reloadEngine() {
     const std::shared_ptr<Process> old = _lump.get();
-    if (!_isLumRunning || !old || _isPermanentlyStopped || isOrbixReloadInProgress)
+    // Only in Stop::None: every stop has taken the engine's process away.
+    if (!_isLumRunning || !old)
         return;
-    isOrbixReloadInProgress = true;
+    setStop(Stop::EngineRestart);
     appendLog(
         "LibreOffice installed; restarting Lumora Core so its workers pick up office-document support.\n",
         LogTarget::Lumora);
@@ -62,12 +63,16 @@ void AppVars::awaitOldEngine(const std::shared_ptr<Process> &old) {
 }
 
 void AppVars::onOldEngineExited() {
-    isOrbixReloadInProgress = false;
-    if (!_isPermanentlyStopped)
-        startServices();
+    if (!isOrbixReloadInProgress())
+        return;
+    setStop(Stop::None);
+    startServices();
 }
 
 void AppVars::onInstallOutcome(const InstallOutcome &outcome) {
+    // No check follows in this run: "Will retry on the next check" would be wrong.
+    if (isShuttingDown())
+        return;
     switch (outcome.which()) {
         case InstallOutcome::Case::Installed:
             reloadEngine();
@@ -96,7 +101,7 @@ void AppVars::scheduleUpdateTimer() {
 }
 
 void AppVars::runUpdateCheck() {
-    if (isUpdateCheckInProgress || isOrbixReloadInProgress || _isPermanentlyStopped) {
+    if (isUpdateCheckInProgress || stop != Stop::None) {
         scheduleUpdateTimer();
         return;
     }

@@ -83,6 +83,14 @@ class AppVarsTerminationTest : public QObject {
         QVERIFY(!s.vars->_isPermanentlyStopped);
     }
 
+    void afterAQuitNoWaitForThePortBegins() {
+        Supervision s;
+        s.create().stopAll();
+        const int threads = threadsNamed("");
+        s.vars->awaitEnginePort();
+        QCOMPARE(threadsNamed(""), threads);
+    }
+
     void stopAllDoesNotWaitForAChildThatIsSlowOrIgnoresIt() {
         BothRunning s("ignore-term", "slow-term 300");
         QVERIFY(s.ready());

@@ -349,6 +349,119 @@ class AppVarsUpdateCycleTest : public QObject {
         QVERIFY(s.alerts->shown.empty());
     }
 
+    void aQuitDuringAReloadStartsNoEngine() {
+        UpdateScene s("ignore-term");
+        QVERIFY(s.bothRun());
+        const int old = s.engineId();
+        s.vars->reloadEngine();
+        s.vars->stopAll();
+        kill(old, SIGKILL);
+        QVERIFY(s.waitForClientLog("Qor Client terminated with status 15\n"));
+        QVERIFY(waitUntil([] { return threadsNamed("utility") == 0; }));
+        s.letTheMainQueueTurn();
+        QCOMPARE(s.engineStarts(), 1U);
+        QCOMPARE(count(s.engineLog(), "terminated"), 0U);  // its handler is gone
+        QVERIFY(s.alerts->shown.empty());
+    }
+
+    void anEngineThatEndsByItselfDuringAReloadIsReplacedAndNoFailure() {
+        UpdateScene s("ignore-term");
+        QVERIFY(s.bothRun());
+        const int old = s.engineId();
+        s.vars->reloadEngine();
+        kill(old, SIGSEGV);
+        QVERIFY(waitUntil([&] { return s.engineStarts() == 2; }));
+        QVERIFY(s.waitForEngineLog("ready"));
+        QCOMPARE(count(s.engineLog(), "terminated"), 0U);
+        QVERIFY(!s.vars->_isPermanentlyStopped);
+        QVERIFY(s.alerts->shown.empty());
+    }
+
+    void anEngineWhoseOwnEndIsReportedDuringAReloadStopsTheLauncherForGood() {
+        UpdateScene s;
+        QVERIFY(s.bothRun());
+        const auto old = s.vars->_lump.get();
+        kill(old->processIdentifier(), SIGSEGV);
+        old->waitUntilExit();  // its report waits for the main thread now
+        s.vars->reloadEngine();
+        QVERIFY(s.waitForEngineLog("Lumora Core terminated with status 11\n"));
+        QVERIFY(s.vars->_isPermanentlyStopped);
+        QVERIFY(waitUntil([] { return threadsNamed("utility") == 0; }));
+        s.letTheMainQueueTurn();
+        QCOMPARE(s.engineStarts(), 1U);
+        QCOMPARE(s.alerts->shown.size(), 1U);
+    }
+
+    void aCheckWhoseResultComesAfterAStopInstallsNothing_data() {
+        QTest::addColumn<bool>("isQuit");
+        QTest::newRow("a quit") << true;
+        QTest::newRow("the permanent stop") << false;
+    }
+    void aCheckWhoseResultComesAfterAStopInstallsNothing() {
+        QFETCH(bool, isQuit);
+        UpdateScene s;
+        std::atomic<bool> mayAnswer = false;
+        s.downloads.server.on(manifestPath, [&](TestExchange &exchange) {
+            while (!mayAnswer && exchange.pause(5)) {
+            }
+            exchange.reply(200, R"({"checkUpdateInterval": 3})");
+        });
+        QVERIFY(s.bothRun());
+        s.vars->scheduleUpdateTimer();
+        s.time->advance(1h);
+        QVERIFY(waitUntil([&] { return s.checks() == 1; }));
+        if (isQuit) {
+            s.vars->stopAll();
+        } else {
+            kill(s.clientId(), SIGKILL);
+            QVERIFY(waitUntil([&] { return s.vars->_isPermanentlyStopped.get(); }));
+        }
+        mayAnswer = true;
+        QVERIFY(waitUntil([&] { return s.time->nextDelay() == 3h; }));
+        s.letTheMainQueueTurn();
+        QVERIFY(!LibreOfficeInstaller::isInstalling());
+        QCOMPARE(s.downloads.server.requestCount(InstallationScene::metalinkPath()), 0);
+        QCOMPARE(count(s.engineLog(), "LibreOffice"), 0U);
+    }
+
+    void afterAFatalErrorNothingIsInstalled() {
+        UpdateScene s;
+        fs::remove(s.tree.engine());
+        s.start();
+        s.vars->ensureLibreOffice();  // the next step of the start, which does not ask how this one ended
+        s.letTheMainQueueTurn();
+        QVERIFY(!LibreOfficeInstaller::isInstalling());
+        QCOMPARE(s.engineLog(), std::string());
+        QCOMPARE(s.downloads.server.connectionCount(), 0);
+        QCOMPARE(s.alerts->shown.size(), 1U);
+    }
+
+    void anInstallationThatIsUnderWayAtTheStopAsksForNoPassword() {
+        UpdateScene s;
+        std::atomic<bool> isMounting = false;
+        std::atomic<bool> mayGoOn = false;
+        s.downloads.tools->attach = [&](const fs::path &, const fs::path &mountPoint) {
+            isMounting = true;
+            waitWithoutEvents([&] { return mayGoOn.load(); });
+            return fs::create_directory(mountPoint / "LibreOffice.app");
+        };
+        s.downloads.publish({s.downloads.goodMirror()});
+        QVERIFY(s.bothRun());
+        s.vars->ensureLibreOffice();
+        QVERIFY(waitUntil([&] { return isMounting.load(); }));
+        kill(s.clientId(), SIGKILL);
+        QVERIFY(waitUntil([&] { return s.vars->_isPermanentlyStopped.get(); }));
+        mayGoOn = true;
+        QVERIFY(waitUntil([] { return !LibreOfficeInstaller::isInstalling(); }));
+        s.letTheMainQueueTurn();
+        QCOMPARE(s.downloads.prompt->asked, 0);
+        QVERIFY(!s.downloads.recorded());
+        // Neither that a password is required nor that there will be another try.
+        QCOMPARE(count(s.engineLog(), "administrator authorization"), 0U);
+        QCOMPARE(count(s.engineLog(), "install skipped"), 0U);
+        QVERIFY(s.downloads.isTemporaryFolderEmpty());
+    }
+
     void aSaveDuringAReloadStartsNoSecondEngine() {
         UpdateScene s("ignore-term");
         QVERIFY(s.bothRun());
