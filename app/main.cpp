@@ -7,6 +7,7 @@
 #include "FontWarmUp.h"
 #include "MainQueue.h"
 #include "MainWindow.h"
+#include "ProcessSetup.h"
 #include "QtAlertPresenter.h"
 #include "QtClipboard.h"
 #include "QuitRequest.h"
@@ -16,7 +17,6 @@
 
 #include <QApplication>
 
-#include <csignal>
 #include <cstdio>
 #include <memory>
 #include <utility>
@@ -79,9 +79,7 @@ int runApplication(SingleInstance &instance, DesktopReopen &desktop) {
 }  // namespace
 
 int main(int argc, char **argv) {
-    // A child or a desktop service that goes away in the middle of a write is an error of that write, no
-    // more.
-    std::signal(SIGPIPE, SIG_IGN);
+    setUpProcess();
 
     SingleInstance instance(PathRoots().home);
     switch (instance.start()) {

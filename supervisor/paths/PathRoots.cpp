@@ -2,20 +2,14 @@
 
 #include <cstdlib>
 
-#include <pwd.h>
-#include <unistd.h>
-
 namespace ferrolt {
 
 namespace {
 
+/// A session without HOME is provided for by setUpProcess().
 std::filesystem::path homeFolder() {
-    if (const char *home = std::getenv("HOME"); home != nullptr && *home == '/')
-        return home;
-    // A session without HOME (a bare service manager, a stripped environment) still has a user.
-    if (const passwd *user = getpwuid(getuid()); user != nullptr && user->pw_dir != nullptr)
-        return user->pw_dir;
-    return "/";
+    const char *home = std::getenv("HOME");
+    return home != nullptr ? home : "/nonexistent";
 }
 
 }  // namespace

@@ -1,11 +1,11 @@
 #include "ClientHome.h"
 #include "InChild.h"
+#include "ProcessSetup.h"
 #include "SaveProps.h"
 #include "TextFile.h"
 
 #include <QtTest>
 
-#include <csignal>
 #include <filesystem>
 #include <optional>
 
@@ -76,7 +76,8 @@ class SaveHazardsTest : public QObject {
 /// In a child: the system refuses to let a file grow beyond `bytes`, as a full disk does.
 static bool limitFileSize(rlim_t bytes) {
     const rlimit limit{bytes, bytes};
-    return std::signal(SIGXFSZ, SIG_IGN) != SIG_ERR && ::setrlimit(RLIMIT_FSIZE, &limit) == 0;
+    setUpProcess();
+    return ::setrlimit(RLIMIT_FSIZE, &limit) == 0;
 }
 
 void SaveHazardsTest::onAFullDiskTheOldFileStaysWhole() {

@@ -167,6 +167,32 @@ class LauncherTest : public QObject {
         QCOMPARE(launcher.child("Orbix")->id, engine);
     }
 
+    /// As a service manager or a script may start it.
+    void startedWithoutDescriptorsOrATemporaryFolderItProvidesForItself() {
+        const Listener port;
+        InstalledTree tree("wait", "wait");
+        tree.writeEnginePort(std::to_string(port.port));
+        const std::string script = tree.tree.path() / "bin/start";
+        TestTree::write(
+            script, "#!/bin/sh\nTMPDIR=/missing exec '" + tree.executable().string() + "' 0<&- 1>&- 2>&-\n");
+        std::filesystem::permissions(script, std::filesystem::perms::owner_all);
+        Launcher launcher(desktop, script, tree.home());
+        QVERIFY(waitUntil([&] { return bothRun(launcher); }, 60s));
+        const std::string facts = "/proc/" + std::to_string(launcher.id());
+        for (const char *descriptor : {"0", "1", "2"})
+            QCOMPARE(std::filesystem::read_symlink(facts + "/fd/" + descriptor), "/dev/null");
+        const auto ignored = [](pid_t process, int signal) {
+            return (ignoredSignals(process) >> (signal - 1) & 1U) != 0;
+        };
+        QVERIFY(ignored(launcher.id(), SIGXFSZ) && ignored(launcher.id(), SIGPIPE));
+        const pid_t engine = launcher.child("Orbix")->id;
+        QVERIFY(!ignored(engine, SIGXFSZ) && !ignored(engine, SIGPIPE));
+        QFile environment(QString("/proc/%1/environ").arg(engine));
+        QVERIFY(environment.open(QIODevice::ReadOnly));
+        const QByteArray given = environment.readAll();
+        QVERIFY(given.contains("HOME=") && !given.contains("TMPDIR="));
+    }
+
     void theWindowClosedLeavesBothChildrenRunning_data() {
         QTest::addColumn<QString>("keys");
         QTest::newRow("the program's") << "ctrl+w";

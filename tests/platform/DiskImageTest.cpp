@@ -1,4 +1,5 @@
 #include "DiskImage.h"
+#include "ProcessSetup.h"
 #include "TestApfsVolume.h"
 #include "TestDiskImage.h"
 #include "TestHfsVolume.h"
@@ -7,8 +8,6 @@
 #include <QElapsedTimer>
 #include <QTemporaryDir>
 #include <QTest>
-
-#include <csignal>
 
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -434,7 +433,7 @@ class DiskImageTest : public QObject {
         volume.addFile(TestHfsVolume::rootFolder, QStringLiteral("small"), "small");
         volume.addFile(TestHfsVolume::rootFolder, QStringLiteral("large"), QByteArray(3'000'000, 'x'));
         writeFile(image, udifImage(volume.bytes(), UdifBlocks::Zlib));
-        std::signal(SIGXFSZ, SIG_IGN);
+        setUpProcess();
         rlimit before{};
         getrlimit(RLIMIT_FSIZE, &before);
         const rlimit small{1'000'000, before.rlim_max};

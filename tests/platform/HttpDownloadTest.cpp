@@ -1,5 +1,6 @@
 #include "Background.h"
 #include "HttpSession.h"
+#include "ProcessSetup.h"
 #include "TestHttpsServer.h"
 
 #include <QDir>
@@ -7,7 +8,6 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <csignal>
 #include <optional>
 #include <vector>
 
@@ -228,13 +228,12 @@ class HttpDownloadTest : public QObject {
     void aDiskThatFillsUpIsAFileErrorAndLeavesNothing() {
         rlimit before{};
         getrlimit(RLIMIT_FSIZE, &before);
-        const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+        setUpProcess();
         const rlimit small{1'000'000, before.rlim_max};
         setrlimit(RLIMIT_FSIZE, &small);
         server.on(QStringLiteral("/image"), TestHttpsServer::repliesPattern(5'000'000));
         const HttpReply reply = download(QStringLiteral("/image"));
         setrlimit(RLIMIT_FSIZE, &before);
-        std::signal(SIGXFSZ, handler);
         QCOMPARE(reply.error, Error::File);
         QVERIFY(left().isEmpty());
     }

@@ -1,3 +1,4 @@
+#include "ProcessSetup.h"
 #include "ReverseDomain.h"
 #include "SettingsStore.h"
 
@@ -181,12 +182,11 @@ class SettingsStoreTest : public QObject {
         const QByteArray before = read();
         rlimit limit{};
         getrlimit(RLIMIT_FSIZE, &limit);
-        const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+        setUpProcess();
         const rlimit small{16, limit.rlim_max};
         setrlimit(RLIMIT_FSIZE, &small);
         const bool stored = store().setText(key, QString(1000, QLatin1Char('x')));
         setrlimit(RLIMIT_FSIZE, &limit);
-        std::signal(SIGXFSZ, handler);
         QVERIFY(!stored);
         QCOMPARE(read(), before);
         QCOMPARE(store().text(key).value_or(QString()), QStringLiteral("old"));

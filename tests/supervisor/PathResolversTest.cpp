@@ -87,18 +87,6 @@ class PathResolversTest : public QObject {
         QCOMPARE(engineFolder(), tree.path() / "dev/Tandril/LumoraCore");
     }
 
-    void withoutHomeInTheEnvironmentTheHomeIsTheUsersOwn() {
-        const QByteArray before = qgetenv("HOME");
-        qunsetenv("HOME");
-        const PathRoots roots;
-        qputenv("HOME", before);
-        QVERIFY(roots.home.is_absolute());
-        qputenv("HOME", "relative/home");
-        const PathRoots relative;
-        qputenv("HOME", before);
-        QVERIFY(relative.home.is_absolute());
-    }
-
     void theProductionRootsKnowTheProgramsOwnFolder() {
         QCOMPARE(PathRoots().executableFolder, fs::read_symlink("/proc/self/exe").parent_path());
     }

@@ -48,6 +48,15 @@ inline char processState(pid_t process) {
     return name == std::string::npos || name + 2 >= line.size() ? '\0' : line[name + 2];
 }
 
+/// A bit for each signal that the process ignores, the lowest one for signal 1.
+inline unsigned long long ignoredSignals(pid_t process) {
+    std::ifstream file("/proc/" + std::to_string(process) + "/status");
+    for (std::string line; std::getline(file, line);)
+        if (line.rfind("SigIgn:", 0) == 0)
+            return std::stoull(line.substr(7), nullptr, 16);
+    return 0;
+}
+
 /// Whether the process is there and no zombie.
 inline bool isAlive(pid_t process) {
     const char state = processState(process);

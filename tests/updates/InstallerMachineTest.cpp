@@ -1,9 +1,9 @@
 #include "InstallationScene.h"
+#include "ProcessSetup.h"
 #include "TreeSnapshot.h"
 
 #include <QTest>
 
-#include <csignal>
 #include <functional>
 
 #include <sys/resource.h>
@@ -75,7 +75,7 @@ class InstallerMachineTest : public QObject {
 
     void aFileThatMayNotGrowInTheMiddleOfADownload() {
         scene->publish({scene->goodMirror()});
-        std::signal(SIGXFSZ, SIG_IGN);
+        setUpProcess();
         rlimit before{};
         getrlimit(RLIMIT_FSIZE, &before);
         const rlimit small{1'100'000, before.rlim_max};  // what is written would be long enough for an image
