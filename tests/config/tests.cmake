@@ -1,5 +1,5 @@
 set(config_tests
-    ClientConfigurationTemplateTest ConcurrentReaderTest EnginePortTest FileReplacementTest
+    ClientConfigurationTemplateTest ConcurrentReaderTest EnginePortTest
     LauncherPrefsModelTest LoadPropsTest MinerIdentityTest PropertiesEntryTest SaveHazardsTest SavePropsTest
     TextFileTest TextLinesTest)
 if(NOT APPLE)

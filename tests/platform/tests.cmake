@@ -4,6 +4,7 @@ ferrolt_test(platform PortProbeTest LINKS ferrolt_platform)
 ferrolt_test(platform SingleInstanceTest LINKS ferrolt_platform)
 ferrolt_test(platform ProcessTest LINKS ferrolt_platform ferrolt_paths)
 
+ferrolt_test(platform FileReplacementTest LINKS ferrolt_platform)
 ferrolt_test(platform ProcessSetupTest LINKS ferrolt_platform)
 
 foreach(name HttpDownloadTest HttpProxyTest HttpSessionEndTest HttpSessionTest HttpTimeoutTest)

@@ -1,4 +1,3 @@
-#include "ClientHome.h"
 #include "FileReplacement.h"
 #include "InChild.h"
 
@@ -19,8 +18,8 @@ class FileReplacementTest : public QObject {
     Q_OBJECT
 
   private Q_SLOTS:
-    void init() { home.emplace(); }
-    void cleanup() { home.reset(); }
+    void init() { folder.emplace(); }
+    void cleanup() { folder.reset(); }
 
     void aNewFileGetsWhatTheMaskLeaves();
     void anOpenFileKeepsItsOldContents();
@@ -38,9 +37,24 @@ class FileReplacementTest : public QObject {
     void contentsMayBeEmptyOrLarge();
 
   private:
-    fs::path path() const { return home->path() / "file"; }
+    fs::path home() const { return QFile::encodeName(folder->path()).toStdString(); }
+    fs::path path() const { return home() / "file"; }
 
-    std::optional<ClientHome> home;
+    static void write(const fs::path &path, const QByteArray &bytes) {
+        fs::create_directories(path.parent_path());
+        QFile file(QFile::decodeName(path.c_str()));
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
+    }
+    static QByteArray read(const fs::path &path) {
+        QFile file(QFile::decodeName(path.c_str()));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("cannot be read");
+    }
+    static QStringList contents(const fs::path &folder) {
+        return QDir(QFile::decodeName(folder.c_str()))
+            .entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
+    }
+
+    std::optional<QTemporaryDir> folder;
 };
 
 void FileReplacementTest::aNewFileGetsWhatTheMaskLeaves() {
@@ -50,94 +64,92 @@ void FileReplacementTest::aNewFileGetsWhatTheMaskLeaves() {
     });
     QCOMPARE(code, 0);
     QCOMPARE(static_cast<int>(fs::status(path()).permissions()), 0640);
-    QCOMPARE(ClientHome::read(path()), QByteArray("new"));
+    QCOMPARE(read(path()), QByteArray("new"));
 }
 
 void FileReplacementTest::anOpenFileKeepsItsOldContents() {
-    ClientHome::write(path(), "old");
+    write(path(), "old");
     QFile open(QFile::decodeName(path().c_str()));
     QVERIFY(open.open(QIODevice::ReadOnly));
     QVERIFY(replaceFile(path(), "new"));
     QCOMPARE(open.readAll(), QByteArray("old"));
-    QCOMPARE(ClientHome::read(path()), QByteArray("new"));
+    QCOMPARE(read(path()), QByteArray("new"));
 }
 
 void FileReplacementTest::aHardLinkKeepsTheOldContents() {
-    ClientHome::write(path(), "old");
-    fs::create_hard_link(path(), home->path() / "second");
+    write(path(), "old");
+    fs::create_hard_link(path(), home() / "second");
     QVERIFY(replaceFile(path(), "new"));
-    QCOMPARE(ClientHome::read(home->path() / "second"), QByteArray("old"));
+    QCOMPARE(read(home() / "second"), QByteArray("old"));
 }
 
 void FileReplacementTest::aChainOfLinksLeadsToTheFileThatIsReplaced() {
-    ClientHome::write(home->path() / "deep/er/real", "old");
-    fs::create_symlink("er/real", home->path() / "deep/relative");  // from its own folder, not from ours
-    fs::create_symlink(home->path() / "deep/relative", home->path() / "absolute");
+    write(home() / "deep/er/real", "old");
+    fs::create_symlink("er/real", home() / "deep/relative");  // from its own folder, not from ours
+    fs::create_symlink(home() / "deep/relative", home() / "absolute");
     fs::create_symlink("absolute", path());
     QVERIFY(replaceFile(path(), "new"));
-    QCOMPARE(ClientHome::read(home->path() / "deep/er/real"), QByteArray("new"));
-    QVERIFY(!fs::is_symlink(home->path() / "deep/er/real"));
-    QVERIFY(fs::is_symlink(home->path() / "deep/relative"));
-    QVERIFY(fs::is_symlink(home->path() / "absolute"));
+    QCOMPARE(read(home() / "deep/er/real"), QByteArray("new"));
+    QVERIFY(!fs::is_symlink(home() / "deep/er/real"));
+    QVERIFY(fs::is_symlink(home() / "deep/relative"));
+    QVERIFY(fs::is_symlink(home() / "absolute"));
     QVERIFY(fs::is_symlink(path()));
 }
 
 void FileReplacementTest::aRelativeLinkInAFolderThatIsALinkLeadsFromWhereItStands() {
-    ClientHome::write(home->path() / "real/beside/target", "old");
-    fs::create_directory(home->path() / "real/folder");
-    fs::create_symlink("../beside/target", home->path() / "real/folder/link");
-    fs::create_directory_symlink("real/folder", home->path() / "linked");
-    QVERIFY(replaceFile(home->path() / "linked/link", "new"));
-    QCOMPARE(ClientHome::read(home->path() / "real/beside/target"), QByteArray("new"));
-    QVERIFY(fs::is_symlink(home->path() / "real/folder/link"));
+    write(home() / "real/beside/target", "old");
+    fs::create_directory(home() / "real/folder");
+    fs::create_symlink("../beside/target", home() / "real/folder/link");
+    fs::create_directory_symlink("real/folder", home() / "linked");
+    QVERIFY(replaceFile(home() / "linked/link", "new"));
+    QCOMPARE(read(home() / "real/beside/target"), QByteArray("new"));
+    QVERIFY(fs::is_symlink(home() / "real/folder/link"));
 }
 
 void FileReplacementTest::aLinkToNowhereGetsItsTarget() {
-    fs::create_directory(home->path() / "folder");
+    fs::create_directory(home() / "folder");
     fs::create_symlink("second", path());
-    fs::create_symlink("folder/target", home->path() / "second");
+    fs::create_symlink("folder/target", home() / "second");
     QVERIFY(replaceFile(path(), "new"));
     QVERIFY(fs::is_symlink(path()));
-    QVERIFY(fs::is_symlink(home->path() / "second"));
-    QCOMPARE(ClientHome::read(home->path() / "folder/target"), QByteArray("new"));
+    QVERIFY(fs::is_symlink(home() / "second"));
+    QCOMPARE(read(home() / "folder/target"), QByteArray("new"));
 }
 
 void FileReplacementTest::aLinkIntoAMissingFolderFails() {
     fs::create_symlink("no folder/target", path());
     QVERIFY(!replaceFile(path(), "new"));
     QVERIFY(fs::is_symlink(path()));
-    QVERIFY(!fs::exists(home->path() / "no folder"));
+    QVERIFY(!fs::exists(home() / "no folder"));
 }
 
 void FileReplacementTest::aCircleOfLinksFails() {
     fs::create_symlink("second", path());
-    fs::create_symlink("file", home->path() / "second");
+    fs::create_symlink("file", home() / "second");
     QVERIFY(!replaceFile(path(), "new"));
-    QCOMPARE(ClientHome::contents(home->path()),
-             (QStringList{QStringLiteral("file"), QStringLiteral("second")}));
+    QCOMPARE(contents(home()), (QStringList{QStringLiteral("file"), QStringLiteral("second")}));
 }
 
 void FileReplacementTest::aFolderOrPipeInPlaceOfTheFileFails() {
     fs::create_directory(path());
     QVERIFY(!replaceFile(path(), "new"));
     QVERIFY(fs::is_directory(path()));
-    const fs::path pipe = home->path() / "pipe";
+    const fs::path pipe = home() / "pipe";
     QCOMPARE(::mkfifo(pipe.c_str(), 0600), 0);
     QVERIFY(!replaceFile(pipe, "new"));
     QVERIFY(fs::is_fifo(pipe));
-    QCOMPARE(ClientHome::contents(home->path()),
-             (QStringList{QStringLiteral("file"), QStringLiteral("pipe")}));
+    QCOMPARE(contents(home()), (QStringList{QStringLiteral("file"), QStringLiteral("pipe")}));
 }
 
 void FileReplacementTest::aMissingFolderFails() {
-    QVERIFY(!replaceFile(home->path() / "no folder/file", "new"));
-    QVERIFY(!fs::exists(home->path() / "no folder"));
+    QVERIFY(!replaceFile(home() / "no folder/file", "new"));
+    QVERIFY(!fs::exists(home() / "no folder"));
 }
 
 void FileReplacementTest::theOwnerStaysWhenTheSystemLetsUs() {
     if (::geteuid() != 0)
         QSKIP("Only root may give a file away.");
-    ClientHome::write(path(), "old");
+    write(path(), "old");
     fs::permissions(path(), static_cast<fs::perms>(0640));
     QCOMPARE(::chown(path().c_str(), nobody, nobody), 0);
     QVERIFY(replaceFile(path(), "new"));
@@ -149,14 +161,14 @@ void FileReplacementTest::theOwnerStaysWhenTheSystemLetsUs() {
 }
 
 void FileReplacementTest::aNameOfTheGreatestLengthIsNoHindrance() {
-    const fs::path longest = home->path() / std::string(255, 'n');
-    ClientHome::write(longest, "old");
+    const fs::path longest = home() / std::string(255, 'n');
+    write(longest, "old");
     QVERIFY(replaceFile(longest, "new"));
-    QCOMPARE(ClientHome::read(longest), QByteArray("new"));
+    QCOMPARE(read(longest), QByteArray("new"));
 }
 
 void FileReplacementTest::aFolderNameThatIsNotUtf8IsNoHindrance() {
-    const fs::path folder = home->path() / "M\xFCller";
+    const fs::path folder = home() / "M\xFCller";
     std::error_code failure;
     fs::create_directory(folder, failure);
     if (failure)
@@ -171,7 +183,7 @@ void FileReplacementTest::contentsMayBeEmptyOrLarge() {
     QCOMPARE(fs::file_size(path()), std::uintmax_t{0});
     const std::string large(50'000'000, 'x');
     QVERIFY(replaceFile(path(), large));
-    QVERIFY(ClientHome::read(path()) == QByteArray::fromStdString(large));
+    QVERIFY(read(path()) == QByteArray::fromStdString(large));
 }
 
 }  // namespace ferrolt
