@@ -3,12 +3,42 @@
 
 #include <QtTest>
 
+#include <cerrno>
+#include <cstdio>
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <vector>
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
+
+namespace {
+
+std::vector<std::string> noted;  // since the last clear()
+int syncResult = 0;
+
+off_t sizeOf(int descriptor) {
+    struct stat status {};
+    return fstat(descriptor, &status) == 0 ? status.st_size : -1;
+}
+
+}  // namespace
+
+// These two stand in for the C library's, for all that is linked into this program.
+extern "C" int fsync(int descriptor) {
+    noted.push_back("fsync of " + std::to_string(sizeOf(descriptor)) + " bytes");
+    if (syncResult == 0)
+        return static_cast<int>(syscall(SYS_fsync, descriptor));
+    errno = syncResult;
+    return -1;
+}
+extern "C" int rename(const char *from, const char *to) noexcept {
+    noted.push_back("rename");
+    return static_cast<int>(syscall(SYS_renameat2, AT_FDCWD, from, AT_FDCWD, to, 0));
+}
 
 namespace ferrolt {
 
@@ -18,7 +48,10 @@ class FileReplacementTest : public QObject {
     Q_OBJECT
 
   private Q_SLOTS:
-    void init() { folder.emplace(); }
+    void init() {
+        folder.emplace();
+        noted.clear();
+    }
     void cleanup() { folder.reset(); }
 
     void aNewFileGetsWhatTheMaskLeaves();
@@ -35,6 +68,8 @@ class FileReplacementTest : public QObject {
     void aNameOfTheGreatestLengthIsNoHindrance();
     void aFolderNameThatIsNotUtf8IsNoHindrance();
     void contentsMayBeEmptyOrLarge();
+    void theContentsAreOnDiskBeforeTheyTakeTheNameOfTheOld();
+    void aDiskThatFailsToWriteThroughLeavesTheOldFile();
 
   private:
     fs::path home() const { return QFile::encodeName(folder->path()).toStdString(); }
@@ -184,6 +219,28 @@ void FileReplacementTest::contentsMayBeEmptyOrLarge() {
     const std::string large(50'000'000, 'x');
     QVERIFY(replaceFile(path(), large));
     QVERIFY(read(path()) == QByteArray::fromStdString(large));
+}
+
+/// After a power cut the name must not lead to a file whose contents were never written.
+void FileReplacementTest::theContentsAreOnDiskBeforeTheyTakeTheNameOfTheOld() {
+    QVERIFY(replaceFile(path(), "12345"));
+    QCOMPARE(noted, (std::vector<std::string>{"fsync of 5 bytes", "rename"}));
+}
+
+void FileReplacementTest::aDiskThatFailsToWriteThroughLeavesTheOldFile() {
+    write(path(), "old");
+    const auto result = [&](int error) {
+        syncResult = error;
+        const bool isReplaced = replaceFile(path(), "new");
+        syncResult = 0;
+        return isReplaced;
+    };
+    QVERIFY(!result(EIO));
+    QVERIFY(!result(ENOSPC));
+    QCOMPARE(read(path()), QByteArray("old"));
+    QCOMPARE(contents(home()), QStringList{QStringLiteral("file")});
+    QVERIFY(result(EINVAL));  // a file system that knows no writing through
+    QCOMPARE(read(path()), QByteArray("new"));
 }
 
 }  // namespace ferrolt
