@@ -3,11 +3,8 @@
 #include <QString>
 
 #include <filesystem>
-#include <functional>
 #include <memory>
 #include <optional>
-
-class QSettings;
 
 namespace ferrolt {
 
@@ -15,8 +12,12 @@ namespace ferrolt {
 /// domain of the reverse-domain identifier; on Linux a JSON object in a file that is named after it in the
 /// user's configuration folder.
 ///
-/// What is stored is on disk, whole, when the call returns. A file that cannot be read or understood counts
-/// as one without entries. Main thread.
+/// What is stored is on disk, whole, when the call returns. A file that is not understood counts as one
+/// without entries; one that cannot be read has none either, and is not written. Main thread.
+///
+/// Why the file is not QSettings': its INI format builds whatever object a damaged line describes, and in any
+/// format it waits up to 30 seconds for a lock that another host has left on a shared home folder. One
+/// process writes the file, so no lock is needed.
 class SettingsStore {
   public:
     /// The store of the user who runs the program.
@@ -24,19 +25,16 @@ class SettingsStore {
 
     /// A store of its own in the file `file`, which need not exist yet, nor its folder.
     explicit SettingsStore(std::filesystem::path file);
+    virtual ~SettingsStore() = default;
 
     /// The text under `key`; nothing if there is none or it is not a text.
-    std::optional<QString> text(const QString &key) const;
+    virtual std::optional<QString> text(const QString &key) const;
 
     /// Stores `value` under `key`. False if it could not be written; the store is then as it was.
-    bool setText(const QString &key, const QString &value);
+    virtual bool setText(const QString &key, const QString &value);
 
   private:
-    /// Nothing if there is something in the file's place that is not a settings file.
-    using Opener = std::function<std::unique_ptr<QSettings>()>;
-    explicit SettingsStore(Opener open);
-
-    Opener open;
+    std::filesystem::path file;
 };
 
 }  // namespace ferrolt

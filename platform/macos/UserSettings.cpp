@@ -4,10 +4,47 @@
 #include <QSettings>
 #include <QString>
 #include <QStringList>
+#include <QVariant>
 
 #include <algorithm>
 
 namespace ferrolt {
+
+namespace {
+
+class UserDefaults : public SettingsStore {
+  public:
+    UserDefaults(const QString &organisation, const QString &application)
+        : SettingsStore(std::filesystem::path()),
+          settings(QSettings::NativeFormat, QSettings::UserScope, organisation, application) {}
+
+    std::optional<QString> text(const QString &key) const override {
+        const QVariant value = settings.value(key);
+        if (value.typeId() != QMetaType::QString)
+            return std::nullopt;
+        return value.toString();
+    }
+
+    bool setText(const QString &key, const QString &value) override {
+        const QVariant before = settings.value(key);
+        // A null text would be stored as no value at all.
+        settings.setValue(key, value.isNull() ? QStringLiteral("") : value);
+        settings.sync();
+        if (settings.status() == QSettings::NoError)
+            return true;
+        // Qt keeps what it could not write, for every later reader of this process and for its next try.
+        if (before.isValid())
+            settings.setValue(key, before);
+        else
+            settings.remove(key);
+        return false;
+    }
+
+  private:
+    QSettings settings;
+};
+
+}  // namespace
 
 /// Qt builds the domain of the user's defaults from an organisation's Internet domain, which it turns round,
 /// and an application's name.
@@ -16,11 +53,7 @@ std::shared_ptr<SettingsStore> SettingsStore::ofUser() {
                             .split(QLatin1Char('.'));
     const QString application = parts.takeLast();
     std::ranges::reverse(parts);
-    const QString organisation = parts.join(QLatin1Char('.'));
-    return std::shared_ptr<SettingsStore>(new SettingsStore(Opener([organisation, application] {
-        return std::make_unique<QSettings>(QSettings::NativeFormat, QSettings::UserScope, organisation,
-                                           application);
-    })));
+    return std::make_shared<UserDefaults>(parts.join(QLatin1Char('.')), application);
 }
 
 }  // namespace ferrolt

@@ -3,16 +3,15 @@
 #include "SettingsStore.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <csignal>
 #include <random>
 
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 using namespace ferrolt;
@@ -98,18 +97,6 @@ class SettingsStoreTest : public QObject {
         QCOMPARE(*deep.text(key), QStringLiteral("1"));
     }
 
-    void whatWasStoredSurvivesACrash() {
-        const pid_t child = fork();
-        if (child == 0) {
-            (void) store().setText(key, QStringLiteral("26.2.4"));
-            raise(SIGKILL);
-        }
-        int status = 0;
-        QCOMPARE(waitpid(child, &status, 0), child);
-        QVERIFY(WIFSIGNALED(status));
-        QCOMPARE(store().text(key).value_or(QString()), QStringLiteral("26.2.4"));
-    }
-
     void aValueThatIsNotATextIsNone_data() {
         QTest::addColumn<QByteArray>("json");
         for (const char *json : {"null", "7", "7.6", "true", "[]", "[\"7\"]", "{}", "{\"7\":\"7\"}"})
@@ -175,6 +162,41 @@ class SettingsStoreTest : public QObject {
         QVERIFY(!store().text(key));
         QVERIFY(!store().setText(key, QStringLiteral("1")));
         QVERIFY(!store().text(key));
+    }
+
+    /// On a home folder that several machines share.
+    void aLockThatAnotherHostLeftHoldsNothingUp() {
+        QVERIFY(store().setText(key, QStringLiteral("old")));
+        QFile lock(path() + QStringLiteral(".lock"));
+        QVERIFY(lock.open(QIODevice::WriteOnly));
+        const QByteArray holder = "1\nferrolt-miner-launcher\nanother-host\n";
+        QCOMPARE(lock.write(holder), holder.size());
+        lock.close();
+        QElapsedTimer timer;
+        timer.start();
+        QCOMPARE(store().text(key).value_or(QString()), QStringLiteral("old"));
+        QVERIFY(store().setText(key, QStringLiteral("new")));
+        QVERIFY(timer.elapsed() < 10'000);
+        QCOMPARE(store().text(key).value_or(QString()), QStringLiteral("new"));
+    }
+
+    void aTextThatWouldMakeTheFileUnreadableIsNotStored() {
+        QVERIFY(store().setText(key, QStringLiteral("old")));
+        QVERIFY(!store().setText(key, QString(2'000'000, QLatin1Char('9'))));
+        QCOMPARE(store().text(key).value_or(QString()), QStringLiteral("old"));
+        QVERIFY(store().setText(key, QStringLiteral("new")));
+    }
+
+    void aSymbolicLinkAndThePermissionsStay() {
+        QVERIFY(store().setText(key, QStringLiteral("old")));
+        const QString target = folder->filePath(QStringLiteral("real.json"));
+        QVERIFY(QFile::rename(path(), target) && QFile::link(QStringLiteral("real.json"), path()));
+        const auto permissions = QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup;
+        QVERIFY(QFile::setPermissions(target, permissions));
+        QVERIFY(store().setText(key, QStringLiteral("new")));
+        QVERIFY(QFileInfo(path()).isSymLink());
+        QCOMPARE(QFile::permissions(target) & ~(QFile::ReadUser | QFile::WriteUser), permissions);
+        QCOMPARE(SettingsStore(target.toStdString()).text(key).value_or(QString()), QStringLiteral("new"));
     }
 
     void aFullDiskLeavesTheStoreAsItWas() {

@@ -108,9 +108,11 @@ class InstallerMachineTest : public QObject {
     }
 
     void settingsThatCannotBeWrittenDoNotHaveTheSameVersionInstalledAgainAndAgain() {
-        // A name with no room for what goes beside a file that is being replaced: readable, not writable.
-        const fs::path file = scene->folder / std::string(255, 's');
-        writeFile(file, R"({"InstalledLibreOfficeVersion": "7.6.4"})");
+        // As large as the store reads: readable, but not to be written with anything longer.
+        const fs::path file = scene->folder / "large.json";
+        const QByteArray entries = R"({"InstalledLibreOfficeVersion":"7.6.4","filler":""})";
+        writeFile(file, QByteArray(entries).insert(entries.size() - 2,
+                                                   QByteArray(1024 * 1024 - entries.size(), 'x')));
         scene->services.settings = std::make_shared<SettingsStore>(file);
         scene->installBefore();
         scene->publish({scene->goodMirror()});
