@@ -4,7 +4,8 @@
 
 namespace ferrolt {
 
-/// Writes the miner's identity into the client configuration. Stateless; main thread.
+/// Writes the miner's identity into the client configuration. Stateless. One thread at a time, and
+/// not the first to ask for clientConfigurationPath() unless it is the main one.
 class SaveProps {
   public:
     SaveProps() = delete;

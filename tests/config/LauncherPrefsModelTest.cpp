@@ -4,18 +4,44 @@
 #include "LoadProps.h"
 
 #include <QElapsedTimer>
+#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QtTest>
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <thread>
 #include <utility>
 #include <vector>
 
 #include <sys/resource.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace {
+
+/// A disk that takes `delay` to write a file through, or less once the test lets it go on.
+struct SlowDisk {
+    std::atomic<std::chrono::milliseconds> delay{};
+    std::atomic<int> waiting = 0;
+} disk;
+
+}  // namespace
+
+// It stands in for the C library's, for all that is linked into this program.
+extern "C" int fsync(int descriptor) {
+    const auto begin = std::chrono::steady_clock::now();
+    ++disk.waiting;
+    while (std::chrono::steady_clock::now() - begin < disk.delay.load())
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    --disk.waiting;
+    return static_cast<int>(syscall(SYS_fsync, descriptor));
+}
 
 namespace ferrolt {
 
@@ -77,6 +103,9 @@ class LauncherPrefsModelTest : public QObject {
     void successIsShownEvenWhenTheFileCouldNotBeWritten();
     void aStartIsAskedForSoonAndNeverInsideThePress();
     void theFileIsSavedBeforeTheStartIsAskedFor();
+    void aSlowDiskHoldsUpTheServicesButNotTheForm();
+    void onASlowDiskTheLastSaveIsTheOneThatStays();
+    void theEndOfTheFormWaitsForASaveThatIsUnderWay();
     void everyChangeIsAnnouncedBeforeItHappens();
     void aModelThatGoesBeforeItsResetHarmsNobodyAndStillStartsTheServices();
     void onTheRealClockSuccessLastsThreeSeconds();
@@ -224,6 +253,49 @@ void LauncherPrefsModelTest::theFileIsSavedBeforeTheStartIsAskedFor() {
     form.setEntity(QStringLiteral("Acme"));
     form.saveAndApply();
     QTRY_COMPARE(storedAtStart, QStringLiteral("Acme"));
+}
+
+void LauncherPrefsModelTest::aSlowDiskHoldsUpTheServicesButNotTheForm() {
+    const auto letTheDiskGoOn = qScopeGuard([] { disk.delay = 0ms; });
+    home->writeConfiguration("");
+    disk.delay = 20s;
+    model->setEntity(QStringLiteral("Acme"));
+    model->saveAndApply();
+    QTRY_COMPARE(disk.waiting.load(), 1);
+    QCOMPARE(model->statusLine(), StatusLine::Success);
+    QCOMPARE(home->readConfiguration(), QByteArray(""));
+    QCoreApplication::processEvents();
+    QCOMPARE(starts, 0);
+    model->load();  // what the file holds now is out of date
+    QCOMPARE(model->_entity.get(), QStringLiteral("Acme"));
+
+    disk.delay = 0ms;
+    QTRY_COMPARE(starts, 1);
+    QVERIFY(home->readConfiguration().contains("\nMinerEntityName         = Acme\n"));
+    model->load();
+    QCOMPARE(model->_entity.get(), QStringLiteral("Acme"));
+}
+
+void LauncherPrefsModelTest::onASlowDiskTheLastSaveIsTheOneThatStays() {
+    const auto letTheDiskGoOn = qScopeGuard([] { disk.delay = 0ms; });
+    disk.delay = 20s;
+    for (const char *entity : {"First", "Second", "Third"}) {
+        model->setEntity(QString::fromLatin1(entity));
+        model->saveAndApply();
+    }
+    disk.delay = 0ms;
+    QTRY_COMPARE(starts, 3);
+    QCOMPARE(LoadProps::MinerEntityName(), QStringLiteral("Third"));
+}
+
+void LauncherPrefsModelTest::theEndOfTheFormWaitsForASaveThatIsUnderWay() {
+    const auto letTheDiskGoOn = qScopeGuard([] { disk.delay = 0ms; });
+    disk.delay = 2 * LauncherPrefsModel::maxFreeze;
+    model->setEntity(QStringLiteral("Acme"));
+    model->saveAndApply();
+    model.reset();
+    QCOMPARE(disk.waiting.load(), 0);
+    QCOMPARE(LoadProps::MinerEntityName(), QStringLiteral("Acme"));
 }
 
 void LauncherPrefsModelTest::everyChangeIsAnnouncedBeforeItHappens() {
