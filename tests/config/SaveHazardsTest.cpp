@@ -115,19 +115,18 @@ void SaveHazardsTest::onAFullDiskAFirstSaveLeavesNothing() {
 
 void SaveHazardsTest::inAFolderThatCannotBeWrittenTheOldFileStays() {
     home->writeConfiguration(oldFile);
-    handOver(home->path());
-    const auto saveAsNobody = [] {
-        if (!giveUpPrivileges())
+    const auto saveAsOrdinaryUser = [] {
+        if (!obeyPermissions())
             return 2;
         save();
         return 0;
     };
     fs::permissions(folder(), fs::perms::owner_read | fs::perms::owner_exec);
-    QCOMPARE(inChild(saveAsNobody), 0);
+    QCOMPARE(inChild(saveAsOrdinaryUser), 0);
     QCOMPARE(home->readConfiguration(), oldFile);
     fs::permissions(folder(), fs::perms::owner_all);
     QVERIFY(isAlone());
-    QCOMPARE(inChild(saveAsNobody), 0);  // it was the folder that stood in the way
+    QCOMPARE(inChild(saveAsOrdinaryUser), 0);  // it was the folder that stood in the way
     QCOMPARE(home->readConfiguration(), newFile);
 }
 
@@ -159,10 +158,9 @@ void SaveHazardsTest::whatIsNoTextStaysAsItIs() {
 
 void SaveHazardsTest::aFileWithoutPermissionStaysAsItIs() {
     home->writeConfiguration(oldFile);
-    handOver(home->path());
     fs::permissions(home->configuration(), fs::perms::owner_write);
     QCOMPARE(inChild([] {
-                 if (!giveUpPrivileges())
+                 if (!obeyPermissions())
                      return 2;
                  save();
                  return 0;
@@ -238,10 +236,9 @@ void SaveHazardsTest::permissionsStay_data() {
 void SaveHazardsTest::permissionsStay() {
     QFETCH(int, mode);
     home->writeConfiguration(oldFile);
-    handOver(home->path());
     fs::permissions(home->configuration(), static_cast<fs::perms>(mode));
     QCOMPARE(inChild([] {
-                 if (!giveUpPrivileges())
+                 if (!obeyPermissions())
                      return 2;
                  ::umask(077);
                  save();

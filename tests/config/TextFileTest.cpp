@@ -197,10 +197,9 @@ void TextFileTest::aFileThatFailsWhileItIsReadIsUnreadable() {
 
 void TextFileTest::aFileWithoutPermissionIsUnreadable() {
     ClientHome::write(file(), "a = b\n");
-    handOver(home->path());
     fs::permissions(file(), fs::perms::none);
     const int code = inChild([&] {
-        if (!giveUpPrivileges())
+        if (!obeyPermissions())
             return 2;
         return TextFile::read(file()).state == State::Unreadable ? 0 : 1;
     });

@@ -324,7 +324,7 @@ class ProcessTest : public QObject {
 
     void aLaunchWithoutAThreadToSpareLeavesNoChild() {
         const int failed = inChild([] {
-            if (!giveUpPrivileges())
+            if (!obeyLimits())
                 return 1;
             // From no room at all, by way of room for the child alone, to room for the child and its thread.
             rlimit limit{};

@@ -1,3 +1,4 @@
+#include "Rights.h"
 #include "SingleInstance.h"
 #include "Waiting.h"
 
@@ -35,8 +36,6 @@ int asExitCode(SingleInstance::Start start) {
 
 std::string ownPath;
 
-constexpr uid_t nobody = 65534;
-
 /// A process of another user that does `work` and then stays; returns once that is done. The caller ends it.
 template <class Work>
 pid_t startAsAnotherUser(Work work) {
@@ -45,7 +44,7 @@ pid_t startAsAnotherUser(Work work) {
         return -1;
     const pid_t child = fork();
     if (child == 0) {
-        if (setgid(nobody) == 0 && setuid(nobody) == 0 && work()) {
+        if (becomeNobody() && work()) {
             [[maybe_unused]] const auto written = write(ends[1], "x", 1);
             pause();
         }

@@ -83,7 +83,7 @@ class WidenPipeTest : public QObject {
 
     void whereTheSystemRefusesThePipeStaysAsItIsAndIsReadAllTheSame() {
         const int code = inChild([] {
-            if (!giveUpPrivileges())
+            if (!obeyLimits())
                 return 1;
             // A user's pipes may hold only so much together; these take all of it.
             std::vector<Pipe> greedy;

@@ -31,8 +31,7 @@ class AppVarsStarvedTest : public QObject {
     static int supervised(Steps steps) {
         return inChild([&] {
             Supervision s;
-            handOver(s.tree.path());
-            if (!giveUpPrivileges())
+            if (!obeyLimits())
                 return 100;
             return steps(s);
         });
