@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QStorageInfo>
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
@@ -16,7 +17,7 @@
 namespace ferrolt {
 
 /// A file system of a test's own for the path resolvers, removed with the object. It stands in memory where
-/// the system offers that, so that thousands of saves do not wait for a disk.
+/// the system has enough of that, so that thousands of saves do not wait for a disk.
 class ClientHome {
   public:
     ClientHome() : folder(place()) {
@@ -64,10 +65,12 @@ class ClientHome {
     static QString name(const std::filesystem::path &path) {
         return QFile::decodeName(QByteArray::fromStdString(path.native()));
     }
+    /// Some tests write 100 MB, and several run at once. A container's /dev/shm has 64 MB.
     static QString place() {
-        const QFileInfo memory(QStringLiteral("/dev/shm"));
-        const QString parent = memory.isDir() && memory.isWritable() ? memory.filePath() : QDir::tempPath();
-        return parent + QStringLiteral("/ferrolt-config-XXXXXX");
+        constexpr qint64 enough = qint64{512} << 20;
+        const QString memory = QStringLiteral("/dev/shm");
+        const bool serves = QFileInfo(memory).isWritable() && QStorageInfo(memory).bytesAvailable() >= enough;
+        return (serves ? memory : QDir::tempPath()) + QStringLiteral("/ferrolt-config-XXXXXX");
     }
 
     QTemporaryDir folder;

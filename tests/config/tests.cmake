@@ -10,3 +10,7 @@ foreach(test ${config_tests})
     # Files of 50 MB at a sanitizer's pace on a busy machine.
     ferrolt_test(config ${test} LINKS ferrolt_config TIMEOUT 300)
 endforeach()
+if(NOT APPLE)
+    # It may have to fill /dev/shm.
+    set_tests_properties(config.FullDiskTest PROPERTIES RUN_SERIAL ON)
+endif()

@@ -6,6 +6,7 @@ foreach(test InstallerMachineTest InstallerMetalinkTest InstallerMirrorsTest Lib
 endforeach()
 if(NOT APPLE)
     ferrolt_test(updates InstallerFullDiskTest LINKS ferrolt_test_installation)
+    set_tests_properties(updates.InstallerFullDiskTest PROPERTIES RUN_SERIAL ON)  # it may have to fill /dev/shm
     foreach(test InstallerQuitTest RealInstallationTest)
         ferrolt_test(updates ${test} LINKS ferrolt_test_installation)
         target_include_directories(${test} PRIVATE ${PROJECT_SOURCE_DIR}/platform/linux)
