@@ -4,6 +4,10 @@
 
 #include <QFile>
 
+#include <csignal>
+
+#include <sys/prctl.h>
+
 namespace ferrolt {
 
 VirtualDesktop::VirtualDesktop() {
@@ -15,7 +19,7 @@ VirtualDesktop::VirtualDesktop() {
         startWithAnnouncement("Xvfb", {"-displayfd", "1", "-screen", "0", "1280x800x24", "-nolisten", "tcp"});
     if (!display.isEmpty())
         display.prepend(':');
-    auto &windowManager = services.emplace_back();
+    auto &windowManager = addService();
     windowManager.setProcessEnvironment(environment(folder.path()));
     windowManager.start("openbox", {"--sm-disable"});
     if (!windowManager.waitForStarted())
@@ -35,9 +39,16 @@ VirtualDesktop::~VirtualDesktop() {
     }
 }
 
+/// One that ends with the test, also when CTest kills that after its time-out.
+QProcess &VirtualDesktop::addService() {
+    auto &service = services.emplace_back();
+    service.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
+    return service;
+}
+
 /// Starts a service that says on its first line where it is to be found.
 QString VirtualDesktop::startWithAnnouncement(const QString &program, const QStringList &arguments) {
-    auto &service = services.emplace_back();
+    auto &service = addService();
     service.setProcessEnvironment(base());
     service.setStandardErrorFile(QProcess::nullDevice());
     service.start(program, arguments);

@@ -37,6 +37,7 @@ class VirtualDesktop {
     void takePicture(const QString &file) const;
 
   private:
+    QProcess &addService();
     QString startWithAnnouncement(const QString &program, const QStringList &arguments);
     QProcessEnvironment base() const;
 

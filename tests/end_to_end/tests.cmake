@@ -1,7 +1,7 @@
 # ferrolt_test() for a test that drives the built program on a virtual desktop.
 function(ferrolt_end_to_end_test name)
     cmake_parse_arguments(TEST "" "TIMEOUT" "SOURCES;LINKS" ${ARGN})
-    ferrolt_test(end_to_end ${name} LINKS ferrolt_platform ferrolt_paths ${TEST_LINKS} TIMEOUT ${TEST_TIMEOUT}
+    ferrolt_test(end_to_end ${name} OWN_NETWORK LINKS ferrolt_platform ferrolt_paths ${TEST_LINKS} TIMEOUT ${TEST_TIMEOUT}
         SOURCES end_to_end/Launcher.cpp end_to_end/VirtualDesktop.cpp ${TEST_SOURCES})
     add_dependencies(${name} ferrolt-miner-launcher)
     target_compile_definitions(${name} PRIVATE
@@ -46,6 +46,7 @@ if(NOT APPLE)
     add_dependencies(SessionEndTest practice-session-manager)
     target_compile_definitions(SessionEndTest PRIVATE FERROLT_SESSION_MANAGER="$<TARGET_FILE:practice-session-manager>")
 
+    ferrolt_end_to_end_test(VirtualDesktopTest TIMEOUT 120)
     ferrolt_end_to_end_test(ClipboardTest TIMEOUT 180)
     ferrolt_end_to_end_test(TrayTest LINKS Qt6::DBus X11::xcb TIMEOUT 300
         SOURCES end_to_end/NotifierTray.cpp end_to_end/NotifierTray.h end_to_end/WindowTray.cpp)

@@ -1,4 +1,4 @@
-ferrolt_test(packaging PackageTest LINKS ferrolt_platform)
+ferrolt_test(packaging PackageTest OWN_NETWORK LINKS ferrolt_platform)
 add_dependencies(PackageTest ferrolt-miner-launcher)
 target_compile_definitions(PackageTest PRIVATE
     FERROLT_BUILD="${PROJECT_BINARY_DIR}"

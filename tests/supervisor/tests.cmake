@@ -1,5 +1,5 @@
 ferrolt_test(supervisor AppVarsFatalErrorTest LINKS ferrolt_supervisor)
-ferrolt_test(supervisor AppVarsStartTest LINKS ferrolt_supervisor)
+ferrolt_test(supervisor AppVarsStartTest OWN_NETWORK LINKS ferrolt_supervisor)
 ferrolt_test(supervisor AppVarsStarvedTest LINKS ferrolt_supervisor)
 ferrolt_test(supervisor AppVarsTerminationTest LINKS ferrolt_supervisor)
 ferrolt_test(supervisor AppVarsTest LINKS ferrolt_supervisor)
