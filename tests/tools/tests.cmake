@@ -1,0 +1,12 @@
+# Tests of the scripts that build, check, run and measure: tests/tools/NAME_test.sh.
+function(ferrolt_script_test name)
+    add_test(NAME tools.${name} COMMAND ${ARGN} ${CMAKE_CURRENT_SOURCE_DIR}/tools/${name}_test.sh)
+    set_tests_properties(tools.${name} PROPERTIES TIMEOUT 300 LABELS tools)
+endfunction()
+
+ferrolt_script_test(own_processes)
+ferrolt_script_test(end_orphans)
+if(PROJECT_BINARY_DIR STREQUAL "${PROJECT_SOURCE_DIR}/build/dev")
+    ferrolt_script_test(run in-own-network)  # it opens what the preset dev has built
+    set_tests_properties(tools.run PROPERTIES RUN_SERIAL ON)
+endif()
