@@ -54,24 +54,43 @@ static void keepChildrenForTheirParent() {
         std::signal(SIGCHLD, SIG_DFL);
 }
 
+/// Returns when the child has ended and can be reaped, or is nobody's any more.
+static void waitForEnd(pid_t child) {
+    const auto id = static_cast<id_t>(child);
+    for (;;) {
+        siginfo_t change{};
+        if (waitid(P_PID, id, &change, WEXITED | WNOWAIT) != 0) {
+            if (errno == EINTR)
+                continue;
+            return;
+        }
+        if (change.si_code == CLD_EXITED || change.si_code == CLD_KILLED || change.si_code == CLD_DUMPED)
+            return;
+        // macOS (seen in 26.6) reports a child that is only stopped, too. Take that report, or it comes back.
+        waitid(P_PID, id, &change, WSTOPPED | WCONTINUED | WNOHANG);
+    }
+}
+
 /// On a thread of its own that lives as long as the child: it blocks in the kernel and costs nothing
 /// meanwhile.
 void Process::Shared::waitForChild() {
     nameThisThread("child-wait");
     // Look first and reap under the lock: until then the id cannot go to another process, so terminate() can
     // never hit a stranger.
-    siginfo_t end{};
-    int outcome = 0;
-    do {
-        outcome = waitid(P_PID, static_cast<id_t>(child), &end, WEXITED | WNOWAIT);
-    } while (outcome != 0 && errno == EINTR);
+    waitForEnd(child);
     {
         std::lock_guard lock(mutex);
-        while (waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
-        }
+        int ending = 0;
+        pid_t reaped = 0;
+        do {
+            reaped = waitpid(child, &ending, 0);
+        } while (reaped < 0 && errno == EINTR);
         stage = Stage::Ended;
         // The exit code or the number of the terminating signal. One that is not known is no success.
-        status = outcome == 0 ? end.si_status : 1;
+        if (reaped != child)
+            status = 1;
+        else
+            status = WIFSIGNALED(ending) ? WTERMSIG(ending) : WEXITSTATUS(ending);
     }
     if (auto hook = std::exchange(exitHook, nullptr))
         hook();
