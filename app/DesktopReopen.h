@@ -14,8 +14,12 @@ class DesktopReopen {
     DesktopReopen(const DesktopReopen &) = delete;
     DesktopReopen &operator=(const DesktopReopen &) = delete;
 
+    /// Whether the program has a window in sight; returns whether the desktop's own handling is to run as
+    /// well.
+    using Reopen = std::function<bool(bool hasVisibleWindows)>;
+
     /// From here on until it is destroyed `reopen` is called on the main thread.
-    void listen(std::function<void()> reopen);
+    void listen(Reopen reopen);
 };
 
 }  // namespace ferrolt

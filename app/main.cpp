@@ -64,7 +64,8 @@ int runApplication(SingleInstance &instance, DesktopReopen &desktop) {
             bringToFront(window);
     };
     instance.listen(reopen);
-    desktop.listen(reopen);
+    desktop.listen(
+        [&](bool hasVisibleWindows) { return delegate.applicationShouldHandleReopen(hasVisibleWindows); });
     std::unique_ptr<TrayItem> trayItem;
     const auto tray = DesktopTray::watch([&] {
         trayItem = std::make_unique<TrayItem>(app.appVars());

@@ -5,6 +5,6 @@ namespace ferrolt {
 // Every opening is a start of the program.
 DesktopReopen::DesktopReopen() = default;
 DesktopReopen::~DesktopReopen() = default;
-void DesktopReopen::listen(std::function<void()>) {}
+void DesktopReopen::listen(Reopen) {}
 
 }  // namespace ferrolt

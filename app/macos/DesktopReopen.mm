@@ -6,8 +6,8 @@
 
 namespace {
 
-std::function<void()> &onReopen() {
-    static std::function<void()> function;
+ferrolt::DesktopReopen::Reopen &onReopen() {
+    static ferrolt::DesktopReopen::Reopen function;
     return function;
 }
 
@@ -19,10 +19,7 @@ std::function<void()> &onReopen() {
 @implementation FerroltReopenDelegate
 - (BOOL)applicationShouldHandleReopen:(NSApplication *)application hasVisibleWindows:(BOOL)flag {
     (void) application;
-    (void) flag;
-    if (onReopen())
-        onReopen()();
-    return NO;  // all that there is to do is done
+    return onReopen() ? onReopen()(flag) : YES;
 }
 @end
 
@@ -44,7 +41,7 @@ DesktopReopen::~DesktopReopen() {
     onReopen() = nullptr;
 }
 
-void DesktopReopen::listen(std::function<void()> reopen) {
+void DesktopReopen::listen(Reopen reopen) {
     onReopen() = std::move(reopen);
 }
 
