@@ -1,0 +1,5 @@
+#pragma once
+
+#include_next <spawn.h>
+
+#define POSIX_SPAWN_CLOEXEC_DEFAULT 0x4000
