@@ -10,7 +10,7 @@ class DesktopReopen {
   public:
     /// To be made before the application object, which takes over whoever stands in its place.
     DesktopReopen();
-    ~DesktopReopen();
+    ~DesktopReopen();  // NOLINT(performance-trivially-destructible): that of macOS is not
     DesktopReopen(const DesktopReopen &) = delete;
     DesktopReopen &operator=(const DesktopReopen &) = delete;
 
@@ -19,7 +19,7 @@ class DesktopReopen {
     using Reopen = std::function<bool(bool hasVisibleWindows)>;
 
     /// From here on until it is destroyed `reopen` is called on the main thread.
-    void listen(Reopen reopen);
+    void listen(const Reopen &reopen);
 };
 
 }  // namespace ferrolt

@@ -5,6 +5,6 @@ namespace ferrolt {
 // Every opening is a start of the program.
 DesktopReopen::DesktopReopen() = default;
 DesktopReopen::~DesktopReopen() = default;
-void DesktopReopen::listen(Reopen) {}
+void DesktopReopen::listen(const Reopen &) {}
 
 }  // namespace ferrolt

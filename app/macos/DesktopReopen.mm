@@ -1,7 +1,5 @@
 #include "DesktopReopen.h"
 
-#include <utility>
-
 #import <AppKit/AppKit.h>
 
 namespace {
@@ -41,8 +39,8 @@ DesktopReopen::~DesktopReopen() {
     onReopen() = nullptr;
 }
 
-void DesktopReopen::listen(Reopen reopen) {
-    onReopen() = std::move(reopen);
+void DesktopReopen::listen(const Reopen &reopen) {
+    onReopen() = reopen;
 }
 
 }  // namespace ferrolt

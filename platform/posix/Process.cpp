@@ -15,7 +15,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-extern char **environ;
+extern char **environ;  // NOLINT(readability-redundant-declaration): macOS has it in no header
 
 namespace ferrolt {
 

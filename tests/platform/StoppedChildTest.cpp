@@ -22,6 +22,7 @@ std::atomic<int> waits{0};
 }  // namespace
 
 /// As on macOS: stopped children are reported to those who ask only for ended ones.
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
 extern "C" int waitid(idtype_t type, id_t id, siginfo_t *change, int options) {
     ++waits;
     if ((options & WEXITED) != 0)

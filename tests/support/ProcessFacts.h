@@ -5,7 +5,6 @@
 #include <string>
 
 #include <dirent.h>
-#include <signal.h>
 #include <sys/types.h>
 
 namespace ferrolt {
