@@ -32,7 +32,10 @@ QNetworkRequest requestFor(const HttpConfiguration &configuration) {
     }
     QSslConfiguration tls = QSslConfiguration::defaultConfiguration();
     tls.setPeerVerifyMode(QSslSocket::VerifyPeer);
-    tls.addCaCertificates(QSslCertificate::fromData(configuration.extraAuthorities, QSsl::Pem));
+    // With a list of authorities Qt 6.4 trusts that list alone. Without one it loads those of the system on
+    // demand where they have links by hash, and the configuration's own list is empty then.
+    if (!configuration.extraAuthorities.isEmpty())
+        tls.addCaCertificates(QSslCertificate::fromData(configuration.extraAuthorities, QSsl::Pem));
     request.setSslConfiguration(tls);
     return request;
 }
