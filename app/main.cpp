@@ -3,6 +3,7 @@
 #include "DesktopReopen.h"
 #include "DesktopSession.h"
 #include "DesktopTray.h"
+#include "EndProcess.h"
 #include "Ferrolt_Miner_LauncherApp.h"
 #include "FontWarmUp.h"
 #include "MainQueue.h"
@@ -77,9 +78,7 @@ int runApplication(SingleInstance &instance, DesktopReopen &desktop) {
     return QApplication::exec();
 }
 
-}  // namespace
-
-int main(int argc, char **argv) {
+int run(int argc, char **argv) {
     setUpProcess();
 
     SingleInstance instance(PathRoots().home);
@@ -99,5 +98,15 @@ int main(int argc, char **argv) {
     QApplication::setApplicationName(QStringLiteral("ferrolt-miner-launcher"));
     QApplication::setApplicationDisplayName(QStringLiteral("Ferrolt Miner Launcher"));
     QApplication::setDesktopFileName(QStringLiteral("ferrolt-miner-launcher"));
-    return runApplication(instance, desktop);
+    const int exitCode = runApplication(instance, desktop);
+    // The window's state and the settings are saved now. What is left is the application object's own end,
+    // which hands the clipboard over to the desktop.
+    endProcessSoon(exitCode);
+    return exitCode;
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    endProcess(run(argc, argv));
 }

@@ -16,6 +16,7 @@ class MainQueue {
     /// the application object goes away first, returns without having run it.
     static void sync(const std::function<void()> &work);
 
+    /// Whether this is the thread that the application object lives on, or lived on. Any thread.
     static bool isMainThread();
 };
 

@@ -2,12 +2,13 @@
 
 #include <QCoreApplication>
 #include <QEvent>
-#include <QThread>
 
+#include <atomic>
 #include <condition_variable>
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <thread>
 #include <utility>
 
 namespace ferrolt {
@@ -83,7 +84,12 @@ void close() {
     delete receiver;
 }
 
+/// The thread of the latest application object. Remembered, because another thread that asks must not look at
+/// the object, which may be about to be destroyed.
+std::atomic<std::thread::id> mainThread;
+
 void open() {
+    mainThread = std::this_thread::get_id();
     {
         std::lock_guard lock(state().wakeUpMutex);
         state().receiver = new Receiver;
@@ -117,8 +123,7 @@ void MainQueue::async(std::function<void()> work) {
 }
 
 bool MainQueue::isMainThread() {
-    const auto *application = QCoreApplication::instance();
-    return application != nullptr && QThread::currentThread() == application->thread();
+    return mainThread == std::this_thread::get_id();
 }
 
 void MainQueue::sync(const std::function<void()> &work) {

@@ -109,6 +109,11 @@ bool survivesWithoutApplication() {
         std::thread waiting([] { MainQueue::sync([] {}); });
         waiting.detach();
     }
+    // Known without a look at the application object, which may be about to go.
+    bool isAnotherMain = true;
+    std::thread([&] { isAnotherMain = MainQueue::isMainThread(); }).join();
+    if (!MainQueue::isMainThread() || isAnotherMain)
+        return false;
     auto held = std::make_shared<int>(1);
     const std::weak_ptr<int> observer = held;
     MainQueue::async([held = std::move(held)] {});
