@@ -16,8 +16,9 @@ struct Metalink {
     std::optional<QString> sha256;  ///< lower-case, otherwise unchecked
 };
 
-/// Reads a document. Never fails: of one that is not well-formed, or that asks for more work than its size
-/// warrants, what came before the bad place counts. Any thread; touches no shared state, fetches nothing.
+/// Reads a document with QXmlStreamReader. Never fails: where the parser stops, or where the document asks
+/// for more work than its size warrants, what came before counts. The parser lets a few things pass that
+/// XML 1.0 does not allow. Any thread; touches no shared state, fetches nothing.
 Metalink parseMetalink(const QByteArray &data);
 
 }  // namespace ferrolt

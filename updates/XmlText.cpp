@@ -4,6 +4,8 @@
 #include <QStringDecoder>
 
 #include <algorithm>
+#include <optional>
+#include <utility>
 
 namespace ferrolt {
 
@@ -91,13 +93,23 @@ class Scanner {
 }  // namespace
 
 QString decodeXml(const QByteArray &data) {
-    QStringDecoder decoder = decoderFor(data);
-    if (!decoder.isValid())
-        return {};
-    QString text = decoder.decode(data);
-    if (decoder.hasError())
-        text.truncate(std::max(text.indexOf(QChar::ReplacementCharacter), qsizetype(0)));
-    return text;
+    const auto decode = [&](qsizetype length) -> std::optional<QString> {
+        QStringDecoder decoder = decoderFor(data);
+        if (!decoder.isValid())
+            return std::nullopt;
+        QString text = decoder.decode(data.first(length));
+        return decoder.hasError() ? std::nullopt : std::optional(std::move(text));
+    };
+    if (auto text = decode(data.size()))
+        return *std::move(text);
+    // The longest beginning without an error. What stands in the text for bytes that are none cannot be
+    // searched for: U+FFFD may be there by right, and some encodings have another character for it.
+    qsizetype good = 0;
+    for (qsizetype bad = data.size(); bad - good > 1;) {
+        const qsizetype middle = good + (bad - good) / 2;
+        (decode(middle) ? good : bad) = middle;
+    }
+    return decode(good).value_or(QString());
 }
 
 qsizetype harmlessLength(QStringView document) {

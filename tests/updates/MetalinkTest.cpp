@@ -256,6 +256,30 @@ class MetalinkTest : public QObject {
         QCOMPARE(mirrorsOf(document), QStringList{QStringLiteral("https://one.example/")});
     }
 
+    void bytesThatAreNoTextEndTheDocumentWhereTheyStand_data() {
+        QTest::addColumn<QByteArray>("encoding");
+        QTest::addColumn<QByteArray>("text");  // of the first mirror's comment, in that encoding
+        QTest::addColumn<QByteArray>("noText");
+        QTest::newRow("UTF-8") << QByteArray("UTF-8") << QByteArray("\xC3\xA9") << QByteArray("\xFF");
+        QTest::newRow("a replacement character before")
+            << QByteArray("UTF-8") << QByteArray("\xEF\xBF\xBD") << QByteArray("\xFF");
+        QTest::newRow("EUC-JP") << QByteArray("EUC-JP") << QByteArray("\xC6\xFC") << QByteArray("\xFF");
+        QTest::newRow("Shift_JIS") << QByteArray("Shift_JIS") << QByteArray("\x93\xFA") << QByteArray("\xFF");
+    }
+    void bytesThatAreNoTextEndTheDocumentWhereTheyStand() {
+        QFETCH(QByteArray, encoding);
+        QFETCH(QByteArray, text);
+        QFETCH(QByteArray, noText);
+        if (!QStringDecoder(encoding.constData()).isValid())
+            QSKIP("Qt was built without the library that knows this encoding");
+        const QByteArray before = "<?xml version='1.0' encoding='" + encoding + "'?><a><b>" + text +
+                                  "</b><url>https://one.example/</url>";
+        const QByteArray after = "<url>https://two.example/</url></a>";
+        QCOMPARE(mirrorsOf(before + after), (QStringList{QStringLiteral("https://one.example/"),
+                                                         QStringLiteral("https://two.example/")}));
+        QCOMPARE(mirrorsOf(before + noText + after), QStringList{QStringLiteral("https://one.example/")});
+    }
+
     void anEncodingThatNobodyKnowsYieldsNothing() {
         QCOMPARE(
             mirrorsOf(
