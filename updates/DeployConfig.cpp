@@ -28,12 +28,16 @@ Decoded<std::int64_t> wholeNumber(const QJsonValue &value) {
     return number;
 }
 
-Decoded<QString> text(const QJsonValue &value) {
+/// The max length of a version, in UTF-16 code units. Real ones have less than ten; a long one would be
+/// written into the settings and into log lines.
+constexpr qsizetype maxVersionLength = 64;
+
+Decoded<QString> versionText(const QJsonValue &value) {
     if (isAbsent(value))
         return std::optional<QString>();
     const QString string = value.toString();
     // Half of a character that is written as \uD800 is let through by Qt, and is no text.
-    if (!value.isString() || !string.isValidUtf16())
+    if (!value.isString() || !string.isValidUtf16() || string.size() > maxVersionLength)
         return std::nullopt;
     return string;
 }
@@ -50,7 +54,7 @@ std::optional<DeployConfig> DeployConfig::decode(const QByteArray &body) {
         return std::nullopt;
     const QJsonObject manifest = document.object();
     const auto interval = wholeNumber(manifest.value(QLatin1String("checkUpdateInterval")));
-    const auto version = text(manifest.value(QLatin1String("libreofficeversion")));
+    const auto version = versionText(manifest.value(QLatin1String("libreofficeversion")));
     if (!interval || !version)
         return std::nullopt;
     return DeployConfig(*interval, *version);
