@@ -29,18 +29,15 @@ QString initialTab() {
 }
 
 std::unique_ptr<Updater> newUpdater(const Seams &seams) {
-    HttpConfiguration configuration;
-    configuration.time = seams.time;
-    configuration.extraAuthorities = seams.extraAuthorities;
-    return std::make_unique<Updater>(std::make_shared<HttpSession>(std::move(configuration)),
-                                     seams.servers.updateServer);
+    HttpConfiguration http;
+    http.extraAuthorities = seams.extraAuthorities;
+    return std::make_unique<Updater>(std::move(http), seams.servers.updateServer);
 }
 
 std::unique_ptr<LibreOfficeInstaller> newInstaller(const Seams &seams) {
     usePathRoots(seams.paths);  // for the application's path, and for every later one
     LibreOfficeInstaller::Services services;
     services.server = seams.servers.libreOfficeServer;
-    services.http.time = seams.time;
     services.http.extraAuthorities = seams.extraAuthorities;
     services.application = libreOfficePath();
     services.temporaryFolder = seams.temporaryFolder;

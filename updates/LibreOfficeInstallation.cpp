@@ -68,9 +68,9 @@ InstallOutcome LibreOfficeInstallation::run() {
     if (!url.isValid() || url.host().isEmpty())
         return InstallOutcome::failed(QStringLiteral("could not build Metalink URL for version ") + version);
 
-    HttpSession session(services.http);
+    auto session = std::make_unique<HttpSession>(services.http);
     log(QStringLiteral("Fetching LibreOffice ") + version + QStringLiteral(" download info\u2026\n"));
-    const auto document = fetchData(session, url);
+    const auto document = fetchData(*session, url);
     if (!document)
         return InstallOutcome::failed(QStringLiteral("failed to download Metalink file"));
     const Metalink metalink = parseMetalink(*document);
@@ -78,20 +78,22 @@ InstallOutcome LibreOfficeInstallation::run() {
         return InstallOutcome::failed(QStringLiteral("no download URLs in Metalink file"));
     if (!metalink.sha256 || !isSha256(*metalink.sha256))
         return InstallOutcome::failed(QStringLiteral("no valid SHA-256 hash in Metalink file"));
-    return installFrom(metalink, *metalink.sha256, session);
+    return installFrom(metalink, *metalink.sha256, std::move(session));
 }
 
 InstallOutcome LibreOfficeInstallation::installFrom(const Metalink &metalink, const QString &hash,
-                                                    HttpSession &session) {
+                                                    std::unique_ptr<HttpSession> session) {
     std::error_code failure;
     const auto staging = StagingFolder::create(services.temporaryFolder, failure);
     if (!staging)
         return InstallOutcome::failed(QStringLiteral("could not create staging directory: ") +
                                       QString::fromLocal8Bit(failure.message()));
 
-    const bool isVerified =
-        std::any_of(metalink.mirrors.begin(), metalink.mirrors.end(),
-                    [&](const QUrl &mirror) { return downloadVerified(*staging, mirror, hash, session); });
+    const auto &mirrors = metalink.mirrors;
+    const bool isVerified = std::any_of(mirrors.begin(), mirrors.end(), [&](const QUrl &mirror) {
+        return downloadVerified(*staging, mirror, hash, *session);
+    });
+    session.reset();  // closes its connections before the minutes that follow
     if (!isVerified)
         return InstallOutcome::failed(
             QStringLiteral("could not download a verified LibreOffice DMG from any mirror"));
@@ -127,7 +129,8 @@ InstallOutcome LibreOfficeInstallation::installFrom(const Metalink &metalink, co
 bool LibreOfficeInstallation::downloadVerified(const StagingFolder &staging, const QUrl &mirror,
                                                const QString &hash, HttpSession &session) {
     const QString host = mirror.host().isEmpty() ? mirror.toString() : mirror.host();
-    log(QStringLiteral("Downloading LibreOffice from ") + host + QStringLiteral("\u2026\n"));
+    log(QStringLiteral("Downloading LibreOffice from ") + host +
+        QStringLiteral("\u2026\n"));
     tellPhase(InstallProgress::Phase::Downloading);
     const fs::path image = staging.image();
     const HttpReply reply =

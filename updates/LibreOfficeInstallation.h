@@ -9,6 +9,7 @@
 
 #include <atomic>
 #include <functional>
+#include <memory>
 #include <optional>
 
 namespace ferrolt {
@@ -24,8 +25,8 @@ class LibreOfficeInstallation {
     using Services = LibreOfficeInstaller::Services;
     using Tell = std::function<void(const InstallProgress::Facts &)>;
 
-    /// `tell` is called on the work queue's and the network's threads. Once `isStopped` is true the user is
-    /// not asked for a password any more.
+    /// `tell` is called on the work queue's thread. Once `isStopped` is true the user is not asked for a
+    /// password any more.
     LibreOfficeInstallation(const Services &services, QString version, LibreOfficeInstaller::Log log,
                             Tell tell, const std::atomic<bool> &isStopped);
 
@@ -42,7 +43,8 @@ class LibreOfficeInstallation {
     static void detachImage(ToolRunner &tools, const std::filesystem::path &mountPoint);
 
   private:
-    InstallOutcome installFrom(const Metalink &metalink, const QString &hash, HttpSession &session);
+    InstallOutcome installFrom(const Metalink &metalink, const QString &hash,
+                               std::unique_ptr<HttpSession> session);
     bool downloadVerified(const StagingFolder &staging, const QUrl &mirror, const QString &hash,
                           HttpSession &session);
     bool attachImage(const StagingFolder &staging);

@@ -65,7 +65,6 @@ LibreOfficeInstaller::Services::Services()
       settings(SettingsStore::ofUser()),
       tools(systemToolRunner()),
       privilegedCopy(systemPrivilegedCopy()) {
-    http.storage = HttpConfiguration::Storage::Ephemeral;
     http.requestTimeout = std::chrono::seconds(30);
     http.resourceTimeout = std::chrono::seconds(900);
 }

@@ -1,17 +1,17 @@
 #include "Updater.h"
 
+#include "BackgroundQueue.h"
 #include "DeployConfig.h"
-#include "HttpSession.h"
 #include "MainQueue.h"
 
 #include <utility>
 
 namespace ferrolt {
 
-Updater::Updater(std::shared_ptr<HttpSession> session, const QString &updateServer)
+Updater::Updater(HttpConfiguration http, const QString &updateServer)
     : _isUpdateCheckComplete(*this, false),
       _libreOfficeVersion(*this, std::nullopt),
-      session(std::move(session)),
+      http(std::move(http)),
       manifestUrl(updateServer + QStringLiteral("/download/updates/macminerdeploy.json"), QUrl::StrictMode),
       self(std::make_shared<Updater *>(this)) {}
 
@@ -35,19 +35,20 @@ void Updater::runPeriodicCheck(Completion completion) {
 }
 
 void Updater::fetchManifest(std::function<ManifestHandler> handler) {
-    const auto hand = [weak = std::weak_ptr(self), handler = std::move(handler)](const QByteArray &body) {
-        // Decoded here, on the session's thread: a body may be as long as the session allows.
+    const auto deliver = [weak = std::weak_ptr(self), handler = std::move(handler)](const QByteArray &body) {
         auto manifest = std::make_shared<const std::optional<DeployConfig>>(DeployConfig::decode(body));
         MainQueue::async([weak, handler, manifest] {
             if (const auto updater = weak.lock())
                 handler(**updater, manifest->has_value() ? &**manifest : nullptr);
         });
     };
-    if (!manifestUrl.isValid() || manifestUrl.host().isEmpty()) {
-        hand({});
-        return;
-    }
-    session->fetch(manifestUrl, [hand](const HttpReply &reply) { hand(reply.body); });
+    const auto fetch = [url = manifestUrl, http = http, deliver] {
+        HttpSession session(http);
+        deliver(session.fetchData(url).body);
+    };
+    const bool isUrl = manifestUrl.isValid() && !manifestUrl.host().isEmpty();
+    if (!isUrl || !BackgroundQueue::async(QualityOfService::Default, fetch))
+        deliver({});
 }
 
 }  // namespace ferrolt

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "HttpSession.h"
 #include "Published.h"
 
 #include <QObject>
@@ -14,7 +15,6 @@
 namespace ferrolt {
 
 class DeployConfig;
-class HttpSession;
 
 /// Fetches the deployment manifest: once when the launcher starts, and again whenever the supervisor asks.
 /// Failures end a check quietly; whatever decodes as a manifest is used, also below an error status.
@@ -35,7 +35,7 @@ class Updater : public QObject {
     using Completion = std::function<void(std::optional<std::int64_t>)>;
 
     /// `updateServer` is the server's base URL.
-    Updater(std::shared_ptr<HttpSession> session, const QString &updateServer);
+    Updater(HttpConfiguration http, const QString &updateServer);
     ~Updater() override;
 
     Published<bool, Updater> _isUpdateCheckComplete;
@@ -57,10 +57,12 @@ class Updater : public QObject {
     void announceChange() { Q_EMIT objectWillChange(); }
 
     using ManifestHandler = void(Updater &, const DeployConfig *);
-    /// Calls `handler` on the main thread with the manifest, or null.
+    /// Calls `handler` on the main thread with the manifest, or null. The request has a background thread of
+    /// its own: a body of 16 MiB takes long to decode, and Qt asks for the system's proxies where the request
+    /// is made.
     void fetchManifest(std::function<ManifestHandler> handler);
 
-    std::shared_ptr<HttpSession> session;
+    HttpConfiguration http;
     QUrl manifestUrl;
     /// What others hold weakly instead of the Updater, whose owner is not shared.
     std::shared_ptr<Updater *> self;

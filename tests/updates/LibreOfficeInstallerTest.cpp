@@ -220,14 +220,6 @@ class LibreOfficeInstallerTest : public QObject {
         QCOMPARE(scene->log(), expected);
     }
 
-    void aMirrorIsNamedByItsHost() {
-        const QString elsewhere =
-            QString(scene->goodMirror()).replace(QStringLiteral("127.0.0.1"), QStringLiteral("localhost"));
-        scene->publish({elsewhere});
-        QCOMPARE(scene->install(), InstallOutcome::installed(version));
-        QVERIFY(scene->log().contains(InstallationScene::downloading(QStringLiteral("localhost"))));
-    }
-
     void aFailedMountLeavesNoStagingFolderBehindAndIsNotDetached() {
         scene->publish({scene->goodMirror()});
         scene->installBefore();
@@ -353,10 +345,17 @@ class LibreOfficeInstallerTest : public QObject {
         const LibreOfficeInstaller::Services services;
         QVERIFY(services.http.requestTimeout == std::chrono::seconds(30));
         QVERIFY(services.http.resourceTimeout == std::chrono::seconds(900));
-        QCOMPARE(services.http.storage, HttpConfiguration::Storage::Ephemeral);
         QVERIFY(services.http.extraAuthorities.isEmpty());
         QCOMPARE(services.application, fs::path("/Applications/LibreOffice.app"));
         QCOMPARE(LibreOfficeInstaller::versionKey, QStringLiteral("InstalledLibreOfficeVersion"));
+    }
+
+    void oneInstallationHasOneSessionForAllItsRequests() {
+        scene->publish({scene->server.url(QStringLiteral("/one")).toString(), scene->goodMirror()});
+        scene->server.on(QStringLiteral("/one"), TestHttpsServer::replies(404));
+        QCOMPARE(scene->install(), InstallOutcome::installed(version));
+        QCOMPARE(scene->server.requests().size(), 3);
+        QCOMPARE(scene->server.connectionCount(), 1);
     }
 
     void withoutACompletionTheOutcomeIsStillRecorded() {

@@ -36,23 +36,23 @@ class HttpDownloadTest : public QObject {
         return QDir(folder->path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
     }
 
-    std::optional<std::int64_t> largestFile;  // nothing: the session's own bound
+    std::optional<std::int64_t> maxFileSize;  // nothing: the session's own bound
 
     HttpReply download(const QString &path, HttpSession::Progress progress = {}) const {
         HttpConfiguration configuration;
-        configuration.largestFile = largestFile.value_or(configuration.largestFile);
-        configuration.storage = HttpConfiguration::Storage::Ephemeral;
+        configuration.maxFileSize = maxFileSize.value_or(configuration.maxFileSize);
         configuration.extraAuthorities = authority.certificate();
-        HttpSession session(configuration);
-        return inBackground(
-            [&] { return session.downloadFile(server.url(path), destination().toStdString(), progress); });
+        return inBackground([&] {
+            return HttpSession(configuration)
+                .downloadFile(server.url(path), destination().toStdString(), progress);
+        });
     }
 
   private Q_SLOTS:
     void init() { folder = std::make_unique<QTemporaryDir>(); }
     void cleanup() {
         folder.reset();
-        largestFile.reset();
+        maxFileSize.reset();
     }
 
     void theBytesOfA200ComeToStandAtTheDestination() {
@@ -81,10 +81,12 @@ class HttpDownloadTest : public QObject {
         QCOMPARE(stored(), QByteArray("the image"));
     }
 
-    void aCompressedDownloadIsStoredDecoded() {
+    void noCompressionIsAskedForAndNoneIsUndone() {
+        const QByteArray compressed = gzipped(testPattern());
         server.on(QStringLiteral("/gzip"), TestHttpsServer::repliesCompressed(200, testPattern()));
         QCOMPARE(download(QStringLiteral("/gzip")).error, Error::None);
-        QVERIFY(stored() == testPattern());
+        QCOMPARE(server.requests().last().headers["accept-encoding"], QByteArray("identity"));
+        QVERIFY(stored() == compressed);
     }
 
     void whateverWasAtTheDestinationIsReplaced_data() {
@@ -132,11 +134,6 @@ class HttpDownloadTest : public QObject {
             401);
         row("/cut", TestHttpsServer::cutsAfter(200000, body), Error::Transport, 200);
         row("/reset", TestHttpsServer::resetsAfter(200000, body), Error::Transport, 200);
-        row("/gzip", TestHttpsServer::replies(200, body, {{"Content-Encoding", "gzip"}}), Error::Transport,
-            200);
-        row("/half-gzip",
-            TestHttpsServer::replies(200, gzipped(body).left(100), {{"Content-Encoding", "gzip"}}),
-            Error::Transport, 200);
     }
     void anyOtherOutcomeLeavesTheDestinationAsItWas() {
         QFETCH(QString, path);
@@ -166,29 +163,19 @@ class HttpDownloadTest : public QObject {
         const QByteArray body(1'000'000, 'x');
         server.on(QStringLiteral("/announced"), TestHttpsServer::replies(200, body));
         server.on(QStringLiteral("/chunked"), TestHttpsServer::repliesChunked(200, body, 10'000));
-        server.on(QStringLiteral("/gzip"), TestHttpsServer::repliesCompressed(200, body));
-        for (const char *path : {"/announced", "/chunked", "/gzip"})
+        for (const char *path : {"/announced", "/chunked"})
             QTest::newRow(path) << QString::fromLatin1(path);
     }
     void aFileOfExactlyTheLargestSizeIsTakenAndOneMoreByteIsNot() {
         QFETCH(QString, path);
-        largestFile = 1'000'000;
+        maxFileSize = 1'000'000;
         QCOMPARE(download(path).error, Error::None);
         QCOMPARE(stored().size(), 1'000'000);
         store("old");
-        largestFile = 999'999;
+        maxFileSize = 999'999;
         QCOMPARE(download(path).error, Error::TooLarge);
         QCOMPARE(stored(), QByteArray("old"));
         QCOMPARE(left(), QStringList{QStringLiteral("image.dmg")});
-    }
-
-    void aBodyThatBlowsUpWhenItIsDecodedIsNotWrittenBeyondTheBound() {
-        // Some kilobytes on the wire.
-        server.on(QStringLiteral("/bomb"),
-                  TestHttpsServer::repliesCompressed(200, QByteArray(8'000'000, ' ')));
-        largestFile = 1'000'000;
-        QCOMPARE(download(QStringLiteral("/bomb")).error, Error::TooLarge);
-        QVERIFY(left().isEmpty());
     }
 
     void anEndlessDownloadEndsAtTheBound() {
@@ -198,13 +185,13 @@ class HttpDownloadTest : public QObject {
             while (exchange.send(chunk)) {
             }
         });
-        largestFile = 5'000'000;
+        maxFileSize = 5'000'000;
         QCOMPARE(download(QStringLiteral("/endless")).error, Error::TooLarge);
         QVERIFY(left().isEmpty());
     }
 
-    void moreThanEightGibibytesAreNotEvenBegun() {
-        server.on(QStringLiteral("/huge"), TestHttpsServer::repliesPattern((std::int64_t{8} << 30) + 1));
+    void moreThanTwoGibibytesAreNotEvenBegun() {
+        server.on(QStringLiteral("/huge"), TestHttpsServer::repliesPattern((std::int64_t{2} << 30) + 1));
         QCOMPARE(download(QStringLiteral("/huge")).error, Error::TooLarge);
         QVERIFY(left().isEmpty());
     }
@@ -213,12 +200,12 @@ class HttpDownloadTest : public QObject {
         server.on(QStringLiteral("/image"), TestHttpsServer::replies(200, "image"));
         HttpConfiguration configuration;
         configuration.extraAuthorities = authority.certificate();
-        HttpSession session(configuration);
         store("a file, not a folder");
         for (const QString &path : QStringList{folder->filePath(QStringLiteral("missing/image")),
                                                destination() + QStringLiteral("/image")}) {
             const HttpReply reply = inBackground([&] {
-                return session.downloadFile(server.url(QStringLiteral("/image")), path.toStdString());
+                return HttpSession(configuration)
+                    .downloadFile(server.url(QStringLiteral("/image")), path.toStdString());
             });
             QCOMPARE(reply.error, Error::File);
         }

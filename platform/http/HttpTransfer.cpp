@@ -1,0 +1,147 @@
+#include "HttpTransfer.h"
+
+#include "RedirectRule.h"
+
+#include <QNetworkAccessManager>
+
+#include <array>
+#include <utility>
+
+namespace ferrolt {
+
+using Error = HttpReply::Error;
+
+namespace {
+
+constexpr int maxRedirects = 20;
+constexpr std::size_t readSize = 64 * 1024;
+constexpr qint64 progressInterval = 100;  // milliseconds
+
+bool isHttp(const QUrl &url) {
+    return url.isValid() && !url.host().isEmpty() &&
+           (url.scheme() == QLatin1String("http") || url.scheme() == QLatin1String("https"));
+}
+
+bool isRedirect(int statusCode) {
+    return (statusCode >= 301 && statusCode <= 303) || statusCode == 307 || statusCode == 308;
+}
+
+/// Whether Qt's error only repeats a status of 400 or more, whose page arrived like any other.
+bool isOnlyTheStatus(QNetworkReply::NetworkError error, int statusCode) {
+    using Qt = QNetworkReply;
+    return statusCode >= 400 && ((error >= Qt::ContentAccessDenied && error <= Qt::UnknownContentError) ||
+                                 error == Qt::ProtocolInvalidOperationError ||
+                                 (error >= Qt::InternalServerError && error <= Qt::UnknownServerError));
+}
+
+}  // namespace
+
+HttpTransfer::HttpTransfer(QNetworkAccessManager &manager, QNetworkRequest request, HttpBody body)
+    : manager(manager), request(std::move(request)), body(std::move(body)) {
+    resourceTimer.setSingleShot(true);
+    connect(&resourceTimer, &QTimer::timeout, this, [this] { end(Error::TimedOut); });
+}
+
+HttpReply HttpTransfer::run(std::chrono::milliseconds resourceTimeout) {
+    resourceTimer.start(resourceTimeout);
+    start(request.url());
+    if (!isOver)
+        loop.exec();
+    reply.reset();
+    return result;
+}
+
+void HttpTransfer::start(const QUrl &next) {
+    if (!isHttp(next)) {
+        end(Error::Transport);
+        return;
+    }
+    request.setUrl(next);
+    // Redirects are followed here. Of Qt 6.4's policies the one that asks, UserVerifiedRedirectPolicy, gets
+    // lost at the second redirect of a reply, and all of them first read the page of a redirect to its end.
+    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
+    reply.reset(manager.get(request));
+    // Without a bound Qt takes all that the server has into memory, however slow the disk may be.
+    reply->setReadBufferSize(readSize);
+    connect(reply.get(), &QNetworkReply::metaDataChanged, this, &HttpTransfer::readHead);
+    connect(reply.get(), &QNetworkReply::readyRead, this, &HttpTransfer::readBody);
+    connect(reply.get(), &QNetworkReply::finished, this, &HttpTransfer::replyFinished);
+}
+
+void HttpTransfer::readHead() {
+    result.statusCode = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    const QUrl location = reply->attribute(QNetworkRequest::RedirectionTargetAttribute).toUrl();
+    if (isRedirect(result.statusCode) && !location.isEmpty())
+        follow(request.url().resolved(location));
+}
+
+void HttpTransfer::follow(const QUrl &target) {
+    reply->disconnect(this);
+    reply.release()->deleteLater();  // this is called by one of its signals
+    result.statusCode = 0;
+    if (++redirects > maxRedirects) {
+        end(Error::Transport);
+        return;
+    }
+    decideRedirect(request.url(), target, this, [this, target](bool isAllowed) {
+        if (isAllowed)
+            start(target);
+        else
+            end(Error::Transport);
+    });
+}
+
+void HttpTransfer::readBody() {
+    if (body.isWantedOnlyOf200 && result.statusCode != 200) {
+        end(Error::None);
+        return;
+    }
+    const auto length = reply->header(QNetworkRequest::ContentLengthHeader);
+    announced = length.isValid() ? length.toLongLong() : -1;
+    if (announced > body.maxSize)
+        end(Error::TooLarge);
+    std::array<char, readSize> bytes;
+    while (!isOver) {
+        const qint64 count = reply->read(bytes.data(), bytes.size());
+        if (count <= 0)
+            break;
+        received += count;
+        if (received > body.maxSize)
+            end(Error::TooLarge);
+        else if (!body.store(bytes.data(), count))
+            end(Error::File);
+        else
+            reportProgress(false);
+    }
+}
+
+void HttpTransfer::replyFinished() {
+    const auto error = reply->error();
+    if (error == QNetworkReply::OperationCanceledError || error == QNetworkReply::TimeoutError) {
+        end(Error::TimedOut);  // the request's own timeout; nothing else here cancels it
+    } else if (result.statusCode == 0 ||
+               (error != QNetworkReply::NoError && !isOnlyTheStatus(error, result.statusCode))) {
+        end(Error::Transport);
+    } else {
+        readBody();
+        if (!isOver)
+            reportProgress(true);
+        end(Error::None);
+    }
+}
+
+void HttpTransfer::reportProgress(bool isLast) {
+    if (!body.progress || (!isLast && sinceProgress.isValid() && sinceProgress.elapsed() < progressInterval))
+        return;
+    sinceProgress.start();
+    body.progress(received, announced);
+}
+
+void HttpTransfer::end(Error error) {
+    if (std::exchange(isOver, true))
+        return;
+    result.error = error;
+    loop.quit();
+}
+
+}  // namespace ferrolt
