@@ -20,6 +20,12 @@ constexpr const char *diskImageTool = "/usr/bin/hdiutil";
 // A smaller file is an error page that a server sent with status 200.
 constexpr std::uintmax_t smallestImage = 1'000'001;
 
+/// Each mirror may take the session's 15 minutes.
+constexpr qsizetype maxMirrors = 1000;
+
+/// The max length of a mirror's name in a log line. A host name has no more than 253 characters.
+constexpr qsizetype maxMirrorNameLength = 255;
+
 bool isSha256(const QString &text) {
     return text.size() == 64 && std::all_of(text.begin(), text.end(), [](QChar digit) {
                return (digit >= QLatin1Char('0') && digit <= QLatin1Char('9')) ||
@@ -29,7 +35,7 @@ bool isSha256(const QString &text) {
 
 std::optional<QByteArray> fetchData(HttpSession &session, const QUrl &url) {
     HttpReply reply = session.fetchData(url);
-    if (!reply.isWhole() || reply.statusCode != 200)
+    if (!reply.isWhole() || reply.statusCode != 200 || reply.body.isEmpty())
         return std::nullopt;
     return std::move(reply.body);
 }
@@ -89,7 +95,7 @@ InstallOutcome LibreOfficeInstallation::installFrom(const Metalink &metalink, co
         return InstallOutcome::failed(QStringLiteral("could not create staging directory: ") +
                                       QString::fromLocal8Bit(failure.message()));
 
-    const auto &mirrors = metalink.mirrors;
+    const auto mirrors = metalink.mirrors.first(std::min(metalink.mirrors.size(), maxMirrors));
     const bool isVerified = std::any_of(mirrors.begin(), mirrors.end(), [&](const QUrl &mirror) {
         return downloadVerified(*staging, mirror, hash, *session);
     });
@@ -129,7 +135,7 @@ InstallOutcome LibreOfficeInstallation::installFrom(const Metalink &metalink, co
 bool LibreOfficeInstallation::downloadVerified(const StagingFolder &staging, const QUrl &mirror,
                                                const QString &hash, HttpSession &session) {
     const QString host = mirror.host().isEmpty() ? mirror.toString() : mirror.host();
-    log(QStringLiteral("Downloading LibreOffice from ") + host +
+    log(QStringLiteral("Downloading LibreOffice from ") + host.left(maxMirrorNameLength) +
         QStringLiteral("\u2026\n"));
     tellPhase(InstallProgress::Phase::Downloading);
     const fs::path image = staging.image();

@@ -63,7 +63,7 @@ class InstallerMetalinkTest : public QObject {
         QTest::newRow("500 with a document") << 500 << whole << noDocument;
         QTest::newRow("206 with a document") << 206 << whole << noDocument;
         QTest::newRow("204") << 204 << QByteArray() << noDocument;
-        QTest::newRow("empty") << 200 << QByteArray() << noMirror;
+        QTest::newRow("empty") << 200 << QByteArray() << noDocument;
         QTest::newRow("a page") << 200 << QByteArray("<!DOCTYPE html><html><body><p>Sorry<br></body></html>")
                                 << noMirror;
         QTest::newRow("cut in the middle of a url") << 200 << document(url(somewhere)).left(70) << noMirror;

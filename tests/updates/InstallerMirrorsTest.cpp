@@ -236,6 +236,28 @@ class InstallerMirrorsTest : public QObject {
         QCOMPARE(scene->recorded(), std::optional(QStringLiteral("7.6.4")));
     }
 
+    void aThousandMirrorsAreTriedAndNoMore() {
+        TestHttpsServer open;
+        const QString missing = open.url(QStringLiteral("/missing")).toString();
+        QStringList mirrors(999, missing);
+        scene->publish(mirrors + QStringList{scene->goodMirror()});
+        QCOMPARE(scene->install(), InstallOutcome::installed(version));
+        QCOMPARE(open.requests().size(), 999);
+
+        fs::remove_all(scene->application);
+        scene->publish(mirrors + QStringList{missing, scene->goodMirror()});
+        QCOMPARE(scene->install(), InstallOutcome::failed(QStringLiteral(
+                                       "could not download a verified LibreOffice DMG from any mirror")));
+        QCOMPARE(open.requests().size(), 1999);
+    }
+
+    void aMirrorsNameInTheLogIsBounded() {
+        const QString endless = QStringLiteral("https:") + QString(1'000'000, QLatin1Char('x'));
+        scene->publish({endless, scene->goodMirror()});
+        QCOMPARE(scene->install(), InstallOutcome::installed(version));
+        QVERIFY(scene->log().contains(InstallationScene::downloading(endless.left(255))));
+    }
+
     void aMirrorThatSendsMoreThanAnImageMayHaveIsPassedOver() {
         scene->services.http.maxFileSize = scene->image.size();
         isPassedOver(bad([](TestExchange &exchange) {
