@@ -89,6 +89,21 @@ void makePrograms(const fs::path &root, const fs::path &prompt) {
     fs::copy_file(prompt, root / "usr/bin/pkexec");
 }
 
+/// Puts an empty file of the test's where the machine has one, or a link to one. Where it has none there will
+/// be none.
+void replaceFile(const fs::path &file, const fs::path &root, const fs::path &scratch) {
+    std::error_code failure;
+    const fs::path target = fs::canonical(file, failure);
+    if (failure)
+        return;
+    write(scratch / file.filename(), "");
+    bindTo(scratch / file.filename(), root / target.relative_path());
+}
+
+void run(const std::string &command) {
+    require(std::system(command.c_str()) == 0, command);
+}
+
 }  // namespace
 
 std::string PrivateSystem::enter(const Contents &contents) {
@@ -104,24 +119,44 @@ std::string PrivateSystem::enter(const Contents &contents) {
         copyEntries("/", root, "usr");
         makePrograms(root, contents.prompt);
 
-        std::string hosts = "127.0.0.1 localhost\n";
-        for (const std::string &host : contents.hosts)
-            hosts += "127.0.0.1 " + host + "\n";
-        write(contents.scratch / "hosts", hosts);
-        bindTo(contents.scratch / "hosts", root / "etc/hosts");
-        const fs::path certificates = contents.scratch / "certificates";
-        fs::create_directory(certificates);
-        fs::copy_file(contents.trustedAuthority, certificates / "test-authority.pem");
-        // The links by hash that update-ca-certificates makes: where there are any, Qt loads root
-        // certificates on demand instead of all at once.
-        require(std::system(("openssl rehash '" + certificates.string() + "'").c_str()) == 0,
-                "hashing the certificates");
-        bindTo(certificates, root / "etc/ssl/certs");
+        // Folders and files that setHosts() and setCertificates() write to.
+        for (const char *file : {"/etc/hosts", "/etc/nsswitch.conf", "/etc/resolv.conf"})
+            replaceFile(file, root, contents.scratch);
+        fs::create_directory(contents.scratch / "certs");
+        bindTo(contents.scratch / "certs", root / "etc/ssl/certs");
 
         require(chroot(root.c_str()) == 0 && chdir("/") == 0, "entering the root folder");
+        write("/etc/nsswitch.conf", "hosts: files dns\n");
+        write("/etc/resolv.conf", "nameserver 127.0.0.1\n");
         return {};
     } catch (const std::exception &failure) {
         return failure.what();
+    }
+}
+
+void PrivateSystem::setHosts(const std::vector<std::string> &names) {
+    std::string hosts = "127.0.0.1 localhost\n";
+    for (const std::string &name : names)
+        hosts += "127.0.0.1 " + name + "\n";
+    write("/etc/hosts", hosts);
+}
+
+void PrivateSystem::setCertificates(Certificates layout, const std::string &authority) {
+    const fs::path store = "/etc/ssl/certs";
+    for (const fs::directory_entry &entry : fs::directory_iterator(store))
+        fs::remove_all(entry.path());
+    const fs::path own = "/test-authorities";
+    fs::create_directories(own / "hooks");
+    write(own / "test.crt", authority);
+    write(own / "selected", "");  // none of the machine's
+    run("TMPDIR=/tmp /usr/sbin/update-ca-certificates --fresh --certsconf " + (own / "selected").string() +
+        " --localcertsdir " + own.string() + " --etccertsdir " + store.string() + " --hooksdir " +
+        (own / "hooks").string() + " >/dev/null 2>&1");
+    for (const fs::directory_entry &entry : fs::directory_iterator(store)) {
+        const bool isBundle = entry.path().filename() == "ca-certificates.crt";
+        if (layout == Certificates::None ||
+            layout == (isBundle ? Certificates::LinksOnly : Certificates::BundleOnly))
+            fs::remove(entry.path());
     }
 }
 

@@ -90,12 +90,8 @@ namespace {
 
 /// Before Qt has made its first thread.
 int runInAPrivateSystem(int argc, char **argv, const fs::path &scratch) {
-    TestTree::write(scratch / "nobody.pem", "");
     TestTree::write(scratch / "prompt", "");
-    const std::string trouble = PrivateSystem::enter({.hosts = {},
-                                                      .trustedAuthority = scratch / "nobody.pem",
-                                                      .prompt = scratch / "prompt",
-                                                      .scratch = scratch});
+    const std::string trouble = PrivateSystem::enter({.prompt = scratch / "prompt", .scratch = scratch});
     QCoreApplication qt(argc, argv);
     ProductionPathsTest test(trouble);
     return QTest::qExec(&test, argc, argv);

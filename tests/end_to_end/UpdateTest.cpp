@@ -1,3 +1,6 @@
+#include "Background.h"
+#include "FileDescriptor.h"
+#include "HttpSession.h"
 #include "InstalledTree.h"
 #include "Launcher.h"
 #include "Listener.h"
@@ -17,9 +20,11 @@
 #include <cerrno>
 #include <chrono>
 
+#include <netinet/in.h>
 #include <signal.h>
 #include <stdlib.h>
 #include <sys/prctl.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -40,6 +45,14 @@ const QString settingsFile = ".config/" FERROLT_REVERSE_DOMAIN ".json";
 
 QString hostOf(const char *address) {
     return QUrl(address).host();
+}
+
+std::vector<std::string> servedHosts() {
+    std::vector<std::string> names;
+    for (const QString &host :
+         mirrorHosts + QStringList{hostOf(FERROLT_UPDATE_SERVER), hostOf(FERROLT_LIBREOFFICE_SERVER)})
+        names.push_back(host.toStdString());
+    return names;
 }
 
 /// The servers that the program was built for, and what they publish.
@@ -89,6 +102,8 @@ void makeVolume(const fs::path &folder) {
 
 }  // namespace
 
+Q_DECLARE_METATYPE(ferrolt::PrivateSystem::Certificates)
+
 /// The built program as it is shipped, in a system in which its servers, its prompt and /Applications are the
 /// test's.
 class UpdateTest : public QObject {
@@ -102,10 +117,32 @@ class UpdateTest : public QObject {
     const TestAuthority &authority;
     const std::string trouble;
 
+    /// The program with children that run until they are ended, and a port that is open.
+    struct Run {
+        VirtualDesktop desktop;
+        Listener port;
+        InstalledTree tree{"wait", "wait"};
+        QTemporaryDir temporary;
+        std::unique_ptr<Launcher> launcher;
+
+        void start() {
+            tree.writeEnginePort(std::to_string(port.port));
+            qputenv("TMPDIR", temporary.path().toLocal8Bit());
+            launcher = std::make_unique<Launcher>(desktop, tree.executable(), tree.home());
+        }
+    };
+
   private Q_SLOTS:
     void initTestCase() {
         if (!trouble.empty())
             QSKIP(qPrintable("no system of its own can be made here: " + QString::fromStdString(trouble)));
+    }
+
+    void init() {
+        fs::remove_all(application);
+        PrivateSystem::setHosts(servedHosts());
+        PrivateSystem::setCertificates(PrivateSystem::Certificates::Both,
+                                       authority.certificate().toStdString());
     }
 
     void theNamedVersionIsInstalledAndTheEngineAloneIsRestarted() {
@@ -178,8 +215,86 @@ class UpdateTest : public QObject {
         QCOMPARE(servers.origin.requestCount(metalinkPath), metalinks);
     }
 
+    void theMachinesAuthoritiesAreTrustedHoweverTheyAreStored_data() {
+        QTest::addColumn<PrivateSystem::Certificates>("layout");
+        QTest::newRow("as update-ca-certificates does") << PrivateSystem::Certificates::Both;
+        QTest::newRow("bundle only") << PrivateSystem::Certificates::BundleOnly;
+        QTest::newRow("links by hash only") << PrivateSystem::Certificates::LinksOnly;
+    }
+    void theMachinesAuthoritiesAreTrustedHoweverTheyAreStored() {
+        QFETCH(PrivateSystem::Certificates, layout);
+        PrivateSystem::setCertificates(layout, authority.certificate().toStdString());
+        Servers servers(authority);
+        servers.publish("no image");
+        Run run;
+        QVERIFY2(run.desktop.failure().isEmpty(), qPrintable(run.desktop.failure()));
+        run.start();
+        // Its document is asked for only when the manifest that names the version has arrived.
+        QVERIFY(waitUntil([&] { return servers.origin.requestCount(metalinkPath) == 1; }, 60s));
+        QCOMPARE(servers.origin.requestCount(manifestPath), 1);
+    }
+
+    void withoutAuthoritiesTheUpdateFailsAndTheChildrenRun() {
+        PrivateSystem::setCertificates(PrivateSystem::Certificates::None,
+                                       authority.certificate().toStdString());
+        Servers servers(authority);
+        servers.publish("no image");
+        Run run;
+        QVERIFY2(run.desktop.failure().isEmpty(), qPrintable(run.desktop.failure()));
+        run.start();
+        QVERIFY(
+            waitUntil([&] { return run.launcher->child("Orbix") && run.launcher->child("qorclient"); }, 60s));
+        QCOMPARE(run.launcher->startAgain(), 0);
+        QVERIFY(waitUntil([&] { return run.launcher->visibleWindows().contains("Ferrolt Miner Launcher"); }));
+        QString log;
+        QVERIFY2(waitUntil([&] {
+                     log = run.launcher->consoleText("Lumora Core Engine");
+                     return log.contains(
+                         "LibreOffice install skipped: failed to download Metalink file. Will retry "
+                         "on the next check.\n");
+                 }),
+                 qPrintable(log));
+        QVERIFY(run.launcher->child("Orbix") && run.launcher->child("qorclient"));
+        QVERIFY(servers.origin.requests().isEmpty());
+        QVERIFY(servers.origin.connectionCount() >= 2);
+    }
+
+    void anAuthorityThatIsHandedInIsTrustedBesideTheMachines() {
+        const TestAuthority another;
+        TestHttpsServer ofTheMachine(authority.issue());
+        TestHttpsServer ofTheOther(another.issue());
+        HttpConfiguration configuration;
+        configuration.extraAuthorities = another.certificate();
+        for (TestHttpsServer *server : {&ofTheMachine, &ofTheOther}) {
+            server->on("/", TestHttpsServer::replies(200, "trusted"));
+            const QUrl url = server->url("/");
+            QCOMPARE(inBackground([&] { return HttpSession(configuration).fetchData(url); }).body,
+                     QByteArray("trusted"));
+        }
+    }
+
+    void aQuitWhileANameServerDoesNotAnswerEndsTheProgramAtOnce() {
+        PrivateSystem::setHosts({});
+        const FileDescriptor nameServer(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(53);
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        QVERIFY(bind(nameServer.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0);
+        Run run;
+        QVERIFY2(run.desktop.failure().isEmpty(), qPrintable(run.desktop.failure()));
+        run.start();
+        char query[512];
+        QVERIFY(
+            waitUntil([&] { return recv(nameServer.get(), query, sizeof query, MSG_DONTWAIT) > 0; }, 60s));
+        // A resolver asks twice and waits for five seconds each time.
+        kill(run.launcher->id(), SIGTERM);
+        QVERIFY(waitUntil([&] { return !run.launcher->isRunning(); }, 4s));
+        QCOMPARE(run.launcher->program().exitStatus(), QProcess::NormalExit);
+        QCOMPARE(run.launcher->program().exitCode(), 0);
+    }
+
     void aQuitInTheMiddleOfADownloadEndsTheProgramAtOnce() {
-        fs::remove_all(application);
         const VirtualDesktop desktop;
         QVERIFY2(desktop.failure().isEmpty(), qPrintable(desktop.failure()));
         Servers servers(authority);
@@ -225,13 +340,8 @@ namespace {
 /// Before Qt has made its first thread.
 int runInAPrivateSystem(int argc, char **argv, const fs::path &scratch) {
     const TestAuthority authority;
-    writeFile(scratch / "authority.pem", authority.certificate());
     writeScript(scratch / "prompt", "exec \"$@\"\n");
-    PrivateSystem::Contents contents{{}, scratch / "authority.pem", scratch / "prompt", scratch};
-    for (const QString &host :
-         mirrorHosts + QStringList{hostOf(FERROLT_UPDATE_SERVER), hostOf(FERROLT_LIBREOFFICE_SERVER)})
-        contents.hosts.push_back(host.toStdString());
-    const std::string trouble = PrivateSystem::enter(contents);
+    const std::string trouble = PrivateSystem::enter({scratch / "prompt", scratch});
 
     QCoreApplication qt(argc, argv);
     UpdateTest test(authority, trouble);
