@@ -2,12 +2,14 @@
 #include "HttpSession.h"
 #include "ProcessSetup.h"
 #include "TestHttpsServer.h"
+#include "Waiting.h"
 
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <atomic>
 #include <optional>
 #include <vector>
 
@@ -188,6 +190,38 @@ class HttpDownloadTest : public QObject {
         maxFileSize = 5'000'000;
         QCOMPARE(download(QStringLiteral("/endless")).error, Error::TooLarge);
         QVERIFY(left().isEmpty());
+    }
+
+    void whatTheDiskHasNotTakenYetStaysWithTheServer_data() {
+        QTest::addColumn<QString>("path");
+        QTest::newRow("directly") << QStringLiteral("/fast");
+        QTest::newRow("redirected") << QStringLiteral("/moved");
+    }
+    void whatTheDiskHasNotTakenYetStaysWithTheServer() {
+        QFETCH(QString, path);
+        constexpr std::int64_t muchMoreThanBuffersHold = 64 * 1024 * 1024;
+        std::atomic<std::int64_t> sent = 0;
+        std::atomic<bool> isOver = false;
+        server.on(QStringLiteral("/fast"), [&](TestExchange &exchange) {
+            exchange.head(200, {{"Content-Length", "1000000000"}});
+            const QByteArray piece = testPattern();
+            while (!isOver && exchange.send(piece))
+                sent += piece.size();
+            exchange.close();
+        });
+        server.on(QStringLiteral("/moved"),
+                  TestHttpsServer::redirectsTo(server.url(QStringLiteral("/fast"))));
+        bool wasTakenIn = true;
+        download(path, [&](std::int64_t, std::int64_t) {
+            if (isOver)
+                return;
+            // Within this call nothing is stored, like on a disk that is slow.
+            wasTakenIn =
+                waitWithoutEvents([&] { return sent > muchMoreThanBuffersHold; }, std::chrono::seconds(2));
+            isOver = true;
+        });
+        QVERIFY(!wasTakenIn);
+        QVERIFY(sent > 0);
     }
 
     void moreThanTwoGibibytesAreNotEvenBegun() {
