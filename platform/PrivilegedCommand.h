@@ -6,7 +6,7 @@
 namespace ferrolt {
 
 /// The shell command that replaces `destination` by `source` on macOS: remove, copy, take the quarantine mark
-/// away. The paths go between single quotes as they are and must hold none; both are made by the program.
+/// away. The paths may hold anything: a user's TMPDIR is part of the source.
 std::string privilegedShellCommand(std::string_view source, std::string_view destination);
 
 /// `text` as it stands inside an AppleScript string literal: backslashes doubled, then double quotes escaped.
