@@ -16,3 +16,6 @@ set(FERROLT_PACKAGER "Ferrolt <packages@ferrolt.example>" CACHE STRING "Who answ
 option(FERROLT_TESTS "Build the tests" ON)
 option(FERROLT_FUZZ "Build the fuzz targets, with clang" OFF)
 set(FERROLT_SANITIZE "" CACHE STRING "Sanitizers to build with, as -fsanitize takes them")
+
+# Not a builder's choice: the program looks for its helper here, from the folder above its own.
+set(FERROLT_INSTALLATION_HELPER libexec/ferrolt-miner-launcher/install-libreoffice)

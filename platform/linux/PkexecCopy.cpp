@@ -2,31 +2,62 @@
 
 #include "RunProcess.h"
 
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace ferrolt {
 
-namespace {
+namespace fs = std::filesystem;
 
-// The script never changes and the paths are its parameters, so nothing in a path is ever read by the shell.
-// cp -a keeps modes, times and links, and copies a link as the link that it is. Neither cp -T nor mv -T goes
-// into a folder that has appeared in their way, which would make an application within an application: a copy
-// runs on as root when the launcher quits, and the next start's may meet it.
-constexpr const char *script =
-    "source=$1; destination=$2; parent=$3; new=$4\n"
-    "/bin/rm -rf -- \"$new\" && /bin/mkdir -p -- \"$parent\" &&\n"
-    "/bin/cp -aT -- \"$source\" \"$new\" && /bin/rm -rf -- \"$destination\" && /bin/mv -T -- \"$new\" "
-    "\"$destination\" &&\n"
-    "exit 0\n"
-    "/bin/rm -rf -- \"$new\"\n"
-    "exit 1\n";
+bool PkexecCopy::privilegedCopy(const fs::path &source, const fs::path &destination) {
+    if (destination != places.application)
+        return false;
+    // pkexec refuses to start for a SHELL that /etc/shells does not list and for some values of LC_* and
+    // TERM. It passes nothing on to the script that the script needs, and finds the bus and the session's
+    // agent by itself. Its own agent, for terminals, is switched off: started by a process in the background
+    // it is stopped when it asks for the password, and pkexec would wait for it for ever.
+    std::vector<std::string> arguments{"-i", "PATH=/usr/sbin:/usr/bin:/sbin:/bin", places.prompt.string(),
+                                       "--disable-internal-agent"};
+    if (isRootsAlone(places.helper))
+        arguments.push_back(places.helper.string());
+    else
+        arguments.insert(arguments.end(), {"/bin/sh", "-c", script(), "install-libreoffice"});
+    arguments.push_back(source.string());
+    return runProcess("/usr/bin/env", arguments);
+}
 
-}  // namespace
+std::string PkexecCopy::missingProgram() const {
+    if (access(places.prompt.c_str(), X_OK) != 0)
+        return places.prompt.string();
+    for (const char *program : {"setpriv", "tar", "flock", "find"})
+        if (access(("/usr/bin/" + std::string(program)).c_str(), X_OK) != 0 &&
+            access(("/bin/" + std::string(program)).c_str(), X_OK) != 0)
+            return program;
+    return {};
+}
 
-bool PkexecCopy::privilegedCopy(const std::filesystem::path &source,
-                                const std::filesystem::path &destination) {
-    const auto parent = destination.parent_path();
-    const auto unfinished = parent / ("." + destination.filename().string() + ".ferrolt-new");
-    return runProcess(prompt, {"/bin/sh", "-c", script, "ferrolt-install", source.string(),
-                               destination.string(), parent.string(), unfinished.string()});
+fs::path PkexecCopy::installedHelper() {
+    std::error_code failure;
+    const fs::path executable = fs::read_symlink("/proc/self/exe", failure);
+    return executable.parent_path().parent_path() / FERROLT_INSTALLATION_HELPER;
+}
+
+bool PkexecCopy::isRootsAlone(const fs::path &program) {
+    struct stat status {};
+    if (lstat(program.c_str(), &status) != 0 || !S_ISREG(status.st_mode) ||
+        access(program.c_str(), X_OK) != 0)
+        return false;
+    for (fs::path place = program;; place = place.parent_path()) {
+        if (lstat(place.c_str(), &status) != 0 || status.st_uid != 0 ||
+            (status.st_mode & (S_IWGRP | S_IWOTH)) != 0)
+            return false;
+        if (place == place.root_path())
+            return true;
+    }
 }
 
 }  // namespace ferrolt

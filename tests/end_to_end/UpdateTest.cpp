@@ -340,7 +340,8 @@ namespace {
 /// Before Qt has made its first thread.
 int runInAPrivateSystem(int argc, char **argv, const fs::path &scratch) {
     const TestAuthority authority;
-    writeScript(scratch / "prompt", "exec \"$@\"\n");
+    // As pkexec would: "--disable-internal-agent" is its own, and it tells the program who asked.
+    writeScript(scratch / "prompt", "shift\nPKEXEC_UID=$(id -u) exec \"$@\"\n");
     const std::string trouble = PrivateSystem::enter({scratch / "prompt", scratch});
 
     QCoreApplication qt(argc, argv);

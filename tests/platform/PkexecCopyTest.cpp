@@ -4,9 +4,13 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 using namespace ferrolt;
 namespace fs = std::filesystem;
 
+/// How the prompt is called; what the script then does is InstallationScriptTest's.
 class PkexecCopyTest : public QObject {
     Q_OBJECT
 
@@ -14,129 +18,131 @@ class PkexecCopyTest : public QObject {
     std::unique_ptr<QTemporaryDir> scratch;
     fs::path folder;
     fs::path source;
-    fs::path destination;
-    fs::path prompt;
+    PkexecCopy::Places places;
 
-    /// A prompt that is answered.
-    void promptSays(const QByteArray &commands) { writeScript(prompt, commands); }
-    bool copy() { return PkexecCopy(prompt).privilegedCopy(source, destination); }
-    bool onlyTheApplicationIsThere() const {
-        const auto entries = fs::directory_iterator(destination.parent_path());
-        return std::distance(fs::begin(entries), fs::end(entries)) == 1 && fs::exists(destination);
+    void promptSays(const QByteArray &commands) { writeScript(places.prompt, commands); }
+    /// Has the prompt write down its arguments, each ended by a zero byte, and its environment.
+    void promptTakesNotes() {
+        const QByteArray path = QByteArray::fromStdString(folder.string());
+        promptSays("printf '%s\\0' \"$@\" >'" + path + "/arguments'\n/usr/bin/env >'" + path +
+                   "/environment'\n");
     }
+    QByteArrayList notedArguments() const {
+        QByteArrayList arguments = readFile(folder / "arguments").split('\0');
+        arguments.removeLast();
+        return arguments;
+    }
+    bool copy() const { return PkexecCopy(places).privilegedCopy(source, places.application); }
 
   private Q_SLOTS:
     void init() {
         scratch = std::make_unique<QTemporaryDir>();
         folder = scratch->path().toStdString();
-        source = folder / "staging/mnt/LibreOffice.app";
-        destination = folder / "Applications/LibreOffice.app";
-        prompt = folder / "pkexec";
-        fs::create_directories(source / "Contents/MacOS");
-        writeFile(source / "Contents/MacOS/soffice", "new");
-        fs::permissions(source / "Contents/MacOS/soffice", fs::perms(0755));
-        writeFile(source / "Contents/PkgInfo", "APPL");
-        fs::permissions(source / "Contents/PkgInfo", fs::perms(0604));
-        fs::create_symlink("MacOS/soffice", source / "Contents/relative");
-        fs::create_symlink("/etc/passwd", source / "Contents/absolute");
-        promptSays("exec \"$@\"");
+        source = folder / "it's a \u00fc/mnt/LibreOffice.app";
+        places = PkexecCopy::Places();
+        places.prompt = folder / "pkexec";
+        promptTakesNotes();
     }
 
-    void theApplicationArrivesWithItsLinksAndModes() {
-        QVERIFY(copy());
-        QCOMPARE(treeDifference(treeSnapshot(destination), treeSnapshot(source)), QByteArray());
-        QVERIFY(onlyTheApplicationIsThere());
+    void theProductionValuesAreTheSystemsPromptAndTheOneApplication() {
+        const PkexecCopy::Places production;
+        QCOMPARE(production.prompt, fs::path("/usr/bin/pkexec"));
+        QCOMPARE(production.application, fs::path("/Applications/LibreOffice.app"));
+        QCOMPARE(production.helper, fs::canonical("/proc/self/exe").parent_path().parent_path() /
+                                        "libexec/ferrolt-miner-launcher/install-libreoffice");
+        QVERIFY(!fs::exists(production.helper));  // this is a checkout
     }
 
-    void theOldApplicationIsReplacedWhole() {
-        fs::create_directories(destination / "Contents/OldOnly");
-        writeFile(destination / "Contents/PkgInfo", "OLD!");
+    void withoutAHelperTheScriptItselfIsHandedOver() {
         QVERIFY(copy());
-        QCOMPARE(treeDifference(treeSnapshot(destination), treeSnapshot(source)), QByteArray());
-        QVERIFY(onlyTheApplicationIsThere());
+        QCOMPARE(notedArguments(),
+                 (QByteArrayList{"--disable-internal-agent", "/bin/sh", "-c",
+                                 readFile(FERROLT_INSTALLATION_SCRIPT), "install-libreoffice",
+                                 QByteArray::fromStdString(source.string())}));
     }
 
-    void aLinkInTheApplicationsPlaceIsReplacedAndNotFollowed() {
-        fs::create_directories(folder / "elsewhere");
-        writeFile(folder / "elsewhere/mine", "precious");
-        fs::create_directories(destination.parent_path());
-        fs::create_directory_symlink(folder / "elsewhere", destination);
+    void aHelperThatOnlyRootCanChangeIsCalledInstead() {
+        places.helper = fs::canonical("/usr/bin/env");
         QVERIFY(copy());
-        QVERIFY(!fs::is_symlink(destination));
-        QCOMPARE(readFile(folder / "elsewhere/mine"), QByteArray("precious"));
-        QCOMPARE(treeDifference(treeSnapshot(destination), treeSnapshot(source)), QByteArray());
+        QCOMPARE(notedArguments(), (QByteArrayList{"--disable-internal-agent",
+                                                   QByteArray::fromStdString(places.helper.string()),
+                                                   QByteArray::fromStdString(source.string())}));
     }
 
-    void whatAnEarlierCopyLeftUnfinishedIsRemoved() {
-        fs::create_directories(destination.parent_path() / ".LibreOffice.app.ferrolt-new/half");
+    void aHelperThatSomebodyElseCouldHaveChangedIsNotCalled_data() {
+        QTest::addColumn<int>("mode");
+        QTest::addColumn<int>("folderMode");
+        QTest::addColumn<bool>("isRoots");
+        QTest::newRow("writable by its group") << 0775 << 0755 << true;
+        QTest::newRow("writable by all") << 0757 << 0755 << true;
+        QTest::newRow("in a folder that is writable by all") << 0755 << 0777 << true;
+        QTest::newRow("of another user") << 0755 << 0755 << false;
+        QTest::newRow("no program") << 0644 << 0755 << true;
+    }
+    void aHelperThatSomebodyElseCouldHaveChangedIsNotCalled() {
+        QFETCH(int, mode);
+        QFETCH(int, folderMode);
+        QFETCH(bool, isRoots);
+        // Below a folder of root's alone, so that the row's one reason is the only one. An ordinary user's
+        // files are another user's whatever their modes.
+        const fs::path parent = geteuid() == 0 ? fs::path("/var/lib") : folder;
+        const QTemporaryDir own(QString::fromStdString((parent / "ferrolt-helper-XXXXXX").string()));
+        const fs::path libexec = own.path().toStdString();
+        places.helper = libexec / "install-libreoffice";
+        writeScript(places.helper, "exit 0");
+        chmod(libexec.c_str(), 0755);
+        chmod(places.helper.c_str(), 0755);
+        QCOMPARE(PkexecCopy::isRootsAlone(places.helper), geteuid() == 0);
+
+        chmod(places.helper.c_str(), static_cast<mode_t>(mode));
+        chmod(libexec.c_str(), static_cast<mode_t>(folderMode));
+        if (!isRoots && geteuid() == 0)
+            QCOMPARE(chown(places.helper.c_str(), 65534, 65534), 0);
+        QVERIFY(!PkexecCopy::isRootsAlone(places.helper));
         QVERIFY(copy());
-        QVERIFY(onlyTheApplicationIsThere());
-        QVERIFY(!fs::exists(destination / "half"));
+        QCOMPARE(notedArguments().value(1), QByteArray("/bin/sh"));
     }
 
-    void anotherCopyThatIsStillAtWorkMakesNoApplicationWithinTheApplication() {
-        // The other one's folder comes back between the removal and the copy.
-        promptSays(
-            "script=$(printf '%s' \"$3\" | sed 's|/bin/cp|/bin/mkdir \"$new\" \\&\\& /bin/cp|')\n"
-            "[ \"$script\" != \"$3\" ] || exit 1\n"
-            "shift 3\nexec /bin/sh -c \"$script\" \"$@\"\n");
+    void aLinkIsNoHelper() {
+        const fs::path program = fs::canonical("/usr/bin/env");
+        QVERIFY(PkexecCopy::isRootsAlone(program));
+        fs::create_symlink(program, folder / "helper");
+        QVERIFY(!PkexecCopy::isRootsAlone(folder / "helper"));
+        QVERIFY(!PkexecCopy::isRootsAlone(folder / "missing"));
+        QVERIFY(!PkexecCopy::isRootsAlone("usr/bin/env"));
+    }
+
+    void thePromptGetsACleanEnvironment() {
+        // pkexec refuses each of these before it asks anybody.
+        qputenv("SHELL", "/no/such/shell");
+        qputenv("LC_TIME", "../%s");
+        qputenv("TAR_OPTIONS", "--checkpoint-action=exec=false");
         QVERIFY(copy());
-        QCOMPARE(treeDifference(treeSnapshot(destination), treeSnapshot(source)), QByteArray());
-        QVERIFY(onlyTheApplicationIsThere());
+        for (const char *name : {"SHELL", "LC_TIME", "TAR_OPTIONS"})
+            qunsetenv(name);
+        QByteArrayList names;
+        for (const QByteArray &line : readFile(folder / "environment").trimmed().split('\n'))
+            names << line.left(line.indexOf('='));
+        for (const char *ofTheShell : {"PWD", "SHLVL", "_", "OLDPWD"})
+            names.removeAll(ofTheShell);
+        QCOMPARE(names, QByteArrayList{"PATH"});
     }
 
     void aRefusedPromptIsAFailure() {
-        fs::create_directories(destination);
         promptSays("exit 126");
         QVERIFY(!copy());
-        QVERIFY(fs::is_empty(destination));
     }
 
-    void aMissingPromptIsAFailure() {
-        fs::remove(prompt);
+    void aMissingPromptIsAFailureAndNamed() {
+        QCOMPARE(PkexecCopy(places).missingProgram(), std::string());
+        fs::remove(places.prompt);
         QVERIFY(!copy());
-        QVERIFY(!fs::exists(destination));
+        QCOMPARE(PkexecCopy(places).missingProgram(), places.prompt.string());
     }
 
-    void aCopyThatFailsLeavesTheOldApplicationAndNothingElse() {
-        fs::create_directories(destination);
-        writeFile(destination / "old", "old");
-        fs::remove_all(source);
-        QVERIFY(!copy());
-        QCOMPARE(readFile(destination / "old"), QByteArray("old"));
-        QVERIFY(onlyTheApplicationIsThere());
-    }
-
-    void aCopyThatIsCutOffLeavesTheOldApplication() {
-        fs::create_directories(destination);
-        writeFile(destination / "old", "old");
-        // A disk that fills up: cp is stopped in the middle of a file.
-        writeFile(source / "Contents/large", QByteArray(2'000'000, 'x'));
-        promptSays("ulimit -f 500\nexec \"$@\"");
-        QVERIFY(!copy());
-        QCOMPARE(readFile(destination / "old"), QByteArray("old"));
-        QVERIFY(onlyTheApplicationIsThere());
-    }
-
-    void noPathIsEverReadByTheShell() {
-        const fs::path odd = folder / "it's $(touch owned) `touch owned` \"; touch owned; -rf";
-        fs::create_directories(odd);
-        fs::rename(source, odd / "LibreOffice.app");
-        source = odd / "LibreOffice.app";
-        destination = odd / "Applications/LibreOffice.app";
-        QVERIFY(copy());
-        QCOMPARE(treeDifference(treeSnapshot(destination), treeSnapshot(source)), QByteArray());
-        QVERIFY(!fs::exists("owned"));
-        QVERIFY(!fs::exists(odd / "owned"));
-    }
-
-    void theArgumentListIsAlwaysTheSame() {
-        promptSays("printf '%s\\n' \"$#\" \"$1\" \"$2\" \"$4\" \"$5\" \"$6\" >'" +
-                   QByteArray::fromStdString((folder / "seen").string()) + "'");
-        QVERIFY(copy());
-        QCOMPARE(readFile(folder / "seen"),
-                 QByteArray::fromStdString("8\n/bin/sh\n-c\nferrolt-install\n" + source.string() + "\n" +
-                                           destination.string() + "\n"));
+    void anyOtherDestinationThanTheScriptsIsRefusedUnasked() {
+        QVERIFY(!PkexecCopy(places).privilegedCopy(source, folder / "LibreOffice.app"));
+        QVERIFY(!fs::exists(folder / "arguments"));
     }
 };
 

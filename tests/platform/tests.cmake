@@ -24,6 +24,11 @@ if(NOT APPLE)
         ferrolt_test(platform ${test} LINKS ferrolt_platform ferrolt_test_images)
         target_include_directories(${test} PRIVATE ${PROJECT_SOURCE_DIR}/platform/linux)
     endforeach()
+    ferrolt_test(platform InstallationScriptTest LINKS ferrolt_platform ferrolt_test_images
+        RUN_BY ${PROJECT_SOURCE_DIR}/tests/privileged/as_root.sh)
+    target_include_directories(InstallationScriptTest PRIVATE ${PROJECT_SOURCE_DIR}/platform/linux)
+    target_compile_definitions(PkexecCopyTest PRIVATE
+        FERROLT_INSTALLATION_SCRIPT="${PROJECT_SOURCE_DIR}/platform/linux/install-libreoffice")
 endif()
 if(NOT APPLE)
     ferrolt_test(platform WidenPipeTest LINKS ferrolt_platform)

@@ -1,3 +1,4 @@
+#include "DiskImage.h"
 #include "InstallationScene.h"
 #include "MainQueue.h"
 #include "PkexecCopy.h"
@@ -26,7 +27,8 @@ const QString version = QStringLiteral("26.2.4");
 
 /// The program that is quit. Leaves its event loop as a quit does, with the work queue in the middle of its
 /// work: at the given line, from which on the installation stands still; or, without one, as soon as it is
-/// told to on its standard input. Its tools are the system's then, and its prompt the script "prompt".
+/// told to on its standard input. Its archiver is the script "archiver" then, and its prompt the script
+/// "prompt".
 int quitInTheMiddle(const QStringList &arguments) {
     const QString server = arguments.value(0);
     const fs::path folder = arguments.value(1).toStdString();
@@ -37,10 +39,17 @@ int quitInTheMiddle(const QStringList &arguments) {
     services.application = folder / "Applications/LibreOffice.app";
     services.temporaryFolder = folder / "tmp";
     services.settings = std::make_shared<SettingsStore>(folder / "settings.ini");
+    const auto tools = std::make_shared<SubstituteTools>();
+    services.tools = tools;
     if (line.isEmpty()) {
-        services.privilegedCopy = std::make_shared<PkexecCopy>(folder / "prompt");
+        tools->attach = [folder](const fs::path &image, const fs::path &mountPoint) {
+            return DiskImage(folder / "archiver").attach(image, mountPoint);
+        };
+        PkexecCopy::Places places;
+        places.prompt = folder / "prompt";
+        places.application = services.application;
+        services.privilegedCopy = std::make_shared<PkexecCopy>(places);
     } else {
-        services.tools = std::make_shared<SubstituteTools>();
         services.privilegedCopy = std::make_shared<SubstitutePrompt>();
     }
     services.workQueue = std::make_shared<WorkQueue>("test.libreoffice-install", QualityOfService::Utility);
@@ -140,22 +149,18 @@ class InstallerQuitTest : public QObject {
                             ? stalls
                             : TestHttpsServer::replies(200, InstallationScene::metalink(
                                                                 {mirror}, InstallationScene::sha256(image))));
-        const QByteArray searchPath = qgetenv("PATH");
         const QByteArray noteAndSleep =
             "echo $$ >'" + QByteArray::fromStdString((scene.folder / "pid").string()) + "'\nexec sleep 60\n";
         writeScript(scene.folder / "prompt", noteAndSleep);
-        fs::create_directory(scene.folder / "bin");
-        if (what == QLatin1String("the archiver"))
-            writeScript(scene.folder / "bin/7zz",
-                        "[ \"$1\" = x ] || PATH='" + searchPath + "' exec 7zz \"$@\"\n" + noteAndSleep);
+        const QByteArray archiver =
+            "exec '" + QByteArray::fromStdString(DiskImage::systemArchiver().string()) + "' \"$@\"\n";
+        writeScript(scene.folder / "archiver", what == QLatin1String("the archiver")
+                                                   ? "[ \"$1\" = x ] || " + archiver + noteAndSleep
+                                                   : archiver);
         const auto tool = [&] { return readFile(scene.folder / "pid").trimmed().toInt(); };
 
         QProcess program;
         program.setProcessChannelMode(QProcess::ForwardedChannels);
-        auto environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("PATH"), QString::fromStdString((scene.folder / "bin").string()) +
-                                                       QLatin1Char(':') + QString::fromLocal8Bit(searchPath));
-        program.setProcessEnvironment(environment);
         program.start(QCoreApplication::applicationFilePath(),
                       {QStringLiteral("--quit-in-the-middle"), scene.server.base(),
                        QString::fromStdString(scene.folder.string())});

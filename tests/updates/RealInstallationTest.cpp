@@ -1,3 +1,4 @@
+#include "DiskImage.h"
 #include "InstallationScene.h"
 #include "PkexecCopy.h"
 #include "TestDiskImage.h"
@@ -15,17 +16,25 @@ const QString version = QStringLiteral("26.2.4");
 
 }  // namespace
 
-/// With nothing substituted but the prompt's answer: a real disk image, the system's archiver and copy tools.
+/// A real disk image, the system's archiver, and a prompt that nobody answers with yes: what is then
+/// installed is PrivilegedInstallationTest's.
 class RealInstallationTest : public QObject {
     Q_OBJECT
 
   private:
     std::unique_ptr<InstallationScene> scene;
-    QByteArray searchPath;
 
-    void promptSays(const QByteArray &commands) {
-        writeScript(scene->folder / "pkexec", commands);
-        scene->services.privilegedCopy = std::make_shared<PkexecCopy>(scene->folder / "pkexec");
+    void promptIs(const fs::path &program) {
+        PkexecCopy::Places places;
+        places.prompt = program;
+        places.application = scene->application;
+        scene->services.privilegedCopy = std::make_shared<PkexecCopy>(places);
+    }
+    void archiverIs(const fs::path &program) {
+        scene->tools->attach = [program](const fs::path &image, const fs::path &mountPoint) {
+            return DiskImage(program).attach(image, mountPoint);
+        };
+        scene->services.tools = scene->tools;
     }
     void publishImage(const QByteArray &content) {
         scene->server.on(QStringLiteral("/image.dmg"), TestHttpsServer::replies(200, content));
@@ -73,33 +82,8 @@ class RealInstallationTest : public QObject {
     void init() {
         scene = std::make_unique<InstallationScene>();
         scene->services.tools = systemToolRunner();
-        searchPath = qgetenv("PATH");
-        promptSays("exec \"$@\"");
-    }
-    void cleanup() { qputenv("PATH", searchPath); }
-
-    void theApplicationInARealImageIsInstalledWithItsLinksAndModes() {
-        const fs::path source = scene->folder / "source";
-        const fs::path contents = source / "LibreOffice.app/Contents";
-        fs::create_directories(contents / "MacOS");
-        writeFile(contents / "MacOS/soffice", noise(1'500'000));
-        fs::permissions(contents / "MacOS/soffice", fs::perms(0755));
-        writeFile(contents / "\u00dcbersicht.txt", "accents");
-        fs::permissions(contents / "\u00dcbersicht.txt", fs::perms(0640));
-        fs::create_symlink("MacOS/soffice", contents / "link");
-        fs::create_symlink("/Applications", source / "Applications");
-        const QByteArray volume =
-            hfsPlusVolumeOf(QString::fromStdString(source.string()), QStringLiteral("LibreOffice 26.2"));
-        QVERIFY2(!volume.isEmpty(), "xorriso is needed to write an HFS+ volume");
-        publishImage(udifImage(volume, UdifBlocks::Zlib));
-
-        QCOMPARE(scene->install(), InstallOutcome::installed(version));
-        QCOMPARE(scene->log(), InstallationScene::linesOfAnInstallation({InstallationScene::downloading()}));
-        QCOMPARE(treeDifference(treeSnapshot(scene->application), treeSnapshot(source / "LibreOffice.app")),
-                 QByteArray());
-        QCOMPARE(scene->recorded(), std::optional(version));
-        QVERIFY(scene->isTemporaryFolderEmpty());
-        QCOMPARE(scene->install(), InstallOutcome::alreadyCurrent());
+        writeScript(scene->folder / "pkexec", "exit 126");
+        promptIs(scene->folder / "pkexec");
     }
 
     void aHostileImageIsAFailedMount() {
@@ -121,35 +105,26 @@ class RealInstallationTest : public QObject {
 
     void anArchiverThatIsKilledIsAFailedMount() {
         publishImage(smallImage());
-        fs::create_directory(scene->folder / "bin");
-        writeScript(scene->folder / "bin/7zz",
-                    "[ \"$1\" = x ] && kill -9 $$\nPATH='" + searchPath + "' exec 7zz \"$@\"\n");
-        qputenv("PATH", QByteArray::fromStdString((scene->folder / "bin").string()) + ":" + searchPath);
+        writeScript(scene->folder / "archiver",
+                    "[ \"$1\" = x ] && kill -9 $$\nexec '" +
+                        QByteArray::fromStdString(DiskImage::systemArchiver().string()) + "' \"$@\"\n");
+        archiverIs(scene->folder / "archiver");
         anOldVersionIsThere();
         theMountFails();
     }
 
-    void withoutAnArchiverTheMountFails() {
+    void anArchiverThatIsRemovedMeanwhileIsAFailedMount() {
         publishImage(smallImage());
-        fs::create_directory(scene->folder / "bin");
-        qputenv("PATH", QByteArray::fromStdString((scene->folder / "bin").string()));
+        archiverIs(scene->folder / "missing");
         anOldVersionIsThere();
         theMountFails();
     }
 
-    void aRefusedPromptAndAMissingOneAreTheSameFailure() {
+    void aRefusedPromptAndOneThatIsRemovedMeanwhileAreTheSameFailure() {
         publishImage(smallImage());
         anOldVersionIsThere();
-        promptSays("exit 126");
         theCopyFails();
-        scene->services.privilegedCopy = std::make_shared<PkexecCopy>(scene->folder / "missing");
-        theCopyFails();
-    }
-
-    void aCopyThatFailsKeepsTheOldApplication() {
-        publishImage(smallImage());
-        anOldVersionIsThere();
-        promptSays("ulimit -f 100\nexec \"$@\"");
+        writeScript(scene->folder / "pkexec", "rm \"$0\"; exit 127");
         theCopyFails();
     }
 };
