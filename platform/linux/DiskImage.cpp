@@ -30,17 +30,22 @@ bool isGood(Process::Status status) {
     return status == 0 || status == 1;
 }
 
-/// The switches that both commands share: names as UTF-8, no resource forks and extended attributes, no
-/// patterns, and nothing said but what was asked for.
-std::vector<std::string> command(std::vector<std::string> particular, const std::filesystem::path &image) {
-    particular.insert(particular.end(),
-                      {"-sccUTF-8", "-sns-", "-spd", "-bse0", "-bsp0", "--", image.string()});
-    return particular;
+/// One run of the archiver under a time limit. What does not heed the terminate request, at the limit or from
+/// ToolOutput, is killed: a parser that loops on a damaged image may never look at a signal. The switches
+/// that both commands share: names as UTF-8, no resource forks and extended attributes, no patterns, nothing
+/// written but what was asked for.
+ToolOutput run(const DiskImage::Archiver &archiver, std::initializer_list<const char *> particular,
+               const std::filesystem::path &image) {
+    std::vector<std::string> arguments{"--kill-after=2", std::to_string(archiver.limit.count()),
+                                       archiver.executable.string()};
+    arguments.insert(arguments.end(), particular.begin(), particular.end());
+    arguments.insert(arguments.end(), {"-sccUTF-8", "-sns-", "-spd", "-bse0", "-bsp0", "--", image.string()});
+    return ToolOutput("/usr/bin/timeout", arguments);
 }
 
-std::optional<std::vector<ImageEntry>> list(const std::filesystem::path &archiver,
+std::optional<std::vector<ImageEntry>> list(const DiskImage::Archiver &archiver,
                                             const std::filesystem::path &image) {
-    ToolOutput output(archiver, command({"l", "-slt"}, image));
+    ToolOutput output = run(archiver, {"l", "-slt"}, image);
     if (!output.isLaunched())
         return std::nullopt;
     ImageListing listing;
@@ -81,9 +86,9 @@ bool writeWhole(int file, std::string_view bytes) {
 /// pipes them.
 class Contents {
   public:
-    Contents(const std::filesystem::path &archiver, const std::filesystem::path &image, std::uint64_t total,
+    Contents(const DiskImage::Archiver &archiver, const std::filesystem::path &image, std::uint64_t total,
              const ToolRunner::Progress &progress)
-        : output(archiver, command({"x", "-so", "-bso0"}, image)), total(total), progress(progress) {}
+        : output(run(archiver, {"x", "-so", "-bso0"}, image)), total(total), progress(progress) {}
 
     /// Hands exactly the next `size` bytes to `take`, in pieces; false if they do not come or are not taken.
     template <class Take>
@@ -128,7 +133,7 @@ bool unpackFile(VolumeTree &tree, const ImageEntry &entry, Contents &contents) {
     if (!file.isValid())
         return false;
     return contents.next(entry.size, [&](std::string_view bytes) { return writeWhole(file.get(), bytes); }) &&
-           fchmod(file.get(), entry.permissions) == 0;
+           fchmod(file.get(), entry.permissions | S_IRUSR) == 0;
 }
 
 /// A link's target, which is its content; an APFS volume ends it with a zero byte.
@@ -151,9 +156,11 @@ std::optional<std::string> readTarget(const ImageEntry &entry, Contents &content
 }  // namespace
 
 std::filesystem::path DiskImage::systemArchiver() {
-    for (const char *name : {"7zz", "7z"})
-        if (const QString found = QStandardPaths::findExecutable(QString::fromLatin1(name)); !found.isEmpty())
-            return found.toStdString();
+    for (const QStringList &folders : {QStringList{QStringLiteral("/usr/bin")}, QStringList()})
+        for (const char *name : {"7zz", "7z"})
+            if (const QString found = QStandardPaths::findExecutable(QString::fromLatin1(name), folders);
+                !found.isEmpty())
+                return found.toStdString();
     return {};
 }
 
@@ -171,7 +178,7 @@ bool DiskImage::attach(const std::filesystem::path &image, const std::filesystem
 bool DiskImage::unpack(const std::filesystem::path &image, const std::filesystem::path &mountPoint,
                        const ToolRunner::Progress &progress) const {
     FileDescriptor root(open(mountPoint.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    if (archiver.empty() || !root.isValid())
+    if (archiver.executable.empty() || !root.isValid())
         return false;
     const auto entries = list(archiver, image);
     const auto total = entries ? totalSize(*entries) : std::nullopt;
@@ -207,9 +214,9 @@ bool DiskImage::unpack(const std::filesystem::path &image, const std::filesystem
     for (const auto &[path, target] : links)
         if (!tree.addLink(path, target))
             return false;
-    // Innermost first: a folder that must not be entered cannot be passed any more.
-    return std::all_of(folders.rbegin(), folders.rend(),
-                       [&](const auto &folder) { return tree.setPermissions(folder.first, folder.second); });
+    return std::all_of(folders.begin(), folders.end(), [&](const auto &folder) {
+        return tree.setPermissions(folder.first, folder.second | S_IRUSR | S_IXUSR);
+    });
 }
 
 bool DiskImage::detach(const std::filesystem::path &mountPoint) {

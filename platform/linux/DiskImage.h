@@ -2,6 +2,7 @@
 
 #include "ToolRunner.h"
 
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <vector>
@@ -22,14 +23,22 @@ class DiskImage {
     /// More than this is not unpacked: contents and link targets together, in bytes.
     static constexpr std::uint64_t largestVolume = std::uint64_t{8} * 1024 * 1024 * 1024;
 
-    /// `archiver` is a 7-Zip executable; an empty path if there is none, and then nothing can be attached.
-    explicit DiskImage(std::filesystem::path archiver) : archiver(std::move(archiver)) {}
+    struct Archiver {
+        std::filesystem::path executable;
+        std::chrono::seconds limit;
+    };
 
-    /// 7-Zip as the system has it: "7zz" or "7z" on the search path. An empty path if it is missing.
+    /// `archiver` is a 7-Zip executable; an empty path if there is none, and then nothing can be attached.
+    /// Each of its two runs, listing and unpacking, is killed after `limit`.
+    explicit DiskImage(std::filesystem::path archiver, std::chrono::seconds limit = std::chrono::minutes(15))
+        : archiver{std::move(archiver), limit} {}
+
+    /// 7-Zip as the system has it: "7zz" or "7z" in /usr/bin, which only an administrator can write, else on
+    /// the search path. An empty path if it is missing.
     static std::filesystem::path systemArchiver();
 
     /// Unpacks into the folder `mountPoint`, which must exist and be empty, and leaves it empty when it
-    /// fails.
+    /// fails. Modes are the image's, but the owner can read everything: it has to be copied on.
     bool attach(const std::filesystem::path &image, const std::filesystem::path &mountPoint,
                 const ToolRunner::Progress &progress = {}) const;
 
@@ -40,7 +49,7 @@ class DiskImage {
     bool unpack(const std::filesystem::path &image, const std::filesystem::path &mountPoint,
                 const ToolRunner::Progress &progress) const;
 
-    std::filesystem::path archiver;
+    Archiver archiver;
 };
 
 }  // namespace ferrolt

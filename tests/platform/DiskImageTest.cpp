@@ -1,4 +1,5 @@
 #include "DiskImage.h"
+#include "ProcessFacts.h"
 #include "ProcessSetup.h"
 #include "TestApfsVolume.h"
 #include "TestDiskImage.h"
@@ -89,11 +90,12 @@ class DiskImageTest : public QObject {
         QVERIFY(fs::is_empty(mountPoint));
     }
     /// A stand-in for the archiver that behaves as no archiver should.
-    bool attachWith(const QByteArray &list, const QByteArray &extract) {
+    bool attachWith(const QByteArray &list, const QByteArray &extract,
+                    std::chrono::seconds limit = std::chrono::minutes(1)) {
         const fs::path archiver = folder / "archiver";
         writeScript(archiver, "case $1 in\nl)\n" + list + "\n;;\nx)\n" + extract + "\n;;\nesac\n");
         writeFile(image, "image");
-        return DiskImage(archiver).attach(image, mountPoint);
+        return DiskImage(archiver, limit).attach(image, mountPoint);
     }
     static QByteArray listing(const QByteArray &entries) {
         return "cat <<'END'\n--\nPath = image\nType = APFS\n\n----------\n" + entries + "END";
@@ -385,6 +387,54 @@ class DiskImageTest : public QObject {
         QFETCH(QByteArray, extract);
         QVERIFY(!attachWith(list, extract));
         QVERIFY(fs::is_empty(mountPoint));
+    }
+
+    void anArchiverThatNeverEndsIsKilled_data() {
+        QTest::addColumn<QByteArray>("list");
+        QTest::addColumn<QByteArray>("extract");
+        const QByteArray hang = "trap '' TERM PIPE; while :; do sleep 1; done";
+        QTest::newRow("unpacking") << smallFile() << "printf 123; " + hang;
+        QTest::newRow("at the end") << smallFile() << "printf 12345; exec >&-; " + hang;
+    }
+    void anArchiverThatNeverEndsIsKilled() {
+        QFETCH(QByteArray, list);
+        QFETCH(QByteArray, extract);
+        const QByteArray note = "echo $$ >'" + QByteArray::fromStdString((folder / "pid").string()) + "'\n";
+        QElapsedTimer clock;
+        clock.start();
+        QVERIFY(!attachWith(note + list, note + extract, std::chrono::seconds(2)));
+        QVERIFY(clock.elapsed() < 30'000);
+        QVERIFY(fs::is_empty(mountPoint));
+        QVERIFY(!isAlive(readFile(folder / "pid").trimmed().toInt()));
+    }
+
+    void anArchiverThatIgnoresTheTerminateRequestIsKilled() {
+        // It lists what is refused at once, and reads on without looking at anything else.
+        const QByteArray note = "echo $$ >'" + QByteArray::fromStdString((folder / "pid").string()) + "'\n";
+        QVERIFY(!attachWith(note + listing("Path = ../escaped\nSize = 5\nMode = -rw-r--r--\n\n") +
+                                "\ntrap '' TERM PIPE; while :; do sleep 1; done",
+                            "printf 12345"));
+        QVERIFY(!isAlive(readFile(folder / "pid").trimmed().toInt()));
+    }
+
+    void theSystemsOwnArchiverComesBeforeTheSearchPaths() {
+        const QByteArray searchPath = qgetenv("PATH");
+        writeScript(folder / "7zz", "exit 0");
+        qputenv("PATH", QByteArray::fromStdString(folder.string()) + ":" + searchPath);
+        const fs::path found = DiskImage::systemArchiver();
+        qputenv("PATH", searchPath);
+        if (!fs::exists("/usr/bin/7zz") && !fs::exists("/usr/bin/7z"))
+            QSKIP("7-Zip is not in /usr/bin here");
+        QCOMPARE(found.parent_path(), fs::path("/usr/bin"));
+    }
+
+    void theOwnerCanReadEverythingWhateverItsModeIs() {
+        QVERIFY(attachWith(listing("Path = folder\nSize = 0\nFolder = +\nMode = d---------\n\n"
+                                   "Path = folder/file\nSize = 5\nMode = -----w----\n\n"),
+                           "printf 12345"));
+        const auto tree = treeSnapshot(mountPoint);
+        QCOMPARE(tree.at("folder"), std::string("40500"));
+        QVERIFY(tree.at("folder/file").starts_with("100420 "));
     }
 
     void anArchiverThatOnlyWarnsIsBelieved() {
