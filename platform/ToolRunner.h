@@ -22,6 +22,10 @@ class ToolRunner {
     /// exit status was 0. `progress` is for tools that can tell; most never call it. Not on the main thread.
     virtual bool runTool(const std::filesystem::path &executable, const std::vector<std::string> &arguments,
                          const Progress &progress = {}) = 0;
+
+    /// The name of a program that the tools would need and that is not installed; empty if there is none. Any
+    /// thread.
+    virtual std::string missingProgram() const { return {}; }
 };
 
 /// Tools as child processes. Where the disk image tool "/usr/bin/hdiutil" does not exist, its two command

@@ -16,6 +16,7 @@ namespace {
 
 // No object: the work queue's thread may go on while the program's end destroys what is static.
 constexpr const char *diskImageTool = "/usr/bin/hdiutil";
+constexpr const char *mountFailed = "failed to mount the LibreOffice disk image";
 
 // A smaller file is an error page that a server sent with status 200.
 constexpr std::uintmax_t smallestImage = 1'000'001;
@@ -74,6 +75,9 @@ InstallOutcome LibreOfficeInstallation::run() {
     if (!url.isValid() || url.host().isEmpty())
         return InstallOutcome::failed(QStringLiteral("could not build Metalink URL for version ") + version);
 
+    if (const auto failure = missingProgram())
+        return *failure;
+
     auto session = std::make_unique<HttpSession>(services.http);
     log(QStringLiteral("Fetching LibreOffice ") + version + QStringLiteral(" download info\u2026\n"));
     const auto document = fetchData(*session, url);
@@ -107,7 +111,7 @@ InstallOutcome LibreOfficeInstallation::installFrom(const Metalink &metalink, co
     fs::create_directories(staging->mountPoint(), failure);
     log(QStringLiteral("Mounting disk image\u2026\n"));
     if (!attachImage(*staging))
-        return InstallOutcome::failed(QStringLiteral("failed to mount the LibreOffice disk image"));
+        return InstallOutcome::failed(QString::fromLatin1(mountFailed));
 
     // A link of that name would have the administrator copy whatever the image's author points it at.
     if (fs::symlink_status(staging->applicationInImage(), failure).type() != fs::file_type::directory) {
@@ -129,6 +133,22 @@ InstallOutcome LibreOfficeInstallation::installFrom(const Metalink &metalink, co
     log(QStringLiteral("LibreOffice ") + version + QStringLiteral(" installed successfully.\n"));
     detachImage(*services.tools, staging->mountPoint());
     return InstallOutcome::installed(version);
+}
+
+/// Looked for before anything is downloaded: the missing program is as missing after 300 MB, and again at
+/// every check. The outcome is the one that its absence would have had later; the log names the program, for
+/// that is what the user can do something about.
+std::optional<InstallOutcome> LibreOfficeInstallation::missingProgram() {
+    const auto failure = [this](const std::string &program, const QString &reason) {
+        log(QStringLiteral("LibreOffice cannot be installed: ") + QString::fromStdString(program) +
+            QStringLiteral(" is missing on this computer.\n"));
+        return InstallOutcome::failed(reason);
+    };
+    if (const std::string program = services.tools->missingProgram(); !program.empty())
+        return failure(program, QString::fromLatin1(mountFailed));
+    if (const std::string program = services.privilegedCopy->missingProgram(); !program.empty())
+        return failure(program, authorizationDenied().text());
+    return std::nullopt;
 }
 
 /// One mirror, once. Leaves the image in the staging folder only if it is the right one.

@@ -43,6 +43,7 @@ class LibreOfficeInstallation {
     static void detachImage(ToolRunner &tools, const std::filesystem::path &mountPoint);
 
   private:
+    std::optional<InstallOutcome> missingProgram();
     InstallOutcome installFrom(const Metalink &metalink, const QString &hash,
                                std::unique_ptr<HttpSession> session);
     bool downloadVerified(const StagingFolder &staging, const QUrl &mirror, const QString &hash,

@@ -22,6 +22,10 @@ class LinuxToolRunner : public ToolRunner {
             return DiskImage::detach(arguments[1]);
         return false;
     }
+
+    std::string missingProgram() const override {
+        return DiskImage::systemArchiver().empty() ? "7-Zip (7zz or 7z)" : "";
+    }
 };
 
 }  // namespace

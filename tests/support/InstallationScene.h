@@ -32,7 +32,11 @@ class SubstituteTools : public ToolRunner {
     bool runTool(const std::filesystem::path &executable, const std::vector<std::string> &arguments,
                  const Progress &progress) override;
 
+    std::string missingProgram() const override { return missing; }
+
     std::vector<Call> calls() const;
+
+    std::string missing;  ///< what is not installed
 
     /// What an attach tells of its progress before anything else.
     std::function<void(const Progress &progress)> report;
@@ -51,7 +55,10 @@ class SubstitutePrompt : public PrivilegedCopy {
     bool privilegedCopy(const std::filesystem::path &source,
                         const std::filesystem::path &destination) override;
 
+    std::string missingProgram() const override { return missing; }
+
     std::function<bool(const std::filesystem::path &source, const std::filesystem::path &destination)> answer;
+    std::string missing;  ///< what is not installed
     int asked = 0;
 };
 

@@ -63,6 +63,28 @@ class InstallerMachineTest : public QObject {
   private Q_SLOTS:
     void init() { scene = std::make_unique<InstallationScene>(); }
 
+    void aMissingProgramIsFoundOutBeforeAnythingIsDownloaded_data() {
+        QTest::addColumn<bool>("isArchiver");
+        QTest::addColumn<QString>("reason");
+        QTest::newRow("7-Zip") << true << QStringLiteral("failed to mount the LibreOffice disk image");
+        QTest::newRow("pkexec") << false
+                                << QStringLiteral("authorization was denied or the privileged copy failed");
+    }
+    void aMissingProgramIsFoundOutBeforeAnythingIsDownloaded() {
+        QFETCH(bool, isArchiver);
+        QFETCH(QString, reason);
+        scene->publish({scene->goodMirror()});
+        (isArchiver ? scene->tools->missing : scene->prompt->missing) = "the program";
+        failsWith(reason, QStringLiteral(
+                              "LibreOffice cannot be installed: the program is missing on this computer.\n"));
+        QCOMPARE(scene->log().size(), 2);  // and the version gate's
+        QCOMPARE(scene->server.requestCount(InstallationScene::metalinkPath()), 0);
+        QVERIFY(scene->isTemporaryFolderEmpty());
+        // It is looked for anew each time.
+        (isArchiver ? scene->tools->missing : scene->prompt->missing).clear();
+        QCOMPARE(scene->install(), InstallOutcome::installed(version));
+    }
+
     void aTemporaryFolderThatCannotBeWritten() {
         fs::remove(scene->temporary);
         writeFile(scene->temporary, "a file in its place");
