@@ -6,8 +6,10 @@
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QXmlStreamReader>
 
 #include <signal.h>
+#include <sys/stat.h>
 
 using namespace ferrolt;
 
@@ -36,18 +38,24 @@ class PackageTest : public QObject {
     }
 
     static QStringList filesOfAnInstallation() {
-        return {"bin/ferrolt-miner-launcher", "share/applications/ferrolt-miner-launcher.desktop",
+        return {"bin/ferrolt-miner-launcher",
+                "libexec/ferrolt-miner-launcher/install-libreoffice",
+                "share/applications/ferrolt-miner-launcher.desktop",
                 "share/doc/ferrolt-miner-launcher/copyright",
                 "share/icons/hicolor/scalable/apps/ferrolt-miner-launcher.svg",
-                "share/metainfo/" FERROLT_REVERSE_DOMAIN ".metainfo.xml"};
+                "share/metainfo/" FERROLT_REVERSE_DOMAIN ".metainfo.xml",
+                "share/polkit-1/actions/" FERROLT_REVERSE_DOMAIN ".policy"};
     }
 
   private Q_SLOTS:
     void initTestCase() {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert("DESTDIR", folder.filePath("root"));
+        // The builder's own mask must not make the helper's folder writable by others.
+        const mode_t mask = umask(0);
         const Outcome installed =
             run(FERROLT_CMAKE, {"--install", FERROLT_BUILD, "--prefix", "/usr"}, environment);
+        umask(mask);
         QVERIFY2(installed.exitCode == 0, qPrintable(installed.printed));
     }
 
@@ -75,6 +83,38 @@ class PackageTest : public QObject {
             run("appstreamcli",
                 {"validate", "--no-net", prefix + "share/metainfo/" FERROLT_REVERSE_DOMAIN ".metainfo.xml"});
         QVERIFY2(checked.exitCode == 0, qPrintable(checked.printed));
+    }
+
+    void theActionIsForTheInstalledHelperAndIsAskedForEachTime() {
+        QFile file(prefix + "share/polkit-1/actions/" FERROLT_REVERSE_DOMAIN ".policy");
+        QVERIFY(file.open(QFile::ReadOnly));
+        QXmlStreamReader xml(&file);
+        QMap<QString, QString> found;
+        while (!xml.atEnd())
+            if (xml.readNext() == QXmlStreamReader::StartElement) {
+                QString name = xml.name().toString();
+                if (name == u"action")
+                    found[name] = xml.attributes().value("id").toString();
+                if (name == u"annotate")
+                    name = xml.attributes().value("key").toString();
+                if (name == u"message" || name.contains(u"allow_") || name.contains(u".exec."))
+                    found[name] = xml.readElementText();
+            }
+        QVERIFY2(!xml.hasError(), qPrintable(xml.errorString()));
+        QCOMPARE(found, (QMap<QString, QString>{
+                            {"action", FERROLT_REVERSE_DOMAIN ".install-libreoffice"},
+                            {"message",
+                             "Authentication is needed for Ferrolt Miner Launcher to install LibreOffice "
+                             "into /Applications"},
+                            {"allow_any", "auth_admin"},
+                            {"allow_inactive", "auth_admin"},
+                            {"allow_active", "auth_admin"},
+                            {"org.freedesktop.policykit.exec.path",
+                             "/usr/libexec/ferrolt-miner-launcher/install-libreoffice"}}));
+        const QFileInfo helper(prefix + "libexec/ferrolt-miner-launcher/install-libreoffice");
+        QVERIFY(helper.isExecutable());
+        QVERIFY(!(helper.permissions() & (QFile::WriteGroup | QFile::WriteOther)));
+        QVERIFY(!(QFileInfo(helper.path()).permissions() & (QFile::WriteGroup | QFile::WriteOther)));
     }
 
     void theInstalledProgramStartsFromWhereItStands() {
@@ -125,11 +165,19 @@ class PackageTest : public QObject {
         files.sort();
         QCOMPARE(files, filesOfAnInstallation());
 
+        QCOMPARE(run("dpkg-deb", {"--extract", package, folder.filePath("extracted")}).exitCode, 0);
+        const QString policy = "share/polkit-1/actions/" FERROLT_REVERSE_DOMAIN ".policy";
+        QFile packed(folder.filePath("extracted/usr/" + policy));
+        QFile installed(prefix + policy);
+        QVERIFY(packed.open(QFile::ReadOnly) && installed.open(QFile::ReadOnly));
+        QCOMPARE(packed.readAll(), installed.readAll());
+
         const QString needed = run("dpkg-deb", {"--field", package, "Depends"}).printed;
-        for (const char *library : {"libqt6widgets6", "libqt6svg6", "libssl3", "libxcb1"})
-            QVERIFY2(needed.contains(library), qPrintable(needed));
+        for (const char *other :
+             {"libqt6widgets6", "libqt6svg6", "libssl3", "libxcb1", "7zip", "pkexec", "polkitd"})
+            QVERIFY2(needed.contains(other), qPrintable(needed));
         QCOMPARE(run("dpkg-deb", {"--field", package, "Recommends"}).printed.trimmed(),
-                 QString("ca-certificates, 7zip, pkexec, qt6-wayland"));
+                 QString("ca-certificates, qt6-wayland"));
     }
 
   private:
