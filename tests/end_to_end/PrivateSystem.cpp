@@ -118,7 +118,8 @@ std::string PrivateSystem::enter(const Contents &contents) {
         require(mount("root", root.c_str(), "tmpfs", 0, nullptr) == 0, "mounting a root folder");
         copyEntries("/", root, "usr");
         makePrograms(root, contents.prompt);
-        // What runs as root in here must be able to make its lock, which a user namespace's root cannot on the machine.
+        // What runs as root in here must be able to make its lock, which a user namespace's root cannot on
+        // the machine.
         require(mount("run", (root / "run").c_str(), "tmpfs", 0, nullptr) == 0, "mounting /run");
 
         // Folders and files that setHosts() and setCertificates() write to.
