@@ -25,6 +25,8 @@ bool SubstituteTools::runTool(const fs::path &executable, const std::vector<std:
         call.insert(call.end(), arguments.begin(), arguments.end());
         noted.push_back(std::move(call));
     }
+    if (detach && arguments.size() > 1 && arguments[0] == "detach")
+        detach(arguments[1]);
     if (arguments.size() < 4 || arguments[0] != "attach")
         return true;
     if (report)

@@ -44,6 +44,9 @@ class SubstituteTools : public ToolRunner {
     /// What an attach does; by default it puts an application below the mount point.
     std::function<bool(const std::filesystem::path &image, const std::filesystem::path &mountPoint)> attach;
 
+    /// What a detach does besides.
+    std::function<void(const std::filesystem::path &mountPoint)> detach;
+
   private:
     mutable std::mutex mutex;
     std::vector<Call> noted;

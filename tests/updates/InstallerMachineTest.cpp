@@ -85,6 +85,32 @@ class InstallerMachineTest : public QObject {
         QCOMPARE(scene->install(), InstallOutcome::installed(version));
     }
 
+    void theImageIsDetachedBeforeItsFolderIsRemoved_data() {
+        QTest::addColumn<bool>("hasApplication");
+        QTest::addColumn<bool>("isAuthorised");
+        QTest::newRow("installed") << true << true;
+        QTest::newRow("refused") << true << false;
+        QTest::newRow("no application in it") << false << true;
+    }
+    void theImageIsDetachedBeforeItsFolderIsRemoved() {
+        QFETCH(bool, hasApplication);
+        QFETCH(bool, isAuthorised);
+        scene->publish({scene->goodMirror()});
+        if (!hasApplication)
+            scene->tools->attach = [](const fs::path &, const fs::path &) { return true; };
+        if (!isAuthorised)
+            scene->prompt->answer = [](const fs::path &, const fs::path &) { return false; };
+        std::vector<bool> wasThere;
+        scene->tools->detach = [&](const fs::path &mountPoint) {
+            wasThere.push_back(fs::exists(mountPoint) &&
+                               fs::exists(mountPoint.parent_path() / "LibreOffice.dmg"));
+        };
+        QCOMPARE(scene->install()->which() == InstallOutcome::Case::Installed,
+                 hasApplication && isAuthorised);
+        QCOMPARE(wasThere, std::vector<bool>{true});
+        QVERIFY(scene->isTemporaryFolderEmpty());
+    }
+
     void aTemporaryFolderThatCannotBeWritten() {
         fs::remove(scene->temporary);
         writeFile(scene->temporary, "a file in its place");

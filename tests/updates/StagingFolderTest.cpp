@@ -8,6 +8,7 @@
 
 #include <cerrno>
 #include <functional>
+#include <optional>
 
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -25,7 +26,17 @@ namespace {
 /// error that the system answers with.
 std::function<int()> atTheNextLock;
 
+/// Who the process takes itself for; nothing for who it is. An ordinary user can make no folder of another
+/// user's.
+std::optional<uid_t> pretendedUser;
+
 }  // namespace
+
+/// Stands before the system's own.
+extern "C" uid_t geteuid() noexcept {
+    static const auto system = reinterpret_cast<uid_t (*)()>(dlsym(RTLD_NEXT, "geteuid"));
+    return pretendedUser ? *pretendedUser : system();
+}
 
 /// Stands before the system's own.
 extern "C" int flock(int file, int operation) noexcept {
@@ -165,6 +176,16 @@ class StagingFolderTest : public QObject {
         const auto staging = StagingFolder::create(temporary, failure);
         QVERIFY(staging.has_value());
         QVERIFY(fs::is_directory(staging->path()));
+    }
+
+    void anotherUsersFolderIsNotTakenForAbandoned() {
+        fs::create_directory(temporary / "ferrolt-libreoffice-0F8FAD5B-D9CB-469F-A165-70867728950E");
+        pretendedUser = geteuid() + 1;
+        const bool isLeftAlone = StagingFolder::abandoned(temporary).empty();
+        pretendedUser.reset();
+        QVERIFY(isLeftAlone);
+        QCOMPARE(left().size(), std::size_t{1});
+        QCOMPARE(StagingFolder::abandoned(temporary).size(), std::size_t{1});
     }
 
     void nothingElseInTheTemporaryFolderIsTouched() {
