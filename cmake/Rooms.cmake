@@ -1,5 +1,5 @@
-# Every folder is a target, every arrow between folders a link. A room sees the headers of the rooms that it
-# links and of no other, so an arrow that is not drawn here does not compile.
+# Every folder is a target. CMake hands include folders on from target to target, so that the compiler finds more headers
+# than those of the targets linked: tools/check-includes finds these.
 
 add_library(ferrolt_build INTERFACE)
 target_compile_options(ferrolt_build INTERFACE

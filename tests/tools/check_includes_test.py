@@ -34,7 +34,7 @@ class CheckIncludesTest(unittest.TestCase):
         with open(path, "w", encoding="utf-8") as source:
             source.write(text.replace(old, new))
 
-    def findings(self):
+    def complaints(self):
         result = subprocess.run([os.path.join(self.copy, "tools/check-includes")], capture_output=True, text=True)
         self.assertEqual(result.stderr, "")
         lines = result.stdout.splitlines()
@@ -42,7 +42,7 @@ class CheckIncludesTest(unittest.TestCase):
         return lines
 
     def test_what_is_wrong_is_found_and_nothing_else(self):
-        self.assertEqual(self.findings(), [])
+        self.assertEqual(self.complaints(), [])
 
         # A module that is not linked, and one that is linked only by what is linked.
         self.append("config/LoadProps.cpp", '#include "Updater.h"')
@@ -56,7 +56,7 @@ class CheckIncludesTest(unittest.TestCase):
         self.append("tests/support/TestTree.h", '#include "MainWindow.h"')
         # A sound include.
         self.append("supervisor/AppVars.cpp", '#include "LoadProps.h"')
-        found = self.findings()
+        found = self.complaints()
         for line in (
             "config/LoadProps.cpp includes Updater.h of ferrolt_updates, which ferrolt_config does not link",
             "app/ContentView.cpp includes LibreOfficeInstaller.h of ferrolt_updates, which ferrolt_app does not link",
@@ -70,7 +70,7 @@ class CheckIncludesTest(unittest.TestCase):
         self.assertFalse([line for line in found if line.startswith("supervisor/AppVars.cpp includes LoadProps.h")])
 
         self.replace("README.md", "    updates    -> platform\n", "")
-        self.assertIn("README.md does not draw updates -> platform, which CMake has", self.findings())
+        self.assertIn("README.md does not draw updates -> platform, which CMake has", self.complaints())
 
     def compiles(self, room, header):
         """Whether a source of a room would compile with this header."""
