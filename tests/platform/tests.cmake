@@ -1,5 +1,6 @@
 ferrolt_test(platform MainQueueTest LINKS ferrolt_platform)
 ferrolt_test(platform PipeReaderTest LINKS ferrolt_platform)
+ferrolt_test(platform PortProbeSignalTest LINKS ferrolt_platform)
 ferrolt_test(platform PortProbeTest LINKS ferrolt_platform)
 ferrolt_test(platform SingleInstanceTest LINKS ferrolt_platform)
 ferrolt_test(platform ProcessTest LINKS ferrolt_platform ferrolt_paths)
