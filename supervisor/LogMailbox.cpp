@@ -2,8 +2,6 @@
 
 #include "MainQueue.h"
 
-#include <QTimer>
-
 #include <algorithm>
 #include <iterator>
 #include <utility>
@@ -39,7 +37,7 @@ void LogMailbox::handOverNow() {
 void LogMailbox::handOver(Cause cause) {
     const unsigned number = ++handOvers;
     Delivered delivered = deliver();
-    const auto now = Clock::now();
+    const Duration now = time->now();
     const auto sinceLast = now - std::exchange(lastHandOver, now);
     const bool isFlood = isFlooded(delivered.count, now);
     const auto untilNext = isFlood ? pause : restAfter(delivered.count, sinceLast, cause);
@@ -49,7 +47,7 @@ void LogMailbox::handOver(Cause cause) {
             given.swap(delivered.outdated);
             isResting = !isFlood;
         }
-        QTimer::singleShot(untilNext, Qt::PreciseTimer, [self = shared_from_this(), number] {
+        time->callAfter(untilNext, [self = shared_from_this(), number] {
             if (self->handOvers == number)  // else the rest has ended early
                 self->handOver(Cause::Rested);
         });
@@ -80,8 +78,7 @@ LogMailbox::Delivered LogMailbox::deliver() {
 }
 
 /// For how long the main thread is not to be woken, now that it has taken what waited.
-std::chrono::milliseconds LogMailbox::restAfter(std::size_t delivered, Clock::duration sinceLast,
-                                                Cause cause) {
+std::chrono::milliseconds LogMailbox::restAfter(std::size_t delivered, Duration sinceLast, Cause cause) {
     if (delivered == 0) {
         frequent = 0;
         return 0ms;
@@ -97,9 +94,9 @@ std::chrono::milliseconds LogMailbox::restAfter(std::size_t delivered, Clock::du
 }
 
 /// Whether what has been delivered lately makes more than a reader of the log would follow.
-bool LogMailbox::isFlooded(std::size_t delivered, Clock::time_point now) {
+bool LogMailbox::isFlooded(std::size_t delivered, Duration now) {
     counted += delivered;
-    const auto period = std::max<Clock::duration>(now - countedSince, pause);
+    const auto period = std::max<Duration>(now - countedSince, pause);
     const bool isFlood = counted * pause > mostPrompt * period;
     if (isFlood || period > pause) {
         countedSince = now;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "LogBuffer.h"
+#include "TimeSource.h"
 
 #include <chrono>
 #include <deque>
@@ -50,8 +51,8 @@ class LogMailbox : public std::enable_shared_from_this<LogMailbox> {
     static constexpr std::size_t mostInRest = 64;
 
     /// Both are called on the main thread. Owned by a std::shared_ptr.
-    LogMailbox(Delivery delivery, Audience audience)
-        : delivery(std::move(delivery)), audience(std::move(audience)) {}
+    LogMailbox(Delivery delivery, Audience audience, std::shared_ptr<TimeSource> time = systemTime())
+        : delivery(std::move(delivery)), audience(std::move(audience)), time(std::move(time)) {}
 
     /// Any thread; never waits for the main one.
     void post(LogElement element);
@@ -61,7 +62,7 @@ class LogMailbox : public std::enable_shared_from_this<LogMailbox> {
     void handOverNow();
 
   private:
-    using Clock = std::chrono::steady_clock;
+    using Duration = TimeSource::Duration;
 
     /// What has brought the main thread here.
     enum class Cause { Woken, Rested };
@@ -73,11 +74,12 @@ class LogMailbox : public std::enable_shared_from_this<LogMailbox> {
 
     void handOver(Cause cause);
     Delivered deliver();
-    std::chrono::milliseconds restAfter(std::size_t delivered, Clock::duration sinceLast, Cause cause);
-    bool isFlooded(std::size_t delivered, Clock::time_point now);
+    std::chrono::milliseconds restAfter(std::size_t delivered, Duration sinceLast, Cause cause);
+    bool isFlooded(std::size_t delivered, Duration now);
 
     const Delivery delivery;
     const Audience audience;
+    const std::shared_ptr<TimeSource> time;
     std::mutex mutex;
     std::deque<LogElement> waiting;
     /// What the main thread gives back to the one that posts, which made it, while many come: to free another
@@ -91,8 +93,8 @@ class LogMailbox : public std::enable_shared_from_this<LogMailbox> {
     unsigned handOvers = 0;
     int frequent = 0;  ///< hand-overs in a row
     int rests = 0;     ///< in a row, without a prompt hand-over between them
-    Clock::time_point lastHandOver;
-    Clock::time_point countedSince;
+    Duration lastHandOver{0};
+    Duration countedSince{0};
     std::size_t counted = 0;
 };
 

@@ -1,9 +1,9 @@
 #include "LogMailbox.h"
 #include "MainQueue.h"
+#include "ManualTime.h"
 #include "Waiting.h"
 
 #include <QTest>
-#include <QThread>
 
 #include <algorithm>
 #include <chrono>
@@ -14,6 +14,7 @@
 using namespace ferrolt;
 using namespace std::chrono_literals;
 
+/// Time stands still but where a test moves it, so that each hand-over comes at a known moment.
 class LogMailboxTest : public QObject {
     Q_OBJECT
 
@@ -22,16 +23,33 @@ class LogMailboxTest : public QObject {
         std::vector<int> elements;
         std::vector<std::size_t> deliveries;  ///< their sizes
         LogAudience audience = LogAudience::Watching;
-        std::shared_ptr<LogMailbox> mailbox = std::make_shared<LogMailbox>(
-            [this](std::vector<LogElement> arrived) {
-                deliveries.push_back(arrived.size());
-                for (const LogElement &element : arrived)
-                    elements.push_back(element.toInt());
-                return arrived;
-            },
-            [this] { return audience; });
+        std::shared_ptr<ManualTime> time = std::make_shared<ManualTime>();
+        std::shared_ptr<LogMailbox> mailbox;
+
+        explicit Receipts(std::shared_ptr<TimeSource> other = nullptr)
+            : mailbox(std::make_shared<LogMailbox>(
+                  [this](std::vector<LogElement> arrived) {
+                      deliveries.push_back(arrived.size());
+                      for (const LogElement &element : arrived)
+                          elements.push_back(element.toInt());
+                      return arrived;
+                  },
+                  [this] { return audience; }, other ? std::move(other) : time)) {
+            time->advance(1s);  // of silence
+        }
 
         void post(int number) const { mailbox->post(QByteArray::number(number)); }
+        /// The main thread does what it has been woken for.
+        static void turn() { QCoreApplication::processEvents(); }
+        void postAndTurn(int number) const {
+            post(number);
+            turn();
+        }
+        /// A hundred elements at one moment, each handed over by itself if the mailbox lets it.
+        void flood() const {
+            for (int i = 0; i < 100; ++i)
+                postAndTurn(i);
+        }
         ~Receipts() {
             mailbox->handOverNow();  // what waits holds this
             bool isOver = false;
@@ -64,53 +82,43 @@ class LogMailboxTest : public QObject {
   private Q_SLOTS:
     void atALeisurelyPaceEachElementIsHandedOverByItselfAndAtOnce() {
         Receipts r;
-        for (int i = 0; i < 10; ++i) {
-            std::this_thread::sleep_for(LogMailbox::restWatched + 1ms);
-            r.post(i);
-            QCoreApplication::processEvents();
+        for (int i = 0; i < 20; ++i) {
+            r.time->advance(3ms);
+            r.postAndTurn(i);
             QCOMPARE(r.elements, numbers(0, i + 1));
         }
-        QCOMPARE(r.deliveries, std::vector<std::size_t>(10, 1));
+        QCOMPARE(r.deliveries, std::vector<std::size_t>(20, 1));
     }
 
     void ofAThousandASecondMostAreInTheLogWithinAMillisecondThoughTheyShareHandOvers() {
-        using Clock = std::chrono::steady_clock;
         Receipts r;
-        constexpr int count = 200;
-        std::vector<Clock::duration> delays;
-        std::vector<Clock::time_point> posted;
-        // A busy machine stands still for longer than what is measured here.
-        QVERIFY(waitUntil([&] {
-            delays.clear();
-            posted.clear();
-            r.elements.clear();
-            r.deliveries.clear();
-            const auto begin = Clock::now();
-            while (delays.size() < std::size_t(count)) {
-                const auto now = Clock::now();
-                if (posted.size() < std::size_t(count) && now >= begin + posted.size() * 1ms) {
-                    posted.push_back(now);
-                    r.post(int(posted.size()));
-                }
-                QCoreApplication::processEvents();
-                while (delays.size() < r.elements.size())
-                    delays.push_back(Clock::now() - posted.at(delays.size()));
-            }
-            std::nth_element(delays.begin(), delays.begin() + count / 2, delays.end());
-            const auto shared = r.deliveries.size();
-            return delays.at(count / 2) < 1ms && shared > count / 2 && shared < count * 3 / 4;
-        }));
-        QCOMPARE(r.elements, numbers(1, count + 1));
+        for (int i = 0; i < 9; ++i) {  // the first ones in a row are prompt
+            r.time->advance(999us);
+            r.postAndTurn(i);
+            QCOMPARE(r.elements.size(), std::size_t(i + 1));
+        }
+        r.deliveries.clear();
+        std::vector<int> prompt;
+        for (int i = 9; i < 209; ++i) {
+            r.time->advance(999us);
+            r.postAndTurn(i);
+            prompt.push_back(r.elements.size() == std::size_t(i + 1));
+        }
+        r.time->advance(2ms);
+        QCOMPARE(r.elements, numbers(0, 209));
+        // Of five elements two share a hand-over, two more the next one, and one has its own.
+        QCOMPARE(std::count(prompt.begin(), prompt.end(), 1), 40);
+        QCOMPARE(r.deliveries.size(), std::size_t(120));
+        QCOMPARE(*std::max_element(r.deliveries.begin(), r.deliveries.end()), std::size_t(2));
     }
 
     void aFewElementsInARowAreEachHandedOverAtOnceWhileTheyAreWatched() {
         Receipts r;
         int next = 0;
         for (int burst = 0; burst < 5; ++burst) {
-            std::this_thread::sleep_for(LogMailbox::pause + 1ms);
-            for (int i = 0; i < LogMailbox::mostFrequent; ++i) {
-                r.post(next++);
-                QCoreApplication::processEvents();
+            r.time->advance(5ms);
+            for (int i = 0; i < 9; ++i) {
+                r.postAndTurn(next++);
                 QCOMPARE(r.elements, numbers(0, next));
             }
         }
@@ -120,9 +128,8 @@ class LogMailboxTest : public QObject {
         Receipts r;
         r.audience = LogAudience::Nobody;
         for (int i = 0; i < 10; ++i) {
-            std::this_thread::sleep_for(LogMailbox::pause + 1ms);
-            r.post(i);
-            QCoreApplication::processEvents();
+            r.time->advance(5ms);
+            r.postAndTurn(i);
             QCOMPARE(r.elements, numbers(0, i + 1));
         }
     }
@@ -130,128 +137,101 @@ class LogMailboxTest : public QObject {
     void whileNobodyWatchesTheElementsOfAChildThatWritesOftenShareHandOvers() {
         Receipts r;
         r.audience = LogAudience::Nobody;
-        int next = 0;
-        // Two must come within a moment, which a busy machine does not always grant.
-        QVERIFY(waitUntil([&] {
-            r.post(next++);
-            QCoreApplication::processEvents();
-            r.post(next++);
-            QCoreApplication::processEvents();
-            const std::size_t before = r.deliveries.size();
-            r.post(next++);
-            r.post(next++);
-            QCoreApplication::processEvents();
-            const bool atOnce = r.deliveries.size() > before;
-            const bool allCame = waitUntil([&] { return r.elements.size() == std::size_t(next); });
-            return allCame && !atOnce && r.deliveries.size() == before + 1;
-        }));
-        QCOMPARE(r.elements, numbers(0, next));
+        r.postAndTurn(0);
+        r.time->advance(4ms);
+        r.postAndTurn(1);
+        QCOMPARE(r.elements, numbers(0, 2));
+        r.postAndTurn(2);
+        r.time->advance(19ms);
+        r.postAndTurn(3);
+        QCOMPARE(r.elements, numbers(0, 2));
+        r.time->advance(1ms);
+        QCOMPARE(r.elements, numbers(0, 4));
+        QCOMPARE(r.deliveries, (std::vector<std::size_t>{1, 1, 2}));
+        // It has brought several, so the next one lasts as long.
+        r.postAndTurn(4);
+        r.time->advance(19ms);
+        QCOMPARE(r.elements, numbers(0, 4));
+        r.time->advance(1ms);
+        QCOMPARE(r.elements, numbers(0, 5));
     }
 
     void aRestThatBringsOneElementIsTheLast() {
         Receipts r;
         r.audience = LogAudience::Nobody;
-        int next = 0;
-        QVERIFY(waitUntil([&] {
-            for (int i = 0; i < 3; ++i) {
-                r.post(next++);
-                QCoreApplication::processEvents();
-            }
-            const bool rested = r.elements.size() < std::size_t(next);
-            return waitUntil([&] { return r.elements.size() == std::size_t(next); }) && rested;
-        }));
-        r.post(next++);
-        QCoreApplication::processEvents();
-        QCOMPARE(r.elements, numbers(0, next));
+        r.postAndTurn(0);
+        r.postAndTurn(1);
+        r.postAndTurn(2);
+        QCOMPARE(r.elements, numbers(0, 2));
+        r.time->advance(20ms);
+        QCOMPARE(r.elements, numbers(0, 3));
+        r.postAndTurn(3);
+        QCOMPARE(r.elements, numbers(0, 4));
     }
 
     void aRestInWhichManyComeEndsAtOnce() {
         Receipts r;
         r.audience = LogAudience::Nobody;
-        int next = 0;
-        const auto postMany = [&](std::size_t count) {
-            for (std::size_t i = 0; i < count; ++i)
-                r.post(next++);
-            QCoreApplication::processEvents();
-        };
-        QVERIFY(waitUntil([&] {
-            postMany(1);
-            postMany(1);
-            const std::size_t before = r.elements.size();
-            postMany(LogMailbox::mostInRest);
-            const bool rested = r.elements.size() == before;
-            postMany(1);
-            const bool ended = r.elements.size() == std::size_t(next);
-            return waitUntil([&] { return r.elements.size() == std::size_t(next); }) && rested && ended;
-        }));
-        QCOMPARE(r.elements, numbers(0, next));
+        r.postAndTurn(0);
+        r.postAndTurn(1);
+        for (int i = 2; i < 66; ++i)
+            r.postAndTurn(i);
+        QCOMPARE(r.elements, numbers(0, 2));
+        r.postAndTurn(66);
+        QCOMPARE(r.elements, numbers(0, 67));
+        // The end that the rest would have had means nothing any more: what comes now is a flood's.
+        const auto before = r.deliveries.size();
+        r.time->advance(20ms);
+        QCOMPARE(r.deliveries.size(), before);
     }
 
     void theFirstElementOfAFloodIsHandedOverAtOnce() {
         Receipts r;
-        r.post(0);
-        QCoreApplication::processEvents();
+        r.postAndTurn(0);
         QCOMPARE(r.elements, numbers(0, 1));
     }
 
     void inAFloodTheMainThreadIsCalledOnlyEveryFewMilliseconds() {
         Receipts r;
-        const auto begin = std::chrono::steady_clock::now();
-        int count = 0;
-        auto next = begin;
-        for (auto now = begin; now - begin < 200ms; now = std::chrono::steady_clock::now()) {
-            if (now >= next) {
-                r.post(count++);
-                next = now + 20us;  // fifty thousand a second, or fewer: what can wait is less than 1000
-            }
-            QCoreApplication::processEvents();  // as if nothing else kept the main thread
+        for (int i = 0; i < 10'000; ++i) {  // fifty thousand a second, for 200 ms
+            r.time->advance(20us);
+            r.postAndTurn(i);
         }
-        QVERIFY(waitUntil([&] { return r.elements.size() == std::size_t(count); }));
-        const auto took = std::chrono::steady_clock::now() - begin;
-        QCOMPARE(r.elements, numbers(0, count));
-        // In a pause's time no more come one by one than make a flood of it.
-        QVERIFY(r.deliveries.size() <=
-                (LogMailbox::mostPrompt + 1) * std::size_t(took / LogMailbox::pause + 2));
+        r.time->advance(4ms);
+        QCOMPARE(r.elements, numbers(0, 10'000));
+        QVERIFY2(r.deliveries.size() <= 50 + 17, qPrintable(QString::number(r.deliveries.size())));
     }
 
     void afterAFloodItIsPromptAgain() {
         Receipts r;
-        for (int i = 0; i < 100; ++i) {
-            r.post(i);
-            QCoreApplication::processEvents();
+        r.flood();
+        r.time->advance(8ms);
+        QCOMPARE(r.elements.size(), std::size_t(100));
+        for (int i = 100; i < 110; ++i) {
+            r.time->advance(3ms);
+            r.postAndTurn(i);
+            QCOMPARE(r.elements.size(), std::size_t(i + 1));
         }
-        QVERIFY(waitUntil([&] { return r.elements.size() == 100; }));
-        const std::size_t before = r.deliveries.size();
-        QVERIFY(waitUntil([&, next = 100]() mutable {
-            QThread::msleep(1);
-            r.post(next++);
-            QCoreApplication::processEvents();
-            return r.elements.size() == std::size_t(next) && r.deliveries.size() > before + 3 &&
-                   r.deliveries.back() == 1;
-        }));
     }
 
     void whatAFloodOutdatesIsFreedByTheThreadThatPosts() {
         Receipts r;
-        // On a busy machine the hand-over that frees what is left may come first.
-        QVERIFY(waitUntil([&] {
-            for (int i = 0; i < 50; ++i) {
-                r.post(i);
-                QCoreApplication::processEvents();
-            }
-            const std::vector<LogElement> kept = posted(r, 100);
-            const std::size_t before = r.elements.size();
-            const bool allCame = waitUntil([&] { return r.elements.size() >= before + 100; });
-            const bool held = !isFree(kept);
-            r.post(100);
-            return allCame && held && isFree(kept);
-        }));
+        r.flood();
+        const std::vector<LogElement> kept = posted(r, 100);
+        r.time->advance(4ms);  // the delivery gives them back
+        QVERIFY(!isFree(kept));
+        r.post(100);
+        QVERIFY(isFree(kept));
     }
 
     void whatAFloodOutdatesIsNotHeldForLongWhenNothingElseIsPosted() {
         Receipts r;
+        r.flood();
         const std::vector<LogElement> kept = posted(r, 100);
-        QVERIFY(waitUntil([&] { return !r.elements.empty() && isFree(kept); }));
+        r.time->advance(4ms);
+        QVERIFY(!isFree(kept));
+        r.time->advance(4ms);
+        QVERIFY(isFree(kept));
     }
 
     void theNewest1000WaitForABusyMainThreadInOrder() {
@@ -260,12 +240,12 @@ class LogMailboxTest : public QObject {
             for (int i = 0; i < 5000; ++i)
                 r.post(i);
         }).join();
-        QVERIFY(waitUntil([&] { return !r.elements.empty(); }));
+        r.turn();
         QCOMPARE(r.elements, numbers(4000, 5000));
     }
 
     void nothingIsLostBetweenAThreadThatFloodsAndTheLoop() {
-        Receipts r;
+        Receipts r(systemTime());
         constexpr int count = 900;  // all may wait at the same time
         for (int round = 0; round < 20; ++round) {
             r.elements.clear();
@@ -282,15 +262,13 @@ class LogMailboxTest : public QObject {
 
     void whatWaitsInAPauseComesBeforeWhatIsHandedOverAfterIt() {
         Receipts r;
-        for (int i = 0; i < 100; ++i) {  // a flood, so that the last ones wait for the end of a pause
-            r.post(i);
-            QCoreApplication::processEvents();
-        }
+        r.flood();  // so that the last ones wait for the end of a pause
+        QVERIFY(r.elements.size() < 100);
         std::vector<int> before;
         r.post(100);
         r.mailbox->handOverNow();
         MainQueue::async([&] { before = r.elements; });
-        QVERIFY(waitUntil([&] { return !before.empty(); }));
+        r.turn();
         QCOMPARE(before, numbers(0, 101));
     }
 };
