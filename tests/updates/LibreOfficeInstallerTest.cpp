@@ -1,3 +1,4 @@
+#include "InChild.h"
 #include "InstallationScene.h"
 #include "LibreOfficeInstaller.h"
 #include "MainQueue.h"
@@ -14,6 +15,7 @@
 #include <thread>
 
 #include <pthread.h>
+#include <sys/resource.h>
 
 using namespace ferrolt;
 namespace fs = std::filesystem;
@@ -116,6 +118,46 @@ class LibreOfficeInstallerTest : public QObject {
         QVERIFY(waitUntil([&] { return outcome.has_value(); }));
         QCOMPARE(outcome, InstallOutcome::installed(version));
         QCOMPARE(scene->server.requestCount(InstallationScene::metalinkPath()), 1);
+    }
+
+    void theOutcomeComesWhenTheVersionIsRecordedAndAnotherInstallationMayBegin() {
+        scene->publish({scene->goodMirror()});
+        LibreOfficeInstaller installer(scene->services);
+        bool isCalled = false;
+        bool wasInstalling = true;
+        std::optional<QString> recorded;
+        installer.install(version, {}, [&](const InstallOutcome &) {
+            isCalled = true;
+            wasInstalling = LibreOfficeInstaller::isInstalling();
+            recorded = scene->recorded();
+        });
+        QVERIFY(waitUntil([&] { return isCalled; }));
+        QVERIFY(!wasInstalling);
+        QCOMPARE(recorded, std::optional(version));
+    }
+
+    void withoutAThreadToSpareItFailsAndTheNextOneIsLookedAt() {
+        const int failed = inChild([] {
+            InstallationScene own;
+            if (!obeyLimits())
+                return 1;
+            LibreOfficeInstaller installer(own.services);
+            rlimit before{};
+            getrlimit(RLIMIT_NPROC, &before);
+            const rlimit none{0, before.rlim_max};
+            setrlimit(RLIMIT_NPROC, &none);
+            const auto outcome = own.install(installer);
+            setrlimit(RLIMIT_NPROC, &before);
+            if (outcome !=
+                InstallOutcome::failed(QStringLiteral("could not create staging directory: ") +
+                                       QString::fromStdString(std::generic_category().message(EAGAIN))))
+                return 2;
+            if (LibreOfficeInstaller::isInstalling())
+                return 3;
+            own.installBefore();
+            return own.install(installer) == InstallOutcome::skippedUserInstalled() ? 0 : 4;
+        });
+        QCOMPARE(failed, 0);
     }
 
     void afterAStopNoInstallationBegins() {
