@@ -70,6 +70,31 @@ class AppVarsStartTest : public QObject {
         QCOMPARE(recv(probe.get(), &byte, 1, 0), ssize_t(0));
     }
 
+    void thePortIsProbedAtOnceAndThenEvery250Milliseconds() {
+        ClosedPort port;
+        Supervision s;
+        s.tree.writeEnginePort(std::to_string(port.port));
+        s.start();
+        for (int probe = 0; probe < 3; ++probe) {
+            QVERIFY(waitUntil([&] { return s.time->sleeping() == 1; }));
+            QCOMPARE(s.time->lastSleep().count(), std::chrono::nanoseconds(250ms).count());
+            if (probe == 2)
+                QCOMPARE(listen(port.socket.get(), 1), 0);
+            s.time->advance(250ms);
+            QVERIFY(waitUntil([&] { return probe == 2 || s.time->sleeping() == 1; }));
+        }
+        QVERIFY(s.waitForClientLog("accepting connections"));
+    }
+
+    void whatAChildWritesToItsStandardErrorIsInItsLog() {
+        const Listener port;
+        Supervision s("complain engine-trouble", "complain client-trouble");
+        s.tree.writeEnginePort(std::to_string(port.port));
+        s.start();
+        QVERIFY(s.waitForEngineLog("\nengine-trouble\n"));
+        QVERIFY(s.waitForClientLog("\nclient-trouble\n"));
+    }
+
     void aMissingPortFileMakesItNameThatPortWhenTheWaitIsOver() {
         Supervision s;
         s.start();

@@ -7,10 +7,32 @@
 #include <QTest>
 
 #include <csignal>
+#include <vector>
 
+#include <sys/syscall.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 using namespace ferrolt;
+
+namespace {
+
+std::vector<pid_t> asked;  ///< to terminate, in order
+bool waitsForEnds = false;
+
+}  // namespace
+
+// It stands in for the C library's. It may return from a terminate request only when the child has ended and
+// what it said has been read.
+extern "C" int kill(pid_t process, int signal) noexcept {
+    if (signal == SIGTERM)
+        asked.push_back(process);
+    const int readers = threadsNamed("child-output");
+    const int result = static_cast<int>(syscall(SYS_kill, process, signal));
+    if (waitsForEnds)
+        waitWithoutEvents([&] { return threadsNamed("child-output") < readers; });
+    return result;
+}
 
 namespace {
 
@@ -46,9 +68,10 @@ class AppVarsTerminationTest : public QObject {
 
   private Q_SLOTS:
     void aClientThatExitsWithThreeStopsTheEngineAndShowsExactlyOneAlert() {
-        BothRunning s("wait", "delay-exit 200 3");
+        BothRunning s("wait", "exit-at-usr1 3");
         QVERIFY(s.ready());
         const int engine = s.engineId();
+        kill(s.clientId(), SIGUSR1);
         QVERIFY(s.waitForClientLog("Qor Client terminated with status 3\n"));
         QVERIFY(s.vars->_isPermanentlyStopped);
         QVERIFY(s.waitForEngineLog("Lumora Core terminated with status 15\n"));
@@ -81,6 +104,19 @@ class AppVarsTerminationTest : public QObject {
         QVERIFY(s.waitForClientLog("Qor Client terminated with status 15\n"));
         QVERIFY(s.alerts->shown.empty());
         QVERIFY(!s.vars->_isPermanentlyStopped);
+    }
+
+    void theStopAsksTheEngineThenTheClientAndListensUntilThen() {
+        BothRunning s("slow-term 0", "slow-term 0");
+        QVERIFY(s.ready());
+        const std::vector<pid_t> children{s.engineId(), s.clientId()};
+        asked.clear();
+        waitsForEnds = true;
+        s.vars->stopAll();
+        waitsForEnds = false;
+        QCOMPARE(asked, children);
+        QVERIFY(s.waitForEngineLog("ending\nLumora Core terminated with status 15\n"));
+        QVERIFY(s.waitForClientLog("ending\nQor Client terminated with status 15\n"));
     }
 
     void afterAQuitNoWaitForThePortBegins() {

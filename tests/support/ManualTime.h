@@ -26,6 +26,7 @@ class ManualTime : public TimeSource {
     void sleepFor(Duration duration) override {
         std::unique_lock lock(mutex);
         const Duration end = current + duration;
+        lastLength = duration;
         ++sleepers;
         changed.notify_all();
         changed.wait(lock, [&] { return current >= end; });
@@ -82,6 +83,12 @@ class ManualTime : public TimeSource {
         return sleepers;
     }
 
+    /// How long the thread that was the last to begin to sleep wants to.
+    Duration lastSleep() const {
+        std::lock_guard lock(mutex);
+        return lastLength;
+    }
+
   private:
     struct Entry {
         Duration moment;
@@ -105,6 +112,7 @@ class ManualTime : public TimeSource {
     mutable std::mutex mutex;
     std::condition_variable changed;
     Duration current{0};
+    Duration lastLength{0};
     int sleepers = 0;
     std::list<std::shared_ptr<Entry>> entries;
 };

@@ -160,6 +160,25 @@ const std::vector<Misbehaviour> &misbehaviours() {
              pauseFor(number(a, 0, 0));
              return static_cast<int>(number(a, 1, 0));
          }},
+        {"exit-at-usr1 CODE", "says \"ready\" and ends at SIGUSR1",
+         [](W a, W) {
+             sigset_t request;
+             sigemptyset(&request);
+             sigaddset(&request, SIGUSR1);
+             sigprocmask(SIG_BLOCK, &request, nullptr);
+             say("ready\n");
+             int signal = 0;
+             sigwait(&request, &signal);
+             return static_cast<int>(number(a, 0, 0));
+         }},
+        {"complain TEXT", "writes the text as a line to standard error, then waits",
+         [](W a, W) -> int {
+             const std::string line = text(a, 0) + '\n';
+             if (write(STDERR_FILENO, line.data(), line.size()) < 0)
+                 return 66;
+             for (;;)
+                 pause();
+         }},
         {"signal NUMBER", "dies by the signal",
          [](W a, W) { return die(static_cast<int>(number(a, 0, SIGKILL))); }},
         {"ignore-term", "ignores the terminate request",
