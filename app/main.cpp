@@ -20,6 +20,7 @@
 
 #include <cstdio>
 #include <memory>
+#include <string>
 #include <utility>
 
 using namespace ferrolt;
@@ -59,7 +60,7 @@ int runApplication(SingleInstance &instance, DesktopReopen &desktop) {
     QObject::connect(&window, &MainWindow::quitRequested, qApp, &QApplication::quit);
     const QuitSignals signals([] { QApplication::quit(); });
     const DesktopSession session([&] { window.saveState(); });
-    const auto reopen = [&] {
+    const auto reopen = [&](const std::string & = {}) {
         const bool hasVisibleWindows = window.isVisible() && !window.isMinimized();
         if (delegate.applicationShouldHandleReopen(hasVisibleWindows))
             bringToFront(window);
@@ -70,7 +71,7 @@ int runApplication(SingleInstance &instance, DesktopReopen &desktop) {
     std::unique_ptr<TrayItem> trayItem;
     const auto tray = DesktopTray::watch([&] {
         trayItem = std::make_unique<TrayItem>(app.appVars());
-        QObject::connect(trayItem.get(), &TrayItem::openRequested, &window, reopen);
+        QObject::connect(trayItem.get(), &TrayItem::openRequested, &window, [&] { reopen(); });
         QObject::connect(trayItem.get(), &TrayItem::quitRequested, qApp, &QApplication::quit);
     });
 

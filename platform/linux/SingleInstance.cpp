@@ -1,20 +1,24 @@
 #include "SingleInstance.h"
 
 #include "FileDescriptor.h"
+#include "PrivateFolder.h"
 
 #include <QSocketNotifier>
 #include <QTimer>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <chrono>
-#include <cstddef>
-#include <cstring>
+#include <cstdlib>
+#include <deque>
 #include <functional>
+#include <optional>
 #include <string>
-#include <system_error>
+#include <string_view>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -30,60 +34,86 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// The lock says who is first, the socket carries the word to it. The lock is the kernel's own and ends with
-/// its holder. It stands in the home folder and not in a session's run-time folder, because that is what two
-/// launchers of one user share: the same client configuration, whatever session each was started from.
-FileDescriptor openLock(const std::filesystem::path &home) {
-    const std::filesystem::path folder = home / ".local/state/ferrolt-miner-launcher";
-    std::error_code ignored;
-    std::filesystem::create_directories(folder, ignored);
-    return FileDescriptor(
-        open((folder / "instance.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
-}
+constexpr const char *lockName = "instance.lock";
+constexpr const char *socketName = "reopen.socket";
 
-/// An abstract name: it needs no folder and is gone with its owner. Taken from the lock's identity, so that
-/// two paths to one home folder agree.
-std::string socketName(const FileDescriptor &lock, const std::filesystem::path &home) {
-    std::string name = "ferrolt-miner-launcher/" + std::to_string(getuid()) + '/';
-    struct stat status {};
-    if (lock.isValid() && fstat(lock.get(), &status) == 0)
-        return name + std::to_string(status.st_dev) + '.' + std::to_string(status.st_ino);
-    return name + std::to_string(std::hash<std::string>()(home.native()));
-}
-
-struct Address {
-    sockaddr_un value{};
-    socklen_t size = 0;
-
-    explicit Address(const std::string &name) {
-        value.sun_family = AF_UNIX;
-        const std::size_t length = std::min(name.size(), sizeof value.sun_path - 1);
-        std::memcpy(value.sun_path + 1, name.data(), length);
-        size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + length);
-    }
-    const sockaddr *generic() const { return reinterpret_cast<const sockaddr *>(&value); }
-};
-
+constexpr auto placeTimeout = 5s;
+constexpr auto pollInterval = 10ms;
 constexpr int confirmationMilliseconds = 150;
 
+constexpr std::string_view request = "reopen\n";  ///< the activation token follows, if there is one
+constexpr std::size_t maxTokenLength = 256;
+constexpr std::size_t maxWaitingConnections = 16;
+
+/// The lock is in the home folder and not in a session's run-time folder, because the client configuration
+/// that two launchers must not share is there, whatever session each was started from.
+std::vector<std::filesystem::path> candidateFolders(const std::filesystem::path &home) {
+    const char *const runtimeFolder = std::getenv("XDG_RUNTIME_DIR");
+    const std::filesystem::path substitute =
+        runtimeFolder != nullptr && *runtimeFolder == '/' ? runtimeFolder : "/tmp";
+    return {home / ".local/state/ferrolt-miner-launcher",
+            substitute / ("ferrolt-miner-launcher-" + std::to_string(getuid()) + '-' +
+                          std::to_string(std::hash<std::string>()(home.native())))};
+}
+
+FileDescriptor openLock(const FileDescriptor &folder) {
+    FileDescriptor lock(openat(folder.get(), lockName, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+    struct stat status {};
+    // A file of another user's, left from a time when the folder was open to all, could be locked by them.
+    if (!lock.isValid() || fstat(lock.get(), &status) != 0 || !S_ISREG(status.st_mode) ||
+        status.st_uid != getuid())
+        return {};
+    return lock;
+}
+
+/// sun_path holds 108 bytes, which a long home folder exceeds; the descriptor stands for the folder.
+sockaddr_un addressIn(const FileDescriptor &folder) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    const std::string path = "/proc/self/fd/" + std::to_string(folder.get()) + '/' + socketName;
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    return address;
+}
+
+/// Keeps the boundaries of messages, and is hung up when its owner ends.
 FileDescriptor newSocket() {
-    return FileDescriptor(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    return FileDescriptor(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
 }
 
-/// Abstract names are open to every user of the machine: only one of our own counts.
-bool belongsToThisUser(int socket) {
-    ucred peer{};
-    socklen_t size = sizeof peer;
-    return getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 && peer.uid == getuid();
+FileDescriptor listenIn(const FileDescriptor &folder) {
+    const sockaddr_un address = addressIn(folder);
+    unlinkat(folder.get(), socketName, 0);  // a crashed launcher's
+    FileDescriptor socket = newSocket();
+    if (!socket.isValid() ||
+        bind(socket.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0 ||
+        ::listen(socket.get(), SOMAXCONN) != 0)
+        return {};
+    return socket;
 }
 
-/// Connects, which is the whole message, and gives the first launcher a moment to confirm it. One that is
-/// dying, after a kill -9 say, can still be connected to, but hangs up without a word: the caller then tries
-/// for its place. One that is merely busy finds the connection when it comes to it.
-bool handOver(const Address &address) {
+bool isToken(std::string_view text) {
+    return text.size() <= maxTokenLength &&
+           std::all_of(text.begin(), text.end(), [](char c) { return c > ' ' && c < '\x7f'; });
+}
+
+std::string requestMessage() {
+    const char *const token = std::getenv("XDG_ACTIVATION_TOKEN");
+    std::string message(request);
+    if (token != nullptr && isToken(token))
+        message += token;
+    return message;
+}
+
+/// Sends the request and gives the first launcher a moment to confirm it. A launcher that is dying, after a
+/// kill -9 for example, still accepts the connection but hangs up: the caller then tries for its place. One
+/// that is merely busy finds the request later.
+bool handOver(const FileDescriptor &folder) {
+    const sockaddr_un address = addressIn(folder);
     const FileDescriptor socket = newSocket();
-    if (!socket.isValid() || connect(socket.get(), address.generic(), address.size) != 0 ||
-        !belongsToThisUser(socket.get()))
+    const std::string message = requestMessage();
+    if (!socket.isValid() ||
+        connect(socket.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0 ||
+        send(socket.get(), message.data(), message.size(), MSG_NOSIGNAL) < 0)
         return false;
     pollfd answer{socket.get(), POLLIN, 0};
     if (poll(&answer, 1, confirmationMilliseconds) <= 0)
@@ -92,91 +122,122 @@ bool handOver(const Address &address) {
     return recv(socket.get(), &confirmation, 1, 0) == 1;
 }
 
-FileDescriptor listenAt(const Address &address) {
-    FileDescriptor socket = newSocket();
-    if (!socket.isValid() || bind(socket.get(), address.generic(), address.size) != 0 ||
-        ::listen(socket.get(), SOMAXCONN) != 0)
-        return {};
-    return socket;
-}
-
-constexpr auto patience = 5s;
-constexpr auto pause = 10ms;
-
 }  // namespace
 
 struct SingleInstance::State {
+    struct Connection {
+        FileDescriptor socket;
+        std::unique_ptr<QSocketNotifier> notifier;
+    };
+
     FileDescriptor lock;
     FileDescriptor socket;
+    Reopen reopen;
     std::unique_ptr<QSocketNotifier> notifier;
-    std::function<void()> reopen;
+    std::deque<Connection> connections;
 
-    /// Without a descriptor to spare the connection stays where it is and would call at every turn of the
-    /// event loop.
-    void lookAgainLater() {
-        notifier->setEnabled(false);
-        QTimer::singleShot(250ms, notifier.get(), [this] { notifier->setEnabled(true); });
-    }
-
-    void acceptAll() {
-        bool called = false;
-        for (;;) {
-            const FileDescriptor connection(accept4(socket.get(), nullptr, nullptr, SOCK_CLOEXEC));
-            if (!connection.isValid()) {
-                if (errno == EMFILE || errno == ENFILE)
-                    lookAgainLater();
-                break;
-            }
-            if (belongsToThisUser(connection.get())) {
-                called = true;
-                const char confirmation = 1;
-                send(connection.get(), &confirmation, 1, MSG_NOSIGNAL);
-            }
-        }
-        if (called)
-            reopen();
-    }
+    std::optional<Start> claim(const FileDescriptor &folder);
+    void acceptOne();
+    void receive(int descriptor);
 };
 
-SingleInstance::SingleInstance(const std::filesystem::path &home) : state(std::make_unique<State>()) {
-    state->lock = openLock(home);
-    const Address address(socketName(state->lock, home));
-    const auto deadline = std::chrono::steady_clock::now() + patience;
+/// Nothing when the folder's file system has no locks or no sockets.
+std::optional<SingleInstance::Start> SingleInstance::State::claim(const FileDescriptor &folder) {
+    FileDescriptor file = openLock(folder);
+    if (!file.isValid())
+        return std::nullopt;
+    const auto deadline = std::chrono::steady_clock::now() + placeTimeout;
     for (;;) {
-        // Without a lock file (a home folder that cannot be written) the name itself has to do.
-        const bool claimed = !state->lock.isValid() || flock(state->lock.get(), LOCK_EX | LOCK_NB) == 0;
-        if (claimed) {
-            state->socket = listenAt(address);
-            if (state->socket.isValid())
-                return;
+        if (flock(file.get(), LOCK_EX | LOCK_NB) == 0) {
+            socket = listenIn(folder);
+            if (!socket.isValid())
+                return std::nullopt;
+            lock = std::move(file);
+            return Start::First;
         }
-        if (handOver(address)) {
-            outcome = Start::HandedOver;
+        if (errno != EWOULDBLOCK && errno != EINTR)
+            return std::nullopt;
+        if (handOver(folder))
+            return Start::HandedOver;
+        if (std::chrono::steady_clock::now() >= deadline)
+            return Start::Unanswered;
+        // The first one is between taking the lock and listening, or between the end of its listening and its
+        // own.
+        std::this_thread::sleep_for(pollInterval);
+    }
+}
+
+/// One in each turn of the event loop, however many there are.
+void SingleInstance::State::acceptOne() {
+    FileDescriptor accepted(accept4(socket.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+    if (!accepted.isValid()) {
+        // Without a descriptor to spare the connection stays where it is and would call at every turn.
+        if (errno == EMFILE || errno == ENFILE) {
+            notifier->setEnabled(false);
+            QTimer::singleShot(250ms, notifier.get(), [this] { notifier->setEnabled(true); });
+        }
+        return;
+    }
+    if (connections.size() == maxWaitingConnections)
+        connections.pop_front();
+    const int descriptor = accepted.get();
+    Connection &connection = connections.emplace_back(
+        Connection{std::move(accepted), std::make_unique<QSocketNotifier>(descriptor, QSocketNotifier::Read)});
+    QObject::connect(connection.notifier.get(), &QSocketNotifier::activated, connection.notifier.get(),
+                     [this, descriptor] { receive(descriptor); });
+}
+
+void SingleInstance::State::receive(int descriptor) {
+    const auto connection = std::find_if(connections.begin(), connections.end(), [&](const Connection &each) {
+        return each.socket.get() == descriptor;
+    });
+    if (connection == connections.end())
+        return;
+    std::array<char, request.size() + maxTokenLength> bytes{};
+    // MSG_TRUNC: a message that is too long is recognised by its real length.
+    const ssize_t length = recv(descriptor, bytes.data(), bytes.size(), MSG_TRUNC);
+    if (length < 0 && (errno == EAGAIN || errno == EINTR))
+        return;
+    const Connection ended = {std::move(connection->socket), nullptr};
+    connection->notifier->setEnabled(false);
+    connection->notifier.release()->deleteLater();  // it is the caller
+    connections.erase(connection);
+    if (length < static_cast<ssize_t>(request.size()) || length > static_cast<ssize_t>(bytes.size()))
+        return;
+    const std::string_view message(bytes.data(), static_cast<std::size_t>(length));
+    const std::string_view token = message.substr(request.size());
+    if (!message.starts_with(request) || !isToken(token))
+        return;
+    const char confirmation = 1;
+    send(descriptor, &confirmation, 1, MSG_NOSIGNAL);
+    reopen(std::string(token));
+}
+
+SingleInstance::SingleInstance(const std::filesystem::path &home) : state(std::make_unique<State>()) {
+    for (const std::filesystem::path &path : candidateFolders(home)) {
+        const FileDescriptor folder = openPrivateFolder(path);
+        if (!folder.isValid())
+            continue;
+        if (const auto start = state->claim(folder)) {
+            outcome = *start;
             return;
         }
-        if (std::chrono::steady_clock::now() >= deadline) {
-            // First all the same when the lock is ours: then only the name is another user's.
-            outcome = claimed && state->lock.isValid() ? Start::First : Start::Unanswered;
-            return;
-        }
-        // The first one is between taking the lock and listening, or between its end and the system's tidying
-        // up.
-        std::this_thread::sleep_for(pause);
     }
 }
 
 SingleInstance::~SingleInstance() = default;
 
-void SingleInstance::listen(std::function<void()> reopen) {
+void SingleInstance::listen(Reopen reopen) {
     if (!state->socket.isValid())
         return;
     state->reopen = std::move(reopen);
     state->notifier = std::make_unique<QSocketNotifier>(state->socket.get(), QSocketNotifier::Read);
     QObject::connect(state->notifier.get(), &QSocketNotifier::activated, state->notifier.get(),
-                     [this] { state->acceptAll(); });
+                     [this] { state->acceptOne(); });
 }
 
 void SingleInstance::stopListening() {
+    state->connections.clear();
     state->notifier.reset();
     state->socket.close();
 }

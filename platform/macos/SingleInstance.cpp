@@ -2,13 +2,12 @@
 
 namespace ferrolt {
 
-// Launch Services keeps an application to one instance and reopens it, which the user interface's library
-// hears of.
+// Launch Services keeps an application to one instance and reopens it; Qt passes that on.
 struct SingleInstance::State {};
 
 SingleInstance::SingleInstance(const std::filesystem::path &) {}
 SingleInstance::~SingleInstance() = default;
-void SingleInstance::listen(std::function<void()>) {}
+void SingleInstance::listen(Reopen) {}
 void SingleInstance::stopListening() {}
 
 }  // namespace ferrolt

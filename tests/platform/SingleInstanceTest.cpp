@@ -1,3 +1,4 @@
+#include "ProcessFacts.h"
 #include "Rights.h"
 #include "SingleInstance.h"
 #include "Waiting.h"
@@ -5,12 +6,12 @@
 #include <QCoreApplication>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <csignal>
-#include <cstddef>
-#include <cstring>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
@@ -19,8 +20,11 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <sys/file.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -44,7 +48,7 @@ pid_t startAsAnotherUser(Work work) {
         return -1;
     const pid_t child = fork();
     if (child == 0) {
-        if (becomeNobody() && work()) {
+        if (setgid(nobody) == 0 && setuid(nobody) == 0 && prctl(PR_SET_PDEATHSIG, SIGKILL) == 0 && work()) {
             [[maybe_unused]] const auto written = write(ends[1], "x", 1);
             pause();
         }
@@ -57,23 +61,22 @@ pid_t startAsAnotherUser(Work work) {
     return isDone ? child : -1;
 }
 
-/// The abstract socket names of launchers, as the kernel lists them.
-std::vector<std::string> launcherNames() {
-    std::vector<std::string> names;
-    std::ifstream table("/proc/net/unix");
-    for (std::string line; std::getline(table, line);)
-        if (const auto at = line.find("@ferrolt-miner-launcher/"); at != std::string::npos)
-            names.push_back(line.substr(at + 1));
-    return names;
+std::filesystem::path stateFolder(const std::filesystem::path &home) {
+    return home / ".local/state/ferrolt-miner-launcher";
 }
 
-bool takeName(const std::string &name) {
+/// A connection as a later start makes it; -1 with errno when there is none.
+int connectTo(const std::filesystem::path &home) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
-    std::memcpy(address.sun_path + 1, name.data(), name.size());
-    const auto size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + name.size());
-    const int taken = socket(AF_UNIX, SOCK_STREAM, 0);
-    return bind(taken, reinterpret_cast<const sockaddr *>(&address), size) == 0 && listen(taken, 5) == 0;
+    (stateFolder(home) / "reopen.socket").native().copy(address.sun_path, sizeof address.sun_path - 1);
+    const int connection = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
+    return connect(connection, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0 ? connection
+                                                                                                  : -1;
+}
+
+void say(int connection, const std::string &message) {
+    [[maybe_unused]] const auto sent = send(connection, message.data(), message.size(), MSG_NOSIGNAL);
 }
 
 /// Starts this program again as another launcher that claims `home`; with "stay" it holds the claim until it
@@ -100,7 +103,7 @@ bool hasEnded(pid_t child) {
 }
 
 int runAsAnother(const char *home, const std::string &then) {
-    const SingleInstance instance(home);
+    SingleInstance instance(home);
     if (then == "stay" && instance.start() == SingleInstance::Start::First) {
         [[maybe_unused]] const auto written = write(STDOUT_FILENO, "first\n", 6);
         pause();
@@ -134,12 +137,16 @@ class SingleInstanceTest : public QObject {
         return claimed ? child : -1;
     }
 
+    QTemporaryDir runtimeFolder;
+
   private Q_SLOTS:
+    void initTestCase() { qputenv("XDG_RUNTIME_DIR", runtimeFolder.path().toUtf8()); }
+
     void aSecondStartHandsOverToTheFirstAsAReopen() {
         SingleInstance first(home());
         QCOMPARE(first.start(), SingleInstance::Start::First);
         int reopened = 0;
-        first.listen([&] { ++reopened; });
+        first.listen([&](const std::string &) { ++reopened; });
         const auto begin = std::chrono::steady_clock::now();
         QCOMPARE(exitCode(startAnother(home())), asExitCode(SingleInstance::Start::HandedOver));
         QVERIFY(std::chrono::steady_clock::now() - begin < std::chrono::seconds(5));
@@ -150,13 +157,13 @@ class SingleInstanceTest : public QObject {
         SingleInstance first(home());
         QCOMPARE(exitCode(startAnother(home())), asExitCode(SingleInstance::Start::HandedOver));
         int reopened = 0;
-        first.listen([&] { ++reopened; });
+        first.listen([&](const std::string &) { ++reopened; });
         QVERIFY(waitUntil([&] { return reopened == 1; }));
     }
 
     void aStartBesideAFirstThatIsEndingWaitsForItsPlace() {
         auto first = std::make_unique<SingleInstance>(home());
-        first->listen([] {});
+        first->listen([](const std::string &) {});
         first->stopListening();
         const pid_t second = startAnother(home());
         // Longer than a first that hears it would be given to confirm.
@@ -168,7 +175,7 @@ class SingleInstanceTest : public QObject {
     void withoutADescriptorToSpareAStartIsHeardOnceThereIsOne() {
         SingleInstance first(home());
         int reopened = 0;
-        first.listen([&] { ++reopened; });
+        first.listen([&](const std::string &) { ++reopened; });
         rlimit before{};
         getrlimit(RLIMIT_NOFILE, &before);
         rlimit none = before;
@@ -208,12 +215,17 @@ class SingleInstanceTest : public QObject {
     }
 
     void aClaimOfAProcessThatWasKilledNeverStopsAStart() {
-        const pid_t first = startFirst();
-        QVERIFY(first > 0);
-        kill(first, SIGKILL);
-        QCOMPARE(exitCode(first), -SIGKILL);
-        QVERIFY(std::filesystem::exists(home() / ".local/state/ferrolt-miner-launcher/instance.lock"));
-        QCOMPARE(SingleInstance(home()).start(), SingleInstance::Start::First);
+        const pid_t killed = startFirst();
+        QVERIFY(killed > 0);
+        kill(killed, SIGKILL);
+        QCOMPARE(exitCode(killed), -SIGKILL);
+        QVERIFY(std::filesystem::exists(stateFolder(home()) / "instance.lock"));
+        QVERIFY(std::filesystem::exists(stateFolder(home()) / "reopen.socket"));
+        const SingleInstance first(home());
+        QCOMPARE(first.start(), SingleInstance::Start::First);
+        const int connection = connectTo(home());
+        QVERIFY(connection >= 0);
+        ::close(connection);
     }
 
     void aFirstThatDoesNotReactStillTakesTheHandOver() {
@@ -235,40 +247,150 @@ class SingleInstanceTest : public QObject {
         QCOMPARE(second.start(), SingleInstance::Start::First);
     }
 
-    void anotherUsersLauncherInTheSameHomeIsNotTouched() {
+    void itsActivationTokenComesWithTheReopen_data() {
+        QTest::addColumn<QByteArray>("given");
+        QTest::addColumn<QByteArray>("received");
+        QTest::newRow("none") << QByteArray() << QByteArray();
+        QTest::newRow("one") << QByteArray("desk-1_2.3-TIME7") << QByteArray("desk-1_2.3-TIME7");
+        QTest::newRow("the longest") << QByteArray(256, 't') << QByteArray(256, 't');
+        QTest::newRow("too long") << QByteArray(257, 't') << QByteArray();
+        QTest::newRow("not a token") << QByteArray("two words") << QByteArray();
+    }
+    void itsActivationTokenComesWithTheReopen() {
+        QFETCH(QByteArray, given);
+        QFETCH(QByteArray, received);
+        SingleInstance first(home());
+        std::vector<std::string> tokens;
+        first.listen([&](const std::string &token) { tokens.push_back(token); });
+        qputenv("XDG_ACTIVATION_TOKEN", given);
+        const pid_t second = startAnother(home());
+        qunsetenv("XDG_ACTIVATION_TOKEN");
+        QCOMPARE(exitCode(second), asExitCode(SingleInstance::Start::HandedOver));
+        QVERIFY(waitUntil([&] { return !tokens.empty(); }));
+        QCOMPARE(tokens, std::vector{received.toStdString()});
+    }
+
+    void aMessageThatIsNoRequestIsIgnored_data() {
+        QTest::addColumn<QByteArray>("message");
+        QTest::newRow("another") << QByteArray("close\n");
+        QTest::newRow("cut short") << QByteArray("reope");
+        QTest::newRow("too long") << QByteArray("reopen\n" + QByteArray(257, 't'));
+        QTest::newRow("far too long") << QByteArray("reopen\n" + QByteArray(100'000, 't'));
+        QTest::newRow("a control character") << QByteArray("reopen\na\033[0m");
+        QTest::newRow("a zero byte") << QByteArray("reopen\n\0", 8);
+    }
+    void aMessageThatIsNoRequestIsIgnored() {
+        QFETCH(QByteArray, message);
+        SingleInstance first(home());
+        std::vector<std::string> tokens;
+        first.listen([&](const std::string &token) { tokens.push_back(token); });
+        const int bad = connectTo(home());
+        QVERIFY(bad >= 0);
+        say(bad, message.toStdString());
+        const int good = connectTo(home());
+        say(good, "reopen\nafter");
+        QVERIFY(waitUntil([&] { return !tokens.empty(); }));
+        QCOMPARE(tokens, std::vector<std::string>{"after"});
+        char byte = 0;
+        QCOMPARE(recv(bad, &byte, 1, 0), ssize_t{0});  // hung up
+        ::close(bad);
+        ::close(good);
+    }
+
+    void connectionsThatSayNothingHoldNobodyUp() {
+        SingleInstance first(home());
+        int reopened = 0;
+        first.listen([&](const std::string &) { ++reopened; });
+        const int before = openDescriptors();
+        std::vector<int> silent;
+        for (int i = 0; i < 100; ++i)
+            silent.push_back(connectTo(home()));
+        QCOMPARE(exitCode(startAnother(home())), asExitCode(SingleInstance::Start::HandedOver));
+        QVERIFY(waitUntil([&] { return reopened == 1; }));
+        QVERIFY(openDescriptors() < before + 100 + 20);  // and it keeps only the newest of them
+        for (const int connection : silent)
+            ::close(connection);
+    }
+
+    void manyRequestsAtOnceLeaveTheEventLoopItsTurns() {
+        SingleInstance first(home());
+        int reopened = 0;
+        first.listen([&](const std::string &) { ++reopened; });
+        std::vector<int> starts;
+        for (int i = 0; i < 200; ++i) {
+            starts.push_back(connectTo(home()));
+            say(starts.back(), "reopen\n");
+        }
+        QVERIFY(waitUntil([&] { return reopened > 0; }));
+        bool cameInBetween = false;
+        QTimer::singleShot(0, this, [&] { cameInBetween = reopened < 200; });
+        QVERIFY(waitUntil([&] { return reopened == 200; }));
+        QVERIFY(cameInBetween);
+        for (const int connection : starts)
+            ::close(connection);
+    }
+
+    void anotherUserCanNeitherConnectNorLock() {
         if (getuid() != 0)
             QSKIP("only root can be two users");
         std::filesystem::permissions(home(), std::filesystem::perms::all);
-        const pid_t theirs = startAsAnotherUser([this] {
-            static std::unique_ptr<SingleInstance> instance;
-            instance = std::make_unique<SingleInstance>(home() / "theirs");
-            return instance->start() == SingleInstance::Start::First;
+        const mode_t before = umask(0);
+        std::filesystem::create_directories(stateFolder(home()));
+        const SingleInstance first(home());
+        umask(before);
+        QCOMPARE(first.start(), SingleInstance::Start::First);
+        const pid_t stranger = startAsAnotherUser([this] {
+            const auto lock = stateFolder(home()) / "instance.lock";
+            return connectTo(home()) < 0 && errno == EACCES && open(lock.c_str(), O_RDONLY) < 0 &&
+                   errno == EACCES;
         });
-        QVERIFY(theirs > 0);
-        const SingleInstance ours(home() / "theirs");
-        // The lock is theirs, and so is the place: but nothing of theirs is told to reopen.
-        QCOMPARE(ours.start(), SingleInstance::Start::Unanswered);
-        QCOMPARE(kill(theirs, SIGKILL), 0);
-        exitCode(theirs);
+        QVERIFY(stranger > 0);
+        QCOMPARE(kill(stranger, SIGKILL), 0);
+        exitCode(stranger);
     }
 
-    void aNameThatAnotherUserHasTakenStopsNoStart() {
+    void whatAnotherUserLeftThereIsNotUsedAndStopsNoStart_data() {
+        QTest::addColumn<QString>("left");
+        QTest::newRow("their folder, open to all") << "folder";
+        QTest::newRow("their lock in an open folder") << "lock";
+    }
+    void whatAnotherUserLeftThereIsNotUsedAndStopsNoStart() {
         if (getuid() != 0)
             QSKIP("only root can be two users");
-        const auto before = launcherNames();
-        auto first = std::make_unique<SingleInstance>(home());
-        QCOMPARE(first->start(), SingleInstance::Start::First);
-        std::string name;
-        for (const std::string &candidate : launcherNames())
-            if (std::find(before.begin(), before.end(), candidate) == before.end())
-                name = candidate;
-        QVERIFY(!name.empty());
-        first.reset();
-        const pid_t squatter = startAsAnotherUser([&] { return takeName(name); });
+        QFETCH(QString, left);
+        const QTemporaryDir fresh;
+        const std::filesystem::path open = fresh.path().toStdString();
+        std::filesystem::permissions(open, std::filesystem::perms::all);
+        if (left == "lock") {
+            std::filesystem::create_directories(stateFolder(open));
+            std::filesystem::permissions(stateFolder(open), std::filesystem::perms::all);
+        }
+        const pid_t squatter = startAsAnotherUser([&] {
+            umask(0);
+            std::filesystem::create_directories(stateFolder(open));
+            if (left == "folder")
+                return true;
+            const int lock = ::open((stateFolder(open) / "instance.lock").c_str(), O_RDWR | O_CREAT, 0666);
+            return flock(lock, LOCK_EX | LOCK_NB) == 0;
+        });
         QVERIFY(squatter > 0);
-        QCOMPARE(SingleInstance(home()).start(), SingleInstance::Start::First);
+        const SingleInstance first(open);
+        QCOMPARE(first.start(), SingleInstance::Start::First);
+        QVERIFY(!std::filesystem::exists(stateFolder(open) / "reopen.socket"));
+        QCOMPARE(SingleInstance(open).start(), SingleInstance::Start::HandedOver);
         QCOMPARE(kill(squatter, SIGKILL), 0);
         exitCode(squatter);
+    }
+
+    void aHomeWhoseNameIsLongerThanASocketsIsLikeAnyOther() {
+        const std::filesystem::path deep = home() / std::string(100, 'd') / std::string(100, 'e');
+        std::filesystem::create_directories(deep);
+        SingleInstance first(deep);
+        int reopened = 0;
+        first.listen([&](const std::string &) { ++reopened; });
+        QVERIFY(std::filesystem::is_socket(stateFolder(deep) / "reopen.socket"));
+        QCOMPARE(exitCode(startAnother(deep)), asExitCode(SingleInstance::Start::HandedOver));
+        QVERIFY(waitUntil([&] { return reopened == 1; }));
     }
 
     void theSameHomeByAnotherPathIsTheSameLauncher() {
@@ -290,8 +412,7 @@ class SingleInstanceTest : public QObject {
 
     void aLockThatIsALinkIsNotFollowed() {
         const QTemporaryDir fresh;
-        const std::filesystem::path state =
-            fresh.path().toStdString() + "/.local/state/ferrolt-miner-launcher";
+        const std::filesystem::path state = stateFolder(fresh.path().toStdString());
         std::filesystem::create_directories(state);
         std::filesystem::create_symlink("/etc/passwd", state / "instance.lock");
         const SingleInstance first(fresh.path().toStdString());
