@@ -1,4 +1,5 @@
 #include "AccessibleRoles.h"
+#include "BringToFront.h"
 #include "DesktopAppearance.h"
 #include "DesktopReopen.h"
 #include "DesktopSession.h"
@@ -27,14 +28,6 @@ using namespace ferrolt;
 
 namespace {
 
-/// What a desktop does by itself when its user opens a program that already runs: its window comes to the
-/// front.
-void bringToFront(QWidget &window) {
-    window.setWindowState(window.windowState() & ~Qt::WindowMinimized);
-    window.raise();
-    window.activateWindow();
-}
-
 int runApplication(SingleInstance &instance, DesktopReopen &desktop) {
     QApplication::setQuitOnLastWindowClosed(false);  // the services run on behind a closed window
     installAccessibleRoles();
@@ -60,10 +53,10 @@ int runApplication(SingleInstance &instance, DesktopReopen &desktop) {
     QObject::connect(&window, &MainWindow::quitRequested, qApp, &QApplication::quit);
     const QuitSignals signals([] { QApplication::quit(); });
     const DesktopSession session([&] { window.saveState(); });
-    const auto reopen = [&](const std::string & = {}) {
+    const auto reopen = [&](const std::string &activationToken = {}) {
         const bool hasVisibleWindows = window.isVisible() && !window.isMinimized();
         if (delegate.applicationShouldHandleReopen(hasVisibleWindows))
-            bringToFront(window);
+            bringToFront(window, activationToken);
     };
     instance.listen(reopen);
     desktop.listen(
@@ -75,7 +68,10 @@ int runApplication(SingleInstance &instance, DesktopReopen &desktop) {
         QObject::connect(trayItem.get(), &TrayItem::quitRequested, qApp, &QApplication::quit);
     });
 
-    MainQueue::async([&] { delegate.applicationDidFinishLaunching(); });
+    MainQueue::async([&] {
+        delegate.applicationDidFinishLaunching();
+        qunsetenv("XDG_ACTIVATION_TOKEN");  // good for one window, and one that opens later is another
+    });
     return QApplication::exec();
 }
 

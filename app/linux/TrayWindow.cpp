@@ -1,5 +1,7 @@
 #include "TrayWindow.h"
 
+#include "X11Display.h"
+
 #include <QByteArray>
 #include <QGuiApplication>
 
@@ -10,23 +12,8 @@
 namespace ferrolt {
 namespace {
 
-xcb_connection_t *x11Display() {
-    const auto *x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    return x11 ? x11->connection() : nullptr;
-}
-
 template <class Reply>
 using Received = std::unique_ptr<Reply, decltype(&std::free)>;
-
-xcb_atom_t atom(xcb_connection_t *display, const QByteArray &name) {
-    const auto question =
-        xcb_intern_atom(display, 0, static_cast<std::uint16_t>(name.size()), name.constData());
-    const Received<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(display, question, nullptr),
-                                                  &std::free);
-    if (!reply)
-        return XCB_ATOM_NONE;
-    return reply->atom;
-}
 
 bool hasOwner(xcb_connection_t *display, xcb_atom_t selection) {
     const Received<xcb_get_selection_owner_reply_t> reply(
@@ -38,18 +25,18 @@ bool hasOwner(xcb_connection_t *display, xcb_atom_t selection) {
 }  // namespace
 
 TrayWindow::TrayWindow(std::function<void()> appeared) : appeared(std::move(appeared)) {
-    xcb_connection_t *const display = x11Display();
+    xcb_connection_t *const display = X11Display::connection();
     if (!display)
         return;
-    manager = atom(display, "MANAGER");
+    manager = X11Display::atom("MANAGER");
     // The first screen's: Qt 6 knows no other as the program's own.
-    selection = atom(display, "_NET_SYSTEM_TRAY_S0");
+    selection = X11Display::atom("_NET_SYSTEM_TRAY_S0");
     // Qt has asked for the root window's events already, for the sake of its own tray items.
     qGuiApp->installNativeEventFilter(this);
 }
 
 bool TrayWindow::isThere() const {
-    xcb_connection_t *const display = x11Display();
+    xcb_connection_t *const display = X11Display::connection();
     return display && hasOwner(display, selection);
 }
 

@@ -251,13 +251,14 @@ class LauncherTest : public QObject {
         QVERIFY(waitUntil([&] { return !isAlive(engine) && !isAlive(client); }));
     }
 
-    void aSecondStartRaisesAWindowThatIsCoveredOrMinimized_data() {
-        QTest::addColumn<bool>("minimized");
-        QTest::newRow("covered") << false;
-        QTest::newRow("minimized") << true;
+    void aSecondStartBringsItsWindowToTheUser_data() {
+        QTest::addColumn<QString>("from");
+        QTest::newRow("covered") << "below another";
+        QTest::newRow("minimized") << "the task bar";
+        QTest::newRow("on another workspace") << "another workspace";
     }
-    void aSecondStartRaisesAWindowThatIsCoveredOrMinimized() {
-        QFETCH(bool, minimized);
+    void aSecondStartBringsItsWindowToTheUser() {
+        QFETCH(QString, from);
         const Listener port;
         InstalledTree tree("wait", "wait");
         tree.writeEnginePort(std::to_string(port.port));
@@ -268,18 +269,27 @@ class LauncherTest : public QObject {
         const auto end = qScopeGuard([&] {
             other.terminate();
             other.waitForFinished();
+            desktop.run("xdotool", {"set_desktop", "0"});
         });
-        if (minimized) {
+        if (from == "the task bar") {
             desktop.run("xdotool", {"getactivewindow", "windowminimize"});
             QVERIFY(waitUntil([&] { return launcher.visibleWindows().isEmpty(); }));
         } else {
+            if (from == "another workspace")
+                desktop.run("xdotool", {"set_desktop", "1"});
             other.setProcessEnvironment(desktop.environment(tree.home().c_str()));
             other.start("display", {"-size", "1200x700", "xc:gray"});
+            QVERIFY(waitUntil([&] {
+                return desktop.run("xdotool", {"getactivewindow", "getwindowname"}).contains("gray");
+            }));
+            desktop.run("xdotool", {"key", "Shift_L"});  // the user works there
         }
         QVERIFY(waitUntil([&] { return !isActive(launcher); }));
+        const QString workspace = desktop.run("xdotool", {"get_desktop"});
         QCOMPARE(launcher.startAgain(), 0);
         QVERIFY(waitUntil([&] { return isActive(launcher); }));
         QVERIFY(launcher.visibleWindows().contains("Ferrolt Miner Launcher"));
+        QCOMPARE(desktop.run("xdotool", {"get_desktop"}), workspace);
     }
 
     void bothChildrenAreGoneWithinASecondOfTheLaunchersForcedKill() {

@@ -1,0 +1,90 @@
+#include "BringToFront.h"
+
+#include "X11Display.h"
+
+#include <QGuiApplication>
+#include <QWidget>
+#include <QWindow>
+
+#include <array>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <optional>
+
+namespace ferrolt {
+namespace {
+
+constexpr std::uint32_t directUserAction = 2;  ///< who asks: Extended Window Manager Hints, "source indication"
+constexpr std::uint32_t allDesktops = 0xFFFFFFFF;
+
+/// A property of the window that is one number.
+std::optional<std::uint32_t> number(xcb_connection_t *display, xcb_window_t window, const char *name) {
+    const auto question =
+        xcb_get_property(display, 0, window, X11Display::atom(name), XCB_ATOM_CARDINAL, 0, 1);
+    const std::unique_ptr<xcb_get_property_reply_t, decltype(&std::free)> reply(
+        xcb_get_property_reply(display, question, nullptr), &std::free);
+    if (!reply || reply->format != 32 || reply->value_len != 1)
+        return std::nullopt;
+    return *static_cast<const std::uint32_t *>(xcb_get_property_value(reply.get()));
+}
+
+void askWindowManager(xcb_connection_t *display, xcb_window_t root, xcb_window_t window, const char *what,
+                      std::array<std::uint32_t, 2> arguments) {
+    xcb_client_message_event_t request{};
+    request.response_type = XCB_CLIENT_MESSAGE;
+    request.format = 32;
+    request.window = window;
+    request.type = X11Display::atom(what);
+    request.data.data32[0] = arguments[0];
+    request.data.data32[1] = arguments[1];
+    xcb_send_event(display, 0, root,
+                   XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
+                   reinterpret_cast<const char *>(&request));
+}
+
+/// Qt 6.4 asks as an application that acts by itself, with the time of its own last event. Window managers then
+/// only mark the window in the task bar when the user has worked elsewhere since. And openbox activates no
+/// window of another workspace, whoever asks: the window comes to the user's.
+void activateForUser(const QWidget &widget) {
+    xcb_connection_t *const display = X11Display::connection();
+    if (!display)
+        return;
+    const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(display)).data->root;
+    const auto window = static_cast<xcb_window_t>(widget.winId());
+    const auto here = number(display, root, "_NET_CURRENT_DESKTOP");
+    const auto there = number(display, window, "_NET_WM_DESKTOP");
+    if (here && there && here != there && there != allDesktops)
+        askWindowManager(display, root, window, "_NET_WM_DESKTOP", {*here, directUserAction});
+    askWindowManager(display, root, window, "_NET_ACTIVE_WINDOW", {directUserAction, XCB_CURRENT_TIME});
+    xcb_flush(display);
+}
+
+bool isOnWayland() {
+    return QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+}
+
+/// Wayland lets no program activate its window without a token, nor restore one that is minimized. A window
+/// that appears anew is shown in front.
+void showAnew(QWidget &window) {
+    window.hide();
+    window.show();
+}
+
+}  // namespace
+
+void bringToFront(QWidget &window, const std::string &activationToken) {
+    if (isOnWayland()) {
+        // Where Qt 6.4 looks for it. Its tray item puts there what the tray's host gives it.
+        if (!activationToken.empty())
+            qputenv("XDG_ACTIVATION_TOKEN", activationToken.c_str());
+        if (qEnvironmentVariableIsEmpty("XDG_ACTIVATION_TOKEN") && window.windowHandle()->isExposed())
+            showAnew(window);
+    }
+    window.setWindowState(window.windowState() & ~Qt::WindowMinimized);
+    window.raise();
+    window.activateWindow();
+    activateForUser(window);
+}
+
+}  // namespace ferrolt
