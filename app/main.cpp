@@ -28,6 +28,13 @@ using namespace ferrolt;
 
 namespace {
 
+/// A quit does not wait for the children; the next start does, for those that still run.
+void rememberChildren(SingleInstance &instance, const AppVars &vars) {
+    for (const auto &child : {vars._lump.get(), vars._qorcp.get()})
+        if (child)
+            instance.rememberChild(child->processIdentifier());
+}
+
 int runApplication(SingleInstance &instance, DesktopReopen &desktop) {
     QApplication::setQuitOnLastWindowClosed(false);  // the services run on behind a closed window
     installAccessibleRoles();
@@ -53,6 +60,13 @@ int runApplication(SingleInstance &instance, DesktopReopen &desktop) {
     QObject::connect(&window, &MainWindow::quitRequested, qApp, &QApplication::quit);
     const QuitSignals signals([] { QApplication::quit(); });
     const DesktopSession session([&] { window.saveState(); });
+    QObject::connect(app.appVars().get(), &AppVars::objectWillChange, &app, [&](AppVars::Change change) {
+        if (change != AppVars::Change::State)
+            return;
+        // After the change, which is announced before it happens.
+        QMetaObject::invokeMethod(
+            &app, [&] { rememberChildren(instance, *app.appVars()); }, Qt::QueuedConnection);
+    });
     const auto reopen = [&](const std::string &activationToken = {}) {
         const bool hasVisibleWindows = window.isVisible() && !window.isMinimized();
         if (delegate.applicationShouldHandleReopen(hasVisibleWindows))

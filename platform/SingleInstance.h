@@ -28,7 +28,9 @@ class SingleInstance {
     using Reopen = std::function<void(const std::string &activationToken)>;
 
     /// Claims the place of the running program below `home`, or hands over. Needs no application object; takes
-    /// a few milliseconds. A claim of a process that is gone, killed or crashed, never stands in the way.
+    /// a few milliseconds, unless children of the former launcher are still ending: a first start waits for
+    /// them, for ten seconds at most. A claim of a process that is gone, killed or crashed, never stands in
+    /// the way.
     explicit SingleInstance(const std::filesystem::path &home);
     ~SingleInstance();
 
@@ -41,6 +43,10 @@ class SingleInstance {
     /// For a program that is ending: a start from here on is not handed over any more, and waits for its
     /// place. Main thread.
     void stopListening();
+
+    /// Notes a child of this process for the next first start, which waits for its end. A child that was noted
+    /// before is not noted again. Main thread.
+    void rememberChild(int processIdentifier);
 
   private:
     struct State;

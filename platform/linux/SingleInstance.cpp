@@ -12,8 +12,11 @@
 #include <chrono>
 #include <cstdlib>
 #include <deque>
+#include <fstream>
 #include <functional>
+#include <iterator>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -38,6 +41,7 @@ constexpr const char *lockName = "instance.lock";
 constexpr const char *socketName = "reopen.socket";
 
 constexpr auto placeTimeout = 5s;
+constexpr auto childrenTimeout = 10s;
 constexpr auto pollInterval = 10ms;
 constexpr int confirmationMilliseconds = 150;
 
@@ -122,6 +126,34 @@ bool handOver(const FileDescriptor &folder) {
     return recv(socket.get(), &confirmation, 1, 0) == 1;
 }
 
+/// A process for good: an id alone may belong to another process by the time it is looked at.
+struct ProcessIdentity {
+    int id = 0;
+    unsigned long long startTime = 0;  ///< in clock ticks since the machine's start
+
+    bool operator==(const ProcessIdentity &) const = default;
+};
+
+/// Nothing when there is no such process, or only its exit status is left.
+std::optional<ProcessIdentity> identify(int id) {
+    std::ifstream file("/proc/" + std::to_string(id) + "/stat");
+    const std::string line{std::istreambuf_iterator<char>(file), {}};
+    const auto name = line.rfind(')');  // the name may hold blanks and parentheses
+    if (name == std::string::npos)
+        return std::nullopt;
+    std::istringstream fields(line.substr(name + 1));
+    std::string state;
+    fields >> state;
+    std::string skipped;
+    for (int field = 4; field <= 21; ++field)
+        fields >> skipped;
+    ProcessIdentity process{.id = id};
+    fields >> process.startTime;
+    if (!fields || state == "Z" || state == "X")
+        return std::nullopt;
+    return process;
+}
+
 }  // namespace
 
 struct SingleInstance::State {
@@ -132,11 +164,13 @@ struct SingleInstance::State {
 
     FileDescriptor lock;
     FileDescriptor socket;
+    std::vector<ProcessIdentity> children;
     Reopen reopen;
     std::unique_ptr<QSocketNotifier> notifier;
     std::deque<Connection> connections;
 
     std::optional<Start> claim(const FileDescriptor &folder);
+    void awaitFormerChildren();
     void acceptOne();
     void receive(int descriptor);
 };
@@ -153,6 +187,7 @@ std::optional<SingleInstance::Start> SingleInstance::State::claim(const FileDesc
             if (!socket.isValid())
                 return std::nullopt;
             lock = std::move(file);
+            awaitFormerChildren();
             return Start::First;
         }
         if (errno != EWOULDBLOCK && errno != EINTR)
@@ -165,6 +200,20 @@ std::optional<SingleInstance::Start> SingleInstance::State::claim(const FileDesc
         // own.
         std::this_thread::sleep_for(pollInterval);
     }
+}
+
+/// A quit does not wait for the children, and an engine that needs seconds to end still has the port: the
+/// next engine would end at once, and with it the launcher would stop.
+void SingleInstance::State::awaitFormerChildren() {
+    std::array<char, 4096> text{};
+    const ssize_t length = pread(lock.get(), text.data(), text.size(), 0);
+    std::istringstream lines(std::string(text.data(), length > 0 ? static_cast<std::size_t>(length) : 0));
+    const auto deadline = std::chrono::steady_clock::now() + childrenTimeout;
+    for (ProcessIdentity child; lines >> child.id >> child.startTime;) {
+        while (identify(child.id) == child && std::chrono::steady_clock::now() < deadline)
+            std::this_thread::sleep_for(pollInterval);
+    }
+    [[maybe_unused]] const int emptied = ftruncate(lock.get(), 0);
 }
 
 /// One in each turn of the event loop, however many there are.
@@ -181,8 +230,8 @@ void SingleInstance::State::acceptOne() {
     if (connections.size() == maxWaitingConnections)
         connections.pop_front();
     const int descriptor = accepted.get();
-    Connection &connection = connections.emplace_back(
-        Connection{std::move(accepted), std::make_unique<QSocketNotifier>(descriptor, QSocketNotifier::Read)});
+    Connection &connection = connections.emplace_back(Connection{
+        std::move(accepted), std::make_unique<QSocketNotifier>(descriptor, QSocketNotifier::Read)});
     QObject::connect(connection.notifier.get(), &QSocketNotifier::activated, connection.notifier.get(),
                      [this, descriptor] { receive(descriptor); });
 }
@@ -240,6 +289,21 @@ void SingleInstance::stopListening() {
     state->connections.clear();
     state->notifier.reset();
     state->socket.close();
+}
+
+void SingleInstance::rememberChild(int processIdentifier) {
+    const auto child = identify(processIdentifier);
+    if (!state->lock.isValid() || !child ||
+        std::find(state->children.begin(), state->children.end(), *child) != state->children.end())
+        return;
+    std::erase_if(state->children, [](const ProcessIdentity &known) { return identify(known.id) != known; });
+    state->children.push_back(*child);
+    std::string text;
+    for (const ProcessIdentity &known : state->children)
+        text += std::to_string(known.id) + ' ' + std::to_string(known.startTime) + '\n';
+    // Should the disk be full, the next start does not wait.
+    [[maybe_unused]] const bool isNoted = pwrite(state->lock.get(), text.data(), text.size(), 0) >= 0 &&
+                                          ftruncate(state->lock.get(), static_cast<off_t>(text.size())) == 0;
 }
 
 }  // namespace ferrolt

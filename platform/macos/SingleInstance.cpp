@@ -9,5 +9,6 @@ SingleInstance::SingleInstance(const std::filesystem::path &) {}
 SingleInstance::~SingleInstance() = default;
 void SingleInstance::listen(Reopen) {}
 void SingleInstance::stopListening() {}
+void SingleInstance::rememberChild(int) {}
 
 }  // namespace ferrolt

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <memory>
 
 #include <signal.h>
 
@@ -290,6 +291,26 @@ class LauncherTest : public QObject {
         QVERIFY(waitUntil([&] { return isActive(launcher); }));
         QVERIFY(launcher.visibleWindows().contains("Ferrolt Miner Launcher"));
         QCOMPARE(desktop.run("xdotool", {"get_desktop"}), workspace);
+    }
+
+    void aStartAfterAQuitWaitsForAnEngineThatIsSlowToEnd() {
+        InstalledTree tree("wait", "wait");
+        const std::string port = std::to_string(ClosedPort().port);
+        tree.writeEnginePort(port);
+        TestTree::installChild(tree.resources() / "Tandril/LumoraCore/MediaEngine/Orbix",
+                               "slow-port " + port + " 3000");
+        auto first = std::make_unique<Launcher>(desktop, tree.executable(), tree.home());
+        QVERIFY(waitUntil([&] { return bothRun(*first); }, 60s));
+        const pid_t engine = first->child("Orbix")->id;
+        QElapsedTimer quit;
+        quit.start();
+        first.reset();
+        QVERIFY2(quit.elapsed() < 2000, "the quit waited for the engine");
+        QVERIFY(isAlive(engine));
+        Launcher next(desktop, tree.executable(), tree.home());
+        QVERIFY(waitUntil([&] { return bothRun(next); }, 60s));
+        QVERIFY(!isAlive(engine));
+        QVERIFY(next.visibleWindows().isEmpty());  // no alert
     }
 
     void bothChildrenAreGoneWithinASecondOfTheLaunchersForcedKill() {

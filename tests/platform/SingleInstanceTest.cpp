@@ -15,6 +15,7 @@
 #include <ctime>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
@@ -102,8 +103,21 @@ bool hasEnded(pid_t child) {
            end.si_pid == child;
 }
 
+/// A process that runs until it is killed.
+pid_t startSleeper() {
+    const pid_t child = fork();
+    if (child == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        for (;;)
+            pause();
+    }
+    return child;
+}
+
 int runAsAnother(const char *home, const std::string &then) {
     SingleInstance instance(home);
+    if (then.starts_with("remember "))
+        instance.rememberChild(std::stoi(then.substr(9)));
     if (then == "stay" && instance.start() == SingleInstance::Start::First) {
         [[maybe_unused]] const auto written = write(STDOUT_FILENO, "first\n", 6);
         pause();
@@ -391,6 +405,62 @@ class SingleInstanceTest : public QObject {
         QVERIFY(std::filesystem::is_socket(stateFolder(deep) / "reopen.socket"));
         QCOMPARE(exitCode(startAnother(deep)), asExitCode(SingleInstance::Start::HandedOver));
         QVERIFY(waitUntil([&] { return reopened == 1; }));
+    }
+
+    void aStartWaitsForTheFormerLaunchersChildren() {
+        const pid_t engine = startSleeper();
+        const std::string remember = "remember " + std::to_string(engine);
+        QCOMPARE(exitCode(startAnother(home(), remember.c_str())), asExitCode(SingleInstance::Start::First));
+        const pid_t next = startAnother(home());
+        QVERIFY(!waitWithoutEvents([&] { return hasEnded(next); }, std::chrono::seconds(1)));
+        // A third start finds the second one in its place.
+        QCOMPARE(exitCode(startAnother(home())), asExitCode(SingleInstance::Start::HandedOver));
+        kill(engine, SIGKILL);
+        QCOMPARE(exitCode(next), asExitCode(SingleInstance::Start::First));
+        exitCode(engine);
+    }
+
+    void aChildThatDoesNotEndHoldsTheNextStartUpForTenSecondsAndNoLaterOne() {
+        const pid_t engine = startSleeper();
+        const std::string remember = "remember " + std::to_string(engine);
+        exitCode(startAnother(home(), remember.c_str()));
+        const auto begin = std::chrono::steady_clock::now();
+        QCOMPARE(exitCode(startAnother(home())), asExitCode(SingleInstance::Start::First));
+        const auto waited = std::chrono::steady_clock::now() - begin;
+        QVERIFY(waited >= std::chrono::seconds(10) && waited < std::chrono::seconds(20));
+        const pid_t later = startAnother(home());
+        QVERIFY(waitWithoutEvents([&] { return hasEnded(later); }, std::chrono::seconds(5)));
+        QCOMPARE(exitCode(later), asExitCode(SingleInstance::Start::First));
+        kill(engine, SIGKILL);
+        exitCode(engine);
+    }
+
+    void anotherProcessThatHasAChildsIdHoldsNobodyUp() {
+        exitCode(startAnother(home()));
+        std::ofstream(stateFolder(home()) / "instance.lock") << getpid() << " 1\nno number\n";
+        const pid_t next = startAnother(home());
+        QVERIFY(waitWithoutEvents([&] { return hasEnded(next); }, std::chrono::seconds(5)));
+        QCOMPARE(exitCode(next), asExitCode(SingleInstance::Start::First));
+    }
+
+    void theNotesOfChildrenThatEndedAreDropped() {
+        SingleInstance first(home());
+        const auto notes = [this] {
+            std::ifstream file(stateFolder(home()) / "instance.lock");
+            return std::string(std::istreambuf_iterator<char>(file), {});
+        };
+        const pid_t old = startSleeper();
+        first.rememberChild(old);
+        first.rememberChild(old);
+        const std::string once = notes();
+        QCOMPARE(std::count(once.begin(), once.end(), '\n'), 1);
+        kill(old, SIGKILL);
+        exitCode(old);
+        const pid_t current = startSleeper();
+        first.rememberChild(current);
+        QVERIFY2(notes().starts_with(std::to_string(current) + ' '), notes().c_str());
+        kill(current, SIGKILL);
+        exitCode(current);
     }
 
     void theSameHomeByAnotherPathIsTheSameLauncher() {

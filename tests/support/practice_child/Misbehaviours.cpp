@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -12,6 +13,8 @@
 #include <thread>
 #include <vector>
 
+#include <netinet/in.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 namespace {
@@ -39,6 +42,31 @@ std::string bytesOf(const std::string &hex) {
     for (std::size_t i = 0; i + 1 < hex.size(); i += 2)
         bytes += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
     return bytes;
+}
+
+/// As an engine does: ends at once where the port is taken, and keeps it while it ends.
+int holdPort(long long port, long long milliseconds) {
+    sigset_t request;
+    sigemptyset(&request);
+    sigaddset(&request, SIGTERM);
+    sigprocmask(SIG_BLOCK, &request, nullptr);
+    const int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const int reuse = 1;
+    setsockopt(listener, SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof reuse);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(static_cast<std::uint16_t>(port));
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    if (bind(listener, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0 ||
+        listen(listener, SOMAXCONN) != 0) {
+        say("the port is taken\n");
+        return 1;
+    }
+    say("ready\n");
+    int signal = 0;
+    sigwait(&request, &signal);
+    pauseFor(milliseconds);
+    return 0;
 }
 
 int flood(long long blocks, std::size_t size, const std::string &kind) {
@@ -201,6 +229,9 @@ const std::vector<Misbehaviour> &misbehaviours() {
              sigprocmask(SIG_UNBLOCK, &request, nullptr);
              return die(SIGTERM);
          }},
+        {"slow-port PORT MILLISECONDS",
+         "listens on the port of the loopback address, and at the terminate request ends after the delay",
+         [](W a, W) { return holdPort(number(a, 0, 0), number(a, 1, 0)); }},
         {"flood [BLOCKS [BYTES [characters|colours|binary]]]",
          "writes that many blocks (64 KiB each) of plain or other text, or without end",
          [](W a, W) {
