@@ -19,6 +19,7 @@ namespace {
 
 constexpr int iconSide = 40;
 constexpr int widestExplanation = 520;  ///< a line that is longer is broken
+constexpr qint64 keysIgnoredMilliseconds = 1000;
 
 struct Look {
     QMessageBox::Icon icon = QMessageBox::NoIcon;
@@ -88,8 +89,13 @@ void QtAlertPresenter::showNext() {
         return;
     const Alert &alert = pending.front().alert;
     box = new QMessageBox;
+    const bool takesKeyboard =
+        alert.style != AlertStyle::Warning || QGuiApplication::focusWindow() != nullptr;
+    box->setAttribute(Qt::WA_ShowWithoutActivating, !takesKeyboard);
     box->setAttribute(Qt::WA_DeleteOnClose);
-    box->setWindowModality(Qt::ApplicationModal);
+    // Qt 6.4 asks for the keyboard for every modal window that appears on X11, whatever that attribute says.
+    // There is nothing to block before one of the program's other windows gets the keyboard.
+    box->setWindowModality(takesKeyboard ? Qt::ApplicationModal : Qt::NonModal);
     box->setWindowTitle(QGuiApplication::applicationDisplayName());
     box->setWindowIcon(applicationIcon());
     setIcon(*box, alert.style);
@@ -99,17 +105,60 @@ void QtAlertPresenter::showNext() {
     box->setDefaultButton(button);
     box->setEscapeButton(button);
     connect(box, &QMessageBox::finished, this, &QtAlertPresenter::answered);
+    attach();
+    box->show();
+    sinceShown.start();
+    box->raise();
+    if (takesKeyboard)
+        box->activateWindow();
+    QApplication::alert(box);
+    // A task bar may list only the main window.
+    if (mainWindow && mainWindow->isVisible())
+        QApplication::alert(mainWindow);
+    box->installEventFilter(this);
+    button->installEventFilter(this);
+    connect(box->windowHandle(), &QWindow::screenChanged, this, &QtAlertPresenter::adapt);
+}
+
+void QtAlertPresenter::setMainWindow(QWidget *window) {
+    mainWindow = window;
+    window->installEventFilter(this);
+    connect(qApp, &QGuiApplication::focusWindowChanged, this, [this](const QWindow *focused) {
+        if (box && mainWindow && focused && focused == mainWindow->windowHandle() && !box->isModal())
+            appearAgain();
+    });
+}
+
+void QtAlertPresenter::attach() {
+    box->winId();  // without a native window there is no window handle
+    const bool isMainWindowShown = mainWindow && mainWindow->isVisible();
+    box->windowHandle()->setTransientParent(isMainWindowShown ? mainWindow->windowHandle() : nullptr);
+}
+
+void QtAlertPresenter::appearAgain() {
+    if (!box)
+        return;
+    box->hide();
+    attach();
+    box->setWindowModality(Qt::ApplicationModal);
+    box->setAttribute(Qt::WA_ShowWithoutActivating, false);
     box->show();
     box->raise();
     box->activateWindow();
-    QApplication::alert(box);
-    box->installEventFilter(this);
-    connect(box->windowHandle(), &QWindow::screenChanged, this, &QtAlertPresenter::adapt);
 }
 
 /// An alert may stand for days, and the desktop may change meanwhile.
 bool QtAlertPresenter::eventFilter(QObject *watched, QEvent *event) {
     const QEvent::Type type = event->type();
+    if (watched == mainWindow) {
+        // Afterwards: the window is not on screen yet.
+        if (type == QEvent::Show && !event->spontaneous() && box)
+            QMetaObject::invokeMethod(this, &QtAlertPresenter::appearAgain, Qt::QueuedConnection);
+        return QObject::eventFilter(watched, event);
+    }
+    if (type == QEvent::KeyPress || type == QEvent::KeyRelease)
+        return pending.front().alert.style != AlertStyle::Informational &&
+               !sinceShown.hasExpired(keysIgnoredMilliseconds);
     // Afterwards: the box has answers of its own to these.
     if (watched == box && (type == QEvent::PaletteChange || type == QEvent::FontChange ||
                            type == QEvent::ApplicationFontChange || type == QEvent::StyleChange))

@@ -47,6 +47,12 @@ Sidebar::Sidebar(QWidget *parent) : QWidget(parent) {
     header->setContentsMargins(margin, 18, margin, 4);
     lumoraCore = new StatusRow(QStringLiteral("Lumora Core"), this);
     qorClient = new StatusRow(QStringLiteral("Qor Client"), this);
+    permanentStop = new ThemedLabel(
+        QStringLiteral("The Ferrolt Miner Launcher is stopped. Restart it to run both processes again."),
+        Theme::subheadline, Theme::primaryText, this);
+    permanentStop->setWordWrap(true);
+    permanentStop->setContentsMargins(margin, Theme::spacing, margin, Theme::spacing);
+    permanentStop->hide();
     button = new MenuButton(this);
     button->hide();
 
@@ -58,6 +64,7 @@ Sidebar::Sidebar(QWidget *parent) : QWidget(parent) {
     column->addWidget(header);
     column->addWidget(lumoraCore);
     column->addWidget(qorClient);
+    column->addWidget(permanentStop);
     column->addStretch();
     column->addWidget(button);
 }
@@ -75,6 +82,10 @@ void Sidebar::showLumoraCore(ServiceStatus status) {
 
 void Sidebar::showQorClient(ServiceStatus status) {
     qorClient->setStatus(status);
+}
+
+void Sidebar::showPermanentStop(bool isStopped) {
+    permanentStop->setVisible(isStopped);
 }
 
 void Sidebar::setMenu(QMenu *menu) {

@@ -14,6 +14,7 @@ namespace ferrolt {
 class MenuButton;
 class SidebarEntry;
 class StatusRow;
+class ThemedLabel;
 
 /// The list of entries, for screen readers.
 class SidebarList : public QWidget {
@@ -38,6 +39,8 @@ class Sidebar : public QWidget {
     void showSelectedTab(const std::optional<QString> &tab);
     void showLumoraCore(ServiceStatus status);
     void showQorClient(ServiceStatus status);
+    /// A line below both that says that the launcher is stopped until it is started again.
+    void showPermanentStop(bool isStopped);
 
     /// The menu behind the button at the foot and behind a right click. Not owned.
     void setMenu(QMenu *menu);
@@ -60,6 +63,7 @@ class Sidebar : public QWidget {
     SidebarEntry *settings;
     StatusRow *lumoraCore;
     StatusRow *qorClient;
+    ThemedLabel *permanentStop;
     MenuButton *button;
     QVBoxLayout *column;
 };

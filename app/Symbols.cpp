@@ -87,11 +87,13 @@ class SymbolIconEngine : public QIconEngine {
 /// The program's icon, drawn anew for each size. Only what window managers and task bars ask for is offered.
 class ApplicationIconEngine : public QIconEngine {
   public:
-    QIconEngine *clone() const override { return new ApplicationIconEngine; }
+    explicit ApplicationIconEngine(const QString &drawing) : drawing(drawing) {}
+
+    QIconEngine *clone() const override { return new ApplicationIconEngine(drawing); }
 
     void paint(QPainter *painter, const QRect &rectangle, QIcon::Mode, QIcon::State) override {
         initSymbolResource();
-        QSvgRenderer(QStringLiteral(":/symbols/ferrolt-miner-launcher.svg")).render(painter, rectangle);
+        QSvgRenderer(drawing).render(painter, rectangle);
     }
 
     QPixmap pixmap(const QSize &size, QIcon::Mode mode, QIcon::State state) override {
@@ -105,6 +107,9 @@ class ApplicationIconEngine : public QIconEngine {
     QList<QSize> availableSizes(QIcon::Mode, QIcon::State) override {
         return {QSize(16, 16), QSize(24, 24), QSize(32, 32), QSize(48, 48), QSize(128, 128)};
     }
+
+  private:
+    QString drawing;
 };
 
 }  // namespace
@@ -148,7 +153,11 @@ void drawSymbol(QPainter &painter, Symbol symbol, const QRectF &rectangle, const
 }
 
 QIcon applicationIcon() {
-    return QIcon(new ApplicationIconEngine);
+    return QIcon(new ApplicationIconEngine(QStringLiteral(":/symbols/ferrolt-miner-launcher.svg")));
+}
+
+QIcon stoppedApplicationIcon() {
+    return QIcon(new ApplicationIconEngine(QStringLiteral(":/symbols/ferrolt-miner-launcher-stopped.svg")));
 }
 
 QIcon symbolIcon(Symbol symbol, const QColor &tint) {

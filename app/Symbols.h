@@ -39,4 +39,7 @@ QIcon symbolIcon(Symbol symbol, const QColor &tint);
 /// The program's own icon.
 QIcon applicationIcon();
 
+/// The same with a stop mark where that has its green dot.
+QIcon stoppedApplicationIcon();
+
 }  // namespace ferrolt

@@ -63,6 +63,8 @@ void TrayItem::refresh() {
     const QString text = statusText();
     if (text != icon->toolTip())
         icon->setToolTip(text);
+    if (appVars->_isPermanentlyStopped && !std::exchange(isStopShown, true))
+        icon->setIcon(stoppedApplicationIcon());
 }
 
 }  // namespace ferrolt

@@ -13,6 +13,7 @@ namespace ferrolt {
 class AppVars;
 
 /// The program's item in the desktop's tray: how its two services fare, a way to the window and one to quit.
+/// Its icon bears a stop mark after the permanent stop.
 /// To be made when there is a tray; should that go and come back, the item comes back with it. Main thread.
 class TrayItem : public QObject {
     Q_OBJECT
@@ -39,6 +40,7 @@ class TrayItem : public QObject {
     std::unique_ptr<QMenu> menu;
     std::unique_ptr<QSystemTrayIcon> icon;
     bool isRefreshPosted = false;
+    bool isStopShown = false;
 };
 
 }  // namespace ferrolt

@@ -40,7 +40,8 @@ int runApplication(SingleInstance &instance, DesktopReopen &desktop) {
     installAccessibleRoles();
     const auto appearance = DesktopAppearance::follow();
 
-    Ferrolt_Miner_LauncherApp app(Seams(std::make_shared<QtAlertPresenter>()));
+    const auto alerts = std::make_shared<QtAlertPresenter>();
+    Ferrolt_Miner_LauncherApp app{Seams(alerts)};
     AppDelegate &delegate = app.appDelegate();
     // First of all: windows that close, and the disk that their state is saved on, must not keep the children
     // waiting; and whoever starts the program from now on is not handed over to one that is ending.
@@ -54,6 +55,7 @@ int runApplication(SingleInstance &instance, DesktopReopen &desktop) {
     MainWindow window(app.appVars(), systemTime(), std::make_shared<QtClipboard>(),
                       MainWindow::defaultStateFile());
     delegate.setFirstWindow(&window);
+    alerts->setMainWindow(&window);
 
     QObject::connect(&window, &MainWindow::contentAppeared, &app,
                      &Ferrolt_Miner_LauncherApp::windowContentAppeared);

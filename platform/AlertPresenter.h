@@ -6,7 +6,11 @@
 
 namespace ferrolt {
 
-enum class AlertStyle { Informational, Warning, Critical };
+enum class AlertStyle {
+    Informational,  ///< answers what the user has just done
+    Warning,        ///< comes by itself: the user may be at work in another program
+    Critical,       ///< answers a start or a request; dismissing it ends the program
+};
 
 struct Alert {
     AlertStyle style = AlertStyle::Informational;

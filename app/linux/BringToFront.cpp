@@ -2,7 +2,7 @@
 
 #include "X11Display.h"
 
-#include <QGuiApplication>
+#include <QApplication>
 #include <QWidget>
 #include <QWindow>
 
@@ -15,7 +15,8 @@
 namespace ferrolt {
 namespace {
 
-constexpr std::uint32_t directUserAction = 2;  ///< who asks: Extended Window Manager Hints, "source indication"
+constexpr std::uint32_t directUserAction =
+    2;  ///< who asks: Extended Window Manager Hints, "source indication"
 constexpr std::uint32_t allDesktops = 0xFFFFFFFF;
 
 /// A property of the window that is one number.
@@ -43,9 +44,9 @@ void askWindowManager(xcb_connection_t *display, xcb_window_t root, xcb_window_t
                    reinterpret_cast<const char *>(&request));
 }
 
-/// Qt 6.4 asks as an application that acts by itself, with the time of its own last event. Window managers then
-/// only mark the window in the task bar when the user has worked elsewhere since. And openbox activates no
-/// window of another workspace, whoever asks: the window comes to the user's.
+/// Qt 6.4 asks as an application that acts by itself, with the time of its own last event. Window managers
+/// then only mark the window in the task bar when the user has worked elsewhere since. And openbox activates
+/// no window of another workspace, whoever asks: the window comes to the user's.
 void activateForUser(const QWidget &widget) {
     xcb_connection_t *const display = X11Display::connection();
     if (!display)
@@ -85,6 +86,9 @@ void bringToFront(QWidget &window, const std::string &activationToken) {
     window.raise();
     window.activateWindow();
     activateForUser(window);
+    // A window that an alert blocks has no use for the keyboard.
+    if (QWidget *const alert = QApplication::activeModalWidget())
+        alert->activateWindow();
 }
 
 }  // namespace ferrolt

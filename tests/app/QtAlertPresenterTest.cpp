@@ -1,12 +1,17 @@
 #include "QtAlertPresenter.h"
 #include "Theme.h"
+#include "Waiting.h"
 
 #include <QAccessible>
 #include <QApplication>
+#include <QElapsedTimer>
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QTest>
+#include <QWindow>
+
+#include <optional>
 
 using namespace ferrolt;
 
@@ -116,7 +121,7 @@ class QtAlertPresenterTest : public QObject {
         QFETCH(int, how);
         QtAlertPresenter presenter;
         int dismissed = 0;
-        presenter.present(alert("Message"), [&] { ++dismissed; });
+        presenter.present(alert("Message", AlertStyle::Informational), [&] { ++dismissed; });
         QVERIFY(QTest::qWaitForWindowActive(shown()));
         if (how == 0)
             QTest::keyClick(shown(), Qt::Key_Escape);
@@ -128,6 +133,101 @@ class QtAlertPresenterTest : public QObject {
         QTRY_VERIFY(!shown());
         QCoreApplication::processEvents();
         QCOMPARE(dismissed, 1);
+    }
+
+    void aKeyOnItsWayToAnotherWindowDismissesNoWarningAndNoCriticalAlert_data() {
+        QTest::addColumn<int>("key");
+        QTest::addColumn<AlertStyle>("style");
+        QTest::newRow("return") << int(Qt::Key_Return) << AlertStyle::Warning;
+        QTest::newRow("space") << int(Qt::Key_Space) << AlertStyle::Warning;
+        QTest::newRow("escape") << int(Qt::Key_Escape) << AlertStyle::Critical;
+    }
+    void aKeyOnItsWayToAnotherWindowDismissesNoWarningAndNoCriticalAlert() {
+        QFETCH(int, key);
+        QFETCH(AlertStyle, style);
+        QtAlertPresenter presenter;
+        QElapsedTimer sinceShown;
+        std::optional<qint64> dismissedAfter;
+        presenter.present(alert("Message", style), [&] { dismissedAfter = sinceShown.elapsed(); });
+        sinceShown.start();
+        QVERIFY(QTest::qWaitForWindowExposed(shown()));
+        shown()->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(shown()));
+        QVERIFY(waitUntil([&] {
+            if (shown())
+                QTest::keyClick(shown()->windowHandle(), Qt::Key(key));
+            return dismissedAfter.has_value();
+        }));
+        QVERIFY2(*dismissedAfter >= 990, qPrintable(QString::number(*dismissedAfter)));
+    }
+
+    void aWarningLeavesTheKeyboardToAnotherProgramAndTakesItFromItsOwn_data() {
+        QTest::addColumn<AlertStyle>("style");
+        QTest::addColumn<bool>("isOwnWindowActive");
+        QTest::addColumn<bool>("takesKeyboard");
+        QTest::newRow("warning, another program") << AlertStyle::Warning << false << false;
+        QTest::newRow("warning, this one") << AlertStyle::Warning << true << true;
+        QTest::newRow("information") << AlertStyle::Informational << false << true;
+        QTest::newRow("critical") << AlertStyle::Critical << false << true;
+    }
+    void aWarningLeavesTheKeyboardToAnotherProgramAndTakesItFromItsOwn() {
+        QFETCH(AlertStyle, style);
+        QFETCH(bool, isOwnWindowActive);
+        QFETCH(bool, takesKeyboard);
+        QWidget window;
+        if (isOwnWindowActive) {
+            window.show();
+            window.activateWindow();
+            QVERIFY(QTest::qWaitForWindowActive(&window));
+        } else {
+            QTRY_VERIFY(!QGuiApplication::focusWindow());
+        }
+        QtAlertPresenter presenter;
+        presenter.present(alert("Message", style), {});
+        QVERIFY(shown());
+        QCOMPARE(shown()->testAttribute(Qt::WA_ShowWithoutActivating), !takesKeyboard);
+        QCOMPARE(shown()->isModal(), takesKeyboard);
+    }
+
+    void aWarningThatTookNoKeyboardBlocksTheMainWindowOnceTheUserTurnsToIt() {
+        QWidget window;
+        QtAlertPresenter presenter;
+        presenter.setMainWindow(&window);
+        QTRY_VERIFY(!QGuiApplication::focusWindow());
+        presenter.present(alert("Message"), {});
+        QVERIFY(!shown()->isModal());
+        window.show();
+        window.activateWindow();
+        QTRY_VERIFY(shown() && shown()->isModal() && shown()->isActiveWindow());
+    }
+
+    void itStaysAboveTheMainWindowWhichMayBeShownBeforeItOrAfterIt_data() {
+        QTest::addColumn<bool>("isShownBefore");
+        QTest::newRow("before") << true;
+        QTest::newRow("after") << false;
+    }
+    void itStaysAboveTheMainWindowWhichMayBeShownBeforeItOrAfterIt() {
+        QFETCH(bool, isShownBefore);
+        QWidget window;
+        QtAlertPresenter presenter;
+        presenter.setMainWindow(&window);
+        if (isShownBefore)
+            window.show();
+        int dismissed = 0;
+        presenter.present(alert("Message"), [&] { ++dismissed; });
+        const QPointer<QMessageBox> box = shown();
+        QVERIFY(QTest::qWaitForWindowExposed(box));
+        QCOMPARE(box->windowHandle()->transientParent() != nullptr, isShownBefore);
+        // It closes, the alert stays, and it comes back.
+        window.close();
+        QCoreApplication::processEvents();
+        QCOMPARE(shown(), box.data());
+        window.show();
+        QTRY_COMPARE(box->windowHandle()->transientParent(), window.windowHandle());
+        QTRY_VERIFY(box->isVisible() && box->isActiveWindow());
+        QCOMPARE(dismissed, 0);
+        QTest::mouseClick(onlyButton(box), Qt::LeftButton);
+        QTRY_COMPARE(dismissed, 1);
     }
 
     /// An alert may stand for days.

@@ -78,8 +78,8 @@ QList<int> Launcher::startManyAgain(int count) const {
 
 QStringList Launcher::visibleWindows() const {
     QStringList titles;
-    const QString found =
-        desktop.run("xdotool", {"search", "--onlyvisible", "--pid", QString::number(id()), "--name", "."});
+    const QString found = desktop.run(
+        "xdotool", {"search", "--all", "--onlyvisible", "--pid", QString::number(id()), "--name", "."});
     for (const QString &window : found.split('\n', Qt::SkipEmptyParts))
         titles << desktop.run("xdotool", {"getwindowname", window}).trimmed();
     return titles;

@@ -313,6 +313,47 @@ class LauncherTest : public QObject {
         QVERIFY(next.visibleWindows().isEmpty());  // no alert
     }
 
+    void theAlertAboutAStopLeavesTheKeyboardToTheProgramThatHasIt() {
+        const Listener port;
+        InstalledTree tree("wait", "wait");
+        tree.writeEnginePort(std::to_string(port.port));
+        Launcher launcher(desktop, tree.executable(), tree.home());
+        QVERIFY(waitUntil([&] { return bothRun(launcher); }, 60s));
+        QProcess other;  // prints the keys that it gets
+        const auto end = qScopeGuard([&] {
+            other.terminate();
+            other.waitForFinished();
+        });
+        other.setProcessEnvironment(desktop.environment(tree.home().c_str()));
+        other.start("xev", {"-event", "keyboard"});
+        QByteArray received;
+        const auto otherReceives = [&](const char *key) {
+            desktop.run("xdotool", {"key", key});
+            return waitUntil(
+                [&] { return (received += other.readAllStandardOutput()).contains(QByteArray(key) + ')'); });
+        };
+        QVERIFY(waitUntil([&] {
+            return desktop.run("xdotool", {"getactivewindow", "getwindowname"}).contains("Event Tester");
+        }));
+        QVERIFY(otherReceives("a"));  // the user works there
+        kill(launcher.child("qorclient")->id, SIGTERM);
+        QVERIFY(waitUntil([&] { return launcher.visibleWindows().size() == 1; }));
+        QTest::qWait(1500);  // longer than an alert ignores keys
+        for (const char *key : {"space", "Return", "Escape"})
+            QVERIFY2(otherReceives(key), key);
+        QCOMPARE(launcher.visibleWindows().size(), 1);
+        // The main window comes with the alert before it, which then takes keys.
+        QCOMPARE(launcher.startAgain(), 0);
+        QVERIFY(waitUntil([&] { return launcher.visibleWindows().size() == 2; }));
+        QVERIFY(waitUntil([&] { return isActive(launcher); }));
+        QVERIFY(waitUntil([&] {
+            desktop.run("xdotool", {"key", "Return"});
+            return launcher.visibleWindows().size() == 1;
+        }));
+        QVERIFY(launcher.isRunning());
+        desktop.takePicture(QString("%1/stopped.png").arg(FERROLT_PICTURES));
+    }
+
     void bothChildrenAreGoneWithinASecondOfTheLaunchersForcedKill() {
         const Listener port;
         InstalledTree tree("wait", "wait");
