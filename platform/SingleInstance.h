@@ -11,10 +11,10 @@ namespace ferrolt {
 /// Where the system itself reopens a running application (macOS), every start is the first.
 ///
 /// On Linux a lock file says which start is the first, and a socket beside it takes the later ones' requests.
-/// Both are in a folder that no other user can enter. A file system without locks or sockets, or a home folder
-/// that cannot be written, makes a private folder below $XDG_RUNTIME_DIR (or /tmp) take its place; where that
-/// fails too, every start is the first. In a home folder that several machines share over the network, a
-/// launcher on another machine holds the lock but cannot be reached: the start is Unanswered.
+/// Both are in a folder that no other user can enter. A file system without locks or sockets, or a home
+/// folder that cannot be written, makes a private folder below $XDG_RUNTIME_DIR (or /tmp) take its place;
+/// where that fails too, every start is the first. In a home folder that several machines share over the
+/// network, a launcher on another machine holds the lock but cannot be reached: the start is Unanswered.
 class SingleInstance {
   public:
     enum class Start {
@@ -27,10 +27,10 @@ class SingleInstance {
     /// Receives the xdg-activation token that the desktop gave to the later start, or an empty text.
     using Reopen = std::function<void(const std::string &activationToken)>;
 
-    /// Claims the place of the running program below `home`, or hands over. Needs no application object; takes
-    /// a few milliseconds, unless children of the former launcher are still ending: a first start waits for
-    /// them, for ten seconds at most. A claim of a process that is gone, killed or crashed, never stands in
-    /// the way.
+    /// Claims the place of the running program below `home`, or hands over. Needs no application object;
+    /// takes a few milliseconds, unless children of the former launcher are still ending: a first start waits
+    /// for them, for ten seconds at most. A claim of a process that is gone, killed or crashed, never stands
+    /// in the way.
     explicit SingleInstance(const std::filesystem::path &home);
     ~SingleInstance();
 
@@ -44,8 +44,8 @@ class SingleInstance {
     /// place. Main thread.
     void stopListening();
 
-    /// Notes a child of this process for the next first start, which waits for its end. A child that was noted
-    /// before is not noted again. Main thread.
+    /// Notes a child of this process for the next first start, which waits for its end. A child that was
+    /// noted before is not noted again. Main thread.
     void rememberChild(int processIdentifier);
 
   private:

@@ -84,23 +84,24 @@ QString NotifierTray::toolTip() const {
     return title;
 }
 
-int NotifierTray::pictureCount() const {
+QList<QByteArray> NotifierTray::pictures() const {
     const QVariant value = property("IconPixmap");
     if (!value.isValid())
-        return 0;
+        return {};
     const auto argument = value.value<QDBusArgument>();
-    int count = 0;
+    QList<QByteArray> all;
     argument.beginArray();
-    for (; !argument.atEnd(); ++count) {
+    while (!argument.atEnd()) {
         int width = 0;
         int height = 0;
         QByteArray pixels;
         argument.beginStructure();
         argument >> width >> height >> pixels;
         argument.endStructure();
+        all << pixels;
     }
     argument.endArray();
-    return count;
+    return all;
 }
 
 void NotifierTray::activate() const {

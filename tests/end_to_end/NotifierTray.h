@@ -33,8 +33,8 @@ class NotifierTray : public QObject {
 
     /// What the newest item says when the pointer rests on it.
     QString toolTip() const;
-    /// How many pictures of itself it offers.
-    int pictureCount() const;
+    /// The pixels of the pictures of itself that it offers.
+    QList<QByteArray> pictures() const;
     void activate() const;
 
     /// The texts of its menu, without the marks for the keyboard.
