@@ -74,11 +74,17 @@ bool LogTextArea::isOnScreen() const {
 void LogTextArea::logChanged() {
     if (refreshTimer.isActive())
         return;  // a thousand times a second
-    if (!isOnScreen()) {
-        changedUnseen = true;
-        return;
-    }
-    scheduleRefresh();
+    if (isOnScreen())
+        scheduleRefresh();
+    else
+        refreshWhenSeen();
+}
+
+void LogTextArea::refreshWhenSeen() {
+    // Qt paints nothing on an expose unless something is marked for it, and keeps the mark until the window
+    // can be seen again.
+    if (!std::exchange(changedUnseen, true))
+        viewport()->update();
 }
 
 void LogTextArea::scheduleRefresh() {
@@ -168,7 +174,8 @@ void LogTextArea::hideEvent(QHideEvent *event) {
         syncLayout();
         jumpToEnd();
     }
-    changedUnseen = changedUnseen || refreshTimer.isActive();
+    if (refreshTimer.isActive())
+        refreshWhenSeen();
     refreshTimer.stop();
     refineTimer.stop();
     dragTimer.stop();

@@ -105,6 +105,7 @@ class LogTextArea : public QAbstractScrollArea {
 
     bool isOnScreen() const;
     void scheduleRefresh();
+    void refreshWhenSeen();
     void refresh(CatchUp how);
     /// The layout knows the log's elements after this; to be called before anything that looks at them.
     void syncLayout();
@@ -144,7 +145,7 @@ class LogTextArea : public QAbstractScrollArea {
 
     bool wasShown = false;
     std::size_t followedCount = 0;  ///< the number of elements that the view has followed
-    bool changedUnseen = false;
+    bool changedUnseen = false;     ///< and so the viewport is marked to be painted
     QBasicTimer refreshTimer;
     QElapsedTimer sinceRefresh;
     QBasicTimer refineTimer;

@@ -10,7 +10,7 @@
 
 namespace ferrolt {
 
-VirtualDesktop::VirtualDesktop() {
+VirtualDesktop::VirtualDesktop(const QStringList &windowManager) {
     QDir(folder.path()).mkdir("runtime");
     QFile::setPermissions(folder.filePath("runtime"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     bus = startWithAnnouncement("dbus-daemon",
@@ -19,11 +19,12 @@ VirtualDesktop::VirtualDesktop() {
         startWithAnnouncement("Xvfb", {"-displayfd", "1", "-screen", "0", "1280x800x24", "-nolisten", "tcp"});
     if (!display.isEmpty())
         display.prepend(':');
-    auto &windowManager = addService();
-    windowManager.setProcessEnvironment(environment(folder.path()));
-    windowManager.start("openbox", {"--sm-disable"});
-    if (!windowManager.waitForStarted())
-        trouble = "openbox does not start";
+    auto &manager = addService();
+    manager.setProcessEnvironment(environment(folder.path()));
+    manager.setStandardErrorFile(QProcess::nullDevice());
+    manager.start(windowManager.front(), windowManager.mid(1));
+    if (!manager.waitForStarted())
+        trouble = windowManager.front() + " does not start";
     // The screen readers' bus is up before any program is, since Qt looks for it only once.
     run("dbus-send",
         {"--session", "--print-reply", "--dest=org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus.GetAddress"});
@@ -94,6 +95,14 @@ QString VirtualDesktop::run(const QString &program, const QStringList &arguments
     if (exitCode != nullptr)
         *exitCode = tool.exitStatus() == QProcess::NormalExit ? tool.exitCode() : -1;
     return QString::fromUtf8(tool.readAllStandardOutput());
+}
+
+QByteArray VirtualDesktop::pixels() const {
+    QProcess tool;
+    tool.setProcessEnvironment(environment(folder.path()));
+    tool.start("import", {"-window", "root", "-depth", "8", "rgb:-"});
+    tool.waitForFinished(30000);
+    return tool.readAllStandardOutput();
 }
 
 void VirtualDesktop::takePicture(const QString &file) const {

@@ -12,7 +12,7 @@ namespace ferrolt {
 /// A desktop that nobody looks at: a session bus, an X display with a window manager, and a run-time folder.
 class VirtualDesktop {
   public:
-    VirtualDesktop();
+    explicit VirtualDesktop(const QStringList &windowManager = {"openbox", "--sm-disable"});
     ~VirtualDesktop();
 
     /// What did not start; empty when all did.
@@ -33,7 +33,9 @@ class VirtualDesktop {
     /// Runs a tool on it and gives what it printed; nothing but its failure's text when it fails.
     QString run(const QString &program, const QStringList &arguments, int *exitCode = nullptr) const;
 
-    /// A picture of the whole screen.
+    /// What is on the whole screen, without the pointer: three bytes a pixel.
+    QByteArray pixels() const;
+    /// The same as a file, for whoever looks into a failure.
     void takePicture(const QString &file) const;
 
   private:

@@ -3,6 +3,7 @@
 #include "FloodText.h"
 #include "NumberedStream.h"
 
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdint>
@@ -13,6 +14,7 @@
 #include <thread>
 #include <vector>
 
+#include <fcntl.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -139,6 +141,22 @@ int numbered(long long lines, unsigned seed) {
     }
     sayPieces(0);
     return 0;
+}
+
+/// `pipe` is a FIFO. Opened for writing, too, it has no end when its other writers go.
+int relay(const std::string &pipe) {
+    const int source = open(pipe.c_str(), O_RDWR | O_CLOEXEC);
+    if (source < 0)
+        return 66;
+    say("ready\n");
+    char bytes[65536];
+    for (;;) {
+        const ssize_t count = read(source, bytes, sizeof bytes);
+        if (count > 0)
+            say(std::string(bytes, static_cast<std::size_t>(count)));
+        else if (count == 0 || errno != EINTR)
+            return 66;
+    }
 }
 
 int leaveGrandchild(const std::string &then) {
@@ -278,6 +296,8 @@ const std::vector<Misbehaviour> &misbehaviours() {
              for (;;)
                  pause();
          }},
+        {"relay PIPE", "says \"ready\", then writes what others write into the named pipe",
+         [](W a, W) { return relay(text(a, 0)); }},
         {"close-output", "says \"closing\", closes its output and runs on",
          [](W, W) -> int {
              say("closing\n");
