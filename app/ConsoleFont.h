@@ -30,7 +30,7 @@ class ConsoleFont {
 
     /// Whether the font draws this character by itself, as one glyph.
     bool hasGlyph(char character) const { return glyph(character) != 0; }
-    quint32 glyph(char character) const { return glyphs[static_cast<unsigned char>(character) & 0x7FU]; }
+    quint32 glyph(char character) const { return glyphs[static_cast<unsigned char>(character)]; }
 
   private:
     QFont asked;
@@ -40,7 +40,7 @@ class ConsoleFont {
     qreal cell = 8;
     int row = 16;
     qreal baseLine = 12;
-    std::array<quint32, 128> glyphs{};  ///< 0 for none
+    std::array<quint32, 256> glyphs{};  ///< of each byte; 0 for those that are no printable ASCII character
 };
 
 }  // namespace ferrolt

@@ -67,7 +67,7 @@ LogRowText::LogRowText(const ConsoleFont &font, QByteArrayView text, qreal width
     for (const char c : text) {
         if (c == '\t') {
             hasTabs = true;
-        } else if (c != ' ' && (c < 0x20 || !font.hasGlyph(c))) {
+        } else if (c != ' ' && !font.hasGlyph(c)) {
             layOut(width);
             return;
         }

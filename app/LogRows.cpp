@@ -16,9 +16,10 @@ constexpr int marksOfOneCharacter = 16;
 constexpr char32_t zeroWidthJoiner = 0x200D;
 
 bool isPlain(QByteArrayView text) {
-    const char *at = text.data();
+    // Whether a plain char is signed differs from one processor to the next.
+    const auto *at = reinterpret_cast<const unsigned char *>(text.data());
     const auto size = static_cast<std::size_t>(text.size());
-    const auto odd = [](char c) { return (c < 0x20 && c != '\n') || c == 0x7F; };
+    const auto odd = [](unsigned char c) { return (c < 0x20 && c != '\n') || c >= 0x7F; };
     constexpr std::size_t block = 64;  // a fixed count of turns lets the compiler take many bytes at once
     std::size_t i = 0;
     for (; i + block <= size; i += block) {

@@ -30,6 +30,7 @@ class LogRowTextTest : public QObject {
         }
         QVERIFY(font.hasGlyph('a'));
         QVERIFY(!font.hasGlyph('\x1b'));
+        QVERIFY(!font.hasGlyph('\xc3'));
     }
 
     void placesAndBytesCorrespond_data() {
