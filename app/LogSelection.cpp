@@ -22,6 +22,7 @@ void LogSelection::extendTo(LogPosition position) {
     const LogSpan reached = unitAt(position);
     selected = {std::min(origin.begin, reached.begin), std::max(origin.end, reached.end)};
     caretPosition = reached.begin < origin.begin ? selected.begin : selected.end;
+    dropSpanWithoutText();
 }
 
 void LogSelection::moveEndTo(LogPosition position) {
@@ -36,6 +37,12 @@ void LogSelection::select(LogSpan span) {
     origin = {span.begin, span.begin};
     selected = span;
     caretPosition = span.end;
+    dropSpanWithoutText();
+}
+
+void LogSelection::dropSpanWithoutText() {
+    if (LogText::isEmpty(log, selected))
+        selected = {caretPosition, caretPosition};
 }
 
 bool LogSelection::sync() {

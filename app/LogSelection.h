@@ -33,6 +33,7 @@ class LogSelection {
 
   private:
     LogSpan unitAt(LogPosition position) const;
+    void dropSpanWithoutText();
 
     const LogBuffer &log;
     Unit unit = Unit::Character;

@@ -80,6 +80,10 @@ LogPosition LogText::clamped(const LogBuffer &log, LogPosition position) {
     return {position.sequence, std::min(position.offset, byteOffset(sizeOf(log, position.sequence)))};
 }
 
+bool LogText::isEmpty(const LogBuffer &log, LogSpan span) {
+    return span.isEmpty() || (log.holds(span.begin.sequence) && forward(log, span.begin) >= span.end);
+}
+
 LogPosition LogText::nextCharacter(const LogBuffer &log, LogPosition from) {
     from = forward(log, from);
     const LogElement &element = log.bySequence(from.sequence);
@@ -135,9 +139,10 @@ LogSpan LogText::wordAt(const LogBuffer &log, LogPosition position) {
     const LogElement &element = log.bySequence(position.sequence);
     const LogSpan line = lineAt(log, position);
     // Past the last character of a line lies its last word.
+    const QByteArrayView rest =
+        QByteArrayView(element).sliced(static_cast<qsizetype>(count(position.offset)));
     if (position.offset > line.begin.offset &&
-        (count(position.offset) == static_cast<std::size_t>(element.size()) ||
-         element[static_cast<qsizetype>(count(position.offset))] == '\n'))
+        (rest.isEmpty() || rest == QByteArrayView("\r") || rest.startsWith('\n') || rest.startsWith("\r\n")))
         position.offset = byteOffset(utf8Floor(element, count(position.offset) - 1));
     const Window window(element, count(position.offset));
     QTextBoundaryFinder finder(QTextBoundaryFinder::Word, window.text);

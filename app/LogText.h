@@ -22,6 +22,9 @@ class LogText {
     /// What is left of a place whose element may have been dropped: the beginning of the oldest one then.
     static LogPosition clamped(const LogBuffer &log, LogPosition position);
 
+    /// Whether no text lies in a span. The end of an element and the beginning of the next are one place.
+    static bool isEmpty(const LogBuffer &log, LogSpan span);
+
     /// As a reader counts characters: a letter with its marks is one, so is a line break of two bytes.
     static LogPosition nextCharacter(const LogBuffer &log, LogPosition from);
     static LogPosition previousCharacter(const LogBuffer &log, LogPosition from);

@@ -71,6 +71,28 @@ class LogTextAreaSelectionTest : public QObject {
         QVERIFY(console.clipboard.calls.empty());
     }
 
+    /// The end of an element and the beginning of the next are two places on screen and one in the text.
+    void fromTheEndOfAnElementToTheBeginningOfTheNextNothingIsSelected() {
+        ConsoleFixture console;
+        console.append("first");
+        console.append("second");
+        console.show();
+        QWidget *const viewport = console.area().viewport();
+        const QPoint behindFirst(viewport->width() - 30, pointOf(console, at(0, 0)).y());
+        for (const bool isBackward : {false, true}) {
+            const QPoint from = isBackward ? pointOf(console, at(1, 0)) : behindFirst;
+            const QPoint to = isBackward ? behindFirst : pointOf(console, at(1, 0));
+            drag(console, from, to);
+            QVERIFY(!console.area().hasSelection());
+            console.press(Qt::Key_C, Qt::ControlModifier);
+            QVERIFY(console.clipboard.calls.empty());
+            QVERIFY(console.clipboard.selection.isEmpty());
+        }
+        // And from there on it grows by what is text.
+        console.press(Qt::Key_Left, Qt::ShiftModifier);
+        QCOMPARE(selectedText(console), "t");
+    }
+
     void aDoubleClickSelectsAWordAndATripleClickALine() {
         ConsoleFixture console;
         console.append("port 9877 is open\nnext\n");

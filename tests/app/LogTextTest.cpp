@@ -91,6 +91,16 @@ class LogTextTest : public QObject {
         QCOMPARE(text(log, LogText::wordAt(log, at(0, 15))), "127.0.0.1");
     }
 
+    void pastTheEndOfALineLiesItsLastWord() {
+        for (const QByteArray &end : {QByteArray(), QByteArray("\n"), QByteArray("\r\n"), QByteArray("\r")}) {
+            const LogBuffer log = logOf({"two words" + end});
+            QCOMPARE(text(log, LogText::wordAt(log, at(0, 9))), "words");
+        }
+        const LogBuffer log = logOf({"two words\r\nand more\r\n"});
+        QCOMPARE(text(log, LogText::wordAt(log, at(0, 9))), "words");
+        QCOMPARE(text(log, LogText::wordAt(log, at(0, 19))), "more");
+    }
+
     void aLineIncludesItsBreakAndStaysInItsElement() {
         const LogBuffer log = logOf({"a\nbc\nd", "e\n"});
         QCOMPARE(text(log, LogText::lineAt(log, at(0, 3))), "bc\n");
