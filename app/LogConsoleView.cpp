@@ -2,6 +2,7 @@
 
 #include "Drawing.h"
 #include "FindBar.h"
+#include "FindKeys.h"
 #include "LogSearch.h"
 #include "LogTextArea.h"
 #include "StatusBadge.h"
@@ -71,16 +72,17 @@ LogConsoleView::LogConsoleView(const QString &title, const LogBuffer &lines, con
 
     connect(copyButton, &QAbstractButton::clicked, this, &LogConsoleView::copyLog);
     connect(area, &LogTextArea::refreshed, this, &LogConsoleView::refreshHeader);
-    const auto addShortcut = [this](const QKeySequence &keys, auto act) {
-        auto *const shortcut = new QShortcut(keys, this);
+    const auto addShortcut = [this](const QList<QKeySequence> &keys, auto act) {
+        auto *const shortcut = new QShortcut(this);
+        shortcut->setKeys(keys);
         shortcut->setContext(Qt::WidgetWithChildrenShortcut);
         connect(shortcut, &QShortcut::activated, search, act);
         return shortcut;
     };
-    addShortcut(QKeySequence::Find, &LogSearch::open);
-    addShortcut(QKeySequence::FindNext, &LogSearch::findNext);
-    addShortcut(QKeySequence::FindPrevious, &LogSearch::findPrevious);
-    QShortcut *const escape = addShortcut(Qt::Key_Escape, &LogSearch::close);
+    addShortcut(FindKeys::open(), &LogSearch::open);
+    addShortcut(FindKeys::next(), &LogSearch::findNext);
+    addShortcut(FindKeys::previous(), &LogSearch::findPrevious);
+    QShortcut *const escape = addShortcut({Qt::Key_Escape}, &LogSearch::close);
     escape->setEnabled(false);
     connect(search, &LogSearch::openChanged, escape, &QShortcut::setEnabled);
 

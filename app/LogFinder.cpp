@@ -10,6 +10,10 @@ namespace ferrolt {
 namespace {
 
 constexpr unsigned char firstLeadByte = 0xC2;
+constexpr std::size_t longestCharacter = 4;  // bytes
+
+/// So many hits are kept before all are dropped and those on screen found again: 2 MB.
+constexpr std::size_t hitsWorthKeeping = 64 * 1024;
 
 char32_t folded(char32_t codePoint) {
     return QChar::toCaseFolded(codePoint);
@@ -31,50 +35,92 @@ void LogFinder::setNeedle(const QString &text) {
     first = log.firstSequence();
     counts.assign(hasNeedle() ? log.size() : 0, unknown);
     counted = hits = 0;
-    kept.reset();
+    kept.clear();
+    hitsKept = 0;
     seeking = false;
 }
 
-std::uint32_t LogFinder::endOfMatch(QByteArrayView text, std::uint32_t begin) const {
-    std::size_t at = begin;
+std::optional<LogPosition> LogFinder::endOfMatch(LogPosition begin) const {
+    std::uint64_t sequence = begin.sequence;
+    const LogElement *element = &log.bySequence(sequence);
+    std::size_t at = count(begin.offset);
     for (const char32_t wanted : needle) {
-        if (at >= static_cast<std::size_t>(text.size()))
-            return begin;
-        const Utf8Character character = utf8CharacterAt(text, at);
+        for (; at >= static_cast<std::size_t>(element->size()); at = 0) {
+            if (!log.holds(++sequence))
+                return std::nullopt;
+            element = &log.bySequence(sequence);
+        }
+        const Utf8Character character = utf8CharacterAt(*element, at);
         if (character.codePoint != wanted && folded(character.codePoint) != wanted)
-            return begin;
+            return std::nullopt;
         at += character.length;
     }
-    return static_cast<std::uint32_t>(at);
+    return LogPosition{sequence, byteOffset(at)};
 }
 
 template <class OnHit>
-void LogFinder::search(const LogElement &element, OnHit onHit) const {
-    const auto size = static_cast<std::uint32_t>(element.size());
+void LogFinder::search(std::uint64_t sequence, OnHit onHit) const {
+    const LogElement &element = log.bySequence(sequence);
+    const auto size = static_cast<std::size_t>(element.size());
     const char *const text = element.constData();
-    for (std::uint32_t at = 0; at < size;) {
+    for (std::size_t at = 0; at < size;) {
         if (!mayBegin[static_cast<unsigned char>(text[at])]) {
             ++at;
             continue;
         }
-        const std::uint32_t end = endOfMatch(element, at);
-        if (end > at)
-            onHit(at, end);
-        at = std::max(end, at + 1);
+        const LogPosition begin{sequence, byteOffset(at)};
+        const std::optional<LogPosition> end = endOfMatch(begin);
+        if (end)
+            onHit(LogSpan{begin, *end});
+        at = !end ? at + 1 : end->sequence == sequence ? count(end->offset) : size;
     }
+}
+
+/// The elements before `sequence`, the nearest first, as far as a hit in them may reach to a place that lies
+/// so many bytes behind the beginning of `sequence`.
+template <class Visit>
+void LogFinder::visitBefore(std::uint64_t sequence, std::uint64_t bytesBetween, Visit visit) const {
+    const std::uint64_t longest = needle.size() * longestCharacter;
+    while (sequence > log.firstSequence() && bytesBetween < longest) {
+        visit(--sequence);
+        bytesBetween += static_cast<std::uint64_t>(log.bySequence(sequence).size());
+    }
+}
+
+void LogFinder::forgetCount(std::uint64_t sequence) {
+    std::int64_t &known = counts[static_cast<std::size_t>(sequence - first)];
+    if (known == unknown)
+        return;
+    hits -= static_cast<std::size_t>(known);
+    --counted;
+    known = unknown;
 }
 
 void LogFinder::sync() {
     if (!hasNeedle())
         return;
     for (; first < log.firstSequence() && !counts.empty(); ++first) {
-        if (counts.front() != unknown) {
-            hits -= static_cast<std::size_t>(counts.front());
-            --counted;
-        }
+        forgetCount(first);
         counts.pop_front();
+        const auto dropped = kept.find(first);
+        if (dropped != kept.end()) {
+            hitsKept -= dropped->second.size();
+            kept.erase(dropped);
+        }
     }
     first = log.firstSequence();
+    const std::uint64_t end = first + counts.size();
+    if (end == log.endSequence())
+        return;
+    // What came may complete a hit that begins before it.
+    visitBefore(end, 0, [this](std::uint64_t sequence) {
+        forgetCount(sequence);
+        const auto stale = kept.find(sequence);
+        if (stale != kept.end()) {
+            hitsKept -= stale->second.size();
+            kept.erase(stale);
+        }
+    });
     counts.resize(log.size(), unknown);
 }
 
@@ -82,7 +128,7 @@ std::int64_t LogFinder::countOf(std::uint64_t sequence) {
     std::int64_t &known = counts[static_cast<std::size_t>(sequence - first)];
     if (known == unknown) {
         known = 0;
-        search(log.bySequence(sequence), [&](std::uint32_t, std::uint32_t) { ++known; });
+        search(sequence, [&](const LogSpan &) { ++known; });
         ++counted;
         hits += static_cast<std::size_t>(known);
     }
@@ -101,23 +147,27 @@ void LogFinder::countFor(std::chrono::nanoseconds time) {
     }
 }
 
-const std::vector<LogFinder::Hit> &LogFinder::hitsOf(std::uint64_t sequence) {
-    if (!kept || keptFor != sequence) {
-        kept.emplace();
-        keptFor = sequence;
-        search(log.bySequence(sequence),
-               [&](std::uint32_t begin, std::uint32_t end) { kept->emplace_back(begin, end); });
+const std::vector<LogSpan> &LogFinder::hitsOf(std::uint64_t sequence) {
+    const auto known = kept.find(sequence);
+    if (known != kept.end())
+        return known->second;
+    if (hitsKept > hitsWorthKeeping) {
+        kept.clear();
+        hitsKept = 0;
     }
-    return *kept;
+    std::vector<LogSpan> found;
+    search(sequence, [&](const LogSpan &one) { found.push_back(one); });
+    hitsKept += found.size();
+    return kept.emplace(sequence, std::move(found)).first->second;
 }
 
 std::optional<std::size_t> LogFinder::numberOf(LogPosition begin) {
     sync();
     if (!hasNeedle() || !isCounted() || !log.holds(begin.sequence))
         return std::nullopt;
-    const std::vector<Hit> &all = hitsOf(begin.sequence);
-    const auto at = std::lower_bound(all.begin(), all.end(), Hit(count(begin.offset), 0));
-    if (at == all.end() || at->first != count(begin.offset))
+    const std::vector<LogSpan> &all = hitsOf(begin.sequence);
+    const auto at = std::ranges::lower_bound(all, begin, {}, &LogSpan::begin);
+    if (at == all.end() || at->begin != begin)
         return std::nullopt;
     auto number = static_cast<std::size_t>(at - all.begin()) + 1;
     for (std::uint64_t i = first; i < begin.sequence; ++i)
@@ -143,12 +193,10 @@ LogFinder::Answer LogFinder::seekFor(std::chrono::nanoseconds time) {
             seekFrom = {forth ? log.firstSequence() : log.endSequence() - 1,
                         forth ? ByteOffset{0} : ByteOffset{UINT32_MAX}};
         if (countOf(seekFrom.sequence) > 0) {
-            const std::vector<Hit> &all = hitsOf(seekFrom.sequence);
-            const auto after = std::lower_bound(all.begin(), all.end(), Hit(count(seekFrom.offset), 0));
+            const std::vector<LogSpan> &all = hitsOf(seekFrom.sequence);
+            const auto after = std::ranges::lower_bound(all, seekFrom, {}, &LogSpan::begin);
             if (forth ? after != all.end() : after != all.begin()) {
-                const Hit &nearest = forth ? *after : *(after - 1);
-                hit = {{seekFrom.sequence, ByteOffset{nearest.first}},
-                       {seekFrom.sequence, ByteOffset{nearest.second}}};
+                hit = forth ? *after : *(after - 1);
                 seeking = false;
                 return Answer::Found;
             }
@@ -167,11 +215,19 @@ std::vector<LogSpan> LogFinder::hitsBetween(std::uint64_t sequence, ByteOffset b
     std::vector<LogSpan> between;
     if (!hasNeedle() || !log.holds(sequence))
         return between;
-    const std::vector<Hit> &all = hitsOf(sequence);
-    auto at = std::upper_bound(all.begin(), all.end(), count(begin),
-                               [](std::uint32_t offset, const Hit &h) { return offset < h.second; });
-    for (; at != all.end() && at->first < count(end); ++at)
-        between.push_back({{sequence, ByteOffset{at->first}}, {sequence, ByteOffset{at->second}}});
+    sync();
+    const LogPosition from{sequence, begin};
+    const LogPosition to{sequence, end};
+    visitBefore(sequence, count(begin), [&](std::uint64_t earlier) {
+        const std::vector<LogSpan> &all = hitsOf(earlier);
+        // Only the last one can reach beyond its element.
+        if (!all.empty() && all.back().end > from)
+            between.push_back(all.back());
+    });
+    const std::vector<LogSpan> &all = hitsOf(sequence);
+    for (auto at = std::ranges::upper_bound(all, from, {}, &LogSpan::end); at != all.end() && at->begin < to;
+         ++at)
+        between.push_back(*at);
     return between;
 }
 

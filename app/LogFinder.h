@@ -10,14 +10,16 @@
 #include <cstdint>
 #include <deque>
 #include <optional>
-#include <utility>
+#include <unordered_map>
 #include <vector>
 
 namespace ferrolt {
 
-/// Finds a text in a log, whatever the case of its letters. Works on the bytes as they are kept, within each
-/// element, and in portions of time, since a full log takes longer than a window may stand still. Keeps how
-/// many hits each element has, not where they are. Knows no widget. Main thread.
+/// Finds a text in a log, whatever the case of its letters, also where elements share it: a child's output is
+/// cut into elements wherever a read of its pipe ended. A hit belongs to the element that it begins in. Works
+/// on the bytes as they are kept and in portions of time, since a full log takes longer than a window may
+/// stand still. Keeps how many hits each element has, and where they are for those looked at last. Knows no
+/// widget. Main thread.
 ///
 /// States: with no needle nothing is found. With a needle, elements are counted by countFor() until
 /// isCounted(); elements that the log gains meanwhile are counted as well. A seek is begun by seek() and goes
@@ -52,18 +54,20 @@ class LogFinder {
     /// What was found.
     LogSpan found() const { return hit; }
 
-    /// The hits that have text between two places of an element.
+    /// The hits that have text between two places of an element, those of earlier elements included.
     std::vector<LogSpan> hitsBetween(std::uint64_t sequence, ByteOffset begin, ByteOffset end);
 
   private:
-    using Hit = std::pair<std::uint32_t, std::uint32_t>;
     static constexpr std::int64_t unknown = -1;
 
     template <class OnHit>
-    void search(const LogElement &element, OnHit onHit) const;
-    std::uint32_t endOfMatch(QByteArrayView text, std::uint32_t begin) const;
-    const std::vector<Hit> &hitsOf(std::uint64_t sequence);
+    void search(std::uint64_t sequence, OnHit onHit) const;
+    std::optional<LogPosition> endOfMatch(LogPosition begin) const;
+    const std::vector<LogSpan> &hitsOf(std::uint64_t sequence);
     std::int64_t countOf(std::uint64_t sequence);
+    void forgetCount(std::uint64_t sequence);
+    template <class Visit>
+    void visitBefore(std::uint64_t sequence, std::uint64_t bytesBetween, Visit visit) const;
 
     const LogBuffer &log;
     std::vector<char32_t> needle;      ///< case folded
@@ -73,8 +77,8 @@ class LogFinder {
     std::size_t counted = 0;
     std::size_t hits = 0;
 
-    std::uint64_t keptFor = 0;  ///< the element whose hits are kept
-    std::optional<std::vector<Hit>> kept;
+    std::unordered_map<std::uint64_t, std::vector<LogSpan>> kept;  ///< hits by element
+    std::size_t hitsKept = 0;
 
     bool seeking = false;
     LogPosition seekFrom;

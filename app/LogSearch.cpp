@@ -67,7 +67,6 @@ void LogSearch::close() {
 
 void LogSearch::setNeedle(const QString &text) {
     finder.setNeedle(text);
-    nothingFound = false;
     speakSoon();
     area.viewport()->update();
     if (!finder.hasNeedle()) {
@@ -109,10 +108,11 @@ void LogSearch::goOn() {
     finder.sync();
     if (finder.isSeeking()) {
         const LogFinder::Answer answer = finder.seekFor(turn);
-        nothingFound = answer == LogFinder::Answer::Nothing;
         if (answer == LogFinder::Answer::Found) {
             area.select(finder.found());
             area.setSelectionIsHit(true);
+        } else if (answer == LogFinder::Answer::Nothing) {
+            area.setSelectionIsHit(false);
         }
     } else if (!finder.isCounted()) {
         finder.countFor(turn);

@@ -45,7 +45,6 @@ class LogSearch : public QObject {
     LogFinder finder;
     QBasicTimer timer;
     QBasicTimer speechTimer;
-    bool nothingFound = false;
 };
 
 }  // namespace ferrolt

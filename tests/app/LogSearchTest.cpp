@@ -71,6 +71,35 @@ class LogSearchTest : public QObject {
         QCOMPARE(countAll(log, QStringLiteral("aa")), 2U);
     }
 
+    /// Where an element ends is a matter of when its pipe was read.
+    void aTextThatElementsShareIsFound() {
+        LogBuffer log;
+        log.append("the engine is lis");
+        log.append("ten");
+        LogFinder finder(log);
+        finder.setNeedle(QStringLiteral("listening"));
+        finder.countFor(1s);
+        QCOMPARE(finder.total(), 0U);
+        log.append("ing on a port\nlistening\n");
+        finder.countFor(1s);
+        QCOMPARE(finder.total(), 2U);
+        QCOMPARE(finder.numberOf(at(0, 14)), std::optional<std::size_t>(1));
+        finder.seek(at(0, 0), LogFinder::Direction::Forth);
+        QCOMPARE(finder.seekFor(1s), LogFinder::Answer::Found);
+        const LogSpan shared{at(0, 14), at(2, 3)};
+        QCOMPARE(finder.found(), shared);
+        // It is marked in each of its elements.
+        for (std::uint64_t element = 0; element < 3; ++element)
+            QCOMPARE(finder.hitsBetween(element, ByteOffset{0}, ByteOffset{30}).front(), shared);
+        QCOMPARE(finder.hitsBetween(2, ByteOffset{3}, ByteOffset{30}).size(), 1U);
+        QVERIFY(finder.hitsBetween(0, ByteOffset{0}, ByteOffset{14}).empty());
+
+        log.takeFirst();
+        finder.countFor(1s);
+        QCOMPARE(finder.total(), 1U);
+        QVERIFY(finder.hitsBetween(1, ByteOffset{0}, ByteOffset{3}).empty());
+    }
+
     void hitsGoRoundInBothDirections() {
         LogBuffer log;
         log.append("x one\n");
@@ -180,6 +209,37 @@ class LogSearchTest : public QObject {
         QTRY_COMPARE(result(console), QStringLiteral("Not found"));
         field(console).clear();
         QTRY_COMPARE(result(console), QString());
+    }
+
+    void whatWasAHitLosesItsColourWhenNothingIsFoundAnyMore() {
+        ConsoleFixture console;
+        console.append("plain MARK\n");
+        console.show();
+        const auto colourOfMark = [&] {
+            const QPoint corner = console.area().rectangleOf(at(0, 6)).topLeft().toPoint();
+            return console.area().viewport()->grab().toImage().pixelColor(corner + QPoint(0, 1));
+        };
+        openBar(console);
+        QTest::keyClicks(&field(console), QStringLiteral("mark"));
+        QTRY_COMPARE(result(console), QStringLiteral("1 of 1"));
+        const QColor colourOfAHit = colourOfMark();
+        QTest::keyClicks(&field(console), QStringLiteral("s"));
+        QTRY_COMPARE(result(console), QStringLiteral("Not found"));
+        QVERIFY(colourOfMark() != colourOfAHit);
+    }
+
+    void theNumbersKeepTheirOrderFromRightToLeft() {
+        const auto picture = [](Qt::LayoutDirection direction) {
+            ConsoleFixture console;
+            console.view.setLayoutDirection(direction);
+            console.append("one hit and another hit\n");
+            console.show();
+            openBar(console);
+            QTest::keyClicks(&field(console), QStringLiteral("hit"));
+            [&] { QTRY_COMPARE(result(console), QStringLiteral("1 of 2")); }();
+            return bar(console).findChild<QLabel *>()->grab().toImage();
+        };
+        QCOMPARE(picture(Qt::RightToLeft), picture(Qt::LeftToRight));
     }
 
     void hitsAreMarkedUntilTheBarCloses() {
