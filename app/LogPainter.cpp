@@ -23,7 +23,8 @@ Bytes within(const LogRow &row, LogSpan span) {
 }
 
 QColor hitColor(const QPalette &palette) {
-    return Theme::isDark(palette) ? QColor(0x6b, 0x59, 0x0c) : QColor(0xff, 0xe8, 0x8c);
+    const bool isDark = Theme::textBackground(palette).lightness() < Theme::logText(palette).lightness();
+    return isDark ? QColor(0x6b, 0x59, 0x0c) : QColor(0xff, 0xe8, 0x8c);
 }
 
 QColor currentHitColor() {
@@ -68,7 +69,7 @@ void LogPainter::drawCaret(QPainter &painter, const LogViewport::VisibleRow &vis
 }
 
 void LogPainter::paint(QPainter &painter, const std::vector<LogViewport::VisibleRow> &rows) const {
-    const QColor textColor = Theme::primaryText(palette);
+    const QColor textColor = Theme::logText(palette);
     const QColor selected = selectionIsHit ? currentHitColor() : palette.color(group, QPalette::Highlight);
     const QColor selectedText =
         selectionIsHit ? QColor(Qt::black) : palette.color(group, QPalette::HighlightedText);

@@ -142,6 +142,12 @@ QColor Theme::onAccent(const QPalette &palette) {
     return contrast(Qt::white, accent(palette)) >= 2.5 ? QColor(Qt::white) : QColor(0x1b, 0x1b, 0x1d);
 }
 
+QColor Theme::handleOn(const QColor &background, bool isHeld) {
+    // WCAG asks for 3 of what is no text.
+    const QColor ink = luminance(background) < 0.2 ? QColor(Qt::white) : QColor(Qt::black);
+    return readable(mix(background, ink, 0.3), background, ink, isHeld ? 5.0 : 3.1);
+}
+
 QColor Theme::selection(const QPalette &palette) {
     return isDark(palette) ? mix(sidebarBackground(palette), accent(palette), 0.27)
                            : mix(base(palette), accent(palette), 0.16);
@@ -149,6 +155,10 @@ QColor Theme::selection(const QPalette &palette) {
 
 QColor Theme::primaryText(const QPalette &palette) {
     return windowText(palette);
+}
+
+QColor Theme::logText(const QPalette &palette) {
+    return opaque(palette.color(QPalette::Active, QPalette::Text));
 }
 
 QColor Theme::secondaryText(const QPalette &palette) {

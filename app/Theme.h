@@ -29,9 +29,13 @@ class Theme {
     static QColor accentOn(const QPalette &palette, const QColor &background);
     /// Text and symbols on a surface of the accent colour.
     static QColor onAccent(const QPalette &palette);
+    /// A scroll bar's handle on a `background`; `isHeld` for one that the pointer is at.
+    static QColor handleOn(const QColor &background, bool isHeld);
     /// The surface behind the selected entry of a list.
     static QColor selection(const QPalette &palette);
     static QColor primaryText(const QPalette &palette);
+    /// On the text background: a desktop's views may be dark where its windows are light.
+    static QColor logText(const QPalette &palette);
     static QColor secondaryText(const QPalette &palette);
     static QColor green(const QPalette &palette);
     static QColor gray(const QPalette &palette);

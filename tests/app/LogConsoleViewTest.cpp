@@ -242,6 +242,24 @@ class LogConsoleViewTest : public QObject {
         QVERIFY(console.area().hasFocus());
     }
 
+    /// As in a theme of dark windows with light views.
+    void theTextIsReadableWhereViewsAndWindowsDiffer() {
+        ConsoleFixture console;
+        QPalette palette = Theme::darkPalette();
+        palette.setColor(QPalette::Base, Qt::white);
+        palette.setColor(QPalette::Text, Qt::black);
+        console.view.setPalette(palette);
+        console.append("text that is to be read\n");
+        console.show();
+        const QImage picture = console.area().viewport()->grab().toImage();
+        double best = 0;
+        for (int y = 0; y < picture.height(); ++y) {
+            for (int x = 0; x < picture.width(); ++x)
+                best = std::max(best, Theme::contrast(picture.pixelColor(x, y), Qt::white));
+        }
+        QVERIFY2(best > 7, qPrintable(QString::number(best)));
+    }
+
     void namesAndTexts() {
         ConsoleFixture console(QStringLiteral("A & B <i>console</i>"));
         console.show();
