@@ -1,13 +1,9 @@
 #include "FlatButton.h"
 
 #include "Drawing.h"
-#include "FocusRing.h"
 #include "TextField.h"
 #include "Theme.h"
 
-#include <QEvent>
-#include <QFocusEvent>
-#include <QKeyEvent>
 #include <QPainter>
 
 namespace ferrolt {
@@ -24,10 +20,9 @@ FlatButton::FlatButton(const QString &text, QWidget *parent) : FlatButton(Qt::No
 }
 
 FlatButton::FlatButton(Qt::ArrowType arrow, const QString &toolTip, QWidget *parent)
-    : QAbstractButton(parent), arrow(arrow) {
+    : DrawnButton(parent), arrow(arrow) {
     setToolTip(toolTip);
     setAccessibleName(toolTip);
-    setFocusPolicy(Qt::StrongFocus);
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     setAttribute(Qt::WA_Hover);
 }
@@ -42,7 +37,7 @@ void FlatButton::paintEvent(QPaintEvent *) {
     QPainter painter(this);
     if (isDown() || underMouse())
         Drawing::fillRounded(painter, rect(), cornerRadius, Theme::separator(palette()));
-    if (showsFocus)
+    if (showsFocus())
         FocusRing::draw(painter, rect(), cornerRadius, palette());
     if (arrow != Qt::NoArrow) {
         drawArrow(painter);
@@ -62,32 +57,6 @@ void FlatButton::drawArrow(QPainter &painter) const {
         QPen(Theme::primaryText(palette()), thickness, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
     painter.drawPolyline(QPolygonF(
         {middle + QPointF(-reach, -rise), middle + QPointF(0, rise), middle + QPointF(reach, -rise)}));
-}
-
-void FlatButton::changeEvent(QEvent *event) {
-    QAbstractButton::changeEvent(event);
-    if (event->type() == QEvent::FontChange)
-        updateGeometry();
-    update();
-}
-
-void FlatButton::focusInEvent(QFocusEvent *event) {
-    showsFocus = FocusRing::isDueFor(event->reason(), showsFocus);
-    QAbstractButton::focusInEvent(event);
-}
-
-void FlatButton::focusOutEvent(QFocusEvent *event) {
-    if (event->reason() != Qt::ActiveWindowFocusReason && event->reason() != Qt::PopupFocusReason)
-        showsFocus = false;
-    QAbstractButton::focusOutEvent(event);
-}
-
-void FlatButton::keyPressEvent(QKeyEvent *event) {
-    // Enter presses the button that has the focus, and no other.
-    if ((event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) && !event->isAutoRepeat())
-        click();
-    else
-        QAbstractButton::keyPressEvent(event);
 }
 
 }  // namespace ferrolt

@@ -1,12 +1,12 @@
 #pragma once
 
-#include <QAbstractButton>
+#include "DrawnButton.h"
 
 namespace ferrolt {
 
 /// A button without a surface of its own but while it is pointed at or pressed: a word or an arrow, as high
 /// as the text field beside it.
-class FlatButton : public QAbstractButton {
+class FlatButton : public DrawnButton {
     Q_OBJECT
 
   public:
@@ -19,16 +19,11 @@ class FlatButton : public QAbstractButton {
 
   protected:
     void paintEvent(QPaintEvent *event) override;
-    void changeEvent(QEvent *event) override;
-    void focusInEvent(QFocusEvent *event) override;
-    void focusOutEvent(QFocusEvent *event) override;
-    void keyPressEvent(QKeyEvent *event) override;
 
   private:
     void drawArrow(QPainter &painter) const;
 
     const Qt::ArrowType arrow = Qt::NoArrow;
-    bool showsFocus = false;
 };
 
 }  // namespace ferrolt

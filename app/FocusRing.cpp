@@ -10,22 +10,16 @@ constexpr qreal width = 2;
 
 }  // namespace
 
-bool FocusRing::isDueFor(Qt::FocusReason reason, bool isShown) {
-    switch (reason) {
-        case Qt::TabFocusReason:
-        case Qt::BacktabFocusReason:
-        case Qt::ShortcutFocusReason:
-            return true;
-        case Qt::ActiveWindowFocusReason:
-        case Qt::PopupFocusReason:
-        case Qt::MenuBarFocusReason:
-        case Qt::OtherFocusReason:
-            return isShown;
-        case Qt::MouseFocusReason:
-        case Qt::NoFocusReason:
-            return false;
-    }
-    return false;
+void FocusRing::focusIn(Qt::FocusReason reason) {
+    if (reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason || reason == Qt::ShortcutFocusReason)
+        shown = true;
+    else if (reason == Qt::MouseFocusReason)
+        shown = false;
+}
+
+void FocusRing::focusOut(Qt::FocusReason reason) {
+    if (reason != Qt::ActiveWindowFocusReason && reason != Qt::PopupFocusReason)
+        shown = false;
 }
 
 void FocusRing::draw(QPainter &painter, const QRectF &rectangle, qreal radius, const QPalette &palette) {

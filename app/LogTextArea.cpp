@@ -1,6 +1,5 @@
 #include "LogTextArea.h"
 
-#include "FocusRing.h"
 #include "LogAccessible.h"
 #include "LogScrollBar.h"
 #include "Theme.h"
@@ -259,7 +258,7 @@ void LogTextArea::paintEvent(QPaintEvent *event) {
         .left = textLeft(),
         .width = textWidth()};
     logPainter.paint(painter, rows);
-    if (active && focusShown)
+    if (active && focusRing.isShown())
         FocusRing::draw(painter, viewport()->rect(), 0, palette());
 }
 

@@ -2,6 +2,7 @@
 
 #include "Clipboard.h"
 #include "ConsoleFont.h"
+#include "FocusRing.h"
 #include "LogPainter.h"
 #include "LogSelection.h"
 #include "LogViewport.h"
@@ -163,7 +164,7 @@ class LogTextArea : public QAbstractScrollArea {
     QPointF doubleClickPoint;
     bool caretShown = false;
     std::optional<qreal> caretColumn;  ///< that a move up or down keeps to
-    bool focusShown = false;
+    FocusRing focusRing;
 };
 
 }  // namespace ferrolt

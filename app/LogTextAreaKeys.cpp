@@ -1,6 +1,5 @@
 // The keyboard in LogTextArea.
 
-#include "FocusRing.h"
 #include "LogRowText.h"
 #include "LogText.h"
 #include "LogTextArea.h"
@@ -13,12 +12,13 @@
 namespace ferrolt {
 
 void LogTextArea::focusInEvent(QFocusEvent *event) {
-    focusShown = FocusRing::isDueFor(event->reason(), focusShown);
+    focusRing.focusIn(event->reason());
     QAbstractScrollArea::focusInEvent(event);
     viewport()->update();
 }
 
 void LogTextArea::focusOutEvent(QFocusEvent *event) {
+    focusRing.focusOut(event->reason());
     QAbstractScrollArea::focusOutEvent(event);
     viewport()->update();
 }

@@ -1,7 +1,6 @@
 #include "MenuButton.h"
 
 #include "Drawing.h"
-#include "FocusRing.h"
 #include "SymbolView.h"
 #include "Theme.h"
 
@@ -46,7 +45,7 @@ void MenuButton::paintEvent(QPaintEvent *) {
     QPainter painter(this);
     if (underMouse() || isDown())
         Drawing::fillRounded(painter, rect(), cornerRadius, Theme::separator(palette()));
-    if (showsFocus)
+    if (ring.isShown())
         FocusRing::draw(painter, rect(), cornerRadius, palette());
     const int length = lineLength();
     const qreal thickness = length * 1.5 / leastLength;
@@ -65,13 +64,12 @@ void MenuButton::changeEvent(QEvent *event) {
 }
 
 void MenuButton::focusInEvent(QFocusEvent *event) {
-    showsFocus = FocusRing::isDueFor(event->reason(), showsFocus);
+    ring.focusIn(event->reason());
     QToolButton::focusInEvent(event);
 }
 
 void MenuButton::focusOutEvent(QFocusEvent *event) {
-    if (event->reason() != Qt::ActiveWindowFocusReason && event->reason() != Qt::PopupFocusReason)
-        showsFocus = false;
+    ring.focusOut(event->reason());
     QToolButton::focusOutEvent(event);
 }
 

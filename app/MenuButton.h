@@ -1,5 +1,7 @@
 #pragma once
 
+#include "FocusRing.h"
+
 #include <QToolButton>
 
 namespace ferrolt {
@@ -25,7 +27,7 @@ class MenuButton : public QToolButton {
   private:
     int lineLength() const;
 
-    bool showsFocus = false;
+    FocusRing ring;
 };
 
 }  // namespace ferrolt

@@ -1,7 +1,6 @@
 #include "ProminentButton.h"
 
 #include "Drawing.h"
-#include "FocusRing.h"
 #include "SymbolView.h"
 #include "Theme.h"
 
@@ -55,7 +54,7 @@ void ProminentButton::paintEvent(QPaintEvent *) {
         surface = surface.darker(108);
     Drawing::fillRounded(painter, rect(), cornerRadius, surface);
     const QColor ink = Theme::onAccent(palette());
-    if (showsFocus) {
+    if (ring.isShown()) {
         // In the ink's colour and off the edge: a ring of the accent colour would not show here.
         Drawing::strokeRounded(painter, rect().adjusted(2, 2, -2, -2), cornerRadius - 2, ink);
         Drawing::strokeRounded(painter, rect().adjusted(3, 3, -3, -3), cornerRadius - 3, ink);
@@ -75,13 +74,12 @@ void ProminentButton::paintEvent(QPaintEvent *) {
 }
 
 void ProminentButton::focusInEvent(QFocusEvent *event) {
-    showsFocus = FocusRing::isDueFor(event->reason(), showsFocus);
+    ring.focusIn(event->reason());
     QPushButton::focusInEvent(event);
 }
 
 void ProminentButton::focusOutEvent(QFocusEvent *event) {
-    if (event->reason() != Qt::ActiveWindowFocusReason && event->reason() != Qt::PopupFocusReason)
-        showsFocus = false;
+    ring.focusOut(event->reason());
     QPushButton::focusOutEvent(event);
 }
 

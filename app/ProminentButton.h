@@ -1,5 +1,6 @@
 #pragma once
 
+#include "FocusRing.h"
 #include "Symbols.h"
 
 #include <QPushButton>
@@ -28,7 +29,7 @@ class ProminentButton : public QPushButton {
   private:
     Symbol symbol;
     QString label;
-    bool showsFocus = false;
+    FocusRing ring;
 };
 
 }  // namespace ferrolt

@@ -1,13 +1,10 @@
 #include "SidebarEntry.h"
 
 #include "Drawing.h"
-#include "FocusRing.h"
 #include "SymbolView.h"
 #include "Theme.h"
 
 #include <QAccessible>
-#include <QEvent>
-#include <QFocusEvent>
 #include <QPainter>
 #include <QStyle>
 
@@ -28,11 +25,10 @@ int symbolSide() {
 }  // namespace
 
 SidebarEntry::SidebarEntry(Symbol symbol, const QString &text, QWidget *parent)
-    : QAbstractButton(parent), symbol(symbol) {
+    : DrawnButton(parent), symbol(symbol) {
     setText(text);
     setCheckable(true);
     setAutoExclusive(true);
-    setFocusPolicy(Qt::StrongFocus);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     connect(this, &QAbstractButton::toggled, this, [this](bool checked) {
         QAccessible::State changed;
@@ -60,7 +56,7 @@ void SidebarEntry::paintEvent(QPaintEvent *) {
     QPainter painter(this);
     if (isChecked())
         Drawing::fillRounded(painter, rect(), cornerRadius, Theme::selection(palette()));
-    if (showsFocus)
+    if (showsFocus())
         FocusRing::draw(painter, rect(), cornerRadius, palette());
 
     const QColor accent = Theme::accentOn(
@@ -77,24 +73,6 @@ void SidebarEntry::paintEvent(QPaintEvent *) {
     painter.setPen(accent);
     painter.drawText(textPlace, Qt::AlignLeading | Qt::AlignVCenter | Qt::TextSingleLine,
                      painter.fontMetrics().elidedText(text(), Qt::ElideRight, textPlace.width()));
-}
-
-void SidebarEntry::focusInEvent(QFocusEvent *event) {
-    showsFocus = FocusRing::isDueFor(event->reason(), showsFocus);
-    QAbstractButton::focusInEvent(event);
-}
-
-void SidebarEntry::focusOutEvent(QFocusEvent *event) {
-    if (event->reason() != Qt::ActiveWindowFocusReason && event->reason() != Qt::PopupFocusReason)
-        showsFocus = false;
-    QAbstractButton::focusOutEvent(event);
-}
-
-void SidebarEntry::changeEvent(QEvent *event) {
-    QAbstractButton::changeEvent(event);
-    if (event->type() == QEvent::FontChange)
-        updateGeometry();
-    update();
 }
 
 }  // namespace ferrolt

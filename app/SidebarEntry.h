@@ -1,15 +1,14 @@
 #pragma once
 
+#include "DrawnButton.h"
 #include "Symbols.h"
-
-#include <QAbstractButton>
 
 namespace ferrolt {
 
 /// One line of the sidebar that leads somewhere: a symbol and a text in the accent colour, on a rounded
 /// highlight while selected. One of its siblings is selected at a time; the arrow keys go from one to the
 /// next.
-class SidebarEntry : public QAbstractButton {
+class SidebarEntry : public DrawnButton {
     Q_OBJECT
 
   public:
@@ -20,13 +19,9 @@ class SidebarEntry : public QAbstractButton {
 
   protected:
     void paintEvent(QPaintEvent *event) override;
-    void focusInEvent(QFocusEvent *event) override;
-    void focusOutEvent(QFocusEvent *event) override;
-    void changeEvent(QEvent *event) override;
 
   private:
     Symbol symbol;
-    bool showsFocus = false;
 };
 
 }  // namespace ferrolt

@@ -7,6 +7,7 @@
 #include <QEvent>
 #include <QFontMetrics>
 #include <QPainter>
+#include <QStyle>
 
 #include <algorithm>
 
@@ -66,11 +67,14 @@ void StatusBadge::paintEvent(QPaintEvent *) {
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
     painter.setBrush(color);
-    painter.drawEllipse(QRectF(paddingAcross, (height() - dotSize) / 2.0, dotSize, dotSize));
+    const bool isMirrored = layoutDirection() == Qt::RightToLeft;
+    const qreal dotLeft = isMirrored ? width() - paddingAcross - dotSize : paddingAcross;
+    painter.drawEllipse(QRectF(dotLeft, (height() - dotSize) / 2.0, dotSize, dotSize));
     painter.setPen(color);
     painter.setFont(captionFont());
-    painter.drawText(rect().adjusted(paddingAcross + dotSize + spacing, 0, 0, 0),
-                     Qt::AlignLeft | Qt::AlignVCenter, text());
+    const QRect textPlace = rect().adjusted(paddingAcross + dotSize + spacing, 0, -paddingAcross, 0);
+    painter.drawText(QStyle::visualRect(layoutDirection(), rect(), textPlace),
+                     Qt::AlignLeading | Qt::AlignVCenter, text());
 }
 
 }  // namespace ferrolt

@@ -1,11 +1,8 @@
 #include "SymbolButton.h"
 
 #include "Drawing.h"
-#include "FocusRing.h"
 #include "Theme.h"
 
-#include <QEvent>
-#include <QFocusEvent>
 #include <QFontMetrics>
 #include <QPainter>
 
@@ -23,10 +20,9 @@ constexpr qreal focusRadius = 4;
 }  // namespace
 
 SymbolButton::SymbolButton(const QString &toolTip, Symbol symbol, Role tint, QWidget *parent)
-    : QAbstractButton(parent), shown(symbol), tint(tint) {
+    : DrawnButton(parent), shown(symbol), tint(tint) {
     setToolTip(toolTip);
     setAccessibleName(toolTip);
-    setFocusPolicy(Qt::StrongFocus);
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
 }
 
@@ -45,26 +41,9 @@ QSize SymbolButton::sizeHint() const {
     return {side() + 2 * margin, side() + 2 * margin};
 }
 
-bool SymbolButton::event(QEvent *event) {
-    if (event->type() == QEvent::FontChange)
-        updateGeometry();
-    return QAbstractButton::event(event);
-}
-
-void SymbolButton::focusInEvent(QFocusEvent *event) {
-    focusShown = FocusRing::isDueFor(event->reason(), focusShown);
-    update();
-    QAbstractButton::focusInEvent(event);
-}
-
-void SymbolButton::focusOutEvent(QFocusEvent *event) {
-    QAbstractButton::focusOutEvent(event);
-    update();
-}
-
 void SymbolButton::paintEvent(QPaintEvent *) {
     QPainter painter(this);
-    if (focusShown && hasFocus())
+    if (showsFocus())
         FocusRing::draw(painter, rect(), focusRadius, palette());
     const int length = std::min(side(), std::min(width(), height()));
     const QPixmap pixmap = symbolPixmap(shown, QSize(length, length), tint(palette()), devicePixelRatioF());

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "DrawnButton.h"
 #include "Symbols.h"
 
-#include <QAbstractButton>
 #include <QColor>
 
 #include <functional>
@@ -11,7 +11,7 @@ namespace ferrolt {
 
 /// A button without a border that is nothing but a symbol. What it does stands in its tooltip, which is also
 /// its name for a screen reader.
-class SymbolButton : public QAbstractButton {
+class SymbolButton : public DrawnButton {
     Q_OBJECT
 
   public:
@@ -28,16 +28,12 @@ class SymbolButton : public QAbstractButton {
 
   protected:
     void paintEvent(QPaintEvent *event) override;
-    bool event(QEvent *event) override;
-    void focusInEvent(QFocusEvent *event) override;
-    void focusOutEvent(QFocusEvent *event) override;
 
   private:
     int side() const;
 
     Symbol shown;
     Role tint;
-    bool focusShown = false;  ///< for those who came by the keyboard
 };
 
 }  // namespace ferrolt

@@ -189,6 +189,18 @@ class ContentViewTest : public QObject {
 
     void tabGoesThroughTheWindowInTheOrderOfTheEyeAndBack() {
         WindowFixture fixture;
+    void enterChoosesTheEntryThatHasTheKeyboard() {
+        WindowFixture fixture;
+        fixture.open();
+        QWidget *settings = named(*fixture.window, "Settings");
+        for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter, Qt::Key_Space}) {
+            fixture.vars->selectTab(AppVars::homeTab);
+            settings->setFocus();
+            QTest::keyClick(settings, key);
+            QCOMPARE(fixture.vars->_selectedTab.get(), std::optional(AppVars::settingsTab));
+        }
+    }
+
         fixture.tree.writeIdentity("", "");
         fixture.open();
         QStringList names;

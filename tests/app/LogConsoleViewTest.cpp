@@ -236,10 +236,50 @@ class LogConsoleViewTest : public QObject {
         console.append("text\n");
         console.show();
         console.copyButton().setFocus(Qt::TabFocusReason);
-        QTest::keyClick(&console.copyButton(), Qt::Key_Space);
-        QCOMPARE(console.clipboard.text, "text\n");
+        for (const Qt::Key key : {Qt::Key_Space, Qt::Key_Return, Qt::Key_Enter}) {
+            console.clipboard.text.clear();
+            QTest::keyClick(&console.copyButton(), key);
+            QCOMPARE(console.clipboard.text, "text\n");
+        }
         QTest::keyClick(&console.copyButton(), Qt::Key_Tab);
         QVERIFY(console.area().hasFocus());
+    }
+
+    void theFocusRingGoesWithTheFocus() {
+        ConsoleFixture console;
+        console.append("text\n");
+        console.show();
+        const auto buttonAndText = [&] {
+            return std::pair(console.copyButton().grab().toImage(),
+                             console.area().viewport()->grab().toImage());
+        };
+        console.area().setFocus(Qt::MouseFocusReason);
+        const auto without = buttonAndText();
+        console.copyButton().setFocus(Qt::TabFocusReason);
+        QVERIFY(buttonAndText().first != without.first);
+        console.area().setFocus(Qt::TabFocusReason);
+        QVERIFY(buttonAndText().second != without.second);
+        // Given by the program this time: neither is reached by the keyboard.
+        console.copyButton().setFocus(Qt::OtherFocusReason);
+        QCOMPARE(buttonAndText().first, without.first);
+        console.area().setFocus(Qt::OtherFocusReason);
+        QCOMPARE(buttonAndText().second, without.second);
+    }
+
+    void theBadgeIsMirroredFromRightToLeft() {
+        ConsoleFixture console;
+        console.view.setLayoutDirection(Qt::RightToLeft);
+        console.show();
+        const StatusBadge &badge = *console.view.findChild<StatusBadge *>();
+        const QImage picture = console.view.findChild<StatusBadge *>()->grab().toImage();
+        const QColor dot = Theme::secondaryText(console.view.palette());
+        const QColor card = Theme::controlBackground(console.view.palette());
+        QCOMPARE(picture.pixelColor(badge.width() - 1 - (8 + 4), badge.height() / 2), dot);
+        // Dot, gap and text, from right to left; the padding is free.
+        for (int y = 4; y < badge.height() - 4; ++y) {
+            QCOMPARE(picture.pixelColor(badge.width() - 1 - (8 + 8 + 2), y), card);
+            QCOMPARE(picture.pixelColor(6, y), card);
+        }
     }
 
     /// As in a theme of dark windows with light views.
