@@ -18,6 +18,12 @@
 #include <utility>
 
 namespace ferrolt {
+namespace {
+
+/// For the title bar and the borders, whose sizes are known only once the window is shown.
+constexpr QSize roomForFrame(16, 48);
+
+}  // namespace
 
 MainWindow::MainWindow(std::shared_ptr<AppVars> appVars, std::shared_ptr<TimeSource> time,
                        std::shared_ptr<Clipboard> clipboard, QString stateFile)
@@ -30,6 +36,9 @@ MainWindow::MainWindow(std::shared_ptr<AppVars> appVars, std::shared_ptr<TimeSou
     makeMenu();
     restoreState();
     connect(qApp, &QCoreApplication::aboutToQuit, this, &MainWindow::saveState);
+    for (QScreen *const screen : QGuiApplication::screens())
+        followScale(screen);
+    connect(qApp, &QGuiApplication::screenAdded, this, &MainWindow::followScale);
 }
 
 MainWindow::~MainWindow() = default;
@@ -56,11 +65,28 @@ void MainWindow::makeMenu() {
     connect(openMenu, &QShortcut::activated, view->sidebar()->menuButton(), &MenuButton::showMenu);
 }
 
+/// On X11 Qt 6.4 takes over a scale that the desktop changes, but leaves windows at their size in device
+/// pixels and what is drawn in them as it is.
+void MainWindow::followScale(QScreen *screen) {
+    const auto adapt = [this, screen] {
+        if (windowHandle() == nullptr || windowHandle()->screen() != screen)
+            return;
+        const QSize available = screen->availableSize() - roomForFrame;
+        const bool isFree = !isMaximized() && !isFullScreen();
+        const QSize wanted = isFree ? size().boundedTo(available) : size();
+        windowHandle()->resize(wanted);
+        QEvent scaleHasChanged(QEvent::ScreenChangeInternal);
+        QCoreApplication::sendEvent(windowHandle(), &scaleHasChanged);
+    };
+    // Queued: the signal comes before the new scale counts.
+    connect(screen, &QScreen::logicalDotsPerInchChanged, this, adapt, Qt::QueuedConnection);
+}
+
 void MainWindow::restoreState() {
     const WindowState state = stateFile->load();
     QSize size = state.size.expandedTo(view->minimumSize());
     if (const QScreen *const screen = QGuiApplication::primaryScreen())
-        size = size.boundedTo(screen->availableSize());
+        size = size.boundedTo(screen->availableSize() - roomForFrame);
     resize(size);
     view->resize(size);
     view->setSidebarWidth(state.sidebarWidth);
@@ -89,6 +115,10 @@ void MainWindow::showEvent(QShowEvent *event) {
         return;
     contentIsToAppear = true;
     windowHandle()->installEventFilter(this);
+    // The screen that it was on may be gone.
+    if (const QScreen *const screen = QGuiApplication::primaryScreen();
+        screen != nullptr && testAttribute(Qt::WA_Moved) && !QGuiApplication::screenAt(geometry().center()))
+        move(screen->availableGeometry().topLeft());
 }
 
 bool MainWindow::eventFilter(QObject *watched, QEvent *event) {
@@ -104,6 +134,10 @@ void MainWindow::hideEvent(QHideEvent *event) {
     if (event->spontaneous())
         return;
     contentIsToAppear = false;
+    // Closing destroys the window of the desktop (Qt 6), and a new one is placed by the window manager unless
+    // a place is asked for.
+    if (!isMaximized() && !isFullScreen())
+        windowHandle()->setFramePosition(windowHandle()->framePosition());
     stateFile->saveSoon(state());
 }
 

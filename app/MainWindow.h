@@ -4,6 +4,8 @@
 
 #include <memory>
 
+class QScreen;
+
 namespace ferrolt {
 
 class AppVars;
@@ -49,6 +51,7 @@ class MainWindow : public QMainWindow {
 
   private:
     void makeMenu();
+    void followScale(QScreen *screen);
     void restoreState();
     WindowState state() const;
 

@@ -6,7 +6,9 @@
 
 #include <QEvent>
 #include <QFocusEvent>
+#include <QMenu>
 #include <QPainter>
+#include <QStyleOptionToolButton>
 
 #include <algorithm>
 
@@ -28,6 +30,21 @@ MenuButton::MenuButton(QWidget *parent) : QToolButton(parent) {
     setFocusPolicy(Qt::TabFocus);
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     parent->installEventFilter(this);
+}
+
+void MenuButton::setMenu(QMenu *menu) {
+    if (this->menu() != nullptr)
+        this->menu()->removeEventFilter(this);
+    QToolButton::setMenu(menu);
+    if (menu != nullptr)
+        menu->installEventFilter(this);
+}
+
+/// The same menu opens where the sidebar is clicked.
+bool MenuButton::isMenuItsOwn() const {
+    QStyleOptionToolButton option;
+    initStyleOption(&option);
+    return option.activeSubControls.testFlag(QStyle::SC_ToolButtonMenu);
 }
 
 /// As long as the symbols of the entries are wide, whatever the font.
@@ -74,6 +91,12 @@ void MenuButton::focusOutEvent(QFocusEvent *event) {
 }
 
 bool MenuButton::eventFilter(QObject *watched, QEvent *event) {
+    // QToolButton opens its menu below itself, which here is below the window. The menu is not on screen yet.
+    if (watched == menu() && event->type() == QEvent::Show && isMenuItsOwn()) {
+        const QPoint corner = mapToGlobal(QPoint(0, 0));
+        const int left = isRightToLeft() ? corner.x() + width() - menu()->width() : corner.x();
+        menu()->move(left, corner.y() - menu()->height());
+    }
     if (watched == parentWidget() && (event->type() == QEvent::Enter || event->type() == QEvent::Leave))
         update();
     return QToolButton::eventFilter(watched, event);

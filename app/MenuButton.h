@@ -15,6 +15,9 @@ class MenuButton : public QToolButton {
   public:
     explicit MenuButton(QWidget *parent);
 
+    /// The menu opens above the button, inside the window. Not owned.
+    void setMenu(QMenu *menu);
+
     QSize sizeHint() const override;
 
   protected:
@@ -25,6 +28,7 @@ class MenuButton : public QToolButton {
     bool eventFilter(QObject *watched, QEvent *event) override;
 
   private:
+    bool isMenuItsOwn() const;
     int lineLength() const;
 
     FocusRing ring;

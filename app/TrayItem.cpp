@@ -7,6 +7,7 @@
 #include <QAction>
 #include <QCoreApplication>
 #include <QEvent>
+#include <QGuiApplication>
 #include <QMenu>
 #include <QSystemTrayIcon>
 
@@ -60,7 +61,7 @@ bool TrayItem::event(QEvent *event) {
 }
 
 void TrayItem::refresh() {
-    const QString text = statusText();
+    const QString text = QGuiApplication::applicationDisplayName() + QLatin1Char('\n') + statusText();
     if (text != icon->toolTip())
         icon->setToolTip(text);
     if (appVars->_isPermanentlyStopped && !std::exchange(isStopShown, true))

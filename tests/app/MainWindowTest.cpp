@@ -12,6 +12,7 @@
 #include <QClipboard>
 #include <QLineEdit>
 #include <QMenu>
+#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QTest>
 #include <QTimer>
@@ -120,6 +121,29 @@ class MainWindowTest : public QObject {
         QTest::keyClick(&window, Qt::Key_F10);
         QTRY_COMPARE(quit.size(), 1);
         QCOMPARE(seen, (QStringList{"Copy", "Select All", "", "Close", "Quit"}));
+    }
+
+    void theMenuOpensInsideTheWindow_data() {
+        QTest::addColumn<Qt::LayoutDirection>("direction");
+        QTest::newRow("left to right") << Qt::LeftToRight;
+        QTest::newRow("right to left") << Qt::RightToLeft;
+    }
+    void theMenuOpensInsideTheWindow() {
+        QFETCH(Qt::LayoutDirection, direction);
+        const auto restore = qScopeGuard([] { QApplication::setLayoutDirection(Qt::LeftToRight); });
+        QApplication::setLayoutDirection(direction);
+        WindowFixture fixture;
+        MainWindow &window = fixture.open();
+        QRect place;
+        // The menu runs an event loop of its own.
+        QTimer::singleShot(0, &window, [&] {
+            QTRY_VERIFY(openMenu());
+            place = openMenu()->geometry();
+            openMenu()->close();
+        });
+        QTest::keyClick(&window, Qt::Key_F10);
+        QTRY_VERIFY(place.isValid());
+        QVERIFY(window.geometry().contains(place));
     }
 
     void theMenusCopyAndSelectAllGoToTheFieldThatHasTheKeyboard() {

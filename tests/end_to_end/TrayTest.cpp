@@ -74,9 +74,13 @@ class TrayTest : public QObject {
         QVERIFY(waitUntil([&] { return tray.registeredItems().size() == 1; }));
         QVERIFY(!tray.pictures().isEmpty());
         QVERIFY(waitUntil([&] { return bothRun(launcher); }, 60s));
-        QVERIFY(waitUntil([&] { return tray.toolTip() == "Lumora Core, running\nQor Client, running"; }));
+        QVERIFY(waitUntil([&] {
+            return tray.toolTip() == "Ferrolt Miner Launcher\nLumora Core, running\nQor Client, running";
+        }));
         kill(launcher.child("qorclient")->id, SIGTERM);
-        QVERIFY(waitUntil([&] { return tray.toolTip() == "Lumora Core, stopped\nQor Client, stopped"; }));
+        QVERIFY(waitUntil([&] {
+            return tray.toolTip() == "Ferrolt Miner Launcher\nLumora Core, stopped\nQor Client, stopped";
+        }));
         kill(launcher.id(), SIGTERM);
         QVERIFY(waitUntil([&] { return !launcher.isRunning(); }));
         QCOMPARE(launcher.program().exitStatus(), QProcess::NormalExit);
@@ -146,7 +150,7 @@ class TrayTest : public QObject {
         QVERIFY(waitUntil([&] { return isInView(launcher); }));  // it does without in between
         const NotifierTray second(desktop->busAddress());
         QVERIFY(waitUntil([&] { return !second.registeredItems().isEmpty(); }));
-        QVERIFY(second.toolTip().startsWith("Lumora Core, "));
+        QVERIFY(second.toolTip().contains("Lumora Core, "));
     }
 
     void aTrayOfTheOlderKindTakesTheItemInAndAClickOnItBringsTheWindowUp_data() {
