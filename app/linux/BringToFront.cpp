@@ -8,8 +8,6 @@
 
 #include <array>
 #include <cstdint>
-#include <cstdlib>
-#include <memory>
 #include <optional>
 
 namespace ferrolt {
@@ -22,9 +20,9 @@ constexpr std::uint32_t allDesktops = 0xFFFFFFFF;
 /// A property of the window that is one number.
 std::optional<std::uint32_t> number(xcb_connection_t *display, xcb_window_t window, const char *name) {
     const auto question =
-        xcb_get_property(display, 0, window, X11Display::atom(name), XCB_ATOM_CARDINAL, 0, 1);
-    const std::unique_ptr<xcb_get_property_reply_t, decltype(&std::free)> reply(
-        xcb_get_property_reply(display, question, nullptr), &std::free);
+        xcb_get_property(display, 0, window, x11Atom(display, name), XCB_ATOM_CARDINAL, 0, 1);
+    const X11Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(display, question, nullptr),
+                                                   &std::free);
     if (!reply || reply->format != 32 || reply->value_len != 1)
         return std::nullopt;
     return *static_cast<const std::uint32_t *>(xcb_get_property_value(reply.get()));
@@ -36,7 +34,7 @@ void askWindowManager(xcb_connection_t *display, xcb_window_t root, xcb_window_t
     request.response_type = XCB_CLIENT_MESSAGE;
     request.format = 32;
     request.window = window;
-    request.type = X11Display::atom(what);
+    request.type = x11Atom(display, what);
     request.data.data32[0] = arguments[0];
     request.data.data32[1] = arguments[1];
     xcb_send_event(display, 0, root,
@@ -48,7 +46,7 @@ void askWindowManager(xcb_connection_t *display, xcb_window_t root, xcb_window_t
 /// then only mark the window in the task bar when the user has worked elsewhere since. And openbox activates
 /// no window of another workspace, whoever asks: the window comes to the user's.
 void activateForUser(const QWidget &widget) {
-    xcb_connection_t *const display = X11Display::connection();
+    xcb_connection_t *const display = x11Display();
     if (!display)
         return;
     const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(display)).data->root;

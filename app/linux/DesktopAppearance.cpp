@@ -1,10 +1,13 @@
 #include "DesktopAppearance.h"
 
+#include "GtkThemeName.h"
 #include "PortalColorScheme.h"
 #include "Theme.h"
 
 #include <QApplication>
 #include <QStyle>
+
+#include <optional>
 
 namespace ferrolt {
 namespace {
@@ -20,22 +23,39 @@ bool desktopBringsColours() {
     return false;
 }
 
+/// The portal's preference counts. Where it has none, as on Xfce, the name of the desktop's GTK theme does.
 class LinuxAppearance final : public DesktopAppearance {
   public:
-    LinuxAppearance() {
-        show(PortalColorScheme::Preference::None);
+    LinuxAppearance() : theme([this] { showTheme(); }) {
         QObject::connect(&portal, &PortalColorScheme::preferenceChanged, &portal,
-                         [](PortalColorScheme::Preference preference) { show(preference); });
+                         [this](PortalColorScheme::Preference now) {
+                             preference = now;
+                             show();
+                         });
+        showTheme();
         portal.watch();
     }
 
   private:
-    static void show(PortalColorScheme::Preference preference) {
-        const bool dark = preference == PortalColorScheme::Preference::Dark;
-        QApplication::setPalette(dark ? Theme::darkPalette() : Theme::lightPalette());
+    using Preference = PortalColorScheme::Preference;
+
+    void showTheme() {
+        isThemeDark = GtkThemeName::isDark(theme.read());
+        show();
+    }
+
+    void show() {
+        const bool dark = preference == Preference::None ? isThemeDark : preference == Preference::Dark;
+        if (dark != isShownDark)
+            QApplication::setPalette(dark ? Theme::darkPalette() : Theme::lightPalette());
+        isShownDark = dark;
     }
 
     PortalColorScheme portal;
+    GtkThemeName theme;
+    Preference preference = Preference::None;
+    bool isThemeDark = false;
+    std::optional<bool> isShownDark;
 };
 
 }  // namespace

@@ -5,39 +5,24 @@
 #include <QByteArray>
 #include <QGuiApplication>
 
-#include <cstdlib>
-#include <memory>
 #include <utility>
 
 namespace ferrolt {
-namespace {
-
-template <class Reply>
-using Received = std::unique_ptr<Reply, decltype(&std::free)>;
-
-bool hasOwner(xcb_connection_t *display, xcb_atom_t selection) {
-    const Received<xcb_get_selection_owner_reply_t> reply(
-        xcb_get_selection_owner_reply(display, xcb_get_selection_owner(display, selection), nullptr),
-        &std::free);
-    return reply && reply->owner != XCB_WINDOW_NONE;
-}
-
-}  // namespace
 
 TrayWindow::TrayWindow(std::function<void()> appeared) : appeared(std::move(appeared)) {
-    xcb_connection_t *const display = X11Display::connection();
+    xcb_connection_t *const display = x11Display();
     if (!display)
         return;
-    manager = X11Display::atom("MANAGER");
+    manager = x11Atom(display, "MANAGER");
     // The first screen's: Qt 6 knows no other as the program's own.
-    selection = X11Display::atom("_NET_SYSTEM_TRAY_S0");
+    selection = x11Atom(display, "_NET_SYSTEM_TRAY_S0");
     // Qt has asked for the root window's events already, for the sake of its own tray items.
     qGuiApp->installNativeEventFilter(this);
 }
 
 bool TrayWindow::isThere() const {
-    xcb_connection_t *const display = X11Display::connection();
-    return display && hasOwner(display, selection);
+    xcb_connection_t *const display = x11Display();
+    return display && x11SelectionOwner(display, selection) != XCB_WINDOW_NONE;
 }
 
 TrayWindow::~TrayWindow() {

@@ -2,14 +2,24 @@
 
 #include <QByteArray>
 
+#include <cstdlib>
+#include <memory>
+
 #include <xcb/xcb.h>
 
-namespace ferrolt::X11Display {
+namespace ferrolt {
 
-/// Qt's connection to the X display; null on others. Not owned. Main thread, with the application object.
-xcb_connection_t *connection();
+/// What this program's connection to an X display is asked. All but x11Display() wait for the display's
+/// answer. Main thread.
 
-/// The atom of that name; waits for the display's answer. Only with a connection.
-xcb_atom_t atom(const QByteArray &name);
+/// Null on other displays.
+xcb_connection_t *x11Display();
+xcb_atom_t x11Atom(xcb_connection_t *display, const QByteArray &name);
+/// None while nobody owns the selection.
+xcb_window_t x11SelectionOwner(xcb_connection_t *display, xcb_atom_t selection);
 
-}  // namespace ferrolt::X11Display
+/// An answer, which the caller owns.
+template <class Reply>
+using X11Reply = std::unique_ptr<Reply, decltype(&std::free)>;
+
+}  // namespace ferrolt
