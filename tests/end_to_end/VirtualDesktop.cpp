@@ -10,13 +10,13 @@
 
 namespace ferrolt {
 
-VirtualDesktop::VirtualDesktop(const QStringList &windowManager) {
+VirtualDesktop::VirtualDesktop(const QStringList &windowManager, const QString &screenSize) {
     QDir(folder.path()).mkdir("runtime");
     QFile::setPermissions(folder.filePath("runtime"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     bus = startWithAnnouncement("dbus-daemon",
                                 {"--session", "--nofork", "--nopidfile", "--nosyslog", "--print-address=1"});
-    display =
-        startWithAnnouncement("Xvfb", {"-displayfd", "1", "-screen", "0", "1280x800x24", "-nolisten", "tcp"});
+    display = startWithAnnouncement(
+        "Xvfb", {"-displayfd", "1", "-screen", "0", screenSize + "x24", "-nolisten", "tcp"});
     if (!display.isEmpty())
         display.prepend(':');
     auto &manager = addService();

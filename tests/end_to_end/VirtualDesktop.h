@@ -12,7 +12,8 @@ namespace ferrolt {
 /// A desktop that nobody looks at: a session bus, an X display with a window manager, and a run-time folder.
 class VirtualDesktop {
   public:
-    explicit VirtualDesktop(const QStringList &windowManager = {"openbox", "--sm-disable"});
+    explicit VirtualDesktop(const QStringList &windowManager = {"openbox", "--sm-disable"},
+                            const QString &screenSize = "1280x800");
     ~VirtualDesktop();
 
     /// What did not start; empty when all did.

@@ -4,6 +4,9 @@
 #include "Waiting.h"
 #include "XClient.h"
 
+#include <QColor>
+#include <QRect>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <chrono>
@@ -18,6 +21,10 @@ using namespace std::chrono_literals;
 /// the accessibility tree may be right while the screen is not; and where it stands.
 class WindowTest : public QObject {
     Q_OBJECT
+
+    const QTemporaryDir folder;
+    const QStringList openbox{"openbox", "--sm-disable", "--config-file", folder.filePath("openbox.xml")};
+    const QStringList xfwm{"xfwm4", "--compositor=off"};
 
     std::unique_ptr<VirtualDesktop> desktop;
     std::unique_ptr<XClient> other;
@@ -62,21 +69,57 @@ class WindowTest : public QObject {
         return pixels;
     }
 
-    /// In the window, from its top left corner.
-    void click(int x, int y) const {
-        desktop->run("xdotool", {"mousemove", "--window", window, QString::number(x), QString::number(y),
-                                 "click", "1", "mousemove", "0", "0"});
-    }
-
     /// Has the logs drawn afresh: a page that was away is drawn whole.
     QByteArray pixelsDrawnAfresh() const {
+        const auto press = [&](const QString &entry) {
+            desktop->run(FERROLT_SCREEN_READER, {QString::number(launcher->id()), "press", entry});
+        };
         const QByteArray home = restingPixels();
-        click(60, 52);
+        press("Settings");
         if (!waitUntil([&] { return desktop->pixels() != home; }))
             return {};
-        click(60, 24);
-        waitUntil([&] { return !launcher->consoleText("Qor Client").isEmpty(); });
+        const QByteArray settings = restingPixels();
+        press("Home");
+        waitUntil([&] { return desktop->pixels() != settings; });
         return restingPixels();
+    }
+
+    bool startDesktop(const QStringList &windowManager, const QString &screenSize = "1280x800") {
+        desktop = std::make_unique<VirtualDesktop>(windowManager, screenSize);
+        if (!desktop->failure().isEmpty()) {
+            qWarning("%s", qPrintable(desktop->failure()));
+            return false;
+        }
+        other = std::make_unique<XClient>(desktop->displayName());
+        return true;
+    }
+
+    /// As a user does who starts the program once more.
+    bool showWindow() {
+        if (launcher->startAgain() != 0 || !waitUntil([&] { return launcher->visibleWindows().size() == 1; }))
+            return false;
+        window = desktop
+                     ->run("xdotool", {"search", "--all", "--onlyvisible", "--pid",
+                                       QString::number(launcher->id()), "--name", "."})
+                     .trimmed();
+        return waitUntil([&] {
+            return desktop->run("xdotool", {"getactivewindow"}).trimmed() == window &&
+                   other->frameOf(windowId()).has_value();
+        });
+    }
+
+    /// Of the window on the screen, without its frame.
+    QRect place() const { return other->placeOf(windowId()); }
+
+    /// On the screen, at a place of the window.
+    QColor pixelAt(QPoint point) const {
+        const QByteArray pixels = desktop->pixels();
+        const QPoint onScreen = place().topLeft() + point;
+        const qsizetype at = (qsizetype{onScreen.y()} * 1280 + onScreen.x()) * 3;
+        const auto byte = [&](qsizetype i) {
+            return i < pixels.size() ? static_cast<unsigned char>(pixels[i]) : 0;
+        };
+        return QColor(byte(at), byte(at + 1), byte(at + 2));
     }
 
     bool openWindow() {
@@ -90,13 +133,8 @@ class WindowTest : public QObject {
         TestTree::write(children[1].string() + ".behaviour", "relay " + pipeOf("client").string() + "\n");
         launcher = std::make_unique<Launcher>(*desktop, tree->executable(), tree->home());
         desktop->run("xdotool", {"mousemove", "0", "0"});
-        if (!waitUntil([&] { return launcher->child("qorclient").has_value(); }, 60s) ||
-            launcher->startAgain() != 0 || !waitUntil([&] { return launcher->visibleWindows().size() == 1; }))
+        if (!waitUntil([&] { return launcher->child("qorclient").has_value(); }, 60s) || !showWindow())
             return false;
-        window = desktop
-                     ->run("xdotool", {"search", "--all", "--onlyvisible", "--pid",
-                                       QString::number(launcher->id()), "--name", "."})
-                     .trimmed();
         // The last that is written without being asked for: there is no server to fetch anything from.
         return waitUntil([&] {
             return launcher->consoleText("Lumora Core Engine").contains("next check.") &&
@@ -105,6 +143,13 @@ class WindowTest : public QObject {
     }
 
   private Q_SLOTS:
+    void initTestCase() {
+        // Nothing but the windows: no note of which workspace this is.
+        TestTree::write(folder.filePath("openbox.xml").toStdString(),
+                        "<openbox_config xmlns=\"http://openbox.org/3.4/rc\">"
+                        "<desktops><number>2</number><popupTime>0</popupTime></desktops></openbox_config>");
+    }
+
     void cleanup() {
         if (desktop && QTest::currentTestFailed())
             desktop->takePicture(QString("%1/WindowTest-%2-%3.png")
@@ -117,8 +162,6 @@ class WindowTest : public QObject {
     }
 
     void whatWasWrittenWhileTheWindowWasAwayIsOnScreenWhenItComesBack_data() {
-        const QStringList openbox{"openbox", "--sm-disable"};
-        const QStringList xfwm{"xfwm4", "--compositor=off"};
         const Absence onAnotherWorkspace{[](auto &t) {
                                              does(t, {"set_desktop", "1"});
                                          },
@@ -136,12 +179,21 @@ class WindowTest : public QObject {
         const Absence behindALock{[](auto &t) { t.other->coverScreen(); },
                                   [](auto &t) { t.other->uncoverScreen(); }};
 
+        const Absence anotherScale{[](auto &t) {
+                                       does(t, {"set_desktop", "1"});
+                                       t.other->setSettings({{"Xft/DPI", 144 * 1024}});
+                                   },
+                                   [](auto &t) {
+                                       does(t, {"set_desktop", "0"});
+                                   }};
+
         QTest::addColumn<QStringList>("windowManager");
         QTest::addColumn<Absence>("absence");
         QTest::newRow("another workspace, openbox") << openbox << onAnotherWorkspace;
         QTest::newRow("minimized, openbox") << openbox << minimized;
         QTest::newRow("rolled up, openbox") << openbox << rolledUp;
         QTest::newRow("locked screen, openbox") << openbox << behindALock;
+        QTest::newRow("another workspace and another scale, openbox") << openbox << anotherScale;
         QTest::newRow("another workspace, xfwm4") << xfwm << onAnotherWorkspace;
         QTest::newRow("minimized, xfwm4") << xfwm << minimized;
         QTest::newRow("rolled up, xfwm4") << xfwm << rolledUp;
@@ -149,10 +201,9 @@ class WindowTest : public QObject {
     void whatWasWrittenWhileTheWindowWasAwayIsOnScreenWhenItComesBack() {
         QFETCH(QStringList, windowManager);
         QFETCH(Absence, absence);
-        desktop = std::make_unique<VirtualDesktop>(windowManager);
-        QVERIFY2(desktop->failure().isEmpty(), qPrintable(desktop->failure()));
-        other = std::make_unique<XClient>(desktop->displayName());
+        QVERIFY(startDesktop(windowManager));
         desktop->run("xdotool", {"set_num_desktops", "2"});
+        other->setSettings({{"Xft/DPI", 96 * 1024}});  // a settings manager that comes later is not followed
         QVERIFY(openWindow());
         QVERIFY(write("Written before it went away.\n", "went away."));
         const QByteArray before = restingPixels();
@@ -165,6 +216,64 @@ class WindowTest : public QObject {
         const QByteArray seen = restingPixels();
         QVERIFY2(seen != before, "the screen shows what it showed when the window went");
         QVERIFY2(pixelsDrawnAfresh() == seen, "the screen shows something else than the logs");
+    }
+
+    void aWindowThatWasClosedComesBackWhereItStood_data() {
+        QTest::addColumn<QStringList>("windowManager");
+        QTest::newRow("openbox") << openbox;
+        QTest::newRow("xfwm4") << xfwm;
+    }
+    void aWindowThatWasClosedComesBackWhereItStood() {
+        QFETCH(QStringList, windowManager);
+        QVERIFY(startDesktop(windowManager));
+        QVERIFY(openWindow());
+        const QRect first = place();
+        desktop->run("xdotool", {"windowsize", window, "900", "550"});
+        desktop->run("xdotool", {"windowmove", window, "213", "117"});
+        QVERIFY(waitUntil([&] { return place().size() == QSize(900, 550) && place().x() != first.x(); }));
+        const QRect before = place();
+        for (int round = 0; round < 2; ++round) {
+            desktop->run("xdotool", {"key", "ctrl+w"});
+            QVERIFY(waitUntil([&] { return launcher->visibleWindows().isEmpty(); }));
+            QVERIFY(showWindow());
+            QTRY_COMPARE(place(), before);
+        }
+    }
+
+    void theFirstWindowFitsASmallScreenWithItsFrame() {
+        QVERIFY(startDesktop(openbox, "1024x600"));
+        QVERIFY(openWindow());
+        const QRect whole = place().marginsAdded(*other->frameOf(windowId()));
+        QVERIFY2(QRect(0, 0, 1024, 600).contains(whole),
+                 qPrintable(QString("%1 by %2").arg(whole.width()).arg(whole.height())));
+    }
+
+    /// No portal tells of it: Xfce has the name of its theme in the settings of the display.
+    void theWindowIsDarkWhereTheDesktopsGtkThemeIs() {
+        QVERIFY(startDesktop(openbox));
+        other->setSettings(
+            {{"Gtk/FontName", "Sans 10"}, {"Xft/Antialias", 1}, {"Net/ThemeName", "Greybird-dark"}});
+        QVERIFY(openWindow());
+        const auto isDark = [&] { return pixelAt({600, 300}).lightness() < 100; };
+        QVERIFY(waitUntil(isDark));
+        for (const auto &[theme, dark] : {std::pair("Greybird", false),
+                                          {"Arc-Dark-solid", true},
+                                          {"Darkmist", false},
+                                          {"Adwaita-dark", true}}) {
+            other->setSettings({{"Net/ThemeName", theme}});
+            QVERIFY2(waitUntil([&] { return isDark() == dark; }), theme);
+        }
+    }
+
+    void f3SearchesUnderQtsThemeForGtkDesktopsToo() {
+        QVERIFY(startDesktop(openbox));
+        desktop->setVariable("QT_QPA_PLATFORMTHEME", "gnome");
+        QVERIFY(openWindow());
+        desktop->run("xdotool", {"key", "F3"});
+        QVERIFY(waitUntil([&] {
+            return desktop->run(FERROLT_SCREEN_READER, {QString::number(launcher->id()), "list"})
+                .contains("Find Next");
+        }));
     }
 };
 

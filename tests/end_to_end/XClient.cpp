@@ -9,6 +9,9 @@
 namespace ferrolt {
 namespace {
 
+template <class Type>
+using Reply = std::unique_ptr<Type, decltype(&std::free)>;
+
 void append(QByteArray &bytes, std::uint32_t number) {
     bytes.append(reinterpret_cast<const char *>(&number), sizeof number);
 }
@@ -33,7 +36,7 @@ XClient::~XClient() {
 }
 
 xcb_atom_t XClient::atom(const char *name) const {
-    const std::unique_ptr<xcb_intern_atom_reply_t, decltype(&std::free)> reply(
+    const Reply<xcb_intern_atom_reply_t> reply(
         xcb_intern_atom_reply(
             connection, xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(std::strlen(name)), name),
             nullptr),
@@ -71,6 +74,29 @@ void XClient::coverScreen() {
 void XClient::uncoverScreen() {
     xcb_destroy_window(connection, cover);
     xcb_flush(connection);
+}
+
+QRect XClient::placeOf(xcb_window_t window) const {
+    const Reply<xcb_get_geometry_reply_t> size(
+        xcb_get_geometry_reply(connection, xcb_get_geometry(connection, window), nullptr), &std::free);
+    const Reply<xcb_translate_coordinates_reply_t> corner(
+        xcb_translate_coordinates_reply(
+            connection, xcb_translate_coordinates(connection, window, screen->root, 0, 0), nullptr),
+        &std::free);
+    return size && corner ? QRect(corner->dst_x, corner->dst_y, size->width, size->height) : QRect();
+}
+
+std::optional<QMargins> XClient::frameOf(xcb_window_t window) const {
+    constexpr int sides = 4;
+    const auto question =
+        xcb_get_property(connection, 0, window, atom("_NET_FRAME_EXTENTS"), XCB_ATOM_CARDINAL, 0, sides);
+    const Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(connection, question, nullptr),
+                                                &std::free);
+    if (!reply || xcb_get_property_value_length(reply.get()) != sides * int{sizeof(std::uint32_t)})
+        return std::nullopt;
+    const auto *const extents = static_cast<const std::uint32_t *>(xcb_get_property_value(reply.get()));
+    return QMargins(static_cast<int>(extents[0]), static_cast<int>(extents[2]), static_cast<int>(extents[1]),
+                    static_cast<int>(extents[3]));
 }
 
 void XClient::setRolledUp(xcb_window_t window, bool isRolledUp) {

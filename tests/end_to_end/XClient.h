@@ -2,8 +2,12 @@
 
 #include <QByteArray>
 #include <QMap>
+#include <QMargins>
+#include <QRect>
 #include <QString>
 #include <QVariant>
+
+#include <optional>
 
 #include <xcb/xcb.h>
 
@@ -20,6 +24,12 @@ class XClient {
     /// Covers the whole screen, as a screen locker does: with a window that no window manager manages.
     void coverScreen();
     void uncoverScreen();
+
+    /// Where a window is on the screen, without its frame.
+    QRect placeOf(xcb_window_t window) const;
+    /// How far the frame that the window manager gave to a window reaches beyond it; none yet while it is
+    /// null.
+    std::optional<QMargins> frameOf(xcb_window_t window) const;
 
     /// Rolls a window up to its title bar or down again; the window manager does so.
     void setRolledUp(xcb_window_t window, bool isRolledUp);
