@@ -4,6 +4,7 @@
 #include "LogConsoleView.h"
 #include "LogTextArea.h"
 #include "Sidebar.h"
+#include "SidebarEntry.h"
 #include "SymbolPlace.h"
 #include "SymbolView.h"
 #include "Theme.h"
@@ -12,6 +13,7 @@
 #include <QLineEdit>
 #include <QProcess>
 #include <QScopeGuard>
+#include <QSignalSpy>
 #include <QSplitter>
 #include <QTest>
 
@@ -187,8 +189,6 @@ class ContentViewTest : public QObject {
         QCOMPARE(fixture.vars->_selectedTab.get(), std::optional(AppVars::homeTab));
     }
 
-    void tabGoesThroughTheWindowInTheOrderOfTheEyeAndBack() {
-        WindowFixture fixture;
     void enterChoosesTheEntryThatHasTheKeyboard() {
         WindowFixture fixture;
         fixture.open();
@@ -201,6 +201,8 @@ class ContentViewTest : public QObject {
         }
     }
 
+    void tabGoesThroughTheWindowInTheOrderOfTheEyeAndBack() {
+        WindowFixture fixture;
         fixture.tree.writeIdentity("", "");
         fixture.open();
         QStringList names;
@@ -494,12 +496,19 @@ class ContentViewTest : public QObject {
     void floodsOfChangesCostAHiddenWindowNothing() {
         WindowFixture fixture;
         MainWindow &window = fixture.open();
+        auto *const settings = named<SidebarEntry>(window, "Settings");
+        QSignalSpy followed(settings, &SidebarEntry::toggled);
         window.hide();
         QCoreApplication::processEvents();
-        for (int i = 0; i < 100; ++i)
+        for (int i = 0; i < 101; ++i) {
             fixture.vars->selectTab(i % 2 ? AppVars::homeTab : AppVars::settingsTab);
-        QCoreApplication::processEvents();
+            QCoreApplication::processEvents();
+        }
+        QCOMPARE(followed.size(), 0);
         QVERIFY(!window.findChild<LauncherPrefs *>());  // the form is built only when it is to be seen
+        WindowFixture::show(window);
+        QCOMPARE(followed.size(), 1);
+        QVERIFY(window.findChild<LauncherPrefs *>());
     }
 
     void withoutALauncherStateTheProgramEnds() {
