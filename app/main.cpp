@@ -7,6 +7,7 @@
 #include "EndProcess.h"
 #include "Ferrolt_Miner_LauncherApp.h"
 #include "FontWarmUp.h"
+#include "LauncherStyle.h"
 #include "MainQueue.h"
 #include "MainWindow.h"
 #include "ProcessSetup.h"
@@ -38,6 +39,7 @@ void rememberChildren(SingleInstance &instance, const AppVars &vars) {
 int runApplication(SingleInstance &instance, DesktopReopen &desktop) {
     QApplication::setQuitOnLastWindowClosed(false);  // the services run on behind a closed window
     installAccessibleRoles();
+    LauncherStyle::install();
     const auto appearance = DesktopAppearance::follow();
 
     const auto alerts = std::make_shared<QtAlertPresenter>();

@@ -1,0 +1,128 @@
+#include "LauncherStyle.h"
+#include "Theme.h"
+
+#include <QApplication>
+#include <QDialog>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QStyleFactory>
+#include <QStyleOptionSlider>
+#include <QTest>
+
+#include <algorithm>
+
+using namespace ferrolt;
+
+class LauncherStyleTest : public QObject {
+    Q_OBJECT
+
+    /// A page that is three times as high as its view.
+    struct Scene {
+        QScrollArea area;
+        Scene() {
+            area.setFrameShape(QFrame::NoFrame);
+            auto *const page = new QWidget;
+            page->setFixedSize(150, 900);
+            area.setWidget(page);
+            area.resize(200, 300);
+            area.show();
+        }
+        bool isShown() { return QTest::qWaitForWindowExposed(&area); }
+        QScrollBar &bar() { return *area.verticalScrollBar(); }
+        QRect partOf(QStyle::SubControl part) {
+            QStyleOptionSlider option;
+            option.initFrom(&bar());
+            option.orientation = Qt::Vertical;
+            option.minimum = bar().minimum();
+            option.maximum = bar().maximum();
+            option.sliderPosition = bar().value();
+            option.pageStep = bar().pageStep();
+            return bar().style()->subControlRect(QStyle::CC_ScrollBar, &option, part, &bar());
+        }
+        QColor colourAt(int y) { return bar().grab().toImage().pixelColor(bar().width() / 2, y); }
+    };
+
+  private Q_SLOTS:
+    void initTestCase() { QApplication::setStyle(new LauncherStyle); }
+
+    void theHandleStandsOutFromItsGround_data() {
+        QTest::addColumn<QPalette>("palette");
+        QTest::newRow("light") << Theme::lightPalette();
+        QTest::newRow("dark") << Theme::darkPalette();
+    }
+    void theHandleStandsOutFromItsGround() {
+        QFETCH(QPalette, palette);
+        QApplication::setPalette(palette);
+        Scene s;
+        QVERIFY(s.isShown());
+        const QColor ground = s.colourAt(250);
+        QCOMPARE(ground, Theme::windowBackground(palette));
+        const double contrast = Theme::contrast(s.colourAt(50), ground);
+        QVERIFY2(contrast >= 3, qPrintable(QString::number(contrast)));
+        // It shows how much there is, and where one is.
+        QCOMPARE(s.partOf(QStyle::SC_ScrollBarSlider), QRect(0, 0, s.bar().width(), 100));
+        s.bar().setValue(s.bar().maximum());
+        QTRY_COMPARE(s.colourAt(50), ground);
+        QVERIFY(s.colourAt(250) != ground);
+    }
+
+    void thereAreNoArrowButtons() {
+        Scene s;
+        QVERIFY(s.isShown());
+        QVERIFY(s.partOf(QStyle::SC_ScrollBarAddLine).isEmpty());
+        QVERIFY(s.partOf(QStyle::SC_ScrollBarSubLine).isEmpty());
+        // A click at the very end goes on by a page.
+        QTest::mouseClick(&s.bar(), Qt::LeftButton, {}, QPoint(7, s.bar().height() - 1));
+        QCOMPARE(s.bar().value(), s.bar().pageStep());
+        QTest::mouseClick(&s.bar(), Qt::LeftButton, {}, QPoint(7, 0));
+        QCOMPARE(s.bar().value(), 0);
+    }
+
+    void theHandleIsDragged() {
+        Scene s;
+        QVERIFY(s.isShown());
+        QTest::mousePress(&s.bar(), Qt::LeftButton, {}, QPoint(7, 50));
+        QTest::mouseMove(&s.bar(), QPoint(7, 150));
+        QTest::mouseRelease(&s.bar(), Qt::LeftButton, {}, QPoint(7, 150));
+        QCOMPARE(s.bar().value(), 300);
+    }
+
+    void aDialogsDefaultButtonHasTheAccentColourAndTheRingOfTheKeyboard() {
+        QApplication::setPalette(Theme::lightPalette());
+        QDialog dialog;
+        QPushButton other("Other", &dialog);
+        other.setAutoDefault(false);
+        QPushButton button("OK", &dialog);
+        button.setDefault(true);
+        other.move(100, 0);
+        dialog.resize(300, 100);
+        dialog.show();
+        dialog.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&dialog));
+        const auto surface = [](QPushButton &of) {
+            return of.grab().toImage().pixelColor(6, of.height() / 2);
+        };
+        QCOMPARE(surface(button), Theme::accent(Theme::lightPalette()));
+        QCOMPARE(surface(other), Theme::controlBackground(Theme::lightPalette()));
+        QVERIFY(button.sizeHint().height() >= 32);
+
+        other.setFocus(Qt::MouseFocusReason);
+        const QImage plain = button.grab().toImage();
+        QTest::keyClick(&other, Qt::Key_Backtab, Qt::ShiftModifier);
+        QTRY_VERIFY(button.hasFocus());
+        QVERIFY(button.grab().toImage() != plain);
+    }
+
+    void theDesktopsOwnStyleStays() {
+        QApplication::setStyle(QStyleFactory::create("windows"));
+        LauncherStyle::install();
+        QVERIFY(!qobject_cast<LauncherStyle *>(QApplication::style()));
+        QApplication::setStyle(QStyleFactory::create("fusion"));
+        LauncherStyle::install();
+        QVERIFY(qobject_cast<LauncherStyle *>(QApplication::style()));
+    }
+};
+
+QTEST_MAIN(LauncherStyleTest)
+#include "LauncherStyleTest.moc"
