@@ -91,6 +91,21 @@ class ContentViewTest : public QObject {
         QTRY_VERIFY(!named(*logs(fixture), "Running"));
     }
 
+    void afterAChildsOwnEndTheSidebarSaysThatTheLauncherIsStopped() {
+        WindowFixture fixture;
+        fixture.open();
+        const QString words =
+            "The Ferrolt Miner Launcher is stopped. Restart it to run both processes again.";
+        QVERIFY(!named(*fixture.window, words));
+        fixture.vars->startServices();
+        QTRY_VERIFY(named(*fixture.window, "Lumora Core, running"));
+        QVERIFY(!named(*fixture.window, words));
+        const auto engine = fixture.vars->_lump.get();
+        engine->terminate();
+        QTRY_VERIFY(named(*fixture.window, words));
+        QVERIFY(named(*fixture.window, words)->parentWidget() == fixture.window->findChild<Sidebar *>());
+    }
+
     void theWindowIsNeverSmallerThanItsLeastSizeNorTheSidebarOutOfItsBounds() {
         WindowFixture fixture;
         MainWindow &window = fixture.open();
