@@ -156,7 +156,7 @@ bool QtAlertPresenter::eventFilter(QObject *watched, QEvent *event) {
             QMetaObject::invokeMethod(this, &QtAlertPresenter::appearAgain, Qt::QueuedConnection);
         return QObject::eventFilter(watched, event);
     }
-    if (type == QEvent::KeyPress || type == QEvent::KeyRelease)
+    if (box && (type == QEvent::KeyPress || type == QEvent::KeyRelease))
         return pending.front().alert.style != AlertStyle::Informational &&
                !sinceShown.hasExpired(keysIgnoredMilliseconds);
     // Afterwards: the box has answers of its own to these.

@@ -13,8 +13,8 @@
 namespace ferrolt {
 namespace {
 
-constexpr std::uint32_t directUserAction =
-    2;  ///< who asks: Extended Window Manager Hints, "source indication"
+/// The source indication of the Extended Window Manager Hints.
+constexpr std::uint32_t directUserAction = 2;
 constexpr std::uint32_t allDesktops = 0xFFFFFFFF;
 
 /// A property of the window that is one number.
