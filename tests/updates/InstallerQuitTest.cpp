@@ -1,4 +1,5 @@
 #include "DiskImage.h"
+#include "EndProcess.h"
 #include "InstallationScene.h"
 #include "MainQueue.h"
 #include "PkexecCopy.h"
@@ -184,7 +185,7 @@ int main(int argc, char **argv) {
     QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
     if (arguments.value(1) == QStringLiteral("--quit-in-the-middle"))
-        return quitInTheMiddle(arguments.mid(2));
+        endProcess(quitInTheMiddle(arguments.mid(2)));
     InstallerQuitTest test;
     return QTest::qExec(&test, argc, argv);
 }

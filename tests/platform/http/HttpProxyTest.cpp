@@ -110,8 +110,7 @@ class HttpProxyTest : public QObject {
 
     void aPublicServerMayNotRedirectToThisMachineOrItsNetwork_data() {
         QTest::addColumn<QString>("target");
-        TestHttpsServer &here = server;
-        QTest::newRow("loopback") << here.base();
+        QTest::newRow("loopback") << server.base();
         QTest::newRow("a name for it") << QStringLiteral("https://local.test");
         QTest::newRow("private") << QStringLiteral("https://192.168.1.1");
     }
