@@ -14,7 +14,7 @@ namespace ferrolt {
 bool isLocalAddress(const QHostAddress &address);
 
 /// Decides whether a redirect is followed: never from https to http, and not from a public host to one with a
-/// local address. Without this, whoever can answer an http mirror's request could make the launcher send
+/// local address. Without this, an attacker who answers for an http mirror could make the launcher send
 /// requests to services on this machine and its network.
 ///
 /// A name counts by the addresses that it resolves to now. What remains: the connection resolves the name
