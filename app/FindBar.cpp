@@ -30,8 +30,6 @@ FindBar::FindBar(QWidget *parent)
     field->installEventFilter(this);
     result->setObjectName(QStringLiteral("findResult"));
     result->setMinimumWidth(1);
-    // English and numbers, whose order a layout from right to left would turn round.
-    result->setLayoutDirection(Qt::LeftToRight);
     auto *const done = new FlatButton(tr("Done"), this);
 
     auto *const row = new QHBoxLayout(this);

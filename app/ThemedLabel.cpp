@@ -20,8 +20,10 @@ ThemedLabel::ThemedLabel(const QString &text, FontRole fontRole, ColorRole color
 }
 
 int ThemedLabel::flags() const {
+    // All texts are English. In a layout from right to left only their place is another: a full stop stays at
+    // the end, and "1 of 2" is no "of 2 1".
     return static_cast<int>(QStyle::visualAlignment(layoutDirection(), alignment())) |
-           (wordWrap() ? Qt::TextWordWrap : Qt::TextSingleLine);
+           Qt::TextForceLeftToRight | (wordWrap() ? Qt::TextWordWrap : Qt::TextSingleLine);
 }
 
 QSize ThemedLabel::marginSize() const {

@@ -230,8 +230,9 @@ class LogSearchTest : public QObject {
 
     void theNumbersKeepTheirOrderFromRightToLeft() {
         const auto picture = [](Qt::LayoutDirection direction) {
+            const auto restore = qScopeGuard([] { QApplication::setLayoutDirection(Qt::LeftToRight); });
+            QApplication::setLayoutDirection(direction);
             ConsoleFixture console;
-            console.view.setLayoutDirection(direction);
             console.append("one hit and another hit\n");
             console.show();
             openBar(console);
