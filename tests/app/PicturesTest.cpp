@@ -1,5 +1,6 @@
 #include "ContentView.h"
 #include "HomeLogView.h"
+#include "LauncherStyle.h"
 #include "LibreOfficeInstaller.h"
 #include "Listener.h"
 #include "LogConsoleView.h"
@@ -122,6 +123,7 @@ void takeAlerts(const QString &prefix) {
 
 /// Everything in one palette at one font size.
 int take(const QString &folder, const QString &palette, qreal points) {
+    LauncherStyle::install();
     QFont font = QApplication::font();
     font.setPointSizeF(points);
     QApplication::setFont(font);
