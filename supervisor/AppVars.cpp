@@ -1,7 +1,6 @@
 #include "AppVars.h"
 
 #include "AppVarsChildren.h"
-#include "HttpSession.h"
 #include "LibreOfficeInstaller.h"
 #include "MinerIdentity.h"
 #include "PathResolvers.h"
