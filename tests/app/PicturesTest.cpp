@@ -13,6 +13,7 @@
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QProcess>
+#include <QPushButton>
 #include <QScrollBar>
 #include <QTest>
 #include <QtMath>
@@ -94,6 +95,14 @@ void takeSettings(const QString &prefix) {
     save(window, prefix + "settings-applied");
 }
 
+/// Null while there is none. One that comes by itself is not modal while the user works elsewhere.
+QMessageBox *shownAlert() {
+    for (QWidget *const window : QApplication::topLevelWidgets())
+        if (auto *const box = qobject_cast<QMessageBox *>(window); box != nullptr && box->isVisible())
+            return box;
+    return nullptr;
+}
+
 void takeAlerts(const QString &prefix) {
     QtAlertPresenter presenter;
     presenter.present(
@@ -113,11 +122,11 @@ void takeAlerts(const QString &prefix) {
     waitFor([&] { return fixture.alerts->shown.size() == 1; });
     presenter.present(fixture.alerts->shown.front(), {});
     for (const QString name : {"alert-missing-info", "alert-stopped"}) {
-        waitFor([] { return QApplication::activeModalWidget() != nullptr; });
-        QWidget *box = QApplication::activeModalWidget();
+        waitFor([] { return shownAlert() != nullptr; });
+        QMessageBox *const box = shownAlert();
         save(*box, prefix + name);
-        QTest::keyClick(box, Qt::Key_Return);
-        waitFor([&] { return QApplication::activeModalWidget() != box; });
+        QTest::mouseClick(box->defaultButton(), Qt::LeftButton);  // keys are ignored at first
+        waitFor([&] { return shownAlert() != box; });
     }
 }
 
