@@ -52,10 +52,8 @@ class ProductionAlertTest : public QObject {
         QVERIFY2(found.contains("button\tExit\n"), qPrintable(found));
         QCOMPARE(launcher.visibleWindows().size(), 1);
         QVERIFY(launcher.isRunning());
-        QVERIFY(waitUntil([&] {
-            read(launcher, {"press", "Exit"});
-            return !launcher.isRunning();
-        }));
+        read(launcher, {"press", "Exit"});
+        QVERIFY(waitUntil([&] { return !launcher.isRunning(); }));
         QCOMPARE(launcher.program().exitStatus(), QProcess::NormalExit);
         QCOMPARE(launcher.program().exitCode(), 0);
     }
@@ -74,10 +72,8 @@ class ProductionAlertTest : public QObject {
                  qPrintable(found));
         QCOMPARE(found.count("button\t"), 1);
         QVERIFY2(found.contains("button\tOK\n"), qPrintable(found));
-        QVERIFY(waitUntil([&] {
-            read(launcher, {"press", "OK"});
-            return launcher.visibleWindows().isEmpty();
-        }));
+        read(launcher, {"press", "OK"});
+        QVERIFY(waitUntil([&] { return launcher.visibleWindows().isEmpty(); }));
         QVERIFY(waitUntil([&] { return !launcher.child("qorclient"); }));
         // It answers still, and shows what the engine's end left.
         QCOMPARE(launcher.startAgain(), 0);
