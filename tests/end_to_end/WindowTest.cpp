@@ -5,6 +5,7 @@
 #include "XClient.h"
 
 #include <QColor>
+#include <QElapsedTimer>
 #include <QRect>
 #include <QTemporaryDir>
 #include <QTest>
@@ -59,12 +60,17 @@ class WindowTest : public QObject {
         });
     }
 
-    /// The screen, once it has stopped to change.
+    /// The screen, once it has not changed for half a second: the window manager draws a frame anew a moment
+    /// after the window that has it got the keyboard.
     QByteArray restingPixels() const {
         QByteArray pixels = desktop->pixels();
+        QElapsedTimer unchanged;
+        unchanged.start();
         waitUntil([&] {
             const QByteArray before = std::exchange(pixels, desktop->pixels());
-            return before == pixels;
+            if (before != pixels)
+                unchanged.restart();
+            return unchanged.hasExpired(500);
         });
         return pixels;
     }
@@ -261,7 +267,7 @@ class WindowTest : public QObject {
                                           {"Darkmist", false},
                                           {"Adwaita-dark", true}}) {
             other->setSettings({{"Net/ThemeName", theme}});
-            QVERIFY2(waitUntil([&] { return isDark() == dark; }), theme);
+            QVERIFY2(waitUntil([&, wanted = dark] { return isDark() == wanted; }), theme);
         }
     }
 
