@@ -203,14 +203,14 @@ void FileReplacementTest::aNameOfTheGreatestLengthIsNoHindrance() {
 }
 
 void FileReplacementTest::aFolderNameThatIsNotUtf8IsNoHindrance() {
-    const fs::path folder = home() / "M\xFCller";
+    const fs::path own = home() / "M\xFCller";
     std::error_code failure;
-    fs::create_directory(folder, failure);
+    fs::create_directory(own, failure);
     if (failure)
         QSKIP("This file system takes names in UTF-8 only.");
-    QVERIFY(replaceFile(folder / "file", "new"));
-    QCOMPARE(fs::file_size(folder / "file"), std::uintmax_t{3});
-    fs::remove_all(folder);  // Qt cannot name it, so the temporary folder could not remove it
+    QVERIFY(replaceFile(own / "file", "new"));
+    QCOMPARE(fs::file_size(own / "file"), std::uintmax_t{3});
+    fs::remove_all(own);  // Qt cannot name it, so the temporary folder could not remove it
 }
 
 void FileReplacementTest::contentsMayBeEmptyOrLarge() {
