@@ -275,6 +275,8 @@ class WindowTest : public QObject {
         QVERIFY(startDesktop(openbox));
         desktop->setVariable("QT_QPA_PLATFORMTHEME", "gnome");
         QVERIFY(openWindow());
+        desktop->run("xdotool",
+                     {"mousemove", "600", "300", "click", "1"});  // the keyboard is a console's now
         desktop->run("xdotool", {"key", "F3"});
         QVERIFY(waitUntil([&] {
             return desktop->run(FERROLT_SCREEN_READER, {QString::number(launcher->id()), "list"})
