@@ -2,12 +2,12 @@
 
 #include "AppVars.h"
 #include "ChangeFollower.h"
-#include "FindKeys.h"
 #include "LogConsoleView.h"
 #include "LogTextArea.h"
 #include "PaneSplitter.h"
 
 #include <QApplication>
+#include <QKeySequence>
 #include <QShortcut>
 #include <QVBoxLayout>
 
@@ -77,17 +77,16 @@ HomeLogView::~HomeLogView() {
 /// Elsewhere, as in a window that was just opened, they go to the console that was used last.
 void HomeLogView::addFindKeys() {
     lastUsed = lumora;
-    const auto add = [this](const QList<QKeySequence> &keys, void (LogConsoleView::*act)()) {
-        auto *const shortcut = new QShortcut(this);
-        shortcut->setKeys(keys);
+    const auto add = [this](QKeySequence::StandardKey key, void (LogConsoleView::*act)()) {
+        auto *const shortcut = new QShortcut(key, this);
         connect(shortcut, &QShortcut::activated, this, [this, act] { (lastUsed->*act)(); });
         connect(qApp, &QApplication::focusChanged, shortcut, [this, shortcut](QWidget *, QWidget *now) {
             shortcut->setEnabled(now == nullptr || !panes->isAncestorOf(now) || now == panes->handle(1));
         });
     };
-    add(FindKeys::open(), &LogConsoleView::find);
-    add(FindKeys::next(), &LogConsoleView::findNext);
-    add(FindKeys::previous(), &LogConsoleView::findPrevious);
+    add(QKeySequence::Find, &LogConsoleView::find);
+    add(QKeySequence::FindNext, &LogConsoleView::findNext);
+    add(QKeySequence::FindPrevious, &LogConsoleView::findPrevious);
     connect(qApp, &QApplication::focusChanged, this, [this](QWidget *, QWidget *now) {
         for (LogConsoleView *console : {lumora, qorClient}) {
             if (now != nullptr && console->isAncestorOf(now))

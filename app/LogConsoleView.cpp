@@ -2,7 +2,6 @@
 
 #include "Drawing.h"
 #include "FindBar.h"
-#include "FindKeys.h"
 #include "LogSearch.h"
 #include "LogTextArea.h"
 #include "StatusBadge.h"
@@ -72,17 +71,17 @@ LogConsoleView::LogConsoleView(const QString &title, const LogBuffer &lines, con
 
     connect(copyButton, &QAbstractButton::clicked, this, &LogConsoleView::copyLog);
     connect(area, &LogTextArea::refreshed, this, &LogConsoleView::refreshHeader);
-    const auto addShortcut = [this](const QList<QKeySequence> &keys, auto act) {
-        auto *const shortcut = new QShortcut(this);
-        shortcut->setKeys(keys);
+    // A QKeySequence that is made of a standard key has the first of its keys only.
+    const auto addShortcut = [this](auto key, auto act) {
+        auto *const shortcut = new QShortcut(key, this);
         shortcut->setContext(Qt::WidgetWithChildrenShortcut);
         connect(shortcut, &QShortcut::activated, search, act);
         return shortcut;
     };
-    addShortcut(FindKeys::open(), &LogSearch::open);
-    addShortcut(FindKeys::next(), &LogSearch::findNext);
-    addShortcut(FindKeys::previous(), &LogSearch::findPrevious);
-    QShortcut *const escape = addShortcut({Qt::Key_Escape}, &LogSearch::close);
+    addShortcut(QKeySequence::Find, &LogSearch::open);
+    addShortcut(QKeySequence::FindNext, &LogSearch::findNext);
+    addShortcut(QKeySequence::FindPrevious, &LogSearch::findPrevious);
+    QShortcut *const escape = addShortcut(Qt::Key_Escape, &LogSearch::close);
     escape->setEnabled(false);
     connect(search, &LogSearch::openChanged, escape, &QShortcut::setEnabled);
 
