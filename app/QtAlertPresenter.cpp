@@ -73,9 +73,10 @@ void setTexts(QMessageBox &box, const Alert &alert) {
 }  // namespace
 
 QtAlertPresenter::~QtAlertPresenter() {
-    if (box)
-        box->removeEventFilter(this);  // what it tells while it goes is no message box's any more
-    delete box;
+    // The events of the box's own destruction reach the filter too, when it is no message box any more.
+    QMessageBox *const last = box;
+    box = nullptr;
+    delete last;
 }
 
 void QtAlertPresenter::present(const Alert &alert, std::function<void()> dismissed) {

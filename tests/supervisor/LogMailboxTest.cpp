@@ -55,6 +55,11 @@ class LogMailboxTest : public QObject {
             bool isOver = false;
             MainQueue::async([&] { isOver = true; });
             waitUntil([&] { return isOver; });
+            // The time and the mailbox hold each other until the pauses are over.
+            while (time->pending() > 0) {
+                time->advance(time->nextDelay());
+                turn();
+            }
         }
     };
 
