@@ -287,6 +287,9 @@ class UpdateTest : public QObject {
         char query[512];
         QVERIFY(
             waitUntil([&] { return recv(nameServer.get(), query, sizeof query, MSG_DONTWAIT) > 0; }, 60s));
+        // The question may come before the program handles signals; a window comes after that.
+        QCOMPARE(run.launcher->startAgain(), 0);
+        QVERIFY(waitUntil([&] { return run.launcher->visibleWindows().contains("Ferrolt Miner Launcher"); }));
         // A resolver asks twice and waits for five seconds each time.
         kill(run.launcher->id(), SIGTERM);
         QVERIFY(waitUntil([&] { return !run.launcher->isRunning(); }, 4s));
