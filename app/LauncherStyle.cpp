@@ -17,9 +17,9 @@ namespace {
 
 constexpr int scrollBarWidth = 14;
 constexpr int handleMargin = 3;  ///< between the handle and the bar's edges
-constexpr int shortestHandle = 28;
+constexpr int minHandleLength = 28;
 constexpr qreal cornerRadius = 6;
-constexpr QSize smallestButton(80, 32);
+constexpr QSize minButtonSize(80, 32);
 constexpr int roomBesideLabel = 14;
 
 /// What a scroll bar stands on is what its area shows beside it.
@@ -38,7 +38,8 @@ QRect handleOf(const QStyleOptionSlider &bar) {
     const int length = isUpright ? bar.rect.height() : bar.rect.width();
     const qint64 range = qint64{bar.maximum} - bar.minimum;
     const qint64 wanted = range > 0 ? length * qint64{bar.pageStep} / (range + bar.pageStep) : length;
-    const int handle = static_cast<int>(std::clamp<qint64>(wanted, std::min(shortestHandle, length), length));
+    const int handle =
+        static_cast<int>(std::clamp<qint64>(wanted, std::min(minHandleLength, length), length));
     const int place = QStyle::sliderPositionFromValue(bar.minimum, bar.maximum, bar.sliderPosition,
                                                       length - handle, bar.upsideDown);
     return isUpright ? QRect(bar.rect.x(), bar.rect.y() + place, bar.rect.width(), handle)
@@ -161,7 +162,7 @@ QSize LauncherStyle::sizeFromContents(ContentsType type, const QStyleOption *opt
     if (type != CT_PushButton)
         return QProxyStyle::sizeFromContents(type, option, size, widget);
     return QSize(size.width() + 2 * roomBesideLabel, size.height() + roomBesideLabel)
-        .expandedTo(smallestButton);
+        .expandedTo(minButtonSize);
 }
 
 int LauncherStyle::pixelMetric(PixelMetric metric, const QStyleOption *option, const QWidget *widget) const {

@@ -10,7 +10,7 @@ namespace ferrolt {
 namespace {
 
 constexpr unsigned char firstLeadByte = 0xC2;
-constexpr std::size_t longestCharacter = 4;  // bytes
+constexpr std::size_t maxCharacterBytes = 4;
 
 /// So many hits are kept before all are dropped and those on screen found again: 2 MB.
 constexpr std::size_t hitsWorthKeeping = 64 * 1024;
@@ -80,8 +80,8 @@ void LogFinder::search(std::uint64_t sequence, OnHit onHit) const {
 /// so many bytes behind the beginning of `sequence`.
 template <class Visit>
 void LogFinder::visitBefore(std::uint64_t sequence, std::uint64_t bytesBetween, Visit visit) const {
-    const std::uint64_t longest = needle.size() * longestCharacter;
-    while (sequence > log.firstSequence() && bytesBetween < longest) {
+    const std::uint64_t maxBytes = needle.size() * maxCharacterBytes;
+    while (sequence > log.firstSequence() && bytesBetween < maxBytes) {
         visit(--sequence);
         bytesBetween += static_cast<std::uint64_t>(log.bySequence(sequence).size());
     }

@@ -1,7 +1,7 @@
 # shellcheck shell=bash
 # To be sourced.
 
-# What programs that are started by a script need of the environment of whoever runs it. Nothing of a desktop's session
+# What programs that are started by a script need of its caller's environment. Nothing of a desktop's session
 # is among it: no proxies, no bus, no display, no settings for Qt, no LD_PRELOAD.
 kept_variables=(PATH HOME USER LOGNAME TERM TMPDIR CI CMAKE_CXX_COMPILER_LAUNCHER "${!CCACHE_@}")
 

@@ -44,7 +44,7 @@ void askWindowManager(xcb_connection_t *display, xcb_window_t root, xcb_window_t
 
 /// Qt 6.4 asks as an application that acts by itself, with the time of its own last event. Window managers
 /// then only mark the window in the task bar when the user has worked elsewhere since. And openbox activates
-/// no window of another workspace, whoever asks: the window comes to the user's.
+/// no window of another workspace at all, so the window is moved to the current one.
 void activateForUser(const QWidget &widget) {
     xcb_connection_t *const display = x11Display();
     if (!display)

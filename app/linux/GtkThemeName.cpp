@@ -12,7 +12,7 @@
 namespace ferrolt {
 namespace {
 
-constexpr std::uint32_t largestProperty = 64 * 1024;  // in units of four bytes, as the display counts
+constexpr std::uint32_t maxPropertyWords = 64 * 1024;  // in units of four bytes, as the display counts
 
 /// Reads the settings one after the other. Anything may stand in the property: what does not fit ends it.
 class Settings {
@@ -99,7 +99,7 @@ QString GtkThemeName::read() {
     // What Qt asks of this window, too: one connection has one set of events for each window.
     const std::uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE;
     xcb_change_window_attributes(display, owner, XCB_CW_EVENT_MASK, &events);
-    const auto question = xcb_get_property(display, 0, owner, property, property, 0, largestProperty);
+    const auto question = xcb_get_property(display, 0, owner, property, property, 0, maxPropertyWords);
     const X11Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(display, question, nullptr),
                                                    &std::free);
     if (!reply || reply->format != 8)

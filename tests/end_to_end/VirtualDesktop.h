@@ -36,7 +36,7 @@ class VirtualDesktop {
 
     /// What is on the whole screen, without the pointer: three bytes a pixel.
     QByteArray pixels() const;
-    /// The same as a file, for whoever looks into a failure.
+    /// The same as a file, to look into a failure.
     void takePicture(const QString &file) const;
 
   private:

@@ -147,7 +147,7 @@ int countEntries(const char *folder) {
 
 }  // namespace
 
-/// Most of it happens in main(): an application comes to its end there.
+/// Most of it happens in main(), where an application object is destroyed.
 class HttpSessionEndTest : public QObject {
     Q_OBJECT
 
