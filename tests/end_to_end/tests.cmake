@@ -24,7 +24,6 @@ target_compile_definitions(UpdateTest PRIVATE
     FERROLT_UPDATE_SERVER="${FERROLT_UPDATE_SERVER}"
     FERROLT_LIBREOFFICE_SERVER="${FERROLT_LIBREOFFICE_SERVER}"
     FERROLT_REVERSE_DOMAIN="${FERROLT_REVERSE_DOMAIN}")
-ferrolt_quits_during_tls(end_to_end.UpdateTest)
 # Where no system of its own can be made, all of it is skipped, which must not pass for a success.
 set_tests_properties(end_to_end.UpdateTest PROPERTIES
     SKIP_REGULAR_EXPRESSION "SKIP   : UpdateTest::initTestCase")

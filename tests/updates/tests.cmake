@@ -11,8 +11,6 @@ if(NOT APPLE)
         ferrolt_test(updates ${test} LINKS ferrolt_test_installation)
         target_include_directories(${test} PRIVATE ${PROJECT_SOURCE_DIR}/platform/linux)
     endforeach()
-    ferrolt_quits_during_tls(updates.InstallerQuitTest)
-    ferrolt_quits_during_tls(updates.InstallerFullDiskTest)  # the thread of its work queue may still be ending
 endif()
 ferrolt_test(updates DeployConfigTest LINKS ferrolt_updates)
 ferrolt_test(updates MetalinkHazardsTest LINKS ferrolt_updates ferrolt_test_server TIMEOUT 600)
