@@ -50,7 +50,7 @@ std::optional<LogPosition> LogFinder::endOfMatch(LogPosition begin) const {
                 return std::nullopt;
             element = &log.bySequence(sequence);
         }
-        const Utf8Character character = utf8CharacterAt(*element, at);
+        const utf8::Character character = utf8::characterAt(*element, at);
         if (character.codePoint != wanted && folded(character.codePoint) != wanted)
             return std::nullopt;
         at += character.length;

@@ -23,7 +23,7 @@ QString shown(QByteArrayView text) {
     result.reserve(text.size());
     const auto size = static_cast<std::size_t>(text.size());
     for (std::size_t at = 0; at < size;) {
-        const Utf8Character character = utf8CharacterAt(text, at);
+        const utf8::Character character = utf8::characterAt(text, at);
         at += character.length;
         const char16_t instead = character.codePoint == '\t' ? u'\0' : shownInsteadOf(character.codePoint);
         if (instead != 0)
@@ -95,7 +95,7 @@ void LogRowText::layOut(qreal width) {
 int LogRowText::unitOf(std::uint32_t offset) const {
     int units = 0;
     for (std::size_t at = 0; at < offset && at < static_cast<std::size_t>(text.size());) {
-        const Utf8Character character = utf8CharacterAt(text, at);
+        const utf8::Character character = utf8::characterAt(text, at);
         at += character.length;
         units += character.codePoint > 0xFFFF ? 2 : 1;
     }
@@ -105,7 +105,7 @@ int LogRowText::unitOf(std::uint32_t offset) const {
 std::uint32_t LogRowText::offsetOfUnit(int unit) const {
     std::size_t at = 0;
     for (int units = 0; units < unit && at < static_cast<std::size_t>(text.size());) {
-        const Utf8Character character = utf8CharacterAt(text, at);
+        const utf8::Character character = utf8::characterAt(text, at);
         at += character.length;
         units += character.codePoint > 0xFFFF ? 2 : 1;
     }

@@ -105,7 +105,7 @@ class AnyRows {
                 ++at;
                 continue;
             }
-            const Utf8Character character = utf8CharacterAt(element, at);
+            const utf8::Character character = utf8::characterAt(element, at);
             const auto next = at + static_cast<std::uint32_t>(character.length);
             const bool blank = character.codePoint == ' ' || character.codePoint == '\t';
             std::uint32_t width = 1;

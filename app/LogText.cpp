@@ -19,8 +19,8 @@ class Window {
   public:
     Window(const LogElement &element, std::size_t at) {
         const auto size = static_cast<std::size_t>(element.size());
-        begin = utf8Floor(element, at > reach ? at - reach : 0);
-        const std::size_t end = utf8Floor(element, std::min(at + reach, size));
+        begin = utf8::characterStart(element, at > reach ? at - reach : 0);
+        const std::size_t end = utf8::characterStart(element, std::min(at + reach, size));
         bytes = QByteArrayView(element).sliced(static_cast<qsizetype>(begin),
                                                static_cast<qsizetype>(end - begin));
         text = utf16Of(bytes);
@@ -143,7 +143,7 @@ LogSpan LogText::wordAt(const LogBuffer &log, LogPosition position) {
         QByteArrayView(element).sliced(static_cast<qsizetype>(count(position.offset)));
     if (position.offset > line.begin.offset &&
         (rest.isEmpty() || rest == QByteArrayView("\r") || rest.startsWith('\n') || rest.startsWith("\r\n")))
-        position.offset = byteOffset(utf8Floor(element, count(position.offset) - 1));
+        position.offset = byteOffset(utf8::characterStart(element, count(position.offset) - 1));
     const Window window(element, count(position.offset));
     QTextBoundaryFinder finder(QTextBoundaryFinder::Word, window.text);
     finder.setPosition(window.unit);

@@ -73,7 +73,7 @@ LogPosition Utf16Index::positionAt(int units) {
     qint64 left = wanted - offsets[index];
     std::size_t at = 0;
     while (left > 0 && at < size) {
-        const Utf8Character character = utf8CharacterAt(element, at);
+        const utf8::Character character = utf8::characterAt(element, at);
         left -= character.codePoint > 0xFFFF ? 2 : 1;
         if (left >= 0)
             at += character.length;

@@ -82,16 +82,16 @@ std::size_t validPrefixLength(std::string_view bytes) {
     return at;
 }
 
-Replaced withReplacements(std::string_view bytes, std::size_t mostText) {
+Replaced withReplacements(std::string_view bytes, std::size_t maxText) {
     constexpr std::string_view replacement = "\xEF\xBF\xBD";
-    const std::size_t most = std::min(mostText, replacement.size() * bytes.size());
-    QByteArray text(static_cast<qsizetype>(most), Qt::Uninitialized);
+    const std::size_t max = std::min(maxText, replacement.size() * bytes.size());
+    QByteArray text(static_cast<qsizetype>(max), Qt::Uninitialized);
     char *const begin = text.data();
     std::size_t written = 0;
     std::size_t taken = 0;
     while (taken < bytes.size()) {
         if (byteAt(bytes, taken) < 0x80) {
-            const std::size_t run = std::min(asciiRun(bytes, taken), most - written);
+            const std::size_t run = std::min(asciiRun(bytes, taken), max - written);
             if (run == 0)
                 break;
             std::memcpy(begin + written, bytes.data() + taken, run);
@@ -102,7 +102,7 @@ Replaced withReplacements(std::string_view bytes, std::size_t mostText) {
         const Sequence sequence = sequenceAt(bytes, taken);
         const std::string_view character =
             sequence.wellFormed ? bytes.substr(taken, sequence.length) : replacement;
-        if (character.size() > most - written)
+        if (character.size() > max - written)
             break;
         std::memcpy(begin + written, character.data(), character.size());
         written += character.size();

@@ -1,12 +1,13 @@
 #pragma once
 
 #include <QByteArray>
+#include <QByteArrayView>
 
 #include <cstddef>
 #include <string_view>
 
 /// Strict UTF-8 as Unicode 15, table 3-7, defines it: no overlong forms, no surrogates, nothing above
-/// U+10FFFF. A byte-order mark is text like any other and NUL a character.
+/// U+10FFFF. A byte-order mark is text like any other and NUL a character. Any thread.
 namespace ferrolt::utf8 {
 
 /// The length in bytes of the longest prefix of `bytes` that is well-formed.
@@ -18,8 +19,52 @@ struct Replaced {
 };
 
 /// `bytes` with every maximal ill-formed subsequence (Unicode 15, section 3.9) replaced by U+FFFD: the
-/// longest part from the beginning whose text has at most `mostText` bytes, which must be 4 or more. A
+/// longest part from the beginning whose text has at most `maxText` bytes, which must be 4 or more. A
 /// replacement can be three times as long as what it replaces.
-Replaced withReplacements(std::string_view bytes, std::size_t mostText);
+Replaced withReplacements(std::string_view bytes, std::size_t maxText);
+
+/// One character as it stands in a text.
+struct Character {
+    char32_t codePoint;
+    std::size_t length;  ///< in bytes, 1 to 4
+};
+
+/// Whether this byte continues a character that began before it.
+constexpr bool isContinuation(char byte) {
+    return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
+}
+
+/// The character that begins at `at`, which must lie inside `text`. Made for text that is well-formed, as the
+/// elements of a log are: elsewhere each byte that is out of place reads as U+FFFD and nothing is read past
+/// the end. In the header, since views call it for every character of a log.
+inline Character characterAt(QByteArrayView text, std::size_t at) {
+    const auto byte = [&](std::size_t i) {
+        return static_cast<unsigned char>(text[static_cast<qsizetype>(i)]);
+    };
+    const auto size = static_cast<std::size_t>(text.size());
+    const unsigned lead = byte(at);
+    if (lead < 0x80)
+        return {lead, 1};
+    const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
+    if (lead < 0xC2 || lead > 0xF4 || at + length > size)
+        return {0xFFFD, 1};
+    char32_t value = lead & (0x7FU >> length);
+    for (std::size_t i = 1; i < length; ++i) {
+        if (!isContinuation(text[static_cast<qsizetype>(at + i)]))
+            return {0xFFFD, 1};
+        value = (value << 6) | (byte(at + i) & 0x3FU);
+    }
+    return {value, length};
+}
+
+/// The nearest place at or before `at` where a character begins. `at` may be the end of the text.
+inline std::size_t characterStart(QByteArrayView text, std::size_t at) {
+    const auto size = static_cast<std::size_t>(text.size());
+    if (at >= size)
+        return size;
+    for (std::size_t back = 0; back < 3 && at > 0 && isContinuation(text[static_cast<qsizetype>(at)]); ++back)
+        --at;
+    return at;
+}
 
 }  // namespace ferrolt::utf8

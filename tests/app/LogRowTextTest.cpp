@@ -56,7 +56,7 @@ class LogRowTextTest : public QObject {
             QVERIFY(x > last);
             QCOMPARE(row.offsetAt(x + 0.5), offset);
             last = x;
-            at += utf8CharacterAt(text, at).length;
+            at += utf8::characterAt(text, at).length;
         }
         const auto end = static_cast<std::uint32_t>(text.size());
         QCOMPARE(row.offsetAt(row.width() + 100), end);

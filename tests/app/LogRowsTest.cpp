@@ -27,7 +27,7 @@ class LogRowsTest : public QObject {
     static std::uint32_t cells(const QByteArray &text) {
         std::uint32_t sum = 0;
         for (std::size_t at = 0; at < static_cast<std::size_t>(text.size());) {
-            const Utf8Character c = utf8CharacterAt(text, at);
+            const utf8::Character c = utf8::characterAt(text, at);
             sum += static_cast<std::uint32_t>(cellsOf(c.codePoint));
             at += c.length;
         }
@@ -134,7 +134,7 @@ class LogRowsTest : public QObject {
             QVERIFY(std::is_sorted(starts.begin(), starts.end(), std::less_equal<>()));
             QVERIFY(starts.back() < static_cast<std::uint32_t>(element.size()));
             for (const std::uint32_t start : starts)
-                QVERIFY(!isUtf8Continuation(element[static_cast<qsizetype>(start)]));
+                QVERIFY(!utf8::isContinuation(element[static_cast<qsizetype>(start)]));
             const auto feeds = static_cast<std::uint32_t>(element.count('\n'));
             QCOMPARE(counted.lines, feeds + (element.endsWith('\n') ? 0U : 1U));
             // Tabs depend on where they stand, and a joiner makes one character of two.
