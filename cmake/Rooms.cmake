@@ -17,21 +17,24 @@ endif()
 add_library(ferrolt_no_user_interface INTERFACE)
 target_include_directories(ferrolt_no_user_interface BEFORE INTERFACE ${PROJECT_SOURCE_DIR}/cmake/fence)
 
-# ferrolt_room(NAME SOURCES ... LINKS ... [USER_INTERFACE])
+# ferrolt_room(NAME SOURCES ... [SHOWS ...] [LINKS ...] [USER_INTERFACE]): a module. SHOWS names the modules that its
+# headers include, LINKS those that only its sources include.
 function(ferrolt_room name)
-    cmake_parse_arguments(ROOM "USER_INTERFACE" "" "SOURCES;LINKS" ${ARGN})
+    cmake_parse_arguments(ROOM "USER_INTERFACE" "" "SOURCES;SHOWS;LINKS" ${ARGN})
     add_library(ferrolt_${name} STATIC ${ROOM_SOURCES})
     target_include_directories(ferrolt_${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
-    target_link_libraries(ferrolt_${name} PUBLIC ${ROOM_LINKS} PRIVATE ferrolt_build)
+    target_link_libraries(ferrolt_${name} PUBLIC ${ROOM_SHOWS} PRIVATE ${ROOM_LINKS} ferrolt_build)
     # Text that a person sees is UTF-16 by intent, never by accident. Tests may write it as it comes.
     target_compile_definitions(ferrolt_${name} PRIVATE
         QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING QT_USE_QSTRINGBUILDER)
     if(NOT ROOM_USER_INTERFACE)
         target_link_libraries(ferrolt_${name} PRIVATE ferrolt_no_user_interface)
         # Under a sanitizer nobody builds a single source again and again: joined, they take a quarter of the time.
-        # app/ has its headers precompiled instead.
+        # What has a user interface has its headers precompiled instead.
         if(FERROLT_SANITIZE)
             set_target_properties(ferrolt_${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 12)
         endif()
+    else()
+        target_precompile_headers(ferrolt_${name} PRIVATE $<$<COMPILE_LANGUAGE:CXX>:<QtWidgets/QtWidgets>>)
     endif()
 endfunction()

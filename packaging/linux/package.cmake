@@ -8,14 +8,14 @@ configure_file(linux/metainfo.xml.in ${metainfo} @ONLY)
 install(TARGETS ferrolt-miner-launcher RUNTIME DESTINATION bin)
 install(DIRECTORY DESTINATION share/ferrolt-miner-launcher)
 cmake_path(GET FERROLT_INSTALLATION_HELPER PARENT_PATH helper_folder)
-install(PROGRAMS ${PROJECT_SOURCE_DIR}/platform/linux/install-libreoffice DESTINATION ${helper_folder})
+install(PROGRAMS ${PROJECT_SOURCE_DIR}/platform/install/linux/install-libreoffice DESTINATION ${helper_folder})
 set(policy_script ${PROJECT_BINARY_DIR}/packaging/policy.cmake)
 configure_file(linux/policy.cmake.in ${policy_script} @ONLY)
 install(DIRECTORY DESTINATION ${CMAKE_INSTALL_DATADIR}/polkit-1/actions)
 install(SCRIPT ${policy_script})
 install(FILES linux/ferrolt-miner-launcher.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
 install(FILES ${metainfo} DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
-install(FILES ${PROJECT_SOURCE_DIR}/app/symbols/ferrolt-miner-launcher.svg
+install(FILES ${PROJECT_SOURCE_DIR}/app/widgets/symbols/ferrolt-miner-launcher.svg
     DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps)
 install(FILES linux/copyright DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/ferrolt-miner-launcher)
 

@@ -73,8 +73,8 @@ class SyntaxTest(unittest.TestCase):
         for name, right, wrong in (
             ("platform/macos/LaunchChild.cpp", "posix_spawnattr_init", "posix_spawnattr_initt"),
             ("platform/macos/ParentDeathWatch.cpp", "event.ident", "event.identity"),
-            ("app/macos/DesktopReopen.mm", "sharedApplication", "sharedAplication"),
-            ("app/macos/DesktopReopen.mm", "(BOOL)flag {", "(NSString *)flag {"),
+            ("app/desktop/macos/DesktopReopen.mm", "sharedApplication", "sharedAplication"),
+            ("app/desktop/macos/DesktopReopen.mm", "(BOOL)flag {", "(NSString *)flag {"),
         ):
             source = os.path.join(CHECKOUT, name)
             with open(source, encoding="utf-8") as file:

@@ -15,22 +15,7 @@ ferrolt_test(platform SettingsStoreTest LINKS ferrolt_platform)
 ferrolt_test(platform SystemTimeTest LINKS ferrolt_platform)
 target_include_directories(SystemTimeTest PRIVATE ${PROJECT_SOURCE_DIR}/platform/qt)
 ferrolt_test(platform WorkQueueTest LINKS ferrolt_platform)
-
-# What an installation needs of the system.
-ferrolt_test(platform PrivilegedCommandTest LINKS ferrolt_platform)
 ferrolt_test(platform RemoveTreeTest LINKS ferrolt_platform ferrolt_test_images)
-ferrolt_test(platform ToolRunnerTest LINKS ferrolt_platform ferrolt_test_images)
-if(NOT APPLE)
-    foreach(test DiskImageTest DiskImageToolTest PkexecCopyTest)
-        ferrolt_test(platform ${test} LINKS ferrolt_platform ferrolt_test_images)
-        target_include_directories(${test} PRIVATE ${PROJECT_SOURCE_DIR}/platform/linux)
-    endforeach()
-    ferrolt_test(platform InstallationScriptTest LINKS ferrolt_platform ferrolt_test_images
-        RUN_BY ${PROJECT_SOURCE_DIR}/tests/privileged/as_root.sh)
-    target_include_directories(InstallationScriptTest PRIVATE ${PROJECT_SOURCE_DIR}/platform/linux)
-    target_compile_definitions(PkexecCopyTest PRIVATE
-        FERROLT_INSTALLATION_SCRIPT="${PROJECT_SOURCE_DIR}/platform/linux/install-libreoffice")
-endif()
 if(NOT APPLE)
     ferrolt_test(platform WidenPipeTest LINKS ferrolt_platform)
 endif()

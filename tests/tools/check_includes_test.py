@@ -46,12 +46,12 @@ class CheckIncludesTest(unittest.TestCase):
 
         # A module that is not linked, and one that is linked only by what is linked.
         self.append("config/LoadProps.cpp", '#include "Updater.h"')
-        self.replace("app/CMakeLists.txt", "        ferrolt_updates\n", "")
+        self.replace("app/CMakeLists.txt", " ferrolt_updates", "")
         # Qt's modules, by each of their two spellings; one comes by way of platform.
         self.append("updates/Metalink.h", "#include <QtWidgets/QLabel>")
         self.append("supervisor/AppVars.cpp", "#  include <QTcpServer>")
         # What Linux does not compile.
-        self.append("platform/macos/SystemTools.mm", '#import "LoadProps.h"')
+        self.append("platform/install/macos/SystemTools.mm", '#import "LoadProps.h"')
         # A test is handed what its module links, and no more.
         self.append("tests/support/TestTree.h", '#include "MainWindow.h"')
         # A sound include.
@@ -62,7 +62,7 @@ class CheckIncludesTest(unittest.TestCase):
             "app/ContentView.cpp includes LibreOfficeInstaller.h of ferrolt_updates, which ferrolt_app does not link",
             "updates/Metalink.h includes QtWidgets/QLabel of Qt6::Widgets, which ferrolt_updates does not link",
             "supervisor/AppVars.cpp includes QTcpServer of Qt6::Network, which ferrolt_supervisor does not link",
-            "platform/macos/SystemTools.mm includes LoadProps.h of ferrolt_config, which ferrolt_platform does not link",
+            "platform/install/macos/SystemTools.mm includes LoadProps.h of ferrolt_config, which ferrolt_install does not link",
             "tests/support/TestTree.h includes MainWindow.h of ferrolt_app, which AppVarsTest does not link",
             "README.md draws app -> updates, which CMake has not",
         ):

@@ -9,7 +9,7 @@ if(NOT APPLE)
     set_tests_properties(updates.InstallerFullDiskTest PROPERTIES RUN_SERIAL ON)  # it may have to fill /dev/shm
     foreach(test InstallerQuitTest RealInstallationTest)
         ferrolt_test(updates ${test} LINKS ferrolt_test_installation)
-        target_include_directories(${test} PRIVATE ${PROJECT_SOURCE_DIR}/platform/linux)
+        target_include_directories(${test} PRIVATE ${PROJECT_SOURCE_DIR}/platform/install/linux)
     endforeach()
 endif()
 ferrolt_test(updates DeployConfigTest LINKS ferrolt_updates)

@@ -1,0 +1,5 @@
+foreach(test ChangeFollowerTest DrawingTest LauncherStyleTest SymbolsTest TextFieldTest ThemeTest)
+    ferrolt_test(app/widgets ${test} LINKS ferrolt_widgets WINDOW)
+endforeach()
+ferrolt_test(app/widgets SingleLineTextTest LINKS ferrolt_widgets)
+ferrolt_test(app/widgets AnnouncementTest LINKS ferrolt_app ferrolt_desktop ferrolt_logview ferrolt_widgets ${ferrolt_bus})

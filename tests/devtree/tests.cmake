@@ -1,5 +1,0 @@
-foreach(test PracticeEngineTest PracticeClientTest)
-    ferrolt_test(devtree ${test} LINKS Qt6::Network)
-    target_compile_definitions(${test} PRIVATE FERROLT_PRACTICE_TREE="${PROJECT_BINARY_DIR}/devtree")
-    add_dependencies(${test} practice_engine practice_client)
-endforeach()

@@ -1,0 +1,1 @@
+ferrolt_test(supervisor/paths PathResolversTest LINKS ferrolt_paths)

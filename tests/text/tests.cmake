@@ -1,0 +1,1 @@
+ferrolt_test(text TextLinesTest LINKS ferrolt_text)
