@@ -1,42 +1,32 @@
 #include "Misbehaviours.h"
 
-#include <algorithm>
-#include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <set>
 #include <string>
 
-#include <dirent.h>
+#include <fcntl.h>
 #include <unistd.h>
 
-extern char **environ;
+namespace ferrolt::practice {
 
 namespace {
 
-std::string linkTarget(const char *link) {
-    char path[4096] = {};
-    return readlink(link, path, sizeof path - 1) < 0 ? "(none)" : path;
-}
-
 std::string openDescriptors() {
     std::set<int> numbers;
-    DIR *folder = opendir("/proc/self/fd");
-    if (folder == nullptr)
-        return "(unknown)";
-    while (const dirent *entry = readdir(folder)) {
-        if (entry->d_name[0] != '.' && std::atoi(entry->d_name) != dirfd(folder))
-            numbers.insert(std::atoi(entry->d_name));
-    }
-    closedir(folder);
+    for (const auto &entry : std::filesystem::directory_iterator("/proc/self/fd"))
+        numbers.insert(std::stoi(entry.path().filename()));
     std::string text;
-    for (const int number : numbers)
-        text += (text.empty() ? "" : " ") + std::to_string(number);
+    for (const int number : numbers) {
+        if (fcntl(number, F_GETFD) >= 0)  // the iterator's own is closed by now
+            text += (text.empty() ? "" : " ") + std::to_string(number);
+    }
     return text;
 }
 
 }  // namespace
 
-std::string factsAboutThisProcess(const Words &commandLine) {
+std::string factsAboutThisProcess() {
     std::string facts = "\n";
     const auto add = [&](const std::string &name, const std::string &value) {
         facts += name + '=' + value + '\n';
@@ -44,17 +34,22 @@ std::string factsAboutThisProcess(const Words &commandLine) {
     add("pid", std::to_string(getpid()));
     add("pgid", std::to_string(getpgrp()));
     add("descriptors", openDescriptors());
-    add("stdin", linkTarget("/proc/self/fd/0"));
-    add("cwd", linkTarget("/proc/self/cwd"));
-    add("argc", std::to_string(commandLine.size()));
-    for (std::size_t i = 0; i < commandLine.size(); ++i)
-        add("argv[" + std::to_string(i) + ']', commandLine[i]);
+    add("stdin", std::filesystem::read_symlink("/proc/self/fd/0"));
+    add("cwd", std::filesystem::current_path());
+    std::ifstream commandLine("/proc/self/cmdline");
+    int count = 0;
+    for (std::string argument; std::getline(commandLine, argument, '\0'); ++count)
+        add("argv[" + std::to_string(count) + ']', argument);
+    add("argc", std::to_string(count));
     std::ifstream status("/proc/self/status");
     for (std::string line; std::getline(status, line);) {
-        if (line.rfind("SigBlk", 0) == 0 || line.rfind("SigIgn", 0) == 0 || line.rfind("SigCgt", 0) == 0)
+        if (line.starts_with("SigBlk") || line.starts_with("SigIgn") || line.starts_with("SigCgt"))
             add(line.substr(0, 6), line.substr(line.find('\t') + 1));
     }
-    for (char **variable = environ; *variable != nullptr; ++variable)
-        facts += std::string("env.") + *variable + '\n';
+    std::ifstream environment("/proc/self/environ");
+    for (std::string variable; std::getline(environment, variable, '\0');)
+        facts += "env." + variable + '\n';
     return facts;
 }
+
+}  // namespace ferrolt::practice

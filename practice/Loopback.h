@@ -1,28 +1,38 @@
 #pragma once
 
-#include "LineSocket.h"
-
-#include <chrono>
-#include <cstdint>
+#include <cstdio>
 #include <optional>
 #include <string>
-#include <system_error>
 
 namespace ferrolt::practice {
 
-class EndRequest;
-
-/// The port that engine and client agree on when nothing names another.
+/// The port of an engine whose properties name none.
 constexpr int defaultPort = 9877;
+constexpr int maxPort = 65535;
 
-/// Listens on 127.0.0.1. The descriptor, which never blocks, is the caller's to close; -1 with `failure` set
-/// when the port cannot be had.
-int listenOnLoopback(std::uint16_t port, std::error_code &failure);
+/// A socket that listens on 127.0.0.1. Throws std::system_error when the port is taken.
+int listenOnLoopback(int port);
 
-/// Connects to a host given by name or address, waiting at most `patience` and no longer than until the
-/// request to end comes. Nothing, with `failure` saying why in words, when it could not be done.
-std::optional<LineSocket> connectTo(const std::string &host, std::uint16_t port,
-                                    std::chrono::milliseconds patience, const EndRequest &endRequest,
-                                    std::string &failure);
+/// A socket that is connected to 127.0.0.1; -1 with errno set when nobody listens there.
+int connectToLoopback(int port);
+
+/// Lines of UTF-8 text over a connected socket. It owns the socket, and expects SIGPIPE to be ignored.
+class LineSocket {
+  public:
+    explicit LineSocket(int connected);
+    ~LineSocket();
+    LineSocket(const LineSocket &) = delete;
+    LineSocket &operator=(const LineSocket &) = delete;
+
+    /// Waits for the next line, and returns it without its end. Nothing when the peer has closed the
+    /// connection, or sends a line of more than 4 KiB: a peer without line ends must not fill the memory.
+    std::optional<std::string> readLine();
+    /// A failure is left to the next readLine().
+    void writeLine(const std::string &line);
+
+  private:
+    int socket;
+    std::FILE *reader;
+};
 
 }  // namespace ferrolt::practice

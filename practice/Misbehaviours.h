@@ -1,22 +1,21 @@
 #pragma once
 
-#include <functional>
 #include <string>
 #include <vector>
+
+namespace ferrolt::practice {
 
 using Words = std::vector<std::string>;
 
 struct Misbehaviour {
     std::string usage;  ///< its name, then its arguments
     std::string description;
-    /// Returns the exit code. `commandLine` is the program's whole one.
-    std::function<int(const Words &arguments, const Words &commandLine)> run;
+    int (*run)(const Words &arguments);  ///< returns the exit code
 };
 
 const std::vector<Misbehaviour> &misbehaviours();
 
-/// Writes all of it to standard output at once, as far as a pipe lets it.
-void say(const std::string &bytes);
+/// What this process was given: descriptors, signals, folder, environment, command line.
+std::string factsAboutThisProcess();
 
-/// Tells what this process was given: descriptors, signals, folder, environment, command line.
-std::string factsAboutThisProcess(const Words &commandLine);
+}  // namespace ferrolt::practice

@@ -1,51 +1,56 @@
-// A child with named misbehaviours, for the tests of everything that starts, reads and stops children.
+// The practice program: everything that the launcher may start.
 //
-// Started without arguments, or as the launcher starts its client ("--vardir FOLDER"), it takes its
-// misbehaviour from the file beside it that has its own name and ".behaviour".
+// A fresh checkout has it as Orbix and as qorclient, and under these names it is a media engine and a miner
+// client. Under any other name it behaves as its first argument says, for tests and benchmarks. When the
+// launcher starts it, a test cannot choose the arguments: the behaviour then stands in a file beside the
+// program, named like the program with ".behaviour" appended.
 
 #include "Misbehaviours.h"
+#include "Output.h"
+#include "StandIns.h"
 
-#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <filesystem>
 #include <fstream>
-#include <iostream>
-#include <sstream>
+#include <iterator>
 #include <string>
-#include <vector>
 
-#include <unistd.h>
+using namespace ferrolt::practice;
 
 namespace {
 
-std::vector<std::string> wordsBesideTheProgram() {
-    char path[4096] = {};
-    if (readlink("/proc/self/exe", path, sizeof path - 1) < 0)
-        return {};
-    std::ifstream file(std::string(path) + ".behaviour");
-    std::vector<std::string> words;
-    for (std::string word; file >> word;)
-        words.push_back(word);
-    return words;
+Words wordsIn(const std::filesystem::path &path) {
+    std::ifstream file(path);
+    return {std::istream_iterator<std::string>(file), {}};
 }
 
-int help() {
-    std::cout << "practice-child MISBEHAVIOUR [ARGUMENT]...\n\n";
-    for (const Misbehaviour &misbehaviour : misbehaviours())
-        std::cout << "  " << misbehaviour.usage << "\n      " << misbehaviour.description << "\n";
-    return 0;
+int misbehave(const Words &words) {
+    std::string help = "usage: practice-child BEHAVIOUR [ARGUMENT]...\n\n";
+    for (const Misbehaviour &misbehaviour : misbehaviours()) {
+        if (!words.empty() && words.front() == misbehaviour.usage.substr(0, misbehaviour.usage.find(' ')))
+            return misbehaviour.run({words.begin() + 1, words.end()});
+        help += "  " + misbehaviour.usage + "\n      " + misbehaviour.description + '\n';
+    }
+    say(help);
+    return 64;
 }
 
 }  // namespace
 
 int main(int argc, char **argv) {
-    std::vector<std::string> words(argv + 1, argv + argc);
-    if (words.empty() || words.front() == "--vardir")
-        words = wordsBesideTheProgram();
-    if (words.empty() || words.front() == "--help")
-        return help();
-    for (const Misbehaviour &misbehaviour : misbehaviours()) {
-        if (misbehaviour.usage.substr(0, misbehaviour.usage.find(' ')) == words.front())
-            return misbehaviour.run({words.begin() + 1, words.end()}, {argv, argv + argc});
+    try {
+        const auto program = std::filesystem::canonical(argv[0]);
+        const Words arguments(argv + 1, argv + argc);
+        if (const Words words = wordsIn(program.string() + ".behaviour"); !words.empty())
+            return misbehave(words);
+        if (program.filename() == "Orbix")
+            runEngine(program.parent_path());
+        if (program.filename() == "qorclient")
+            return runClient(program.parent_path(), arguments);
+        return misbehave(arguments);
+    } catch (const std::exception &failure) {
+        sayLine(failure.what());
+        return EXIT_FAILURE;
     }
-    std::cerr << "practice-child: no such misbehaviour: " << words.front() << std::endl;
-    return 64;
 }

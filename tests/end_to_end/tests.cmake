@@ -16,7 +16,6 @@ endfunction()
 
 file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/pictures)
 ferrolt_end_to_end_test(LauncherTest TIMEOUT 300)
-add_dependencies(LauncherTest practice_engine practice_client)
 
 ferrolt_end_to_end_test(UpdateTest LINKS ferrolt_http ferrolt_test_server ferrolt_test_images TIMEOUT 300
     SOURCES end_to_end/PrivateSystem.cpp)

@@ -45,7 +45,7 @@ void PracticeClientTest::aMissingFileIsNamed() {
     PracticeProgram client(tree.client(), tree.clientArguments());
     QVERIFY(client.ends());
     QCOMPARE(client.process.exitCode(), 1);
-    QVERIFY2(client.output.contains("/var/MinerClient.properties: No such file"), client.output.constData());
+    QVERIFY2(client.output.contains("/var/MinerClient.properties names no miner"), client.output.constData());
 }
 
 void PracticeClientTest::anIncompleteIdentityIsNamed() {
@@ -61,15 +61,14 @@ void PracticeClientTest::jobsOfTheEngineAreLogged() {
     PracticeTree tree;
     tree.writeClientProperties(
         "MinerEmailAddress = ada@example.org\nMinerEntityName = Ada Lovelace\nMinerDisplayName = Ωμέγα\n"
-        "MaxQorConnections = 3\nOrbixHost = \nOrbixPort = \n");
+        "OrbixPort = \n");
     PracticeProgram engine(tree.engine());
     QVERIFY(engine.writes("listening"));
     PracticeProgram client(tree.client(), tree.clientArguments());
     QVERIFY(client.writes("] miner Ωμέγα, operated by Ada Lovelace <ada@example.org>\n"));
-    QVERIFY(client.writes("connected to 127.0.0.1:" + QByteArray::number(tree.port) + " (3 connections)\n"));
-    QVERIFY(client.writes(" accepted: "));
-    QVERIFY(client.writes(" units since the start\n"));
-    QVERIFY(engine.writes("[engine] session 3 opened for Ωμέγα\n"));
+    QVERIFY(client.writes("connected to 127.0.0.1:" + QByteArray::number(tree.port) + "\n"));
+    QVERIFY(client.writes("the engine says DONE 2\n"));
+    QVERIFY(engine.writes("[engine] session 1 opened for Ωμέγα\n"));
 }
 
 void PracticeClientTest::thePortOfItsOwnFileGoesBeforeThatOfTheTree() {
@@ -86,20 +85,20 @@ void PracticeClientTest::anEngineThatComesLateIsWaitedFor() {
     PracticeProgram client(tree.client(), tree.clientArguments());
     QVERIFY(client.writes("no connection to"));
     PracticeProgram engine(tree.engine());
-    QVERIFY2(client.writes("(8 connections)\n"), client.output.constData());
+    QVERIFY2(client.writes("the engine says DONE 1\n"), client.output.constData());
 }
 
 void PracticeClientTest::anEngineThatComesBackIsFoundAgain() {
     PracticeTree tree;
     PracticeProgram engine(tree.engine());
     PracticeProgram client(tree.client(), tree.clientArguments());
-    QVERIFY(client.writes("(8 connections)\n"));
+    QVERIFY(client.writes("connected to"));
     engine.process.kill();
     QVERIFY(engine.ends());
     QVERIFY(client.writes("connecting anew\n"));
     client.output.clear();
     PracticeProgram next(tree.engine());
-    QVERIFY2(client.writes("(8 connections)\n"), client.output.constData());
+    QVERIFY2(client.writes("the engine says DONE 1\n"), client.output.constData());
 }
 
 void PracticeClientTest::theTerminateRequestEndsItByThatSignal() {
@@ -110,7 +109,6 @@ void PracticeClientTest::theTerminateRequestEndsItByThatSignal() {
     QVERIFY(client.ends());
     QCOMPARE(client.process.exitStatus(), QProcess::CrashExit);
     QCOMPARE(client.process.exitCode(), SIGTERM);
-    QVERIFY2(client.output.endsWith("[client] asked to end, goodbye\n"), client.output.constData());
 }
 
 QTEST_GUILESS_MAIN(PracticeClientTest)

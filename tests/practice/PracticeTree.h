@@ -12,15 +12,14 @@
 
 namespace ferrolt {
 
-/// A copy of the built practice tree in a folder of its own, with a port of its own, so that tests run beside
-/// each other and beside a developer's launcher.
+/// A practice tree in a folder of its own, with a port of its own, so that tests run beside each other and
+/// beside a developer's launcher.
 class PracticeTree {
   public:
     PracticeTree() : port(freePort()) {
-        for (const char *file : {"Tandril/LumoraCore/MediaEngine/Orbix", "Client/qorclient"}) {
-            const QString target = path(QString::fromLatin1(file));
-            QDir().mkpath(QFileInfo(target).path());
-            QFile::copy(QStringLiteral(FERROLT_PRACTICE_TREE "/") + QString::fromLatin1(file), target);
+        for (const QString &program : {engine(), client()}) {
+            QDir().mkpath(QFileInfo(program).path());
+            QFile::copy(QStringLiteral(FERROLT_PRACTICE_CHILD), program);
         }
         QDir().mkpath(path(QStringLiteral("Tandril/LumoraCore/Properties")));
         QDir().mkpath(path(QStringLiteral("var")));
@@ -58,7 +57,7 @@ class PracticeTree {
     QTemporaryDir folder;
 };
 
-/// A practice program under trial, killed at the latest with this object.
+/// A running practice program, killed with this object.
 class PracticeProgram {
   public:
     explicit PracticeProgram(const QString &executable, const QStringList &arguments = {}) {
@@ -72,7 +71,7 @@ class PracticeProgram {
     PracticeProgram(const PracticeProgram &) = delete;
     PracticeProgram &operator=(const PracticeProgram &) = delete;
 
-    /// Waits until the program has written `text`, for 20 seconds at most.
+    /// Waits until the program has written `text`; false when it has not after 20 seconds.
     bool writes(const QByteArray &text) {
         QDeadlineTimer deadline(20000);
         while (!output.contains(text)) {
@@ -84,6 +83,7 @@ class PracticeProgram {
         return true;
     }
 
+    /// Waits until the program has ended; false when it has not after 20 seconds.
     bool ends() {
         const bool hasEnded = process.state() == QProcess::NotRunning || process.waitForFinished(20000);
         output += process.readAll();
@@ -93,7 +93,7 @@ class PracticeProgram {
     QByteArray firstLine() const { return output.left(output.indexOf('\n')); }
 
     QProcess process;
-    QByteArray output;  ///< what was read of it so far
+    QByteArray output;  ///< all that was read so far
 };
 
 }  // namespace ferrolt

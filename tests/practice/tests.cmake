@@ -1,5 +1,3 @@
 foreach(test PracticeEngineTest PracticeClientTest)
     ferrolt_test(practice ${test} LINKS Qt6::Network)
-    target_compile_definitions(${test} PRIVATE FERROLT_PRACTICE_TREE="${PROJECT_BINARY_DIR}/practice")
-    add_dependencies(${test} practice_engine practice_client)
 endforeach()

@@ -231,7 +231,7 @@ class AppVarsTerminationTest : public QObject {
     }
 
     void aGrandchildOnThePipeDelaysNothing() {
-        Supervision s("grandchild exit");
+        Supervision s("grandchild");
         s.start();
         QVERIFY(s.waitForEngineLog("Lumora Core terminated with status 0\n"));
         const std::string log = s.engineLog();
