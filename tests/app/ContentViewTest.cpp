@@ -1,3 +1,4 @@
+#include "ApplicationLook.h"
 #include "ContentView.h"
 #include "HomeLogView.h"
 #include "LauncherPrefs.h"
@@ -12,7 +13,6 @@
 
 #include <QLineEdit>
 #include <QProcess>
-#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QSplitter>
 #include <QTest>
@@ -344,15 +344,9 @@ class ContentViewTest : public QObject {
     }
 
     void theSidebarsRowsStandInOrder() {
-        const QFont before = QApplication::font();
-        const auto restore = qScopeGuard([&] {
-            QApplication::setFont(before);
-            QApplication::setPalette(QPalette());
-        });
-        QFont font = before;
-        font.setPixelSize(13);
-        QApplication::setFont(font);
-        QApplication::setPalette(Theme::lightPalette());
+        ApplicationLook look;
+        look.setPixelSize(13);
+        look.setPalette(Theme::lightPalette());
         WindowFixture fixture;
         MainWindow &window = fixture.open();
         QCoreApplication::processEvents();
@@ -391,11 +385,8 @@ class ContentViewTest : public QObject {
     }
     void nothingIsClippedInTheSmallestWindow() {
         QFETCH(int, points);
-        const QFont before = QApplication::font();
-        const auto restore = qScopeGuard([&] { QApplication::setFont(before); });
-        QFont font = before;
-        font.setPointSize(points);
-        QApplication::setFont(font);
+        ApplicationLook look;
+        look.setPointSize(points);
         WindowFixture fixture;
         fixture.tree.writeIdentity("", "");
         MainWindow &window = fixture.open();
@@ -466,10 +457,11 @@ class ContentViewTest : public QObject {
     }
 
     void thePaletteIsFollowedWhileTheWindowIsOpen() {
+        ApplicationLook look;
         WindowFixture fixture;
         MainWindow &window = fixture.open();
         for (const QPalette &palette : {Theme::darkPalette(), Theme::lightPalette(), Theme::darkPalette()}) {
-            QApplication::setPalette(palette);
+            look.setPalette(palette);
             QCoreApplication::processEvents();
             const QImage picture = window.grab().toImage();
             QCOMPARE(picture.pixelColor(5, 400), Theme::sidebarBackground(palette));
@@ -482,19 +474,17 @@ class ContentViewTest : public QObject {
                 hasAccent = hasAccent || entry.pixelColor(x, entry.height() / 2) == Theme::accent(palette);
             QVERIFY(hasAccent);
         }
-        QApplication::setPalette(QPalette());
     }
 
     void theFontIsFollowedWhileTheWindowIsOpen() {
-        const QFont before = QApplication::font();
+        ApplicationLook look;
         WindowFixture fixture;
         MainWindow &window = fixture.open();
         const QSize size = window.size();
         QList<int> heights;
         for (const qreal points : {7.0, 18.0, 9.0}) {
-            QFont font = before;
-            font.setPointSizeF(points);
-            QApplication::setFont(font);
+            look.setPointSize(points);
+            const QFont font = QApplication::font();
             QTRY_VERIFY(named(window, "Home")->height() >= QFontMetrics(font).height());
             QWidget *title = named(*logs(fixture)->lumoraConsole(), "Lumora Core Engine");
             QTRY_VERIFY(title->sizeHint().height() >= QFontMetrics(font).height());
@@ -505,7 +495,6 @@ class ContentViewTest : public QObject {
         }
         QVERIFY(heights[0] < heights[1]);
         QVERIFY(heights[2] < heights[1]);
-        QApplication::setFont(before);
     }
 
     void floodsOfChangesCostAHiddenWindowNothing() {

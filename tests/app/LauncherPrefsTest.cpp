@@ -1,3 +1,4 @@
+#include "ApplicationLook.h"
 #include "LauncherPrefs.h"
 #include "PathResolvers.h"
 #include "ProminentButton.h"
@@ -10,7 +11,6 @@
 #include <QClipboard>
 #include <QLabel>
 #include <QProcess>
-#include <QScopeGuard>
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QTest>
@@ -237,10 +237,8 @@ class LauncherPrefsTest : public QObject {
     }
 
     void theLayoutIsThatOfTheDesign() {
-        const QFont before = QApplication::font();
-        QFont font = before;
-        font.setPixelSize(13);
-        QApplication::setFont(font);
+        ApplicationLook look;
+        look.setPixelSize(13);
         Form form;
         const auto place = [&](QWidget *widget) {
             return QRect(widget->mapTo(form.prefs.get(), QPoint()), widget->size());
@@ -252,7 +250,6 @@ class LauncherPrefsTest : public QObject {
         QCOMPARE(place(form.entity()).top() - place(form.email()).bottom() - 1, 12);
         QCOMPARE(place(form.displayName()).top() - place(form.entity()).bottom() - 1, 12);
         QCOMPARE(place(form.button()).topLeft(), QPoint(32, 224));
-        QApplication::setFont(before);
     }
 
     void everyPartOfTheFormHasItsTextSymbolColourAndPlace_data() {
@@ -262,15 +259,9 @@ class LauncherPrefsTest : public QObject {
     }
     void everyPartOfTheFormHasItsTextSymbolColourAndPlace() {
         QFETCH(QPalette, palette);
-        const QFont before = QApplication::font();
-        const auto restore = qScopeGuard([&] {
-            QApplication::setFont(before);
-            QApplication::setPalette(QPalette());
-        });
-        QFont font = before;
-        font.setPixelSize(13);
-        QApplication::setFont(font);
-        QApplication::setPalette(palette);
+        ApplicationLook look;
+        look.setPixelSize(13);
+        look.setPalette(palette);
         Form form;
         QCoreApplication::processEvents();
         const auto place = [&](const QWidget *widget) {

@@ -1,3 +1,4 @@
+#include "ApplicationLook.h"
 #include "QtAlertPresenter.h"
 #include "Theme.h"
 #include "Waiting.h"
@@ -232,7 +233,7 @@ class QtAlertPresenterTest : public QObject {
 
     /// An alert may stand for days.
     void anAlertThatStandsFollowsThePaletteAndTheFont() {
-        const QFont before = QApplication::font();
+        ApplicationLook look;
         QtAlertPresenter presenter;
         presenter.present(
             {.messageText = "Message", .informativeText = "An explanation of a few words", .button = "OK"},
@@ -241,18 +242,14 @@ class QtAlertPresenterTest : public QObject {
         auto *const message = shown()->findChild<QLabel *>("qt_msgbox_label");
         auto *const explanation = shown()->findChild<QLabel *>("qt_msgbox_informativelabel");
         const QImage icon = shown()->iconPixmap().toImage();
-        QApplication::setPalette(Theme::darkPalette());
+        look.setPalette(Theme::darkPalette());
         QTRY_VERIFY(shown()->iconPixmap().toImage() != icon);
         for (const int points : {18, 7}) {
-            QFont font = before;
-            font.setPointSize(points);
-            QApplication::setFont(font);
+            look.setPointSize(points);
             QTRY_COMPARE(message->font(), Theme::headline());
             QTRY_VERIFY(qAbs(explanation->minimumWidth() -
                              explanation->fontMetrics().horizontalAdvance(explanation->text())) < 10);
         }
-        QApplication::setFont(before);
-        QApplication::setPalette(QPalette());
     }
 
     void aWindowClosedUnderAnAlertLeavesTheAlert() {

@@ -1,3 +1,4 @@
+#include "ApplicationLook.h"
 #include "ConsoleFixture.h"
 #include "StatusBadge.h"
 #include "Theme.h"
@@ -5,7 +6,6 @@
 #include <QDir>
 #include <QLabel>
 #include <QPixmap>
-#include <QScopeGuard>
 #include <QtTest>
 
 #include <cmath>
@@ -86,14 +86,11 @@ class LogConsoleLookTest : public QObject {
 
     void headerAndRowsGrowWithTheTypeAndClipNothing() {
         usePalette(false);
-        const QFont before = QApplication::font();
-        const auto restore = qScopeGuard([&] { QApplication::setFont(before); });
+        ApplicationLook look;
         int lastHeader = 0;
         qreal lastRow = 0;
         for (const int points : {7, 10, 18}) {
-            QFont font = before;
-            font.setPointSize(points);
-            QApplication::setFont(font);
+            look.setPointSize(points);
             ConsoleFixture console;
             fill(console);
             console.show({520, 320});

@@ -1,3 +1,4 @@
+#include "ApplicationLook.h"
 #include "ConsoleFixture.h"
 #include "LogLayout.h"
 #include "QtClipboard.h"
@@ -9,7 +10,6 @@
 #include <QElapsedTimer>
 #include <QLabel>
 #include <QMimeData>
-#include <QScopeGuard>
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QtTest>
@@ -30,15 +30,9 @@ class LogConsoleViewTest : public QObject {
     }
     void theHeaderIsThatOfTheDesign() {
         QFETCH(QPalette, palette);
-        const QFont before = QApplication::font();
-        const auto restore = qScopeGuard([&] {
-            QApplication::setFont(before);
-            QApplication::setPalette(QPalette());
-        });
-        QFont font = before;
-        font.setPixelSize(13);
-        QApplication::setFont(font);
-        QApplication::setPalette(palette);
+        ApplicationLook look;
+        look.setPixelSize(13);
+        look.setPalette(palette);
         ConsoleFixture console;
         console.append("text\n");
         console.show();
@@ -310,19 +304,14 @@ class LogConsoleViewTest : public QObject {
     }
 
     void theHeaderFitsTheSmallestPanelWithALargeFont() {
-        const QFont before = QApplication::font();
-        QFont large = before;
-        large.setPointSize(18);
-        QApplication::setFont(large);
-        {
-            ConsoleFixture console;
-            console.show({300, 150});
-            QCOMPARE(console.view.size(), QSize(300, 150));
-            const QWidget &badge = *console.view.findChild<StatusBadge *>();
-            QVERIFY(badge.mapTo(&console.view, badge.rect().topRight()).x() < 300 - 16);
-            QVERIFY(badge.size() == badge.sizeHint());
-        }
-        QApplication::setFont(before);
+        ApplicationLook look;
+        look.setPointSize(18);
+        ConsoleFixture console;
+        console.show({300, 150});
+        QCOMPARE(console.view.size(), QSize(300, 150));
+        const QWidget &badge = *console.view.findChild<StatusBadge *>();
+        QVERIFY(badge.mapTo(&console.view, badge.rect().topRight()).x() < 300 - 16);
+        QVERIFY(badge.size() == badge.sizeHint());
     }
 
     void theFontFollowsTheDesktopsWhileShown() {

@@ -1,3 +1,4 @@
+#include "ApplicationLook.h"
 #include "ConsoleFixture.h"
 #include "FindBar.h"
 #include "FlatButton.h"
@@ -312,11 +313,8 @@ class LogSearchTest : public QObject {
     }
     void theBarFitsTheSmallestPanel() {
         QFETCH(int, points);
-        const QFont before = QApplication::font();
-        const auto restore = qScopeGuard([&] { QApplication::setFont(before); });
-        QFont font = before;
-        font.setPointSize(points);
-        QApplication::setFont(font);
+        ApplicationLook look;
+        look.setPointSize(points);
         ConsoleFixture console;
         console.append("text\n");
         console.show({300, 150});

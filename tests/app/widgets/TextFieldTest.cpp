@@ -1,3 +1,4 @@
+#include "ApplicationLook.h"
 #include "TextField.h"
 
 #include <QAccessible>
@@ -221,17 +222,14 @@ class TextFieldTest : public QObject {
     }
 
     void itGrowsWithTheFont() {
-        const QFont before = QApplication::font();
+        ApplicationLook look;
         QList<int> heights;
         for (const qreal points : {7.0, 18.0}) {
-            QFont font = before;
-            font.setPointSizeF(points);
-            QApplication::setFont(font);
+            look.setPointSize(points);
             TextField field("E-Mail Address");
             QVERIFY(field.sizeHint().height() >= field.fontMetrics().height() + 8);
             heights.append(field.sizeHint().height());
         }
-        QApplication::setFont(before);
         QCOMPARE(heights.first(), 28);
         QVERIFY(heights.last() > 28);
     }

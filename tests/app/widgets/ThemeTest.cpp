@@ -1,3 +1,4 @@
+#include "ApplicationLook.h"
 #include "Theme.h"
 #include "ThemedLabel.h"
 
@@ -88,10 +89,8 @@ class ThemeTest : public QObject {
     }
     void typeIsTheDesktopsOwnInFixedProportions() {
         QFETCH(qreal, points);
-        const QFont before = QApplication::font();
-        QFont font = before;
-        font.setPointSizeF(points);
-        QApplication::setFont(font);
+        ApplicationLook look;
+        look.setPointSize(points);
         QCOMPARE(Theme::body(), QApplication::font());
         QVERIFY(Theme::headline().bold());
         QCOMPARE(Theme::headline().pointSizeF(), points);
@@ -99,22 +98,18 @@ class ThemeTest : public QObject {
         QCOMPARE(Theme::caption().pointSizeF(), points * 0.77);
         QCOMPARE(Theme::console().pointSizeF(), points);
         QVERIFY(QFontInfo(Theme::console()).fixedPitch());
-        QApplication::setFont(before);
     }
 
     void aDesktopFontGivenInPixelsIsScaledInPixels() {
-        const QFont before = QApplication::font();
-        QFont font = before;
-        font.setPixelSize(20);
-        QApplication::setFont(font);
+        ApplicationLook look;
+        look.setPixelSize(20);
         QCOMPARE(Theme::subheadline().pixelSize(), 17);
         QCOMPARE(Theme::caption().pixelSize(), 15);
         QCOMPARE(Theme::console().pixelSize(), 20);
-        QApplication::setFont(before);
     }
 
     void aLabelFollowsFontAndPaletteWhileItIsShown() {
-        const QFont fontBefore = QApplication::font();
+        ApplicationLook look;
         QWidget window;
         ThemedLabel label("Process Status & <b>more</b>", Theme::subheadline, Theme::secondaryText, &window);
         window.resize(900, 120);
@@ -124,10 +119,8 @@ class ThemeTest : public QObject {
         for (const auto &[palette, points] : {std::pair(Theme::darkPalette(), 40.0),
                                               {Theme::lightPalette(), 30.0},
                                               {Theme::darkPalette(), 20.0}}) {
-            QFont font = fontBefore;
-            font.setPointSizeF(points);
-            QApplication::setPalette(palette);
-            QApplication::setFont(font);
+            look.setPalette(palette);
+            look.setPointSize(points);
             QCoreApplication::processEvents();
             QVERIFY(label.sizeHint() != before);
             before = label.sizeHint();
@@ -139,8 +132,6 @@ class ThemeTest : public QObject {
                     inColour += picture.pixelColor(x, y) == Theme::secondaryText(palette);
             QVERIFY2(inColour > 20, qPrintable(QString::number(inColour)));
         }
-        QApplication::setFont(fontBefore);
-        QApplication::setPalette(QPalette());
     }
 };
 
