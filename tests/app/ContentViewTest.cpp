@@ -1,5 +1,6 @@
 #include "ApplicationLook.h"
 #include "ContentView.h"
+#include "FatalError.h"
 #include "HomeLogView.h"
 #include "LauncherPrefs.h"
 #include "LogConsoleView.h"
@@ -12,7 +13,6 @@
 #include "WindowFixture.h"
 
 #include <QLineEdit>
-#include <QProcess>
 #include <QSignalSpy>
 #include <QSplitter>
 #include <QTest>
@@ -516,21 +516,9 @@ class ContentViewTest : public QObject {
     }
 
     void withoutALauncherStateTheProgramEnds() {
-        QProcess program;
-        program.start(QCoreApplication::applicationFilePath(), {"--without-state"});
-        QVERIFY(program.waitForFinished());
-        QCOMPARE(program.exitStatus(), QProcess::CrashExit);
+        QVERIFY(isFatal([] { ContentView(nullptr, nullptr, nullptr); }));
     }
 };
 
-int main(int argc, char **argv) {
-    QApplication application(argc, argv);
-    if (application.arguments().contains("--without-state")) {
-        ContentView view(nullptr, nullptr, nullptr);
-        return 0;
-    }
-    ContentViewTest test;
-    return QTest::qExec(&test, argc, argv);
-}
-
+QTEST_MAIN(ContentViewTest)
 #include "ContentViewTest.moc"

@@ -1,10 +1,10 @@
+#include "FatalError.h"
 #include "HomeLogView.h"
 #include "LogConsoleView.h"
 #include "LogTextArea.h"
 #include "Theme.h"
 #include "WindowFixture.h"
 
-#include <QProcess>
 #include <QSplitter>
 #include <QTest>
 
@@ -128,21 +128,9 @@ class HomeLogViewTest : public QObject {
     }
 
     void withoutALauncherStateTheProgramEnds() {
-        QProcess program;
-        program.start(QCoreApplication::applicationFilePath(), {"--without-state"});
-        QVERIFY(program.waitForFinished());
-        QCOMPARE(program.exitStatus(), QProcess::CrashExit);
+        QVERIFY(isFatal([] { HomeLogView(nullptr, nullptr, nullptr); }));
     }
 };
 
-int main(int argc, char **argv) {
-    QApplication application(argc, argv);
-    if (application.arguments().contains("--without-state")) {
-        HomeLogView view(nullptr, nullptr, nullptr);
-        return 0;
-    }
-    HomeLogViewTest test;
-    return QTest::qExec(&test, argc, argv);
-}
-
+QTEST_MAIN(HomeLogViewTest)
 #include "HomeLogViewTest.moc"

@@ -1,4 +1,5 @@
 #include "ApplicationLook.h"
+#include "FatalError.h"
 #include "LauncherPrefs.h"
 #include "PathResolvers.h"
 #include "ProminentButton.h"
@@ -10,7 +11,6 @@
 
 #include <QClipboard>
 #include <QLabel>
-#include <QProcess>
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QTest>
@@ -376,21 +376,9 @@ class LauncherPrefsTest : public QObject {
     }
 
     void withoutASupervisorToServeTheProgramEnds() {
-        QProcess program;
-        program.start(QCoreApplication::applicationFilePath(), {"--without-supervisor"});
-        QVERIFY(program.waitForFinished());
-        QCOMPARE(program.exitStatus(), QProcess::CrashExit);
+        QVERIFY(isFatal([] { LauncherPrefs(nullptr, nullptr); }));
     }
 };
 
-int main(int argc, char **argv) {
-    QApplication application(argc, argv);
-    if (application.arguments().contains("--without-supervisor")) {
-        LauncherPrefs prefs(nullptr, nullptr);
-        return 0;
-    }
-    LauncherPrefsTest test;
-    return QTest::qExec(&test, argc, argv);
-}
-
+QTEST_MAIN(LauncherPrefsTest)
 #include "LauncherPrefsTest.moc"
