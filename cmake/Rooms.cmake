@@ -5,7 +5,10 @@ add_library(ferrolt_build INTERFACE)
 target_compile_options(ferrolt_build INTERFACE
     -Wall -Wextra -Wpedantic $<IF:$<CXX_COMPILER_ID:GNU>,-Wshadow=local,-Wshadow> -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Wold-style-cast
     -Woverloaded-virtual -Wimplicit-fallthrough -fno-common -fstack-protector-strong)
-target_compile_definitions(ferrolt_build INTERFACE QT_NO_KEYWORDS QT_DISABLE_DEPRECATED_BEFORE=0x060400)
+# Q_ASSERT checks what a header demands of its callers, in every build but the shipped one. RelWithDebInfo would switch
+# it off. The standard library's own checks (an index out of range, an empty optional) are cheap enough to ship.
+target_compile_definitions(ferrolt_build INTERFACE QT_NO_KEYWORDS QT_DISABLE_DEPRECATED_BEFORE=0x060400
+    $<$<NOT:$<CONFIG:Release>>:QT_FORCE_ASSERTS> _GLIBCXX_ASSERTIONS)
 if(FERROLT_SANITIZE)
     target_compile_options(ferrolt_build INTERFACE -fsanitize=${FERROLT_SANITIZE} -fno-omit-frame-pointer
         -fno-sanitize-recover=all)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QtGlobal>
+
 #include <functional>
 
 namespace ferrolt {
@@ -19,5 +21,15 @@ class MainQueue {
     /// Whether this is the thread that the application object lives on, or lived on. Any thread.
     static bool isMainThread();
 };
+
+/// What a function that says "main thread" begins with; a release build checks nothing.
+inline void assertMainThread() {
+    Q_ASSERT(MainQueue::isMainThread());
+}
+
+/// What a function begins with that may block, or that the main thread would deadlock in.
+inline void assertNotMainThread() {
+    Q_ASSERT(!MainQueue::isMainThread());
+}
 
 }  // namespace ferrolt
