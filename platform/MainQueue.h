@@ -14,11 +14,11 @@ class MainQueue {
     /// exists waits for it; work handed over after the application object has gone is dropped.
     static void async(std::function<void()> work);
 
-    /// Runs `work` on the main thread and returns when it has run. From the main thread it runs at once. When
-    /// the application object goes away first, returns without having run it.
+    /// Runs `work` on the main thread and returns when it has run. On the main thread it runs at once. If the
+    /// application object goes away first, returns without having run it. Any thread.
     static void sync(const std::function<void()> &work);
 
-    /// Whether this is the thread that the application object lives on, or lived on. Any thread.
+    /// Whether the caller runs on the thread that runs main(). Any thread.
     static bool isMainThread();
 };
 
