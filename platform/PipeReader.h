@@ -12,26 +12,23 @@ namespace ferrolt {
 /// Reads a pipe on a thread of its own, one read at a time, as fast as the other side writes.
 ///
 /// States: prepared --begin()--> reading --end of file, or childHasEnded()--> closed; reading --detach()-->
-/// draining --the same--> closed. While draining it still empties the pipe, so that the child is neither
-/// blocked nor killed by it, but hands nothing on.
+/// draining --end of file, or childHasEnded()--> closed. A draining reader still empties the pipe, so that
+/// the child is neither blocked nor killed by SIGPIPE, but passes nothing on.
 ///
-/// The pipe is widened where the system allows it; what a read takes at most stays the same.
+/// The pipe is widened where the system allows it; the maximum size of a read stays the same.
 class PipeReader {
   public:
-    /// One read's bytes; valid during the call. On the reader's thread, never concurrently.
+    /// Gets the bytes of one read; they are valid during the call. Called on the reader's thread.
     using Receiver = std::function<void(std::span<const std::byte>)>;
 
-    /// How many bytes the next read may take; at least 1. On the reader's thread, before each read.
-    using Room = std::function<std::size_t()>;
+    /// In bytes.
+    static constexpr std::size_t maxRead = 65536;
 
-    /// A read takes at most this many bytes.
-    static constexpr std::size_t largestRead = 65536;
+    /// `readingEnd` must be non-blocking. The reader's thread owns it and the receiver, and destroys both.
+    /// Null if the system has no descriptor to give; errno is set then.
+    static std::shared_ptr<PipeReader> prepare(FileDescriptor readingEnd, Receiver receiver);
 
-    /// `readingEnd` must not block; it passes to the reader's thread, and so do the functions, which are
-    /// destroyed there. Null when the system has no descriptor to give; errno is set then.
-    static std::shared_ptr<PipeReader> prepare(FileDescriptor readingEnd, Receiver receiver, Room room = {});
-
-    /// Starts reading, once: 0, or an errno value when the system has no thread to give.
+    /// Starts reading, once: 0, or an errno value if the system has no thread to give.
     int begin();
 
     /// Detaches. Does not wait.
@@ -39,13 +36,13 @@ class PipeReader {
     PipeReader(const PipeReader &) = delete;
     PipeReader &operator=(const PipeReader &) = delete;
 
-    /// From now on the receiver is no longer called; only a read that is just being handed on still comes,
-    /// also after the return. Any thread.
+    /// No read that begins after this call is passed on; one that is under way still is, even after the
+    /// return. Any thread.
     void detach();
 
-    /// What the child left in the pipe is handed on before this returns, and then the pipe is closed, whoever
-    /// else may still hold it open. Never waits for another process. Any thread but the reader's; only
-    /// after a begin() that was successful.
+    /// Passes on what the child left in the pipe, then closes the pipe, even if another process still has it
+    /// open, and returns. Never waits for another process. Any thread but the reader's; only after a begin()
+    /// that returned 0.
     void childHasEnded();
 
   private:

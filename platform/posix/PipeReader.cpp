@@ -4,6 +4,8 @@
 #include "ThreadName.h"
 #include "WidenPipe.h"
 
+#include <QtGlobal>
+
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
@@ -13,46 +15,47 @@
 #include <thread>
 #include <utility>
 
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace ferrolt {
 
-/// Shared by the object and the reading thread, whichever lives longer.
+/// Shared by the object and the reading thread, and destroyed with the last of them.
 struct PipeReader::Shared {
-    FileDescriptor readingEnd;  // the thread's alone
-    Pipe wakeUp;
-    Receiver receiver;  // the thread's alone, both of them
-    Room room;
+    // Once the reading thread runs, it alone uses these three.
+    FileDescriptor readingEnd;
+    Receiver receiver;
+    const std::unique_ptr<std::byte[]> bytes = std::make_unique_for_overwrite<std::byte[]>(maxRead);
+
+    Pipe wakeUp;  ///< interrupts the wait for bytes
     std::atomic<bool> detached = false;
     std::atomic<bool> childEnded = false;
-    /// The thread's alone, but made by whoever starts it.
-    const std::unique_ptr<std::byte[]> bytes = std::make_unique_for_overwrite<std::byte[]>(largestRead);
+    std::atomic<std::thread::id> thread;  ///< that reads; only assertions ask for it
 
     std::mutex mutex;
     std::condition_variable changed;
     bool closed = false;
 
-    /// `Full`: as much as was asked for, so that there may be more. `Some`: all that there was.
+    /// `Full`: as many bytes as were asked for, so there may be more. `Some`: all that there were.
     enum class Read { Full, Some, NothingYet, End };
 
     void run();
     void waitForBytes();
-    std::size_t mostOfNextRead() const { return room ? std::min(room(), largestRead) : largestRead; }
-    Read readOnce(std::size_t most);
-    void takeWhatIsLeft();
+    Read readOnce(std::size_t max);
+    void readWhatIsLeft();
 };
 
-PipeReader::Shared::Read PipeReader::Shared::readOnce(std::size_t most) {
-    const ssize_t count = read(readingEnd.get(), bytes.get(), most);
+PipeReader::Shared::Read PipeReader::Shared::readOnce(std::size_t max) {
+    const ssize_t count = read(readingEnd.get(), bytes.get(), max);
     if (count < 0)
         return errno == EAGAIN || errno == EINTR ? Read::NothingYet : Read::End;
     if (count == 0)
         return Read::End;
     if (!detached.load(std::memory_order_acquire))
         receiver({bytes.get(), static_cast<std::size_t>(count)});
-    return static_cast<std::size_t>(count) == most ? Read::Full : Read::Some;
+    return static_cast<std::size_t>(count) == max ? Read::Full : Read::Some;
 }
 
 void PipeReader::Shared::waitForBytes() {
@@ -60,16 +63,17 @@ void PipeReader::Shared::waitForBytes() {
     poll(sources, 2, -1);
 }
 
-/// A grandchild may hold the pipe and write on for ever: only what is in it now belongs to the child.
-void PipeReader::Shared::takeWhatIsLeft() {
+/// Not until the end of file: a grandchild may hold the pipe open and go on writing. Only the bytes that are
+/// in the pipe now are the child's.
+void PipeReader::Shared::readWhatIsLeft() {
     int left = 0;
     if (ioctl(readingEnd.get(), FIONREAD, &left) != 0)
         return;
     for (auto remaining = static_cast<std::size_t>(std::max(left, 0)); remaining > 0;) {
-        const std::size_t most = std::min(remaining, mostOfNextRead());
-        if (readOnce(most) == Read::End)
+        const std::size_t max = std::min(remaining, maxRead);
+        if (readOnce(max) == Read::End)
             return;
-        remaining -= most;
+        remaining -= max;
     }
 }
 
@@ -77,10 +81,10 @@ void PipeReader::Shared::run() {
     nameThisThread("child-output");
     for (;;) {
         if (childEnded.load(std::memory_order_acquire)) {
-            takeWhatIsLeft();
+            readWhatIsLeft();
             break;
         }
-        const Read outcome = readOnce(mostOfNextRead());
+        const Read outcome = readOnce(maxRead);
         if (outcome == Read::End)
             break;
         if (outcome != Read::Full)
@@ -88,17 +92,16 @@ void PipeReader::Shared::run() {
     }
     readingEnd.close();
     receiver = nullptr;
-    room = nullptr;
     std::lock_guard lock(mutex);
     closed = true;
     changed.notify_all();
 }
 
-std::shared_ptr<PipeReader> PipeReader::prepare(FileDescriptor readingEnd, Receiver receiver, Room room) {
+std::shared_ptr<PipeReader> PipeReader::prepare(FileDescriptor readingEnd, Receiver receiver) {
+    Q_ASSERT((fcntl(readingEnd.get(), F_GETFL) & O_NONBLOCK) != 0);
     auto shared = std::make_shared<Shared>();
     shared->readingEnd = std::move(readingEnd);
     shared->receiver = std::move(receiver);
-    shared->room = std::move(room);
     widenPipe(shared->readingEnd.get());
     shared->wakeUp = Pipe::open();
     if (!shared->wakeUp.readingEnd.isValid())
@@ -107,8 +110,11 @@ std::shared_ptr<PipeReader> PipeReader::prepare(FileDescriptor readingEnd, Recei
 }
 
 int PipeReader::begin() {
+    Q_ASSERT(shared->thread.load() == std::thread::id());
     try {
-        std::thread([shared = shared] { shared->run(); }).detach();
+        std::thread thread([shared = shared] { shared->run(); });
+        shared->thread = thread.get_id();
+        thread.detach();
     } catch (const std::system_error &failure) {
         return failure.code().value();
     }
@@ -126,6 +132,8 @@ void PipeReader::detach() {
 }
 
 void PipeReader::childHasEnded() {
+    Q_ASSERT(shared->thread.load() != std::thread::id());
+    Q_ASSERT(shared->thread.load() != std::this_thread::get_id());
     shared->childEnded.store(true, std::memory_order_release);
     const char wake = 0;
     [[maybe_unused]] const ssize_t written = write(shared->wakeUp.writingEnd.get(), &wake, 1);

@@ -9,8 +9,6 @@
 namespace ferrolt {
 
 LogElement ChunkDecoder::take(std::span<const std::byte> &arrived) {
-    constexpr std::size_t mostPending = 3;
-
     std::string_view bytes(reinterpret_cast<const char *>(arrived.data()), arrived.size());
     std::string joined;
     if (!pending.empty()) {
@@ -21,13 +19,13 @@ LogElement ChunkDecoder::take(std::span<const std::byte> &arrived) {
     std::size_t valid = utf8::validPrefixLength(bytes);
     std::size_t taken = bytes.size();
     utf8::Replaced replaced;
-    if (bytes.size() > largestText || bytes.size() - valid > mostPending) {
-        replaced = utf8::withReplacements(bytes, largestText);
+    if (bytes.size() > maxText || bytes.size() - valid > maxPending) {
+        replaced = utf8::withReplacements(bytes, maxText);
         taken = replaced.taken;
     }
-    // What has waited is always among what was taken: it comes first, and there is room for more.
+    // The pending bytes come first and are fewer than maxText, so they are always taken.
     arrived = arrived.subspan(taken - pending.size());
-    if (taken > valid + mostPending) {
+    if (taken > valid + maxPending) {
         pending.clear();
         return std::move(replaced.text);
     }

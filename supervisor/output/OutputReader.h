@@ -11,8 +11,8 @@
 namespace ferrolt {
 
 /// Turns what a child writes into elements of its log: reads and decodes on a thread of its own, delivers on
-/// the main thread, one element for each read, in order. A read that replacement characters would make larger
-/// than 64 KiB counts as several. An object of this type is the observer token of a subscription.
+/// the main thread, one element for each read, in order. A read that replacement characters would make too
+/// large counts as several. An object of this type is the observer token of a subscription.
 ///
 /// States: attached, and reading after begin() --detach()--> detached. Once detached the pipe is still
 /// emptied until the child ends, but no further read becomes an element; what was read before is still

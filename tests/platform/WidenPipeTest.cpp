@@ -78,7 +78,7 @@ class WidenPipeTest : public QObject {
         // All of it is in the pipe before the first read.
         QCOMPARE(write(pipe.writingEnd.get(), text.data(), text.size()), ssize_t(text.size()));
         const std::vector<std::size_t> sizes = sizesOfReads(std::move(pipe), {}, text);
-        QCOMPARE(sizes, std::vector<std::size_t>(wide / PipeReader::largestRead, PipeReader::largestRead));
+        QCOMPARE(sizes, std::vector<std::size_t>(wide / PipeReader::maxRead, PipeReader::maxRead));
     }
 
     void whereTheSystemRefusesThePipeStaysAsItIsAndIsReadAllTheSame() {
