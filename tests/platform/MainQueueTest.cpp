@@ -77,6 +77,17 @@ class MainQueueTest : public QObject {
         QCoreApplication::processEvents();
     }
 
+    void aNestedEventLoopKeepsTheOrder() {
+        std::vector<int> order;
+        MainQueue::async([&] {
+            MainQueue::async([&] { order.push_back(2); });
+            waitUntil([&] { return order.size() == 2; });
+        });
+        MainQueue::async([&] { order.push_back(1); });
+        QVERIFY(waitUntil([&] { return order.size() == 2; }));
+        QCOMPARE(order, (std::vector<int>{1, 2}));
+    }
+
     void syncReturnsAfterTheWorkHasRun() {
         std::atomic<bool> done = false;
         int value = 0;
@@ -109,7 +120,7 @@ bool survivesWithoutApplication() {
         std::thread waiting([] { MainQueue::sync([] {}); });
         waiting.detach();
     }
-    // Known without a look at the application object, which may be about to go.
+    // Does not depend on an application object, which another thread may be about to destroy.
     bool isAnotherMain = true;
     std::thread([&] { isAnotherMain = MainQueue::isMainThread(); }).join();
     if (!MainQueue::isMainThread() || isAnotherMain)
@@ -117,13 +128,13 @@ bool survivesWithoutApplication() {
     auto held = std::make_shared<int>(1);
     const std::weak_ptr<int> observer = held;
     MainQueue::async([held = std::move(held)] {});
-    // Refused and freed, not kept for ever; and nobody who waits for it hangs.
+    // Dropped and freed, and a thread that waits for it does not hang.
     std::thread([] { MainQueue::sync([] {}); }).join();
     return observer.expired();
 }
 
-/// Whether applications may come and go while threads hand work over: it runs while there is one, nobody who
-/// waits for it hangs, and none of it is kept.
+/// Whether applications may come and go while threads hand work over: the work runs while there is an
+/// application, no waiting thread hangs, and no work is leaked.
 bool survivesApplicationsThatComeAndGo() {
     std::atomic<bool> over = false;
     const auto held = std::make_shared<int>(1);
