@@ -19,8 +19,8 @@ namespace ferrolt {
 namespace {
 
 constexpr int dividerHeight = 6;
-constexpr int leastConsoleWidth = 300;
-constexpr int leastConsoleHeight = 150;
+constexpr int minConsoleWidth = 300;
+constexpr int minConsoleHeight = 150;
 
 }  // namespace
 
@@ -36,16 +36,16 @@ HomeLogView::HomeLogView(std::shared_ptr<AppVars> appVars, std::shared_ptr<TimeS
     panes = new PaneSplitter(Qt::Vertical, QStringLiteral("Log heights"));
     panes->setHandleWidth(dividerHeight);
     for (LogConsoleView *console : {lumora, qorClient}) {
-        console->setMinimumSize(leastConsoleWidth, leastConsoleHeight);
+        console->setMinimumSize(minConsoleWidth, minConsoleHeight);
         panes->addWidget(console);
     }
     auto *whole = new QVBoxLayout(this);
     whole->setContentsMargins(0, 0, 0, 0);
     whole->addWidget(panes);
-    // The window's background lies behind the whole, and shows where the panes leave it.
+    // The gaps between the panes show the window's background.
     setAutoFillBackground(true);
     setUpperShare(0.5);
-    // The divider lies between the two logs for the keyboard, too.
+    // Tab reaches the divider between the two logs.
     setTabOrder(&lumora->textArea(), panes->handle(1));
 
     addFindKeys();
@@ -67,9 +67,8 @@ HomeLogView::HomeLogView(std::shared_ptr<AppVars> appVars, std::shared_ptr<TimeS
     refresh();
 }
 
-// The consoles refer to what this object holds.
+// The consoles refer to members of this object, so they go before them.
 HomeLogView::~HomeLogView() {
-    _appVars->setLogAudience(LogAudience::Nobody);
     delete panes;
 }
 
@@ -106,8 +105,7 @@ double HomeLogView::upperShare() const {
 void HomeLogView::setUpperShare(double share) {
     share = std::clamp(share, 0.0, 1.0);
     if (!isVisible()) {
-        // The height that is to be shared is not known yet, and of a lesser one a log might get more than its
-        // part.
+        // The final height is not known yet; with a smaller one the min heights could distort the share.
         shareToCome = share;
         return;
     }
@@ -118,14 +116,8 @@ void HomeLogView::setUpperShare(double share) {
 
 void HomeLogView::showEvent(QShowEvent *event) {
     QWidget::showEvent(event);
-    _appVars->setLogAudience(LogAudience::Watching);
     if (shareToCome)
         setUpperShare(*std::exchange(shareToCome, std::nullopt));
-}
-
-void HomeLogView::hideEvent(QHideEvent *event) {
-    QWidget::hideEvent(event);
-    _appVars->setLogAudience(LogAudience::Nobody);
 }
 
 void HomeLogView::refresh() {

@@ -13,12 +13,12 @@ class LogConsoleView;
 class PaneSplitter;
 class TimeSource;
 
-/// The two live logs, one above the other, with a divider that the user can drag.
+/// The two live logs, one above the other, with a divider that the user can drag. Main thread only.
 class HomeLogView : public QWidget {
     Q_OBJECT
 
   public:
-    /// All three must be there; the program ends otherwise.
+    /// None of the three may be null: the program ends otherwise.
     HomeLogView(std::shared_ptr<AppVars> appVars, std::shared_ptr<TimeSource> time,
                 std::shared_ptr<Clipboard> clipboard, QWidget *parent = nullptr);
     ~HomeLogView() override;
@@ -26,13 +26,12 @@ class HomeLogView : public QWidget {
     LogConsoleView *lumoraConsole() const { return lumora; }
     LogConsoleView *qorClientConsole() const { return qorClient; }
 
-    /// Which part of the height the upper log has, from 0 to 1. Setting is bound by the logs' least heights.
+    /// The upper log's share of the height, from 0 to 1. Setting it respects the logs' min heights.
     double upperShare() const;
     void setUpperShare(double share);
 
   protected:
     void showEvent(QShowEvent *event) override;
-    void hideEvent(QHideEvent *event) override;
 
   private:
     void addFindKeys();

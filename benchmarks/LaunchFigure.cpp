@@ -43,9 +43,7 @@ double launchWithLogOnce() {
         process.setArguments({"exit", "0"});
         Pipe pipe = Pipe::open();
         process.setOutput(std::move(pipe.writingEnd));
-        const auto observer = OutputReader::attachReader(
-            std::move(pipe.readingEnd), [](auto elements) { return elements; },
-            [] { return LogAudience::Nobody; });
+        const auto observer = OutputReader::attachReader(std::move(pipe.readingEnd), [](const auto &) {});
         if (!observer)
             giveUp("A child's output cannot be read.");
         process.setStartHook([observer] { return observer->begin(); });

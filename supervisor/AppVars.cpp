@@ -2,6 +2,7 @@
 
 #include "AppVarsChildren.h"
 #include "LibreOfficeInstaller.h"
+#include "MainQueue.h"
 #include "MinerIdentity.h"
 #include "PathResolvers.h"
 #include "ReverseDomain.h"
@@ -73,11 +74,11 @@ void AppVars::appendLog(LogElement text, LogTarget buffer) {
     appendLog(std::move(one), buffer);
 }
 
-std::vector<LogElement> AppVars::appendLog(std::vector<LogElement> texts, LogTarget target) {
+void AppVars::appendLog(std::vector<LogElement> texts, LogTarget target) {
+    assertMainThread();
     std::erase_if(texts, [](const LogElement &text) { return text.isEmpty(); });
-    std::vector<LogElement> outdated;
     if (texts.empty())
-        return outdated;
+        return;
     const bool isLumora = target == LogTarget::Lumora;
     Q_EMIT objectWillChange(isLumora ? Change::LumoraLog : Change::QorClientLog);
     LogBuffer &buffer = isLumora ? _lumoraLog : _qorClientLog;
@@ -85,12 +86,17 @@ std::vector<LogElement> AppVars::appendLog(std::vector<LogElement> texts, LogTar
         buffer.append(std::move(text));
         // The bound belongs to the rule itself; it equals maxLogLines and must stay so.
         if (buffer.size() >= 1001)
-            outdated.push_back(buffer.takeFirst());
+            buffer.takeFirst();
     }
-    return outdated;
 }
 
-static_assert(AppVars::maxLogLines == 1000 && LogMailbox::mostWaiting == 1000);
+static_assert(AppVars::maxLogLines == 1000 && LogThrottle::maxWaiting == 1000);
+
+void AppVars::appendStatusLine(const QString &line, const Child &child) {
+    if (const ObserverToken &observer = this->*child.observer)
+        observer->handOver();
+    appendLog(line.toUtf8(), child.log);
+}
 
 void AppVars::selectTab(const QString &tab) {
     _selectedTab.set(tab);

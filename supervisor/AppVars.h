@@ -85,14 +85,8 @@ class AppVars : public QObject, public std::enable_shared_from_this<AppVars> {
     /// Appends `text` as one element, unsplit, and keeps the newest 1000. Every message and every chunk of
     /// output enters a buffer here; a message carries its own line break. An empty text is dropped.
     void appendLog(LogElement text, LogTarget buffer);
-    /// The same for elements that arrived together: one announcement for all of them. Gives back those that
-    /// had to make room.
-    std::vector<LogElement> appendLog(std::vector<LogElement> texts, LogTarget buffer);
-
-    /// Whether the logs are on screen. While nobody watches them, the output of a child that writes often may
-    /// come into its log up to LogMailbox::rest later.
-    LogAudience logAudience() const { return audience; }
-    void setLogAudience(LogAudience now) { audience = now; }
+    /// The same for elements that arrived together: one announcement for all of them.
+    void appendLog(std::vector<LogElement> texts, LogTarget buffer);
 
     void selectTab(const QString &tab);
 
@@ -137,6 +131,9 @@ class AppVars : public QObject, public std::enable_shared_from_this<AppVars> {
     static const Child engineChild;
     static const Child clientChild;
 
+    /// Appends a line of the launcher's own to the child's log, after all output that arrived before.
+    void appendStatusLine(const QString &line, const Child &child);
+
     void startEngine(const std::filesystem::path &binFolder, const std::filesystem::path &executablePath);
     void startClient(const std::filesystem::path &workingFolder, const std::filesystem::path &executablePath);
     /// Nothing when it runs; else what fatalError() is to say.
@@ -163,7 +160,6 @@ class AppVars : public QObject, public std::enable_shared_from_this<AppVars> {
     QMetaObject::Connection cancellable;
     ObserverToken lumObserver;
     ObserverToken jcObserver;
-    LogAudience audience = LogAudience::Nobody;
     Stop stop = Stop::None;
     std::unique_ptr<Timer> updateTimer;
     std::int64_t updateCheckIntervalHours = 1;

@@ -99,20 +99,15 @@ std::optional<LaunchError> AppVars::launchChild(const Child &child, const fs::pa
         });
     });
 
-    auto observer = OutputReader::attachReader(
-        std::move(pipe.readingEnd),
-        [weakSelf, &child](std::vector<LogElement> elements) {
-            const auto self = weakSelf.lock();
-            return self ? self->appendLog(std::move(elements), child.log) : std::move(elements);
-        },
-        [weakSelf] {
-            const auto self = weakSelf.lock();
-            return self ? self->logAudience() : LogAudience::Nobody;
-        });
+    const auto deliver = [weakSelf, &child](std::vector<LogElement> elements) {
+        if (const auto self = weakSelf.lock())
+            self->appendLog(std::move(elements), child.log);
+    };
+    auto observer = OutputReader::attachReader(std::move(pipe.readingEnd), deliver);
     if (!observer)
         return LaunchError{errno};
     process->setStartHook([observer] { return observer->begin(); });
-    // The child's last words come into its log before the line that reports its end.
+    // All of the child's output is read before its end is reported, and so comes before the line about it.
     process->setExitHook([observer] { observer->childHasEnded(); });
     this->*child.observer = std::move(observer);
 
@@ -120,6 +115,7 @@ std::optional<LaunchError> AppVars::launchChild(const Child &child, const fs::pa
         return error;
     (this->*child.process).set(process);
     (this->*child.isRunning).set(true);
+    // Not as a status line: it comes before all output of the child, however soon that has arrived.
     appendLog((child.name + QStringLiteral(" started.\n")).toUtf8(), child.log);
     return std::nullopt;
 }
@@ -174,7 +170,7 @@ void AppVars::onEnginePortResult(bool reachable, const std::string &host, std::i
         line = QStringLiteral("Lumora Core did not open %1 within %2s; starting Qor Client anyway.\n")
                    .arg(address, QString::number(seconds));
     }
-    appendLog(line.toUtf8(), LogTarget::QorClient);
+    appendStatusLine(line, clientChild);
     startClient(clientWorkingFolder(), clientExecutablePath());
 }
 

@@ -8,7 +8,7 @@ namespace ferrolt {
 
 void AppVars::onChildTerminated(const Child &child, Process::Status status) {
     const QString number = QString::number(status);
-    appendLog((child.name + QStringLiteral(" terminated with status ") + number + u'\n').toUtf8(), child.log);
+    appendStatusLine(child.name + QStringLiteral(" terminated with status ") + number + u'\n', child);
     if (isShuttingDown())
         return;
     // A child that ended by itself is never started again: what made it end would only end it again, unseen.

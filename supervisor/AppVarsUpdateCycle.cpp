@@ -30,9 +30,9 @@ void AppVars::reloadEngine() {
     if (!_isLumRunning || !old)
         return;
     setStop(Stop::EngineRestart);
-    appendLog(
-        "LibreOffice installed; restarting Lumora Core so its workers pick up office-document support.\n",
-        LogTarget::Lumora);
+    appendStatusLine(QStringLiteral("LibreOffice installed; restarting Lumora Core so its workers pick up "
+                                    "office-document support.\n"),
+                     engineChild);
     // This stop is meant: without its handler it is neither logged as an end nor taken for a failure.
     old->removeTerminationHandler();
     if (const ObserverToken observer = std::exchange(lumObserver, nullptr))
@@ -78,10 +78,9 @@ void AppVars::onInstallOutcome(const InstallOutcome &outcome) {
             reloadEngine();
             break;
         case InstallOutcome::Case::Failed:
-            appendLog((QStringLiteral("LibreOffice install skipped: ") + outcome.text() +
-                       QStringLiteral(". Will retry on the next check.\n"))
-                          .toUtf8(),
-                      LogTarget::Lumora);
+            appendStatusLine(QStringLiteral("LibreOffice install skipped: ") + outcome.text() +
+                                 QStringLiteral(". Will retry on the next check.\n"),
+                             engineChild);
             break;
         case InstallOutcome::Case::AlreadyCurrent:
         case InstallOutcome::Case::SkippedUserInstalled:
@@ -127,7 +126,7 @@ void AppVars::ensureLibreOffice() {
     // whoever lets go of it last destroys it.
     const auto append = [weakSelf](const QString &line) {
         if (const auto self = weakSelf.lock())
-            self->appendLog(line.toUtf8(), LogTarget::Lumora);
+            self->appendStatusLine(line, engineChild);
     };
     libreOfficeInstaller->install(
         version,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QtGlobal>
 
 #include <cstddef>
 #include <cstdint>
@@ -17,26 +18,30 @@ using LogElement = QByteArray;
 /// The elements of one child's log, oldest first. Main thread only; AppVars announces a change before making
 /// it.
 ///
-/// An element keeps its sequence number for life, also when older ones are dropped before it, so a view can
-/// tell which of the elements that it knows are still there without comparing texts.
+/// An element keeps its sequence number when older ones are dropped, so a view can tell which of the elements
+/// that it knows are still there without comparing texts.
 class LogBuffer {
   public:
     std::size_t size() const { return elements.size(); }
     bool isEmpty() const { return elements.empty(); }
 
     /// The element at `index`, 0 being the oldest. The index must be below size().
-    const LogElement &at(std::size_t index) const { return elements[index]; }
+    const LogElement &at(std::size_t index) const {
+        Q_ASSERT(index < size());
+        return elements[index];
+    }
 
     /// The sequence number of the oldest element; the number of elements dropped so far.
     std::uint64_t firstSequence() const { return first; }
     /// One past the sequence number of the newest element; the number of elements ever appended.
     std::uint64_t endSequence() const { return first + elements.size(); }
 
-    /// Whether the element with this sequence number is there: neither dropped nor yet to come.
+    /// Whether the buffer holds the element with this sequence number.
     bool holds(std::uint64_t sequence) const { return sequence >= first && sequence < endSequence(); }
 
     /// The element with this sequence number, which the buffer must hold.
     const LogElement &bySequence(std::uint64_t sequence) const {
+        Q_ASSERT(holds(sequence));
         return elements[static_cast<std::size_t>(sequence - first)];
     }
 
@@ -50,6 +55,7 @@ class LogBuffer {
 
     /// Removes the oldest element; there must be one.
     LogElement takeFirst() {
+        Q_ASSERT(!isEmpty());
         LogElement oldest = std::move(elements.front());
         elements.pop_front();
         bytes -= static_cast<std::size_t>(oldest.size());
@@ -57,7 +63,7 @@ class LogBuffer {
         return oldest;
     }
 
-    /// All elements joined with nothing between them: they carry their own line breaks.
+    /// All elements joined without separators: they carry their own line breaks.
     QByteArray joined() const {
         QByteArray text;
         text.reserve(static_cast<qsizetype>(bytes));
@@ -66,8 +72,7 @@ class LogBuffer {
         return text;
     }
 
-    /// All elements as they are now. They share their bytes with the buffer's, so this costs no copy of the
-    /// text.
+    /// A copy of the list of elements. The elements share their bytes with the buffer's.
     std::vector<LogElement> snapshot() const { return {elements.begin(), elements.end()}; }
 
   private:

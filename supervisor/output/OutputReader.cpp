@@ -1,32 +1,33 @@
 #include "OutputReader.h"
 
+#include "ChunkDecoder.h"
+
 #include <utility>
 
 namespace ferrolt {
 
 std::shared_ptr<OutputReader> OutputReader::attachReader(FileDescriptor readingEnd,
-                                                         LogMailbox::Delivery delivery,
-                                                         LogMailbox::Audience audience) {
+                                                         LogThrottle::Delivery delivery) {
     static_assert(ChunkDecoder::maxText == PipeReader::maxRead + ChunkDecoder::maxPending,
                   "what one read completes must fit into one element");
-    auto mailbox = std::make_shared<LogMailbox>(std::move(delivery), std::move(audience));
+    auto throttle = std::make_shared<LogThrottle>(std::move(delivery));
     auto decoder = std::make_shared<ChunkDecoder>();
     auto reader =
-        PipeReader::prepare(std::move(readingEnd), [mailbox, decoder](std::span<const std::byte> bytes) {
+        PipeReader::prepare(std::move(readingEnd), [throttle, decoder](std::span<const std::byte> bytes) {
             while (!bytes.empty()) {
                 LogElement text = decoder->take(bytes);
                 if (!text.isEmpty())
-                    mailbox->post(std::move(text));
+                    throttle->post(std::move(text));
             }
         });
     if (!reader)
         return nullptr;
-    return std::shared_ptr<OutputReader>(new OutputReader(std::move(reader), std::move(mailbox)));
+    return std::shared_ptr<OutputReader>(new OutputReader(std::move(reader), std::move(throttle)));
 }
 
-void OutputReader::childHasEnded() {
-    reader->childHasEnded();
-    mailbox->handOverNow();
+void OutputReader::detach() {
+    reader->detach();
+    throttle->close();
 }
 
 }  // namespace ferrolt

@@ -58,30 +58,6 @@ class HomeLogViewTest : public QObject {
         QCOMPARE(home.view->lumoraConsole()->height(), 150);
     }
 
-    void theLogsHaveAnAudienceWhileTheyAreOnScreen() {
-        Home home;
-        QCOMPARE(home.vars->logAudience(), LogAudience::Watching);
-        home.view->hide();
-        QCOMPARE(home.vars->logAudience(), LogAudience::Nobody);
-        home.view->show();
-        QCOMPARE(home.vars->logAudience(), LogAudience::Watching);
-        home.view.reset();
-        QCOMPARE(home.vars->logAudience(), LogAudience::Nobody);
-    }
-
-    void behindTheSettingsTheLogsHaveNoAudience() {
-        WindowFixture fixture;
-        fixture.open();
-        fixture.vars->selectTab(AppVars::homeTab);
-        QVERIFY(waitUntil([&] { return fixture.vars->logAudience() == LogAudience::Watching; }));
-        fixture.vars->selectTab(AppVars::settingsTab);
-        QVERIFY(waitUntil([&] { return fixture.vars->logAudience() == LogAudience::Nobody; }));
-        fixture.vars->selectTab(AppVars::homeTab);
-        QVERIFY(waitUntil([&] { return fixture.vars->logAudience() == LogAudience::Watching; }));
-        fixture.window->close();
-        QCOMPARE(fixture.vars->logAudience(), LogAudience::Nobody);
-    }
-
     void theTwoLogsAreTheServicesOwn() {
         Home home;
         QCOMPARE(&home.view->lumoraConsole()->textArea().buffer(), &home.vars->lumoraLog());

@@ -82,6 +82,28 @@ class AppVarsTest : public QObject {
         QCOMPARE(vars->lumoraLog().at(0), "a\nb");
     }
 
+    void aLineOfTheLaunchersOwnNeverOvertakesOutputThatArrivedBeforeIt() {
+        Supervision s("line-exit 0 output");
+        AppVars &vars = s.start();
+        vars._lump.get()->waitUntilExit();  // all output has been read, but the event loop has not turned
+        vars.reloadEngine();
+        QCOMPARE(s.engineLog(),
+                 "Lumora Core started.\n"
+                 "output\n"
+                 "LibreOffice installed; restarting Lumora Core so its workers pick up "
+                 "office-document support.\n");
+    }
+
+    void aStopDeliversTheOutputThatArrivedBeforeIt() {
+        Supervision s("line-exit 0 output");
+        AppVars &vars = s.start();
+        vars._lump.get()->waitUntilExit();
+        vars.stopAll();
+        QCOMPARE(s.engineLog(), "Lumora Core started.\noutput\n");
+        QVERIFY(s.waitForEngineLog("terminated"));
+        QCOMPARE(s.engineLog(), "Lumora Core started.\noutput\nLumora Core terminated with status 0\n");
+    }
+
     void theInitialTabIsSettingsWithTheEntityNameMissingOrBlank_data() {
         QTest::addColumn<QString>("email");
         QTest::addColumn<QString>("entity");
