@@ -22,7 +22,7 @@ using namespace ferrolt;
 
 namespace {
 
-/// Collects what a reader hands on, from whatever thread.
+/// Collects the reads that a reader passes on. Any thread.
 class Collector {
   public:
     PipeReader::Receiver receiver() {
@@ -73,7 +73,7 @@ class PipeReaderTest : public QObject {
         descriptors = openDescriptors();
     }
 
-    /// Whatever a test did, it leaves no thread and no descriptor behind.
+    /// No test leaves a thread or a descriptor behind.
     void cleanup() {
         QVERIFY(waitWithoutEvents(
             [&] { return threadsNamed("child-output") == 0 && openDescriptors() == descriptors; }));

@@ -14,14 +14,14 @@ using namespace ferrolt;
 
 namespace {
 
-/// The one element that so few bytes are.
+/// The element that a chunk completes; the chunk must be small enough for one.
 LogElement take(ChunkDecoder &decoder, const std::string &bytes) {
     auto arrived = std::as_bytes(std::span(bytes));
     LogElement element = decoder.take(arrived);
     return arrived.empty() ? element : LogElement("not all was taken");
 }
 
-/// The elements that any number of bytes are.
+/// The elements that a chunk of any size completes.
 std::vector<LogElement> takeAll(ChunkDecoder &decoder, const std::string &bytes) {
     std::vector<LogElement> elements;
     for (auto arrived = std::as_bytes(std::span(bytes)); !arrived.empty();)
@@ -36,8 +36,7 @@ std::string joined(const std::vector<LogElement> &elements) {
     return text;
 }
 
-/// The same rule once more, written for plainness alone: one code point at a time, every prefix tried in
-/// turn.
+/// The same rule in its plainest form, slow: one code point at a time, every prefix tried in turn.
 namespace plain {
 
 std::optional<std::size_t> characterLength(const std::string &s, std::size_t at) {
@@ -82,11 +81,12 @@ std::string encoded(unsigned code) {
             byte(0x80 | (code & 0x3F))};
 }
 
-/// Whether `s` begins some character without being one: then it is one maximal ill-formed piece.
+/// Whether `s` is a proper prefix of a character: such a prefix is replaced as a whole.
 bool isBeginningOfCharacter(const std::string &s) {
     static const std::set<std::string> beginnings = [] {
         std::set<std::string> all;
-        for (unsigned code = 0; code <= 0x10FFFF; ++code) {
+        // The last byte of a character holds 6 bits of its code and is in no beginning.
+        for (unsigned code = 0; code <= 0x10FFFF; code += 64) {
             if (code >= 0xD800 && code <= 0xDFFF)
                 continue;
             const std::string character = encoded(code);
@@ -137,7 +137,7 @@ struct Decoder {
 
 }  // namespace plain
 
-/// Text as a log holds it, and damage as a log meets it.
+/// Valid text mixed with the ill-formed sequences that a log may get.
 std::string sample(std::mt19937 &random) {
     static const std::vector<std::string> pieces{
         "line one\n", "a", "\t", std::string(1, '\0'), "\xC3\xA9", "\xE2\x82\xAC", "\xEF\xBB\xBF",
@@ -161,7 +161,7 @@ std::string sample(std::mt19937 &random) {
 class ChunkDecoderTest : public QObject {
     Q_OBJECT
 
-    static constexpr int manyCases = FERROLT_SANITIZED ? 20'000 : 100'000;
+    static constexpr int manyCases = FERROLT_SANITIZED ? 5'000 : 20'000;
 
   private Q_SLOTS:
     void aCharacterSplitOverTwoReadsArrivesWholeInTheSecondElement() {
@@ -231,7 +231,7 @@ class ChunkDecoderTest : public QObject {
                 QVERIFY(element.size() <= qsizetype(ChunkDecoder::maxText));
                 QVERIFY(element.capacity() <= element.size() + 64);
             }
-            // No more of them than it takes, but for the last.
+            // Every element but the last is full: less than one replacement character is missing.
             const std::string all = joined(elements) + joined(takeAll(decoder, "the end"));
             QCOMPARE(elements.size(), all.size() / (ChunkDecoder::maxText - 3) + 1);
             QVERIFY(all == plain::replaced(bytes + "the end"));  // not QCOMPARE: it would print all of it
