@@ -1,8 +1,10 @@
 #include "PrivateSystem.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <stdexcept>
 
@@ -11,7 +13,9 @@
 #include <sched.h>
 #include <sys/ioctl.h>
 #include <sys/mount.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace ferrolt {
@@ -59,7 +63,7 @@ void bringLoopbackUp() {
     require(isUp, "bringing loopback up");
 }
 
-/// A root folder whose entries are the machine's, but which is itself the test's and can be added to.
+/// Gives the folder `to` the entries of the machine's folder `from`. Unlike `from` it can be added to.
 void copyEntries(const fs::path &from, const fs::path &to, const std::string &without) {
     for (const fs::directory_entry &entry : fs::directory_iterator(from)) {
         const fs::path target = to / entry.path().filename();
@@ -74,7 +78,7 @@ void copyEntries(const fs::path &from, const fs::path &to, const std::string &wi
     }
 }
 
-/// /usr/bin with one program exchanged or added: links to the machine's own programs.
+/// A /usr/bin of links to the machine's programs, except pkexec, which is `prompt`.
 void makePrograms(const fs::path &root, const fs::path &prompt) {
     fs::create_directory(root / "usr");
     copyEntries("/usr", root / "usr", "bin");
@@ -89,8 +93,8 @@ void makePrograms(const fs::path &root, const fs::path &prompt) {
     fs::copy_file(prompt, root / "usr/bin/pkexec");
 }
 
-/// Puts an empty file of the test's where the machine has one, or a link to one. Where it has none there will
-/// be none.
+/// Covers the machine's file, or the target of its link, with an empty one that the test can write to. Does
+/// nothing where the machine has no such file.
 void replaceFile(const fs::path &file, const fs::path &root, const fs::path &scratch) {
     std::error_code failure;
     const fs::path target = fs::canonical(file, failure);
@@ -100,33 +104,35 @@ void replaceFile(const fs::path &file, const fs::path &root, const fs::path &scr
     bindTo(scratch / file.filename(), root / target.relative_path());
 }
 
-void run(const std::string &command) {
+void shell(const std::string &command) {
     require(std::system(command.c_str()) == 0, command);
 }
 
-}  // namespace
-
-std::string PrivateSystem::enter(const Contents &contents) {
+/// Moves the calling process, and what it starts from then on, into the system, which is built in `scratch`.
+/// An empty text, or what could not be done.
+std::string enter(const fs::path &scratch, const std::string &prompt) {
     try {
+        write(scratch / "prompt", "#!/bin/sh\n" + prompt);
+        fs::permissions(scratch / "prompt", fs::perms(0755));
         leaveTheMachinesNamespaces();
         require(mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0,
                 "keeping mounts to ourselves");
         bringLoopbackUp();
 
-        const fs::path root = contents.scratch / "root";
+        const fs::path root = scratch / "root";
         fs::create_directories(root);
         require(mount("root", root.c_str(), "tmpfs", 0, nullptr) == 0, "mounting a root folder");
         copyEntries("/", root, "usr");
-        makePrograms(root, contents.prompt);
+        makePrograms(root, scratch / "prompt");
         // What runs as root in here must be able to make its lock, which a user namespace's root cannot on
         // the machine.
         require(mount("run", (root / "run").c_str(), "tmpfs", 0, nullptr) == 0, "mounting /run");
 
         // Folders and files that setHosts() and setCertificates() write to.
         for (const char *file : {"/etc/hosts", "/etc/nsswitch.conf", "/etc/resolv.conf"})
-            replaceFile(file, root, contents.scratch);
-        fs::create_directory(contents.scratch / "certs");
-        bindTo(contents.scratch / "certs", root / "etc/ssl/certs");
+            replaceFile(file, root, scratch);
+        fs::create_directory(scratch / "certs");
+        bindTo(scratch / "certs", root / "etc/ssl/certs");
 
         require(chroot(root.c_str()) == 0 && chdir("/") == 0, "entering the root folder");
         write("/etc/nsswitch.conf", "hosts: files dns\n");
@@ -135,6 +141,27 @@ std::string PrivateSystem::enter(const Contents &contents) {
     } catch (const std::exception &failure) {
         return failure.what();
     }
+}
+
+}  // namespace
+
+int PrivateSystem::run(const std::string &prompt,
+                       const std::function<int(const std::string &trouble)> &work) {
+    char scratch[] = "/tmp/ferrolt-private-system-XXXXXX";
+    if (mkdtemp(scratch) == nullptr)
+        return 1;
+    // A process never leaves the system that it has entered, and from inside cannot remove the folder that
+    // the system is built in. So a child enters it.
+    const pid_t child = fork();
+    if (child == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        std::exit(work(enter(scratch, prompt)));
+    }
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    fs::remove_all(scratch);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 1;
 }
 
 void PrivateSystem::setHosts(const std::vector<std::string> &names) {
@@ -152,9 +179,9 @@ void PrivateSystem::setCertificates(Certificates layout, const std::string &auth
     fs::create_directories(own / "hooks");
     write(own / "test.crt", authority);
     write(own / "selected", "");  // none of the machine's
-    run("TMPDIR=/tmp /usr/sbin/update-ca-certificates --fresh --certsconf " + (own / "selected").string() +
-        " --localcertsdir " + own.string() + " --etccertsdir " + store.string() + " --hooksdir " +
-        (own / "hooks").string() + " >/dev/null 2>&1");
+    shell("TMPDIR=/tmp /usr/sbin/update-ca-certificates --fresh --certsconf " + (own / "selected").string() +
+          " --localcertsdir " + own.string() + " --etccertsdir " + store.string() + " --hooksdir " +
+          (own / "hooks").string() + " >/dev/null 2>&1");
     for (const fs::directory_entry &entry : fs::directory_iterator(store)) {
         const bool isBundle = entry.path().filename() == "ca-certificates.crt";
         if (layout == Certificates::None ||

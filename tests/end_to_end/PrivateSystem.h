@@ -1,25 +1,19 @@
 #pragma once
 
-#include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
 namespace ferrolt {
 
-/// Moves the calling process, and what it starts from then on, into a system of its own, in which the shipped
-/// program can be shown with the very servers, paths and prompt that it was built with: a network with
-/// nothing but loopback, so that port 443 is free and nobody outside is reached; name lookups, trusted
-/// certificates and /usr/bin/pkexec that are the test's; a root folder in which /Applications can be made.
-/// Everything else is the machine's. Nobody is trusted until setCertificates() is called.
+/// A system of its own for a test process, in which the shipped program runs with the servers, paths and
+/// prompt that it was built with. Its network is loopback only, so port 443 is free and nobody outside is
+/// reached; name lookups, trusted certificates and /usr/bin/pkexec are the test's; /Applications can be made
+/// in its root folder. Everything else is the machine's. No certificate is trusted before setCertificates().
 ///
-/// Linux namespaces; root or the right to make user namespaces is needed, and no thread but the calling one.
+/// Made of Linux namespaces: needs root or the right to make user namespaces.
 class PrivateSystem {
   public:
-    struct Contents {
-        std::filesystem::path prompt;   ///< the script that stands for /usr/bin/pkexec
-        std::filesystem::path scratch;  ///< a folder for what it is built from; goes with its owner
-    };
-
     /// How /etc/ssl/certs is laid out.
     enum class Certificates {
         Both,        ///< as update-ca-certificates makes it: a bundle, and links by hash
@@ -28,15 +22,18 @@ class PrivateSystem {
         None,        ///< an empty folder
     };
 
-    /// An empty text, or what could not be done.
-    static std::string enter(const Contents &contents);
+    /// Runs `work` in a child process that has entered the system, and returns the exit code that `work`
+    /// returned, or 1. `prompt` is the shell script that stands for /usr/bin/pkexec. `trouble` is empty, or
+    /// says why there is no system. To be called while the process has one thread: before any object of Qt's
+    /// is made.
+    static int run(const std::string &prompt, const std::function<int(const std::string &trouble)> &work);
 
-    // In the private system:
+    // To be called inside the system:
 
-    /// Has exactly these names lead to 127.0.0.1, with localhost. Others are asked of 127.0.0.1, port 53.
+    /// These names and localhost are 127.0.0.1. Other names are looked up by DNS at 127.0.0.1, port 53.
     static void setHosts(const std::vector<std::string> &names);
 
-    /// Has the machine's own programs install the authority, PEM, as the only one that is trusted.
+    /// Makes `authority`, in PEM, the only trusted one, by the machine's update-ca-certificates.
     static void setCertificates(Certificates layout, const std::string &authority);
 };
 

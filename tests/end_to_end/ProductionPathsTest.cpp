@@ -7,14 +7,8 @@
 #include <QCoreApplication>
 #include <QTest>
 
-#include <cerrno>
 #include <chrono>
 #include <iterator>
-
-#include <stdlib.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 using namespace ferrolt;
 using namespace std::chrono_literals;
@@ -86,34 +80,12 @@ class ProductionPathsTest : public QObject {
     }
 };
 
-namespace {
-
-/// Before Qt has made its first thread.
-int runInAPrivateSystem(int argc, char **argv, const fs::path &scratch) {
-    TestTree::write(scratch / "prompt", "");
-    const std::string trouble = PrivateSystem::enter({.prompt = scratch / "prompt", .scratch = scratch});
-    QCoreApplication qt(argc, argv);
-    ProductionPathsTest test(trouble);
-    return QTest::qExec(&test, argc, argv);
-}
-
-}  // namespace
-
 int main(int argc, char **argv) {
-    char folder[] = "/tmp/ferrolt-private-system-XXXXXX";
-    if (mkdtemp(folder) == nullptr)
-        return 2;
-    // A process never leaves the system that it has entered, and cannot clear away what that is built on.
-    const pid_t child = fork();
-    if (child == 0) {
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        return runInAPrivateSystem(argc, argv, folder);
-    }
-    int status = 0;
-    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
-    }
-    fs::remove_all(folder);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 1;
+    return PrivateSystem::run("exit 127\n", [&](const std::string &trouble) {
+        QCoreApplication qt(argc, argv);
+        ProductionPathsTest test(trouble);
+        return QTest::qExec(&test, argc, argv);
+    });
 }
 
 #include "ProductionPathsTest.moc"

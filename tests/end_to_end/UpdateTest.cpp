@@ -17,15 +17,11 @@
 #include <QTest>
 
 #include <atomic>
-#include <cerrno>
 #include <chrono>
 
 #include <netinet/in.h>
 #include <signal.h>
-#include <stdlib.h>
-#include <sys/prctl.h>
 #include <sys/socket.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 using namespace ferrolt;
@@ -338,37 +334,14 @@ class UpdateTest : public QObject {
     }
 };
 
-namespace {
-
-/// Before Qt has made its first thread.
-int runInAPrivateSystem(int argc, char **argv, const fs::path &scratch) {
-    const TestAuthority authority;
-    // As pkexec would: "--disable-internal-agent" is its own, and it tells the program who asked.
-    writeScript(scratch / "prompt", "shift\nPKEXEC_UID=$(id -u) exec \"$@\"\n");
-    const std::string trouble = PrivateSystem::enter({scratch / "prompt", scratch});
-
-    QCoreApplication qt(argc, argv);
-    UpdateTest test(authority, trouble);
-    return QTest::qExec(&test, argc, argv);
-}
-
-}  // namespace
-
 int main(int argc, char **argv) {
-    char folder[] = "/tmp/ferrolt-private-system-XXXXXX";
-    if (mkdtemp(folder) == nullptr)
-        return 2;
-    // A process never leaves the system that it has entered, and cannot clear away what that is built on.
-    const pid_t child = fork();
-    if (child == 0) {
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        return runInAPrivateSystem(argc, argv, folder);
-    }
-    int status = 0;
-    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
-    }
-    fs::remove_all(folder);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 1;
+    // pkexec's own option is "--disable-internal-agent"; it sets PKEXEC_UID to the user who asked.
+    return PrivateSystem::run("shift\nPKEXEC_UID=$(id -u) exec \"$@\"\n", [&](const std::string &trouble) {
+        const TestAuthority authority;
+        QCoreApplication qt(argc, argv);
+        UpdateTest test(authority, trouble);
+        return QTest::qExec(&test, argc, argv);
+    });
 }
 
 #include "UpdateTest.moc"
