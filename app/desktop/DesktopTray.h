@@ -5,15 +5,15 @@
 
 namespace ferrolt {
 
-/// Tells when the desktop has a place for tray items, which it may get long after the program has started.
-/// Wakes up for what the desktop says and for nothing else. Main thread.
+/// Watches for a desktop panel that shows tray items. A panel may start long after the program has. Uses no
+/// timer, so it costs nothing while the desktop is quiet. Main thread.
 class DesktopTray {
   public:
     virtual ~DesktopTray() = default;
 
-    /// Calls `appeared` from the event loop, once, when there is such a place. Never, on a desktop without,
-    /// and where the platform has other ways to a program whose window is closed (macOS: the Dock). Needs
-    /// the application object, and goes before it.
+    /// Calls `appeared` once, from the event loop, when there is such a panel. Never calls it on macOS, where
+    /// the Dock already reopens and quits the program. Needs the application object, and must be destroyed
+    /// before it.
     static std::unique_ptr<DesktopTray> watch(std::function<void()> appeared);
 };
 

@@ -4,7 +4,6 @@
 #include "NotifierTray.h"
 #include "ProcessFacts.h"
 #include "Waiting.h"
-#include "WindowTray.h"
 
 #include <QTest>
 
@@ -151,29 +150,6 @@ class TrayTest : public QObject {
         const NotifierTray second(desktop->busAddress());
         QVERIFY(waitUntil([&] { return !second.registeredItems().isEmpty(); }));
         QVERIFY(second.toolTip().contains("Lumora Core, "));
-    }
-
-    void aTrayOfTheOlderKindTakesTheItemInAndAClickOnItBringsTheWindowUp_data() {
-        QTest::addColumn<bool>("isThereFirst");
-        QTest::newRow("there from the start") << true;
-        QTest::newRow("comes later") << false;
-    }
-    void aTrayOfTheOlderKindTakesTheItemInAndAClickOnItBringsTheWindowUp() {
-        QFETCH(bool, isThereFirst);
-        std::optional<WindowTray> tray;
-        if (isThereFirst)
-            tray.emplace(desktop->displayName());
-        Launcher launcher(*desktop, tree->executable(), tree->home());
-        QVERIFY(waitUntil([&] { return bothRun(launcher); }, 60s));
-        if (!isThereFirst)
-            tray.emplace(desktop->displayName());
-        QVERIFY(waitUntil([&] { return tray->takeIn(); }));
-        QVERIFY(waitUntil([&] {
-            desktop->run("xdotool", {"mousemove", "16", "16", "click", "1"});
-            return isInView(launcher);
-        }));
-        desktop->takePicture(
-            QString("%1/tray-%2.png").arg(FERROLT_PICTURES, isThereFirst ? "first" : "later"));
     }
 
     void withItsWindowClosedItSleepsWithATrayOrWithoutOne_data() {

@@ -47,8 +47,8 @@ if(NOT APPLE)
 
     ferrolt_end_to_end_test(VirtualDesktopTest TIMEOUT 120)
     ferrolt_end_to_end_test(ClipboardTest TIMEOUT 180)
-    ferrolt_end_to_end_test(TrayTest LINKS Qt6::DBus X11::xcb TIMEOUT 300
-        SOURCES end_to_end/NotifierTray.cpp end_to_end/NotifierTray.h end_to_end/WindowTray.cpp)
+    ferrolt_end_to_end_test(TrayTest LINKS Qt6::DBus TIMEOUT 300
+        SOURCES end_to_end/NotifierTray.cpp end_to_end/NotifierTray.h)
     ferrolt_end_to_end_test(ScreenReaderTest TIMEOUT 180)
     ferrolt_end_to_end_test(WaylandTest LINKS Qt6::Gui TIMEOUT 180)
     if(FERROLT_SANITIZE MATCHES address)

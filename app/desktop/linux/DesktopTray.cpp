@@ -1,8 +1,14 @@
 #include "DesktopTray.h"
 
-#include "NotifierHost.h"
-#include "TrayWindow.h"
+#include "MainQueue.h"
+#include "SessionBus.h"
 
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QDBusServiceWatcher>
+#include <QDBusVariant>
 #include <QObject>
 
 #include <utility>
@@ -10,48 +16,66 @@
 namespace ferrolt {
 namespace {
 
-/// Two kinds of trays are about: one that draws what is told over the session bus, and the older one that
-/// takes a window in. The first goes before the second where a desktop has both.
+const QString watcherService = QStringLiteral("org.kde.StatusNotifierWatcher");
+const QString watcherPath = QStringLiteral("/StatusNotifierWatcher");
+
+}  // namespace
+
+/// Watches the session bus for a host of tray items (freedesktop.org's StatusNotifierItem: the property
+/// IsStatusNotifierHostRegistered of org.kde.StatusNotifierWatcher).
 ///
-/// Qt looks for the first kind once in a program's life, when it is first asked for a tray: so it is not
-/// asked before one of the two is there.
-class LinuxTray final : public DesktopTray {
+/// Qt 6.4 looks for a host only once, when the first QSystemTrayIcon is made. Without a host at that moment
+/// it uses the older X11 protocol until the program ends, and a host that starts later shows no item. So the
+/// icon must not be made before the host is there.
+class NotifierHostWatch final : public QObject, public DesktopTray {
+    Q_OBJECT
+
   public:
-    explicit LinuxTray(std::function<void()> appeared) : appeared(std::move(appeared)) {
-        QObject::connect(&host, &NotifierHost::appeared, &host, [this] { tell(); });
-        QObject::connect(&host, &NotifierHost::isAbsent, &host, [this] { watchForWindow(); });
-        host.watch();
+    explicit NotifierHostWatch(std::function<void()> callback) : appeared(std::move(callback)) {
+        auto bus = sessionBus();
+        if (!bus)
+            return;
+        auto *watcher =
+            new QDBusServiceWatcher(watcherService, *bus, QDBusServiceWatcher::WatchForRegistration, this);
+        connect(watcher, &QDBusServiceWatcher::serviceRegistered, this, &NotifierHostWatch::ask);
+        // No sender is named: Qt 6.4 drops signals of a named service that started after the connect(). The
+        // signal's own content is not used.
+        bus->connect(QString(), watcherPath, watcherService, QStringLiteral("StatusNotifierHostRegistered"),
+                     this, SLOT(ask()));
+        ask();
+    }
+
+  private Q_SLOTS:
+    void ask() {
+        QDBusMessage question = QDBusMessage::createMethodCall(
+            watcherService, watcherPath, QStringLiteral("org.freedesktop.DBus.Properties"),
+            QStringLiteral("Get"));
+        question << watcherService << QStringLiteral("IsStatusNotifierHostRegistered");
+        question.setAutoStartService(false);  // a desktop without a tray must not be made to start one
+        auto *call = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(question), this);
+        connect(call, &QDBusPendingCallWatcher::finished, this, [this, call] {
+            const QDBusPendingReply<QDBusVariant> reply = *call;
+            call->deleteLater();
+            if (!reply.isError() && reply.value().variant().toBool())
+                tell();
+        });
     }
 
   private:
-    void watchForWindow() {
-        // Later, since a display's event is no place to make windows in.
-        window = std::make_unique<TrayWindow>([this] {
-            QMetaObject::invokeMethod(
-                &host, [this] { tell(); }, Qt::QueuedConnection);
-        });
-        if (window->isThere())
-            tell();
-    }
-
+    /// Once. Qt's tray icon follows later changes of the host itself.
     void tell() {
-        // These two only: the bus has connections of its own to the object.
-        QObject::disconnect(&host, &NotifierHost::appeared, nullptr, nullptr);
-        QObject::disconnect(&host, &NotifierHost::isAbsent, nullptr, nullptr);
-        window.reset();
         if (const auto call = std::exchange(appeared, nullptr))
             call();
     }
 
-    NotifierHost host;
-    std::unique_ptr<TrayWindow> window;
     std::function<void()> appeared;
 };
 
-}  // namespace
-
 std::unique_ptr<DesktopTray> DesktopTray::watch(std::function<void()> appeared) {
-    return std::make_unique<LinuxTray>(std::move(appeared));
+    Q_ASSERT(MainQueue::isMainThread());
+    return std::make_unique<NotifierHostWatch>(std::move(appeared));
 }
 
 }  // namespace ferrolt
+
+#include "DesktopTray.moc"

@@ -2,7 +2,7 @@
 
 namespace ferrolt {
 
-// The Dock brings a program's window back and quits it. A second icon for that would be one too many.
+// The Dock already reopens the window and quits the program.
 std::unique_ptr<DesktopTray> DesktopTray::watch(std::function<void()>) {
     return nullptr;
 }
