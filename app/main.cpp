@@ -6,7 +6,6 @@
 #include "DesktopTray.h"
 #include "EndProcess.h"
 #include "Ferrolt_Miner_LauncherApp.h"
-#include "FontWarmUp.h"
 #include "LauncherStyle.h"
 #include "MainQueue.h"
 #include "MainWindow.h"
@@ -107,7 +106,6 @@ int run(int argc, char **argv) {
             return 1;
     }
 
-    warmUpFonts();
     DesktopReopen desktop;
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("ferrolt-miner-launcher"));

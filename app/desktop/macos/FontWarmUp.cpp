@@ -1,8 +1,0 @@
-#include "FontWarmUp.h"
-
-namespace ferrolt {
-
-// The system keeps its fonts ready.
-void warmUpFonts() {}
-
-}  // namespace ferrolt
