@@ -2,11 +2,11 @@
 
 #include "ContentView.h"
 #include "MainMenu.h"
+#include "MainQueue.h"
 #include "MenuButton.h"
 #include "Sidebar.h"
 #include "StateFolder.h"
 #include "Symbols.h"
-#include "WindowStateFile.h"
 
 #include <QGuiApplication>
 #include <QMenuBar>
@@ -20,14 +20,14 @@
 namespace ferrolt {
 namespace {
 
-/// For the title bar and the borders, whose sizes are known only once the window is shown.
-constexpr QSize roomForFrame(16, 48);
+/// The title bar and the borders. Their real sizes are known only after the window is shown.
+constexpr QSize frameAllowance(16, 48);
 
 }  // namespace
 
 MainWindow::MainWindow(std::shared_ptr<AppVars> appVars, std::shared_ptr<TimeSource> time,
                        std::shared_ptr<Clipboard> clipboard, QString stateFile)
-    : stateFile(std::make_unique<WindowStateFile>(std::move(stateFile))),
+    : stateFile(std::move(stateFile)),
       view(new ContentView(std::move(appVars), std::move(time), std::move(clipboard))),
       menu(new MainMenu(this)) {
     setWindowTitle(QStringLiteral("Ferrolt Miner Launcher"));
@@ -41,8 +41,6 @@ MainWindow::MainWindow(std::shared_ptr<AppVars> appVars, std::shared_ptr<TimeSou
     connect(qApp, &QGuiApplication::screenAdded, this, &MainWindow::followScale);
 }
 
-MainWindow::~MainWindow() = default;
-
 QString MainWindow::defaultStateFile() {
     return stateFolder() + QStringLiteral("/window.json");
 }
@@ -51,8 +49,8 @@ void MainWindow::makeMenu() {
     connect(menu, &MainMenu::closeRequested, this, &QWidget::close);
     connect(menu, &MainMenu::quitRequested, this, &MainWindow::quitRequested);
 
-    // Where the desktop shows menu bars outside of windows, the window's own is shown there; a bar inside
-    // would be a strip for four commands, so there they go behind a button.
+    // Where the desktop shows menu bars outside of windows, it shows this one. A menu bar inside the window
+    // would take a whole row for four commands, so elsewhere a button opens them as one menu.
     auto *bar = new QMenuBar(this);
     if (bar->isNativeMenuBar()) {
         menu->fill(bar);
@@ -65,33 +63,32 @@ void MainWindow::makeMenu() {
     connect(openMenu, &QShortcut::activated, view->sidebar()->menuButton(), &MenuButton::showMenu);
 }
 
-/// On X11 Qt 6.4 takes over a scale that the desktop changes, but leaves windows at their size in device
-/// pixels and what is drawn in them as it is.
+/// Workaround for Qt 6.4 on X11: when the desktop changes its scale, Qt takes the new scale over, but neither
+/// resizes the windows nor repaints their contents.
 void MainWindow::followScale(QScreen *screen) {
     const auto adapt = [this, screen] {
         if (windowHandle() == nullptr || windowHandle()->screen() != screen)
             return;
-        const QSize available = screen->availableSize() - roomForFrame;
-        const bool isFree = !isMaximized() && !isFullScreen();
-        const QSize wanted = isFree ? size().boundedTo(available) : size();
-        windowHandle()->resize(wanted);
-        QEvent scaleHasChanged(QEvent::ScreenChangeInternal);
-        QCoreApplication::sendEvent(windowHandle(), &scaleHasChanged);
+        const QSize available = screen->availableSize() - frameAllowance;
+        const bool isNormal = !isMaximized() && !isFullScreen();
+        windowHandle()->resize(isNormal ? size().boundedTo(available) : size());
+        QEvent scaleChange(QEvent::ScreenChangeInternal);
+        QCoreApplication::sendEvent(windowHandle(), &scaleChange);
     };
-    // Queued: the signal comes before the new scale counts.
+    // Queued: Qt emits the signal before it applies the new scale.
     connect(screen, &QScreen::logicalDotsPerInchChanged, this, adapt, Qt::QueuedConnection);
 }
 
 void MainWindow::restoreState() {
-    const WindowState state = stateFile->load();
-    QSize size = state.size.expandedTo(view->minimumSize());
+    savedState = WindowState::load(stateFile);
+    QSize size = savedState.size.expandedTo(view->minimumSize());
     if (const QScreen *const screen = QGuiApplication::primaryScreen())
-        size = size.boundedTo(screen->availableSize() - roomForFrame);
+        size = size.boundedTo(screen->availableSize() - frameAllowance);
     resize(size);
     view->resize(size);
-    view->setSidebarWidth(state.sidebarWidth);
-    view->setUpperLogShare(state.upperLogShare);
-    if (state.isMaximized)
+    view->setSidebarWidth(savedState.sidebarWidth);
+    view->setUpperLogShare(savedState.upperLogShare);
+    if (savedState.isMaximized)
         setWindowState(windowState() | Qt::WindowMaximized);
 }
 
@@ -106,25 +103,27 @@ WindowState MainWindow::state() const {
 }
 
 void MainWindow::saveState() {
-    stateFile->saveNow(state());
+    assertMainThread();
+    savedState = state();
+    savedState.save(stateFile);
 }
 
 void MainWindow::showEvent(QShowEvent *event) {
     QMainWindow::showEvent(event);
     if (event->spontaneous())
         return;
-    contentIsToAppear = true;
+    isAppearing = true;
     windowHandle()->installEventFilter(this);
-    // The screen that it was on may be gone.
+    // The screen that the window was on may have been removed.
     if (const QScreen *const screen = QGuiApplication::primaryScreen();
         screen != nullptr && testAttribute(Qt::WA_Moved) && !QGuiApplication::screenAt(geometry().center()))
         move(screen->availableGeometry().topLeft());
 }
 
 bool MainWindow::eventFilter(QObject *watched, QEvent *event) {
-    // The content is painted while this event is handled, and what is queued now comes after that.
+    // The content is painted while this event is handled; a queued call runs after that.
     if (watched == windowHandle() && event->type() == QEvent::Expose && windowHandle()->isExposed() &&
-        std::exchange(contentIsToAppear, false))
+        std::exchange(isAppearing, false))
         QMetaObject::invokeMethod(this, &MainWindow::contentAppeared, Qt::QueuedConnection);
     return QMainWindow::eventFilter(watched, event);
 }
@@ -133,12 +132,14 @@ void MainWindow::hideEvent(QHideEvent *event) {
     QMainWindow::hideEvent(event);
     if (event->spontaneous())
         return;
-    contentIsToAppear = false;
-    // Closing destroys the window of the desktop (Qt 6), and a new one is placed by the window manager unless
-    // a place is asked for.
+    isAppearing = false;
+    // Qt 6 destroys the native window on close. The window manager would place the next one anew unless a
+    // position is set.
     if (!isMaximized() && !isFullScreen())
         windowHandle()->setFramePosition(windowHandle()->framePosition());
-    stateFile->saveSoon(state());
+    // Unless something changed, closing the window does not wait for the disk.
+    if (state() != savedState)
+        saveState();
 }
 
 }  // namespace ferrolt

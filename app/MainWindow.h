@@ -1,6 +1,9 @@
 #pragma once
 
+#include "WindowState.h"
+
 #include <QMainWindow>
+#include <QString>
 
 #include <memory>
 
@@ -13,35 +16,32 @@ class Clipboard;
 class ContentView;
 class MainMenu;
 class TimeSource;
-class WindowStateFile;
-struct WindowState;
 
-/// The one main window. Closing it hides it, and it can be shown again; what becomes of the program then is
-/// up to the owner. Remembers its size and its dividers. Main thread.
+/// The one main window. Closing only hides it; it can be shown again. Remembers its size and its dividers.
+/// Main thread.
 class MainWindow : public QMainWindow {
     Q_OBJECT
 
   public:
-    /// Not shown yet. `stateFile` is read here, and written whenever the window goes away, soon after it; its
-    /// folder is created when needed.
+    /// Does not show the window. `stateFile` is read here, and written when the application quits and when
+    /// the window closes after a change; its folder is created when needed.
     MainWindow(std::shared_ptr<AppVars> appVars, std::shared_ptr<TimeSource> time,
                std::shared_ptr<Clipboard> clipboard, QString stateFile);
-    ~MainWindow() override;
 
-    /// The file for it in this user's folder for such things.
+    /// The state file of the user who runs the program.
     static QString defaultStateFile();
 
     ContentView *content() const { return view; }
 
-    /// Writes the state file now.
+    /// Writes the state file. Waits for the disk.
     void saveState();
 
   Q_SIGNALS:
-    /// The window was hidden, or never shown yet, and now its content is on screen. Comes from the event
-    /// loop, after the content was first painted: an alert shown in answer lies above it, and does not keep
-    /// the user waiting for the window.
+    /// The content is on screen, for the first time or after the window was closed. Emitted from the event
+    /// loop after the first paint, so an alert that is shown in answer lies above a window that is already
+    /// painted.
     void contentAppeared();
-    /// The user chose Quit, from the menu or by its shortcut.
+    /// The user chose Quit in the menu or pressed its shortcut.
     void quitRequested();
 
   protected:
@@ -55,10 +55,11 @@ class MainWindow : public QMainWindow {
     void restoreState();
     WindowState state() const;
 
-    const std::unique_ptr<WindowStateFile> stateFile;
+    const QString stateFile;
+    WindowState savedState;  ///< as in the file
     ContentView *view;
     MainMenu *menu;
-    bool contentIsToAppear = false;
+    bool isAppearing = false;  ///< shown, but contentAppeared() not yet emitted
 };
 
 }  // namespace ferrolt

@@ -1,11 +1,16 @@
 #include "WindowState.h"
 
-#include <QDir>
+#include "FileReplacement.h"
+
+#include <QByteArray>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QSaveFile>
+
+#include <cstddef>
+#include <filesystem>
+#include <system_error>
 
 namespace ferrolt {
 namespace {
@@ -16,16 +21,16 @@ const QString maximized = QStringLiteral("maximized");
 const QString sidebar = QStringLiteral("sidebarWidth");
 const QString upperLog = QStringLiteral("upperLogShare");
 
-/// Ours has five short lines, and whatever else stands in its place must not cost the start its time.
-constexpr qint64 largestFile = 64 * 1024;
+/// Our file has five short lines. A larger one is not ours, and reading it would delay the start.
+constexpr qint64 maxFileSize = 64 * 1024;
 
-/// JSON and not QSettings' own format, which builds whatever object a damaged line describes.
+/// JSON and not QSettings' format: QSettings constructs any object that a damaged line describes.
 QJsonObject entriesOf(const QString &path) {
     QFile file(path);
-    // A pipe in the file's place would block its reader.
-    if (!QFileInfo(path).isFile() || file.size() > largestFile || !file.open(QIODevice::ReadOnly))
+    // Opening a pipe would block.
+    if (!QFileInfo(path).isFile() || file.size() > maxFileSize || !file.open(QIODevice::ReadOnly))
         return QJsonObject();
-    return QJsonDocument::fromJson(file.read(largestFile)).object();
+    return QJsonDocument::fromJson(file.read(maxFileSize)).object();
 }
 
 }  // namespace
@@ -33,15 +38,15 @@ QJsonObject entriesOf(const QString &path) {
 WindowState WindowState::load(const QString &file) {
     const QJsonObject entries = entriesOf(file);
     WindowState state;
-    const auto number = [&entries](const QString &key, int least, int most, int initial) {
+    const auto number = [&entries](const QString &key, int min, int max, int initial) {
         const int value = entries.value(key).toInt(initial);
-        return value >= least && value <= most ? value : initial;
+        return value >= min && value <= max ? value : initial;
     };
-    constexpr int largest = 1 << 15;  // beyond any screen; the window is fitted to its screen later
-    state.size =
-        QSize(number(width, 1, largest, state.size.width()), number(height, 1, largest, state.size.height()));
+    constexpr int maxPixels = 1 << 15;  // more than any screen; MainWindow fits the window to its screen
+    state.size = QSize(number(width, 1, maxPixels, state.size.width()),
+                       number(height, 1, maxPixels, state.size.height()));
     state.isMaximized = entries.value(maximized).toBool();
-    state.sidebarWidth = number(sidebar, 1, largest, state.sidebarWidth);
+    state.sidebarWidth = number(sidebar, 1, maxPixels, state.sidebarWidth);
     const double share = entries.value(upperLog).toDouble(state.upperLogShare);
     if (share > 0 && share < 1)
         state.upperLogShare = share;
@@ -54,12 +59,11 @@ void WindowState::save(const QString &file) const {
                               {maximized, isMaximized},
                               {sidebar, sidebarWidth},
                               {upperLog, upperLogShare}};
-    QDir().mkpath(QFileInfo(file).path());
-    QSaveFile saved(file);
-    if (!saved.open(QIODevice::WriteOnly))
-        return;
-    saved.write(QJsonDocument(entries).toJson());
-    saved.commit();
+    const QByteArray text = QJsonDocument(entries).toJson();
+    const std::filesystem::path path = QFile::encodeName(file).toStdString();
+    std::error_code failure;
+    std::filesystem::create_directories(path.parent_path(), failure);
+    static_cast<void>(replaceFile(path, {text.constData(), static_cast<std::size_t>(text.size())}));
 }
 
 }  // namespace ferrolt

@@ -226,7 +226,7 @@ class MainWindowTest : public QObject {
         window.content()->setUpperLogShare(0.6);
         const double share = window.content()->upperLogShare();
         window.close();
-        QVERIFY(waitUntil([&] { return QFile::exists(fixture.stateFile()); }));
+        QVERIFY(QFile::exists(fixture.stateFile()));
 
         MainWindow &again = fixture.open();
         QTRY_COMPARE(again.size(), QSize(1100, 700));

@@ -4,9 +4,7 @@ foreach(test ContentViewTest HomeLogViewTest LauncherPrefsTest MainMenuTest Main
 endforeach()
 ferrolt_test(app PicturesTest LINKS ${app_modules} WINDOW TIMEOUT 300)
 target_compile_definitions(PicturesTest PRIVATE FERROLT_PICTURES="${PROJECT_BINARY_DIR}/pictures")
-foreach(test WindowStateTest WindowStateFileTest)
-    ferrolt_test(app ${test} LINKS ferrolt_app)
-endforeach()
+ferrolt_test(app WindowStateTest LINKS ferrolt_app)
 ferrolt_test(app LifecycleTest LINKS ${app_modules} ferrolt_test_installation WINDOW)
 ferrolt_test(app UnitTestHostTest LINKS ${app_modules})
 set_target_properties(UnitTestHostTest PROPERTIES ENABLE_EXPORTS ON)  # a name that the process can be asked for

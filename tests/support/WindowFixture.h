@@ -52,7 +52,7 @@ struct WindowFixture : Supervision {
     MainWindow &open() {
         if (!vars)
             create();
-        window.reset();  // which has saved its state then
+        window.reset();
         window = std::make_unique<MainWindow>(vars, time, std::make_shared<QtClipboard>(), stateFile());
         show(*window);
         return *window;
