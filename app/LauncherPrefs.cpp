@@ -1,7 +1,6 @@
 #include "LauncherPrefs.h"
 
 #include "Card.h"
-#include "ChangeFollower.h"
 #include "ProminentButton.h"
 #include "StatusLine.h"
 #include "SymbolView.h"
@@ -43,9 +42,7 @@ void addRow(QVBoxLayout *rows, Symbol symbol, TextField *field) {
 
 LauncherPrefs::LauncherPrefs(std::function<void()> startServices, std::shared_ptr<TimeSource> time,
                              QWidget *parent)
-    : QWidget(parent),
-      model(std::move(startServices), std::move(time)),
-      follower(new ChangeFollower(this, [this] { refresh(); })) {
+    : QWidget(parent), model(std::move(startServices), std::move(time)) {
     auto *content = new QWidget;
     QVBoxLayout *groups = makeStack(content, groupSpacing, Theme::padding);
     groups->addWidget(makeIdentityGroup());
@@ -60,8 +57,8 @@ LauncherPrefs::LauncherPrefs(std::function<void()> startServices, std::shared_pt
     scrollArea->setWidget(content);
     makeStack(this, 0, 0)->addWidget(scrollArea);
 
-    connect(&model, &LauncherPrefsModel::objectWillChange, follower, &ChangeFollower::changeAnnounced);
-    refresh();
+    connect(&model, &LauncherPrefsModel::savedSuccessfullyChanged, this, &LauncherPrefs::showStatusLine);
+    showStatusLine();
 }
 
 QWidget *LauncherPrefs::makeIdentityGroup() {
@@ -72,10 +69,10 @@ QWidget *LauncherPrefs::makeIdentityGroup() {
     title->setContentsMargins(0, 0, 0, titlePadding);
     stack->addWidget(title);
 
-    email = makeField(QStringLiteral("E-Mail Address"), &LauncherPrefsModel::setEmail);
-    entity = makeField(QStringLiteral("User / Company Name"), &LauncherPrefsModel::setEntity);
+    email = makeField(QStringLiteral("E-Mail Address"), &LauncherPrefsModel::_email);
+    entity = makeField(QStringLiteral("User / Company Name"), &LauncherPrefsModel::_entity);
     displayName =
-        makeField(QStringLiteral("Machine Display Name (Optional)"), &LauncherPrefsModel::setDisplayName);
+        makeField(QStringLiteral("Machine Display Name (Optional)"), &LauncherPrefsModel::_displayName);
     auto *card = new Card;
     QVBoxLayout *rows = makeStack(card, rowSpacing, Theme::padding);
     addRow(rows, Symbol::Envelope, email);
@@ -101,41 +98,39 @@ QWidget *LauncherPrefs::makeApplyGroup() {
     return card;
 }
 
-TextField *LauncherPrefs::makeField(const QString &placeholder,
-                                    void (LauncherPrefsModel::*store)(const QString &)) {
+TextField *LauncherPrefs::makeField(const QString &placeholder, QString LauncherPrefsModel::*target) {
     auto *field = new TextField(placeholder);
-    // Not only what is typed: a screen reader sets the whole text.
-    connect(field, &QLineEdit::textChanged, this, [this, store](const QString &text) {
-        if (!isShowingModel)
-            (model.*store)(text);
+    // textChanged and not textEdited: a screen reader sets the whole text.
+    connect(field, &QLineEdit::textChanged, this, [this, target](const QString &text) {
+        if (isLoading)
+            return;
+        model.*target = text;
+        showStatusLine();
     });
     return field;
 }
 
 void LauncherPrefs::showEvent(QShowEvent *event) {
     QWidget::showEvent(event);
-    // A window that comes back from the dock or from another desktop never went away.
+    // Spontaneous: the window comes back from the dock or from another desktop, and was shown all the time.
     if (event->spontaneous())
         return;
     model.load();
-    refresh();
+    // A stored text that is too long for its field is shown cut, and stays whole in the file unless it is
+    // edited.
+    isLoading = true;
+    email->setText(model._email);
+    entity->setText(model._entity);
+    displayName->setText(model._displayName);
+    isLoading = false;
+    showStatusLine();
 }
 
-void LauncherPrefs::refresh() {
-    isShowingModel = true;
-    const auto show = [](TextField *field, const QString &text) {
-        if (field->text() != text)
-            field->setText(text);
-    };
-    show(email, model._email);
-    show(entity, model._entity);
-    show(displayName, model._displayName);
-    isShowingModel = false;
-
+void LauncherPrefs::showStatusLine() {
     const LauncherPrefsModel::StatusLine line = model.statusLine();
     const bool isSuccess = line == LauncherPrefsModel::StatusLine::Success;
     const bool isMissing = line == LauncherPrefsModel::StatusLine::MissingCredentials;
-    // The one that goes first: with both there, the card would grow for a moment.
+    // Hide one before showing the other: with both visible the card would grow for a moment.
     (isSuccess ? missingCredentials : success)->setVisible(false);
     const bool isNews = isSuccess && success->isHidden();
     success->setVisible(isSuccess);

@@ -9,7 +9,6 @@
 
 namespace ferrolt {
 
-class ChangeFollower;
 class StatusLine;
 class TextField;
 class TimeSource;
@@ -31,17 +30,16 @@ class LauncherPrefs : public QWidget {
   private:
     QWidget *makeIdentityGroup();
     QWidget *makeApplyGroup();
-    TextField *makeField(const QString &placeholder, void (LauncherPrefsModel::*store)(const QString &));
-    void refresh();
+    TextField *makeField(const QString &placeholder, QString LauncherPrefsModel::*target);
+    void showStatusLine();
 
     LauncherPrefsModel model;
-    ChangeFollower *follower;
     TextField *email = nullptr;
     TextField *entity = nullptr;
     TextField *displayName = nullptr;
     StatusLine *success = nullptr;
     StatusLine *missingCredentials = nullptr;
-    bool isShowingModel = false;
+    bool isLoading = false;
 };
 
 }  // namespace ferrolt

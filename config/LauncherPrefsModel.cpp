@@ -16,19 +16,15 @@
 
 namespace ferrolt {
 
-/// Shared with the thread that saves, which may outlive the form.
+/// Shared with the thread that saves, which may live longer than the form.
 struct LauncherPrefsModel::Saves {
     std::mutex mutex;
     std::condition_variable changed;
-    int underWay = 0;
+    int running = 0;
 };
 
 LauncherPrefsModel::LauncherPrefsModel(std::function<void()> startServices, std::shared_ptr<TimeSource> time)
-    : _email(*this, {}),
-      _entity(*this, {}),
-      _displayName(*this, {}),
-      _isSavedSuccessfully(*this, false),
-      startServices(std::move(startServices)),
+    : startServices(std::move(startServices)),
       time(std::move(time)),
       saves(std::make_shared<Saves>()),
       saveQueue(std::string(reverseDomain) + ".save-identity", QualityOfService::Default) {
@@ -40,57 +36,54 @@ LauncherPrefsModel::~LauncherPrefsModel() {
     waitForSaves(maxWaitAtEnd);
 }
 
-void LauncherPrefsModel::setEmail(const QString &text) {
-    _email.set(text);
-}
-void LauncherPrefsModel::setEntity(const QString &text) {
-    _entity.set(text);
-}
-void LauncherPrefsModel::setDisplayName(const QString &text) {
-    _displayName.set(text);
-}
-
-bool LauncherPrefsModel::waitForSaves(std::chrono::milliseconds patience) const {
+bool LauncherPrefsModel::waitForSaves(std::chrono::milliseconds timeout) const {
     std::unique_lock lock(saves->mutex);
-    return saves->changed.wait_for(lock, patience, [&] { return saves->underWay == 0; });
+    return saves->changed.wait_for(lock, timeout, [&] { return saves->running == 0; });
 }
 
 void LauncherPrefsModel::load() {
+    assertMainThread();
     if (!waitForSaves(std::chrono::milliseconds::zero()))
         return;
-    _email.set(LoadProps::MinerEmailAddress());
-    _entity.set(LoadProps::MinerEntityName());
-    _displayName.set(LoadProps::MinerDisplayName());
+    _email = LoadProps::MinerEmailAddress();
+    _entity = LoadProps::MinerEntityName();
+    _displayName = LoadProps::MinerDisplayName();
 }
 
 void LauncherPrefsModel::saveAndApply() {
-    const auto save = [saves = saves, email = _email.get(), entity = _entity.get(),
-                       displayName = _displayName.get(), startServices = startServices] {
+    assertMainThread();
+    const auto save = [saves = saves, email = _email, entity = _entity, displayName = _displayName,
+                       startServices = startServices] {
         SaveProps::save(email, entity, displayName);
         MainQueue::async(startServices);
         std::lock_guard lock(saves->mutex);
-        --saves->underWay;
+        --saves->running;
         saves->changed.notify_all();
     };
-    clientConfigurationPath();  // cached from now on: the other thread must not be the first to ask for it
+    clientConfigurationPath();  // computes and caches it: the first call must be on the main thread
     {
         std::lock_guard lock(saves->mutex);
-        ++saves->underWay;
+        ++saves->running;
     }
     if (!saveQueue.async(save))
-        save();  // the system has no thread to spare, so this one waits for the disk
+        save();  // the system has no thread to give, so the main thread waits for the disk
     waitForSaves(maxFreeze);
-    _isSavedSuccessfully.set(true);
+    setSavedSuccessfully(true);
     time->callAfter(successDuration, [model = QPointer(this)] {
         if (model)
-            model->_isSavedSuccessfully.set(false);
+            model->setSavedSuccessfully(false);
     });
+}
+
+void LauncherPrefsModel::setSavedSuccessfully(bool isSaved) {
+    _isSavedSuccessfully = isSaved;
+    Q_EMIT savedSuccessfullyChanged();
 }
 
 LauncherPrefsModel::StatusLine LauncherPrefsModel::statusLine() const {
     if (_isSavedSuccessfully)
         return StatusLine::Success;
-    if (_email.get().isEmpty() || _entity.get().isEmpty())
+    if (_email.isEmpty() || _entity.isEmpty())
         return StatusLine::MissingCredentials;
     return StatusLine::None;
 }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "Published.h"
 #include "TimeSource.h"
 #include "WorkQueue.h"
 
@@ -14,16 +13,13 @@
 namespace ferrolt {
 
 /// The logic of the settings form, without its window: the three identity fields, saving them, and the choice
-/// of the status line. What it calls is handed to it; it knows no supervisor.
+/// of the status line. Main thread only.
 ///
-/// Main thread only. `objectWillChange` comes before every change of a field whose name has a leading
-/// underscore.
+/// States: idle --saveAndApply()--> saved (_isSavedSuccessfully) --3 seconds--> idle. Every press starts a
+/// reset of its own, and none is cancelled. So a second press within the 3 seconds does not make them longer.
 ///
-/// States: idle --saveAndApply()--> saved (_isSavedSuccessfully) --3 seconds--> idle. Every press has its own
-/// reset and none is ever cancelled, so a second press within 3 seconds does not lengthen the first one's.
-///
-/// A disk that others keep busy can take seconds to write a file through. The saves run on a thread of their
-/// own, one after the other, and the main thread waits for them only so long that most are done.
+/// Writing a file through to a busy disk can take seconds. The saves run on a thread of their own, one after
+/// the other, and the main thread waits for a save only as long as most saves take.
 class LauncherPrefsModel : public QObject {
     Q_OBJECT
 
@@ -31,51 +27,46 @@ class LauncherPrefsModel : public QObject {
     enum class StatusLine { None, Success, MissingCredentials };
 
     static constexpr std::chrono::seconds successDuration{3};
-    /// For how long a press waits for the disk.
+    /// How long saveAndApply() waits for the disk.
     static constexpr std::chrono::milliseconds maxFreeze{500};
-    /// For how long the end of the form, which is the program's, waits for a save that is still under way.
+    /// How long the destructor waits for a save that still runs.
     static constexpr std::chrono::seconds maxWaitAtEnd{10};
 
-    /// `startServices` is called on the main thread, once for each press, even when this object has gone by
-    /// then: what it holds, it must hold weakly. Both arguments must be there; the program ends otherwise.
+    /// `startServices` is called on the main thread, once for each saveAndApply(), even after this object was
+    /// destroyed: it must hold other objects weakly only. Neither argument may be null; the program ends
+    /// otherwise.
     LauncherPrefsModel(std::function<void()> startServices, std::shared_ptr<TimeSource> time);
     ~LauncherPrefsModel() override;
 
-    Published<QString, LauncherPrefsModel> _email;
-    Published<QString, LauncherPrefsModel> _entity;
-    Published<QString, LauncherPrefsModel> _displayName;
-    Published<bool, LauncherPrefsModel> _isSavedSuccessfully;
+    // The texts of the fields. The form writes what the user types.
+    QString _email;
+    QString _entity;
+    QString _displayName;
 
-    // What the user types.
-    void setEmail(const QString &text);
-    void setEntity(const QString &text);
-    void setDisplayName(const QString &text);
-
-    /// Fills the fields from the client configuration, each time the form is shown. Typed text that was not
-    /// saved is lost. While a save is under way the fields stay: the file does not yet hold what they show.
+    /// Sets the fields from the client configuration; texts that were not saved are lost. While a save runs
+    /// the fields stay as they are, because the file is about to change.
     void load();
 
-    /// The button: saves the fields as they are, shows success whatever became of the save, which does not
-    /// tell, and asks for a service start as soon as the file has been written.
+    /// Saves the fields unchanged, shows success even if the save fails, and starts the services as soon as
+    /// the file was written.
     void saveAndApply();
 
-    /// Fields are tested as they stand: one of blanks only counts as filled until it was saved and loaded
-    /// again.
+    /// Depends on the fields and on the time since the last saveAndApply(). Fields are not trimmed here: one
+    /// of blanks counts as filled until it was saved and loaded again.
     StatusLine statusLine() const;
 
   Q_SIGNALS:
-    void objectWillChange();
+    /// statusLine() has changed because of a save or of the time since then.
+    void savedSuccessfullyChanged();
 
   private:
-    template <class Value, class Owner>
-    friend class Published;
-    void announceChange() { Q_EMIT objectWillChange(); }
-
-    /// Whether all saves are done, within `patience`.
-    bool waitForSaves(std::chrono::milliseconds patience) const;
+    void setSavedSuccessfully(bool isSaved);
+    /// False if a save still runs after `timeout`.
+    bool waitForSaves(std::chrono::milliseconds timeout) const;
 
     std::function<void()> startServices;
     std::shared_ptr<TimeSource> time;
+    bool _isSavedSuccessfully = false;
 
     struct Saves;
     std::shared_ptr<Saves> saves;
