@@ -1,18 +1,19 @@
 #include "AppDelegate.h"
 
 #include "AppVars.h"
+#include "LoadProps.h"
 #include "MainQueue.h"
-#include "MinerIdentity.h"
 
 namespace ferrolt {
 
 void AppDelegate::applicationDidFinishLaunching() {
-    if (isIdentityComplete()) {
+    assertMainThread();
+    if (LoadProps::isIdentityComplete()) {
         if (firstWindow)
             firstWindow->close();
         return;
     }
-    // Queued on purpose: the tab is chosen after this callback has returned and the window is up.
+    // Queued, so that the tab is selected after this callback has returned and the window is shown.
     MainQueue::async([weakVars = std::weak_ptr(appVars)] {
         if (const auto vars = weakVars.lock())
             vars->selectTab(AppVars::settingsTab);
@@ -21,11 +22,13 @@ void AppDelegate::applicationDidFinishLaunching() {
 }
 
 void AppDelegate::applicationWillTerminate() {
+    assertMainThread();
     if (appVars)
         appVars->stopAll();
 }
 
 bool AppDelegate::applicationShouldHandleReopen(bool hasVisibleWindows) {
+    assertMainThread();
     if (!hasVisibleWindows)
         makeKeyAndOrderFront();
     return true;

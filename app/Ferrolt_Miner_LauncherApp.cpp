@@ -1,8 +1,7 @@
 #include "Ferrolt_Miner_LauncherApp.h"
 
-#include "ClassLookup.h"
+#include "LoadProps.h"
 #include "MainQueue.h"
-#include "MinerIdentity.h"
 #include "Updater.h"
 
 #include <QPointer>
@@ -10,15 +9,28 @@
 #include <chrono>
 #include <utility>
 
+#include <dlfcn.h>
+
 namespace ferrolt {
 
 using namespace std::chrono_literals;
 
+namespace {
+
+/// A test runner that loads the application wants its types, not two running programs. Its process has the
+/// class XCTestCase; the first name is the one that Objective-C exports a class by.
+bool isUnitTestHost() {
+    return dlsym(RTLD_DEFAULT, "OBJC_CLASS_$_XCTestCase") != nullptr ||
+           dlsym(RTLD_DEFAULT, "XCTestCase") != nullptr;
+}
+
+}  // namespace
+
 Ferrolt_Miner_LauncherApp::Ferrolt_Miner_LauncherApp(Seams seams) : time(seams.time), alerts(seams.alerts) {
+    assertMainThread();
     _av = std::make_shared<AppVars>(std::move(seams));
     _appDelegate.appVars = _av;
-    // A test runner that hosts the application wants its types, not two running programs.
-    if (isClassPresent("XCTestCase"))
+    if (isUnitTestHost())
         return;
     _av->updater->runInitialCheck();
     MainQueue::async([self = QPointer(this)] {
@@ -27,8 +39,8 @@ Ferrolt_Miner_LauncherApp::Ferrolt_Miner_LauncherApp(Seams seams) : time(seams.t
     });
 }
 
-/// Tested every 200 milliseconds and without limit: a launcher that started its services beside a check that
-/// still runs could start an engine that the check is about to replace.
+/// Polls every 200 milliseconds, without an upper bound. Services that start while a check still runs could
+/// start an engine that the check is about to replace.
 void Ferrolt_Miner_LauncherApp::startServicesOnceChecked() {
     if (!_av->updater->_isUpdateCheckComplete) {
         time->callAfter(200ms, [self = QPointer(this)] {
@@ -43,7 +55,8 @@ void Ferrolt_Miner_LauncherApp::startServicesOnceChecked() {
 }
 
 void Ferrolt_Miner_LauncherApp::windowContentAppeared() {
-    if (isIdentityComplete() || std::exchange(_showAlert, true))
+    assertMainThread();
+    if (LoadProps::isIdentityComplete() || std::exchange(_showAlert, true))
         return;
     alerts->present(
         {.style = AlertStyle::Informational,

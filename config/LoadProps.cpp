@@ -1,5 +1,6 @@
 #include "LoadProps.h"
 
+#include "MainQueue.h"
 #include "PathResolvers.h"
 #include "PropertiesEntry.h"
 #include "TextFile.h"
@@ -12,6 +13,7 @@
 namespace ferrolt {
 
 std::optional<QString> LoadProps::value(const QString &key) {
+    assertMainThread();
     const TextFile file = TextFile::read(clientConfigurationPath());
     if (file.state != TextFile::State::Read)
         return std::nullopt;
@@ -34,6 +36,10 @@ QString LoadProps::MinerEntityName() {
 }
 QString LoadProps::MinerDisplayName() {
     return value(QStringLiteral("MinerDisplayName")).value_or(QString());
+}
+
+bool LoadProps::isIdentityComplete() {
+    return !MinerEmailAddress().isEmpty() && !MinerEntityName().isEmpty();
 }
 
 }  // namespace ferrolt

@@ -2,8 +2,8 @@
 
 #include "AppVarsChildren.h"
 #include "LibreOfficeInstaller.h"
+#include "LoadProps.h"
 #include "MainQueue.h"
-#include "MinerIdentity.h"
 #include "PathResolvers.h"
 #include "ReverseDomain.h"
 #include "Updater.h"
@@ -25,7 +25,7 @@ const AppVars::Child AppVars::clientChild{QStringLiteral("Qor Client"), LogTarge
 namespace {
 
 QString initialTab() {
-    return isIdentityComplete() ? AppVars::homeTab : AppVars::settingsTab;
+    return LoadProps::isIdentityComplete() ? AppVars::homeTab : AppVars::settingsTab;
 }
 
 std::unique_ptr<Updater> newUpdater(const Seams &seams) {

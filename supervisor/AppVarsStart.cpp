@@ -2,8 +2,8 @@
 #include "AppVarsChildren.h"
 #include "BackgroundQueue.h"
 #include "EnginePort.h"
+#include "LoadProps.h"
 #include "MainQueue.h"
-#include "MinerIdentity.h"
 #include "PathResolvers.h"
 #include "Pipe.h"
 #include "PortProbe.h"
@@ -52,7 +52,7 @@ void AppVars::startServices() {
         if (isShuttingDown())
             return;
     }
-    if (!isIdentityComplete() || _isQorClientRunning)
+    if (!LoadProps::isIdentityComplete() || _isQorClientRunning)
         return;
     if (isThere(clientExecutablePath()))
         awaitEnginePort();

@@ -41,6 +41,9 @@ class LoadPropsTest : public QObject {
     void fiftyMegabytesAreSearchedQuickly();
     void aLineOfTenMegabytesIsReadQuickly_data();
     void aLineOfTenMegabytesIsReadQuickly();
+    void withoutAFileTheIdentityIsIncomplete();
+    void theIdentityIsCompleteWithBothValues_data();
+    void theIdentityIsCompleteWithBothValues();
 
   private:
     std::optional<ClientHome> home;
@@ -218,6 +221,38 @@ void LoadPropsTest::aLineOfTenMegabytesIsReadQuickly() {
     QCOMPARE(LoadProps::MinerDisplayName(), QStringLiteral("rig"));
     qInfo("%lld ms", timer.elapsed());
     QVERIFY(timer.elapsed() < 60'000);  // on a busy machine, at a sanitizer's pace
+}
+
+void LoadPropsTest::withoutAFileTheIdentityIsIncomplete() {
+    QVERIFY(!LoadProps::isIdentityComplete());
+}
+
+void LoadPropsTest::theIdentityIsCompleteWithBothValues_data() {
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<bool>("isComplete");
+    const auto row = [](const char *name, const char *email, const char *entity, bool isComplete) {
+        QTest::newRow(name) << QByteArray("MinerEmailAddress = ") + email + "\nMinerEntityName = " + entity +
+                                   '\n'
+                            << isComplete;
+    };
+    row("both set", "miner@example.org", "Acme", true);
+    row("neither an at sign nor a space is asked for", "miner", "Acme", true);
+    row("no e-mail", "", "Acme", false);
+    row("no entity", "miner@example.org", "", false);
+    row("an entity of blanks only", "miner@example.org", " \t ", false);
+    row("an e-mail of blanks only", "\t", "Acme", false);
+    row("nothing before a second equals sign", "= miner@example.org", "Acme", false);
+    row("a no-break space is no blank", "miner@example.org", "\xC2\xA0", true);
+    // Each newline ends a line of the file, so that none is left to stand in a value.
+    row("an entity of only a line break", "miner@example.org", "\r", false);
+    QTest::newRow("keys missing") << QByteArray("MinerDisplayName = rig\n") << false;
+}
+
+void LoadPropsTest::theIdentityIsCompleteWithBothValues() {
+    QFETCH(QByteArray, bytes);
+    QFETCH(bool, isComplete);
+    home->writeConfiguration(bytes);
+    QCOMPARE(LoadProps::isIdentityComplete(), isComplete);
 }
 
 }  // namespace ferrolt

@@ -1,6 +1,6 @@
 set(config_tests
     ClientConfigurationTemplateTest ConcurrentReaderTest EnginePortTest
-    LauncherPrefsModelTest LoadPropsTest MinerIdentityTest PropertiesEntryTest SaveHazardsTest SavePropsTest
+    LauncherPrefsModelTest LoadPropsTest PropertiesEntryTest SaveHazardsTest SavePropsTest
     TextFileTest)
 if(NOT APPLE)
     # One mounts a file system for a single process, the other watches for the opening of a file.
