@@ -9,24 +9,24 @@ namespace ferrolt {
 
 class AppVars;
 
-/// Decides what the window does at launch and at a reopen, and shuts the services down when the application
-/// quits. Quitting is never delayed or refused, and closing the window does not quit. Main thread.
+/// Closes or shows the window at launch and at a reopen, and stops the services when the application quits.
+/// Never delays or refuses to quit. Closing the window does not quit. Main thread.
 class AppDelegate {
   public:
     /// Set once by the application's initialiser.
     std::shared_ptr<AppVars> appVars;
 
-    /// The application's window list. It has one window, or none yet.
+    /// The one window of the application; null before.
     void setFirstWindow(QWidget *window) { firstWindow = window; }
 
-    /// A complete identity leaves the window closed: the services run behind it. An incomplete one brings it
-    /// up.
+    /// With a complete identity closes the window, and the services run without it. With an incomplete one
+    /// shows it and selects the settings tab.
     void applicationDidFinishLaunching();
 
-    /// Stops the services before it returns, without waiting for their end.
+    /// Asks the services to stop before it returns. Does not wait until they have ended.
     void applicationWillTerminate();
 
-    /// Returns whether the platform's own reopen handling is to run as well: always.
+    /// Returns true: the platform's own reopen handling shall run too.
     bool applicationShouldHandleReopen(bool hasVisibleWindows);
 
   private:

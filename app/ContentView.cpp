@@ -6,6 +6,7 @@
 #include "HomeLogView.h"
 #include "LauncherPrefs.h"
 #include "LibreOfficeInstaller.h"
+#include "MainQueue.h"
 #include "MenuButton.h"
 #include "PaneSplitter.h"
 #include "ProgressStrip.h"
@@ -24,6 +25,7 @@ ContentView::ContentView(std::shared_ptr<AppVars> appVars, std::shared_ptr<TimeS
     : QWidget(parent), _appVars(std::move(appVars)), time(std::move(time)) {
     if (!_appVars || !this->time || !clipboard)
         qFatal("The main window was built without the launcher state that it shows.");
+    assertMainThread();
     installAccessibleRoles();
     setMinimumSize(minimumWidth, minimumHeight);
 
@@ -34,7 +36,7 @@ ContentView::ContentView(std::shared_ptr<AppVars> appVars, std::shared_ptr<TimeS
     detail->addWidget(home);
 
     columns = new PaneSplitter(Qt::Horizontal, QStringLiteral("Sidebar width"));
-    // The sidebar draws the line that divides the columns.
+    // The sidebar draws the dividing line.
     columns->setHandleWidth(0);
     columns->addWidget(column);
     columns->addWidget(detail);
@@ -62,7 +64,7 @@ int ContentView::sidebarWidth() const {
 
 void ContentView::setSidebarWidth(int width) {
     const int bounded = std::clamp(width, Sidebar::minimumColumnWidth, Sidebar::maximumColumnWidth);
-    // Before the first layout the splitter shares out whatever sum it is given.
+    // Before the first layout the splitter has no width yet and only the sizes' ratio counts.
     const int whole = std::max(columns->width(), minimumWidth);
     columns->setSizes({bounded, whole - bounded});
 }
@@ -83,7 +85,7 @@ void ContentView::refresh() {
     detail->setCurrentWidget(page(_appVars->_selectedTab.get().value_or(AppVars::homeTab)));
 }
 
-/// The form is built when it is first asked for: most starts never show it.
+/// Builds the form when it is first shown: most runs never show it.
 QWidget *ContentView::page(const QString &tab) {
     if (tab != AppVars::settingsTab)
         return home;

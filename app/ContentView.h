@@ -4,7 +4,6 @@
 
 #include <memory>
 
-class QMenu;
 class QStackedWidget;
 
 namespace ferrolt {
@@ -17,9 +16,9 @@ class PaneSplitter;
 class Sidebar;
 class TimeSource;
 
-/// The content of the main window: the sidebar, and beside it the two logs or the settings form, whichever
-/// AppVars::_selectedTab says. The user chooses a tab by writing that field, and whoever else writes it
-/// chooses for the user.
+/// The content of the main window: the sidebar and, beside it, the two logs or the settings form, by
+/// AppVars::_selectedTab. A click on a sidebar entry writes that field; other code selects a tab by writing
+/// it too. Main thread.
 class ContentView : public QWidget {
     Q_OBJECT
 
@@ -27,17 +26,17 @@ class ContentView : public QWidget {
     static constexpr int minimumWidth = 800;
     static constexpr int minimumHeight = 500;
 
-    /// All three must be there; the program ends otherwise.
+    /// No pointer may be null; the program ends otherwise.
     ContentView(std::shared_ptr<AppVars> appVars, std::shared_ptr<TimeSource> time,
                 std::shared_ptr<Clipboard> clipboard, QWidget *parent = nullptr);
 
     Sidebar *sidebar() const { return column; }
 
-    /// In logical pixels. Setting is bound by the column's own limits.
+    /// In logical pixels. Setting clamps to the sidebar's minimum and maximum width.
     int sidebarWidth() const;
     void setSidebarWidth(int width);
 
-    /// Which part of the height the upper log has, from 0 to 1. Setting is bound by the logs' least heights.
+    /// The upper log's share of the height, from 0 to 1. Setting clamps to the logs' minimum heights.
     double upperLogShare() const;
     void setUpperLogShare(double share);
 

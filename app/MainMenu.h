@@ -9,19 +9,21 @@ class QWidget;
 
 namespace ferrolt {
 
-/// The window's commands, once each, for a menu bar as well as for a menu of their own. Their shortcuts work
-/// in the whole window whether or not a menu shows them.
+/// The window's commands, for a menu bar or for one compact menu. Their shortcuts work in the whole window,
+/// with or without a menu.
 ///
-/// Copy and Select All go to whatever has the keyboard, if it can do so (has a slot of that name).
+/// Copy and Select All call the slot copy() or selectAll() of the widget that has the keyboard focus, if it
+/// has one. Main thread.
 class MainMenu : public QObject {
     Q_OBJECT
 
   public:
+    /// `window` becomes the parent.
     explicit MainMenu(QWidget *window);
 
-    /// Adds the menus to a menu bar.
+    /// Adds the menus File and Edit to `bar`.
     void fill(QMenuBar *bar);
-    /// One menu with all commands; owned by the window.
+    /// A new menu with all commands, owned by the window.
     QMenu *compactMenu();
 
   Q_SIGNALS:

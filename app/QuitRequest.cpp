@@ -1,5 +1,7 @@
 #include "QuitRequest.h"
 
+#include "MainQueue.h"
+
 #include <QCoreApplication>
 #include <QEvent>
 
@@ -8,6 +10,7 @@
 namespace ferrolt {
 
 QuitRequest::QuitRequest(std::function<void()> asked) : asked(std::move(asked)) {
+    assertMainThread();
     qApp->installEventFilter(this);
 }
 

@@ -6,13 +6,13 @@
 
 namespace ferrolt {
 
-/// Calls back when the application is asked to quit, from wherever: before its windows close, which takes
-/// what time their drawing and their saving take. Quitting is never refused. Main thread.
+/// Calls back when the application is asked to quit, from any place, and before its windows close and save
+/// their state. Never refuses to quit. Main thread.
 class QuitRequest : public QObject {
     Q_OBJECT
 
   public:
-    /// Needs the application object. May be called more than once.
+    /// Needs the application object. `asked` may be called more than once.
     explicit QuitRequest(std::function<void()> asked);
 
   protected:

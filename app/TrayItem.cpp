@@ -1,6 +1,7 @@
 #include "TrayItem.h"
 
 #include "AppVars.h"
+#include "MainQueue.h"
 #include "StatusRow.h"
 #include "Symbols.h"
 
@@ -23,7 +24,7 @@ TrayItem::TrayItem(std::shared_ptr<AppVars> appVars)
     connect(menu->addAction(QStringLiteral("&Quit")), &QAction::triggered, this, &TrayItem::quitRequested);
     icon->setContextMenu(menu.get());
     connect(icon.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
-        // A double click has begun as a click, and the other buttons have the menu.
+        // Of a double click the first click has already opened the window; other buttons open the menu.
         if (reason == QSystemTrayIcon::Trigger)
             Q_EMIT openRequested();
     });
@@ -31,11 +32,12 @@ TrayItem::TrayItem(std::shared_ptr<AppVars> appVars)
         if (change == AppVars::Change::State)
             changeAnnounced();
     });
+    assertMainThread();
     refresh();
     icon->show();
 }
 
-// The icon goes before the menu that it shows.
+// The icon must be destroyed before the menu that it shows.
 TrayItem::~TrayItem() {
     icon.reset();
 }
@@ -46,7 +48,7 @@ QString TrayItem::statusText() const {
            StatusRow::words(QStringLiteral("Qor Client"), statusOf(appVars->_isQorClientRunning));
 }
 
-/// A change is announced before it happens: one look after all of them.
+/// AppVars announces changes before they happen. Posting refreshes after them, and once for several.
 void TrayItem::changeAnnounced() {
     if (!std::exchange(isRefreshPosted, true))
         QCoreApplication::postEvent(this, new QEvent(QEvent::UpdateRequest));

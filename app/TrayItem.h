@@ -12,18 +12,15 @@ namespace ferrolt {
 
 class AppVars;
 
-/// The program's item in the desktop's tray: how its two services fare, a way to the window and one to quit.
-/// Its icon bears a stop mark after the permanent stop.
-/// To be made when there is a tray; should that go and come back, the item comes back with it. Main thread.
+/// The program's item in the desktop's tray. Its tooltip shows the state of the two services; its menu opens
+/// the window or quits. After the permanent stop the icon has a stop mark. To be created when there is a tray
+/// (DesktopTray). If that ends and starts again, the item reappears. Main thread.
 class TrayItem : public QObject {
     Q_OBJECT
 
   public:
     explicit TrayItem(std::shared_ptr<AppVars> appVars);
     ~TrayItem() override;
-
-    /// The two services, a line each, in the words of the window's status rows.
-    QString statusText() const;
 
   Q_SIGNALS:
     void openRequested();
@@ -33,6 +30,8 @@ class TrayItem : public QObject {
     bool event(QEvent *event) override;
 
   private:
+    /// A line for each service, with the text of its status row in the window.
+    QString statusText() const;
     void changeAnnounced();
     void refresh();
 

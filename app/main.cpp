@@ -28,7 +28,7 @@ using namespace ferrolt;
 
 namespace {
 
-/// A quit does not wait for the children; the next start does, for those that still run.
+/// A quit does not wait for the children. The next start waits for those that still run.
 void rememberChildren(SingleInstance &instance, const AppVars &vars) {
     for (const auto &child : {vars._lump.get(), vars._qorcp.get()})
         if (child)
@@ -44,14 +44,14 @@ int runApplication(SingleInstance &instance, DesktopReopen &desktop) {
     const auto alerts = std::make_shared<QtAlertPresenter>();
     Ferrolt_Miner_LauncherApp app{Seams(alerts)};
     AppDelegate &delegate = app.appDelegate();
-    // First of all: windows that close, and the disk that their state is saved on, must not keep the children
-    // waiting; and whoever starts the program from now on is not handed over to one that is ending.
+    // Before the windows close and save their state: the children must not wait for that. And a start from
+    // now on must not be handed over to a program that is ending.
     const auto end = [&] {
         delegate.applicationWillTerminate();
         instance.stopListening();
     };
     const QuitRequest quitRequest(end);
-    // Should the event loop end without having been asked to.
+    // For an event loop that ends without a quit event.
     QObject::connect(qApp, &QApplication::aboutToQuit, &app, end);
     MainWindow window(app.appVars(), systemTime(), std::make_shared<QtClipboard>(),
                       MainWindow::defaultStateFile());
@@ -66,7 +66,7 @@ int runApplication(SingleInstance &instance, DesktopReopen &desktop) {
     QObject::connect(app.appVars().get(), &AppVars::objectWillChange, &app, [&](AppVars::Change change) {
         if (change != AppVars::Change::State)
             return;
-        // After the change, which is announced before it happens.
+        // Queued, because AppVars announces changes before they happen.
         QMetaObject::invokeMethod(
             &app, [&] { rememberChildren(instance, *app.appVars()); }, Qt::QueuedConnection);
     });
@@ -87,7 +87,7 @@ int runApplication(SingleInstance &instance, DesktopReopen &desktop) {
 
     MainQueue::async([&] {
         delegate.applicationDidFinishLaunching();
-        qunsetenv("XDG_ACTIVATION_TOKEN");  // good for one window, and one that opens later is another
+        qunsetenv("XDG_ACTIVATION_TOKEN");  // a token is valid once; a later window must not use it
     });
     return QApplication::exec();
 }
@@ -112,8 +112,8 @@ int run(int argc, char **argv) {
     QApplication::setApplicationDisplayName(QStringLiteral("Ferrolt Miner Launcher"));
     QApplication::setDesktopFileName(QStringLiteral("ferrolt-miner-launcher"));
     const int exitCode = runApplication(instance, desktop);
-    // The window's state and the settings are saved now. What is left is the application object's own end,
-    // which hands the clipboard over to the desktop.
+    // All that must be saved is saved. The destructor of the application object still hands the clipboard
+    // over to the desktop.
     endProcessSoon(exitCode);
     return exitCode;
 }

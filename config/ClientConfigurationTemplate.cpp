@@ -4,8 +4,8 @@ namespace ferrolt {
 
 namespace {
 
-// The client's own wording, kept word for word, its doubled "the the" included. Values stand in column 27, so
-// the lines of empty ones end in a space.
+// The client's own wording, including its doubled "the the". Values start in column 27, so a line with an
+// empty value ends in a space.
 
 constexpr std::string_view beforeCentralHost =
     "### Qor Miner client configuration file ###\n"

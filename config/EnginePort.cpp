@@ -1,5 +1,6 @@
 #include "EnginePort.h"
 
+#include "MainQueue.h"
 #include "PathResolvers.h"
 #include "PropertiesEntry.h"
 #include "TextFile.h"
@@ -16,9 +17,9 @@ namespace {
 
 constexpr std::int64_t defaultEnginePort = 9877;
 
-/// A decimal number above zero with an optional sign, and nothing beside it.
+/// The number, if `text` is only a positive decimal number with an optional sign.
 std::optional<std::int64_t> positiveNumber(std::string_view text) {
-    // from_chars knows the other sign, though not this one. With both the number is negative, so unusable.
+    // std::from_chars accepts "-" but not "+". "+-1" gives a negative number, which is refused below.
     if (text.starts_with('+'))
         text.remove_prefix(1);
     std::int64_t number = 0;
@@ -32,6 +33,7 @@ std::optional<std::int64_t> positiveNumber(std::string_view text) {
 }  // namespace
 
 std::int64_t readEnginePort() {
+    assertMainThread();
     const TextFile file = TextFile::read(localPropertiesPath());
     TextLines lines(file.text);
     while (const auto line = lines.next()) {

@@ -5,11 +5,10 @@
 namespace ferrolt {
 
 /// The port on which the engine accepts connections: the first usable `MediaSocketPort` entry of the engine's
-/// local.properties, read afresh on every call, or 9877. Always positive, but not always a port: no upper
-/// bound is applied. Main thread.
+/// local.properties, or 9877. Reads the file on every call. The number is positive but may be above 65535.
+/// Main thread.
 ///
-/// The engine reads this file by another rule than the client reads its own: the whole key must match, and
-/// blanks before it do not matter.
+/// The rule for a key differs from LoadProps: the engine compares the whole key and ignores blanks around it.
 std::int64_t readEnginePort();
 
 }  // namespace ferrolt

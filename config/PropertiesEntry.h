@@ -5,18 +5,17 @@
 
 namespace ferrolt {
 
-/// `text` without the spaces and tabs at both ends. Nothing else counts as a blank here, not even a no-break
-/// space.
+/// `text` without spaces and tabs at both ends. Other white space, such as a no-break space, is kept.
 std::string_view trimmedOfBlanks(std::string_view text);
 
-/// One "key = value" line of a properties file, split and nothing more: whose entry it is, the readers
-/// decide, each by its own rule.
+/// One "key = value" line of a properties file. How a key is matched is up to the caller: the files differ in
+/// that.
 struct PropertiesEntry {
-    std::string_view key;    ///< all that stands before the first "=", blanks included
+    std::string_view key;    ///< all before the first "=", with blanks
     std::string_view value;  ///< between the first and the second "=", trimmed of blanks
 
-    /// Nothing when the line has no "=". A value that holds a "=" itself is cut there: the format has no way
-    /// to quote one, and the programs that share the file read it so.
+    /// Nothing if the line has no "=". A value ends at a second "=": the format cannot quote one, and the
+    /// programs that share the file read it so. The result refers to `line`.
     static std::optional<PropertiesEntry> parse(std::string_view line);
 };
 

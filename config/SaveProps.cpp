@@ -31,7 +31,8 @@ std::string rewritten(std::string_view current, std::array<IdentityLine, 3> iden
     TextLines lines(current);
     while (const auto line = lines.next()) {
         std::string_view written = *line;
-        // By the reader's rule: whatever it would take for the key's entry is replaced, duplicates included.
+        // The same rule as LoadProps::value(): each line that it could read as the key's entry is replaced,
+        // duplicates too.
         const auto match = std::find_if(identity.begin(), identity.end(), [&](const auto &candidate) {
             return line->starts_with(candidate.key);
         });
@@ -48,7 +49,7 @@ std::string rewritten(std::string_view current, std::array<IdentityLine, 3> iden
     for (const IdentityLine &line : identity) {
         if (line.isPresent)
             continue;
-        // A file that ended with a newline ends with one again.
+        // Keeps the final newline of a file that had one.
         if (isLastLineEmpty)
             output.append(line.text).append("\n");
         else
@@ -74,8 +75,8 @@ void SaveProps::save(const QString &emailAddress, const QString &entityName, con
         file.text, {{{"MinerEmailAddress", "MinerEmailAddress       = " + emailAddress.toStdString()},
                      {"MinerEntityName", "MinerEntityName         = " + entityName.toStdString()},
                      {"MinerDisplayName", "MinerDisplayName        = " + displayName.toStdString()}}});
-    // A file beyond the reader's bound could never be read or saved again.
-    if (output.size() <= TextFile::largestSize)
+    // A file above this size could not be read, nor saved, again.
+    if (output.size() <= TextFile::maxSize)
         static_cast<void>(replaceFile(path, output));
 }
 

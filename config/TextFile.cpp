@@ -27,11 +27,11 @@ bool isRegular(const struct stat &status) {
     return S_ISREG(status.st_mode);
 }
 
-/// Nothing on any failure, a file longer than the largest included.
+/// Nothing on failure, or if the file is larger than the maximum.
 std::optional<std::string> readToEnd(int descriptor, std::size_t expectedSize) {
-    if (expectedSize > TextFile::largestSize)
+    if (expectedSize > TextFile::maxSize)
         return std::nullopt;
-    // One byte more than expected, so that the end of an unchanged file shows without the buffer growing.
+    // One byte more than expected, so that read() can report the end of the file without a larger buffer.
     std::string bytes(expectedSize + 1, '\0');
     std::size_t filled = 0;
     for (;;) {
@@ -43,17 +43,17 @@ std::optional<std::string> readToEnd(int descriptor, std::size_t expectedSize) {
         if (count == 0)
             break;
         filled += static_cast<std::size_t>(count);
-        if (filled > TextFile::largestSize)
+        if (filled > TextFile::maxSize)
             return std::nullopt;
-        if (filled == bytes.size())  // it grows while it is read, or its size is not told, as below /proc
-            bytes.resize(std::clamp(bytes.size() * 2, std::size_t{4096}, TextFile::largestSize + 1));
+        if (filled == bytes.size())  // the file grows meanwhile, or has no size, like those in /proc
+            bytes.resize(std::clamp(bytes.size() * 2, std::size_t{4096}, TextFile::maxSize + 1));
     }
     bytes.resize(filled);
     return bytes;
 }
 
 template <class FromByteOrder>
-bool turnIntoUtf8(std::string &utf16, FromByteOrder fromByteOrder) {
+bool convertToUtf8(std::string &utf16, FromByteOrder fromByteOrder) {
     const std::string_view units = std::string_view(utf16).substr(2);
     if (units.size() % sizeof(char16_t) != 0)
         return false;
@@ -66,16 +66,16 @@ bool turnIntoUtf8(std::string &utf16, FromByteOrder fromByteOrder) {
     return true;
 }
 
-/// Turns a file's bytes into UTF-8 in place. False when they are no text.
+/// Converts a file's bytes to UTF-8 in place. False if they are malformed.
 bool decode(std::string &bytes) {
     if (bytes.starts_with("\xFF\xFE\0\0"sv))
-        return false;  // UTF-32, and not a UTF-16 text that begins with NUL
+        return false;  // UTF-32, and not UTF-16 that starts with NUL
     if (bytes.starts_with("\xFF\xFE"sv))
-        return turnIntoUtf8(bytes, [](const char *source, qsizetype length, QChar *target) {
+        return convertToUtf8(bytes, [](const char *source, qsizetype length, QChar *target) {
             qFromLittleEndian<char16_t>(source, length, target);
         });
     if (bytes.starts_with("\xFE\xFF"sv))
-        return turnIntoUtf8(bytes, [](const char *source, qsizetype length, QChar *target) {
+        return convertToUtf8(bytes, [](const char *source, qsizetype length, QChar *target) {
             qFromBigEndian<char16_t>(source, length, target);
         });
     if (!QByteArrayView(bytes.data(), static_cast<qsizetype>(bytes.size())).isValidUtf8())
@@ -97,7 +97,7 @@ TextFile TextFile::read(const std::filesystem::path &path) {
         return failed();
     if (!isRegular(status))
         return {State::Unreadable, {}};
-    // Something else may have taken the file's place since: hence no blocking open, and a second look.
+    // Another file may have replaced it since stat(): open without blocking, and check again.
     const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     if (!file.isValid())
         return failed();

@@ -7,9 +7,9 @@
 namespace ferrolt {
 
 enum class AlertStyle {
-    Informational,  ///< answers what the user has just done
-    Warning,        ///< comes by itself: the user may be at work in another program
-    Critical,       ///< answers a start or a request; dismissing it ends the program
+    Informational,  ///< follows an action of the user's
+    Warning,        ///< appears by itself: the user may be working in another program
+    Critical,       ///< follows a start of the program or a request; dismissing it ends the program
 };
 
 struct Alert {
@@ -19,12 +19,13 @@ struct Alert {
     QString button;
 };
 
-/// Shows modal alerts, one after the other when several are due.
+/// Shows modal alerts, one at a time.
 class AlertPresenter {
   public:
     virtual ~AlertPresenter() = default;
 
-    /// Main thread; returns at once. `dismissed` comes once, on the main thread, when the user has answered.
+    /// Main thread; does not wait. `dismissed` is called once, on the main thread, when the user has closed
+    /// the alert.
     virtual void present(const Alert &alert, std::function<void()> dismissed) = 0;
 };
 

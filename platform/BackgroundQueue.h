@@ -6,12 +6,13 @@ namespace ferrolt {
 
 enum class QualityOfService { Default, Utility };
 
-/// The global background queues: work that may block for long and hands its result back through MainQueue.
+/// Runs work that may block for a long time, in parallel, off the main thread. The work hands its result back
+/// through MainQueue.
 class BackgroundQueue {
   public:
-    /// Runs `work` on a thread of its own. Any thread. The work must not throw, must not hold what it cannot
-    /// outlive, and does not keep the program from ending. False, and the work never runs, when the system
-    /// has no thread to spare: a machine in a bad hour, which must not take the launcher along.
+    /// Runs `work` on a new thread. Any thread. The work must not throw. The program does not wait for it
+    /// when it ends, so the work must own or share all that it uses. Returns false, and does not run the
+    /// work, if the system cannot create a thread.
     [[nodiscard]] static bool async(QualityOfService service, std::function<void()> work);
 };
 

@@ -8,16 +8,16 @@ namespace ferrolt {
 
 /// The system's general clipboard. Main thread.
 ///
-/// A text is handed over in the pieces in which it is kept: UTF-8, each piece whole characters, joined with
-/// nothing between them. The clipboard shares their bytes and may join them as late as somebody pastes, so
-/// that a full log of 64 MB is copied in a moment.
+/// A text is passed in pieces of UTF-8, each of whole characters; nothing is put between them. The clipboard
+/// shares the pieces' bytes and may join them only when a program pastes, so copying a full log of 64 MB
+/// takes no time.
 class Clipboard {
   public:
     virtual ~Clipboard() = default;
     virtual void clearContents() = 0;
     /// Puts one plain text on the clipboard.
     virtual void setText(std::vector<QByteArray> pieces) = 0;
-    /// Offers a text that was just selected to the middle mouse button, on desktops that have that.
+    /// Sets the text that a middle click pastes, on desktops that have such a selection.
     virtual void offerSelection(std::vector<QByteArray> pieces) = 0;
 };
 

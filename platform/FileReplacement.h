@@ -5,19 +5,19 @@
 
 namespace ferrolt {
 
-/// Gives the file at `path` new contents as a whole: whoever opens it, and whenever the machine stops, finds
-/// the old contents or the new ones, complete. It keeps its permissions and, where the system lets us, its
-/// owner; a file that was not there gets what the user's mask leaves. When `path` is a symbolic link, the
-/// file that it leads to is replaced and the links stay.
+/// Replaces the contents of the file at `path` atomically: a reader, also after a power cut, finds the
+/// complete old or the complete new contents. Keeps the permissions and, if the system permits, the owner; a
+/// new file gets the permissions that the umask leaves. If `path` is a symbolic link, replaces the file that
+/// it leads to and keeps the links.
 ///
-/// Done by a new file in the same folder that then takes the old one's name. Unlike QSaveFile this keeps the
-/// owner, follows a relative link from where it really stands when its folder is a link too, takes paths as
-/// the system has them, whatever their encoding, and asks the folder alone for leave, as any replacement by
-/// renaming does: a file's own missing write permission stays and does not stand in the way.
+/// Writes a new file into the same folder and renames it. QSaveFile (Qt 6.4) would not do: it loses the
+/// owner, resolves a relative link wrongly if the link's folder is a link too, cannot take paths that are not
+/// in the locale's encoding, and refuses a file without write permission, although only the folder's
+/// permission matters for a renaming.
 ///
-/// False when that cannot be done (full disk, folder that cannot be written, a folder or device in the file's
-/// place): then all is as it was. Only a crash in the midst of it may leave the new file behind, hidden.
-/// Writes through to the disk, so it may take a while; any thread.
+/// Returns false if that fails (full disk, folder not writable, a folder or device in the file's place); the
+/// old file is then unchanged. Only a crash may leave the new file behind, under a hidden name. Waits for the
+/// disk; any thread.
 [[nodiscard]] bool replaceFile(const std::filesystem::path &path, std::string_view contents);
 
 }  // namespace ferrolt

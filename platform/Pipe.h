@@ -4,13 +4,13 @@
 
 namespace ferrolt {
 
-/// A pipe between a child, which writes, and the launcher, which reads. Both ends are closed on exec, so only
-/// what Process puts in place of standard output reaches a child.
+/// A pipe from a child to the launcher. Both ends are close-on-exec: a child gets only the copy that Process
+/// makes its standard output.
 struct Pipe {
-    FileDescriptor readingEnd;  ///< never blocks
-    FileDescriptor writingEnd;  ///< blocks, as any program expects of its standard output
+    FileDescriptor readingEnd;  ///< non-blocking
+    FileDescriptor writingEnd;  ///< blocking, as programs expect of their standard output
 
-    /// Opens both ends; errno is set and both are invalid when the system has none to give.
+    /// On failure both ends are invalid and errno is set.
     static Pipe open();
 };
 

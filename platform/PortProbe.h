@@ -5,9 +5,9 @@
 
 namespace ferrolt {
 
-/// One TCP connection attempt to `host`, a dotted IPv4 address, at `port`: true exactly when somebody accepts
-/// it. Nothing is sent. Blocks as long as the system's connect does; any thread but the main one. A port that
-/// is no port number, above 65535 say, is not reachable: it is never cut down to one that is.
+/// Attempts one TCP connection to `host`, a dotted IPv4 address, at `port`. True if a program accepts it.
+/// Sends nothing. Blocks as long as connect() does; not on the main thread. False for a number that is no
+/// port, such as one above 65535; it is not truncated to 16 bits.
 bool probePort(const std::string &host, std::int64_t port);
 
 }  // namespace ferrolt

@@ -15,21 +15,22 @@ namespace ferrolt {
 /// Why a child could not be launched.
 struct LaunchError {
     int code = 0;  ///< an errno value
-    /// The system's own words for it, in the user's language where the system has it.
+    /// The system's message, in the user's language if the system has it.
     std::string localizedDescription() const;
 };
 
 /// One child program: started once, ended once.
 ///
-/// A child begins with a fresh signal mask, default signal dispositions, the launcher's environment, standard
-/// input from /dev/null and no other descriptor than 0, 1 and 2. When the launcher dies, however, the child
-/// gets the terminate request. Destroying this object neither kills the child nor waits for it: it is still
-/// reaped, and its end still reported to the handlers.
+/// A child starts with an empty signal mask, default signal dispositions, the launcher's environment,
+/// standard input from /dev/null and no descriptors but 0, 1 and 2. When the launcher dies, in any way, the
+/// child gets SIGTERM. Destroying this object neither kills the child nor waits for it: the child is still
+/// reaped and the handlers are still called.
 ///
 /// States: prepared --launch()--> running --the child's end--> ended; a failed launch() leaves it prepared.
-/// The setters belong to the prepared state and to the thread that owns the object; launch() to a thread that
-/// lives as long as the child may (the kernel ties the request at the launcher's death to the launching
-/// thread). The rest may be called from any thread.
+///
+/// Threads: the setters only while prepared, on the thread that owns the object. launch() on a thread that
+/// lives as long as the child (on Linux the end of the launching thread counts as the launcher's death). All
+/// else on any thread.
 class Process {
   public:
     /// The exit code, or the number of the terminating signal.
@@ -44,41 +45,43 @@ class Process {
     void setExecutable(std::filesystem::path executable);
     void setArguments(std::vector<std::string> arguments);
     void setWorkingFolder(std::filesystem::path folder);
-    /// One descriptor for the child's standard output and error; the launcher's copy is closed once the child
-    /// was launched. Without it both go to /dev/null.
+    /// The child's standard output and standard error; the default is /dev/null. launch() closes the
+    /// launcher's copy.
     void setOutput(FileDescriptor writingEnd);
 
-    /// Called once, by launch(), when the child has just been started: the place to begin to read its pipe.
-    /// To start a thread before the child can make launch() ten times as long: the system then likes to run
-    /// the child where the launching thread waits for it. Gives back 0, or an errno value: then the child is
-    /// ended at once, and launch() fails.
+    /// Called once, by launch(), after the child has started: the place to start the thread that reads the
+    /// child's pipe. Starting that thread before the child can make launch() take ten times as long, because
+    /// the scheduler then tends to run the child on the processor of the launching thread. Returns 0 or an
+    /// errno value; with an error the child is killed and launch() fails.
     void setStartHook(std::function<int()> hook);
 
-    /// Called once, on a thread of the platform's, after the child's end and before the termination handler,
-    /// whether or not that was removed: the place to take what the child left in its pipe.
+    /// Called once, on a background thread, after the child's end and before the termination handler, also if
+    /// that was removed: the place to read what the child left in its pipe.
     void setExitHook(std::function<void()> hook);
 
-    /// Called once, on a thread of the platform's, with the child's status.
+    /// Called once, on a background thread, with the child's status. May be set in any state and on any
+    /// thread.
     void setTerminationHandler(TerminationHandler handler);
-    /// After the return the handler is not called any more; one that is already being called runs on.
+    /// The handler is not called after the return, but a call that has already begun continues.
     void removeTerminationHandler();
 
-    /// Starts the child. Takes no longer than the system's own spawn, however much memory the launcher holds.
+    /// Starts the child, once. Takes as long as posix_spawn(), regardless of the launcher's memory.
     std::optional<LaunchError> launch();
 
     bool isRunning() const;
-    /// The child's process id once it was launched; 0 before.
+    /// The child's process id; 0 before launch().
     int processIdentifier() const;
-    /// Sends the terminate request (SIGTERM) if the child runs. Never a signal to a process that took over
-    /// the id.
+    /// Sends SIGTERM if the child runs. Never signals another process that got the same id later.
     void terminate();
-    /// Blocks until the child has ended and its handlers have been called; at once when it never was
-    /// launched.
+    /// Blocks until the child has ended and its handlers were called. Returns at once if there was no
+    /// successful launch().
     Status waitUntilExit();
 
   private:
-    std::optional<LaunchError> beginToWait();
-    LaunchError giveUp(int error);
+    std::optional<LaunchError> startWaitThread();
+    LaunchError abandonChild(int error);
+    /// The setters' precondition.
+    void assertPrepared() const;
 
     struct Shared;
     std::shared_ptr<Shared> shared;

@@ -2,18 +2,17 @@
 
 namespace ferrolt {
 
-/// Gives the process what it relies on, however it was started. The first call in main(): before any file is
-/// opened, any thread runs and any path is looked up.
+/// Repairs what the process may have inherited from the program that started it. To be called first in
+/// main(), before a file is opened, a thread is started or a path is looked up.
 ///
-/// - Closed descriptors 0, 1 and 2 are opened on /dev/null. Otherwise the next file or socket would get one
-/// of
-///   these numbers, and a library's error message would be written into it.
-/// - SIGPIPE and SIGXFSZ are ignored: a write that they would report fails with EPIPE or EFBIG instead of
-///   ending the process and, with it, both children. Children start with the default dispositions.
-/// - HOME, if it names no absolute path, becomes the home folder of the user's passwd entry. Qt would use
-/// "/".
-/// - TMPDIR is removed if it names no folder that can be written to, so that the system's temporary folder is
-///   used.
+/// - Opens /dev/null as descriptors 0, 1 and 2 if they are closed. Otherwise the next file or socket would
+/// get one of
+///   these numbers, and a library could write an error message into it.
+/// - Ignores SIGPIPE and SIGXFSZ: such a write fails with EPIPE or EFBIG instead of ending the process and
+/// both children.
+///   Children start with the default dispositions.
+/// - Sets HOME to the home folder of the user's passwd entry if it is no absolute path. Qt would use "/".
+/// - Removes TMPDIR if it is no writable folder, so that the system's temporary folder is used.
 void setUpProcess();
 
 }  // namespace ferrolt

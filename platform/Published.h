@@ -1,11 +1,13 @@
 #pragma once
 
+#include "MainQueue.h"
+
 #include <utility>
 
 namespace ferrolt {
 
-/// A property whose owner announces a change before it happens. Anyone may read it, only the owner sets it.
-/// Main thread. A set to the same value is still announced, as for any observable property.
+/// A property that only its owner can set. The owner's announceChange() is called before each set, also one
+/// to the same value. Main thread.
 template <class Value, class Owner>
 class Published {
   public:
@@ -20,6 +22,7 @@ class Published {
     friend Owner;
 
     void set(Value next) {
+        assertMainThread();
         owner.announceChange();
         value = std::move(next);
     }

@@ -5,9 +5,9 @@
 
 namespace ferrolt {
 
-/// Turns SIGTERM, SIGINT and SIGHUP into an orderly quit: `quit` is called on the main thread, not in the
-/// signal handler. One for the process, made on the main thread after the application object. A signal that
-/// comes after the destruction ends the process as it would any other.
+/// Turns SIGTERM, SIGINT and SIGHUP into a quit: `quit` is called on the main thread, from the event loop.
+/// One object per process, created on the main thread after the application object. After its destruction the
+/// signals have their default dispositions.
 class QuitSignals {
   public:
     explicit QuitSignals(std::function<void()> quit);

@@ -4,11 +4,11 @@
 
 namespace ferrolt {
 
-/// Removes what stands at `path`, folders with all that is in them. Follows no link, and removes folders that
-/// are not writable too, as far as they are the caller's own. Errors are ignored; any thread.
+/// Removes the file, link or folder at `path`, folders with all their contents. Does not follow links. Also
+/// removes folders without write permission if they belong to the user. Errors are ignored; any thread.
 void removeTree(const std::filesystem::path &path);
 
-/// Removes what is in the folder `path`, but not the folder. True if it is empty afterwards.
+/// Removes the contents of the folder `path` likewise, but not the folder. Returns whether it is empty then.
 bool emptyFolder(const std::filesystem::path &path);
 
 }  // namespace ferrolt

@@ -4,8 +4,8 @@
 
 namespace ferrolt {
 
-/// The application's reverse-domain identifier, as it was built: the stem of labels and of the settings'
-/// place.
+/// The application's reverse-domain identifier (FERROLT_REVERSE_DOMAIN). Labels and the name of the settings
+/// file begin with it.
 extern const std::string_view reverseDomain;
 
 }  // namespace ferrolt

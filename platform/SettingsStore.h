@@ -8,29 +8,28 @@
 
 namespace ferrolt {
 
-/// The user's settings of this application: texts under keys. On macOS the user's defaults database in the
-/// domain of the reverse-domain identifier; on Linux a JSON object in a file that is named after it in the
-/// user's configuration folder.
+/// The user's settings of this application: texts under keys. On macOS in the user's defaults, in the domain
+/// of the reverse-domain identifier; on Linux in a JSON file of that name in the user's configuration folder.
 ///
-/// What is stored is on disk, whole, when the call returns. A file that is not understood counts as one
-/// without entries; one that cannot be read has none either, and is not written. Main thread.
+/// setText() returns when the file is on disk. A file that is no JSON object counts as empty. A file that
+/// cannot be read counts as empty too, and is never overwritten. Main thread.
 ///
-/// Why the file is not QSettings': its INI format builds whatever object a damaged line describes, and in any
-/// format it waits up to 30 seconds for a lock that another host has left on a shared home folder. One
-/// process writes the file, so no lock is needed.
+/// Not QSettings on Linux: its INI format constructs any object that a damaged line describes, and all its
+/// formats wait up to 30 seconds for a lock that another host left on a shared home folder. No lock is
+/// needed, because one process writes the file.
 class SettingsStore {
   public:
     /// The store of the user who runs the program.
     static std::shared_ptr<SettingsStore> ofUser();
 
-    /// A store of its own in the file `file`, which need not exist yet, nor its folder.
+    /// A store in `file`. The file and its folder need not exist yet.
     explicit SettingsStore(std::filesystem::path file);
     virtual ~SettingsStore() = default;
 
-    /// The text under `key`; nothing if there is none or it is not a text.
+    /// The text under `key`; nothing if there is none or the value is no text.
     virtual std::optional<QString> text(const QString &key) const;
 
-    /// Stores `value` under `key`. False if it could not be written; the store is then as it was.
+    /// Stores `value` under `key`. Returns false, and changes nothing, if it cannot be written.
     virtual bool setText(const QString &key, const QString &value);
 
   private:

@@ -8,14 +8,14 @@
 
 namespace ferrolt {
 
-/// A serial queue: pieces of work run one after the other, in the order in which they were handed over, on
-/// one thread. There is a thread only while there is work.
+/// A serial queue: runs pieces of work one after the other, in the order of async(), on one thread. The
+/// thread exists only while there is work.
 ///
-/// Destroying the queue neither waits nor loses work: what was handed over still runs, and then the thread
-/// ends. Like all background work it does not keep the program from ending.
+/// Destroying the queue does not wait and loses no work: the queued work still runs, and then the thread
+/// ends. As with BackgroundQueue, the program does not wait for the work when it ends.
 class WorkQueue {
   public:
-    /// `label` is for people: the part after its last dot names the thread.
+    /// The part of `label` after its last dot names the thread.
     WorkQueue(std::string label, QualityOfService service);
     ~WorkQueue();
     WorkQueue(const WorkQueue &) = delete;
@@ -23,8 +23,8 @@ class WorkQueue {
 
     const std::string &label() const;
 
-    /// Runs `work` after all that was handed over before. Any thread, also one of the queue's own pieces of
-    /// work. The work must not throw. False if the system has no thread to give; the work is then not run.
+    /// Queues `work`. Any thread, also from inside the queue's own work. The work must not throw. Returns
+    /// false, and does not run the work, if the system cannot create a thread.
     [[nodiscard]] bool async(std::function<void()> work);
 
   private:

@@ -6,9 +6,9 @@ class QWidget;
 
 namespace ferrolt {
 
-/// Brings a shown window before all others and gives it the keyboard, because the user asked for it outside
-/// of the program: by starting it once more, or in the tray. `activationToken` is the desktop's permission
-/// for that on Wayland; may be empty. Main thread.
+/// Raises a shown window above all others and gives it the keyboard focus, because the user asked for it
+/// outside of the program: by a second start, or in the tray. `activationToken` is the xdg-activation token
+/// that Wayland demands for that; may be empty. Main thread.
 void bringToFront(QWidget &window, const std::string &activationToken);
 
 }  // namespace ferrolt

@@ -4,15 +4,16 @@
 
 namespace ferrolt {
 
-/// Keeps the application's palette in step with the desktop's preference for dark or light windows, where the
-/// platform does not do so by itself. A desktop that brings colours of its own keeps them. Every widget hears
-/// of a change by QEvent::PaletteChange. Main thread; lives as long as the windows do.
+/// Sets the application's palette by the desktop's preference for dark or light windows, where Qt does not. A
+/// desktop with colours of its own keeps them. A change reaches every widget as QEvent::PaletteChange. Main
+/// thread; must be destroyed after the windows.
 class DesktopAppearance {
   public:
     virtual ~DesktopAppearance() = default;
 
-    /// Sets the palette, and again whenever the preference changes. To be called once, after the application
-    /// object was created and before the first window. Never waits for the desktop's answer.
+    /// Sets the palette now and whenever the preference changes; null where there is nothing to do. To be
+    /// called once, after the application object is created and before the first window. Does not wait for
+    /// the portal.
     static std::unique_ptr<DesktopAppearance> follow();
 };
 

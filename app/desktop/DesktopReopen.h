@@ -4,21 +4,22 @@
 
 namespace ferrolt {
 
-/// Where the desktop itself tells a running program that its user opens it once more: a click in the Dock.
-/// Where that is a second start of the program instead, SingleInstance hears of it, and nothing comes here.
+/// The desktop's own request to reopen a running program: on macOS, a click in the Dock. On Linux a second
+/// start of the program is that request; SingleInstance receives it, and this class does nothing. Main
+/// thread.
 class DesktopReopen {
   public:
-    /// To be made before the application object, which takes over whoever stands in its place.
+    /// To be created before the application object: Qt forwards events to an application delegate that is
+    /// already set.
     DesktopReopen();
-    ~DesktopReopen();  // NOLINT(performance-trivially-destructible): that of macOS is not
+    ~DesktopReopen();  // NOLINT(performance-trivially-destructible): on macOS it is not trivial
     DesktopReopen(const DesktopReopen &) = delete;
     DesktopReopen &operator=(const DesktopReopen &) = delete;
 
-    /// Whether the program has a window in sight; returns whether the desktop's own handling is to run as
-    /// well.
+    /// Returns whether the desktop's own reopen handling shall run too.
     using Reopen = std::function<bool(bool hasVisibleWindows)>;
 
-    /// From here on until it is destroyed `reopen` is called on the main thread.
+    /// `reopen` is called on the main thread until this object is destroyed.
     void listen(const Reopen &reopen);
 };
 

@@ -1,5 +1,7 @@
 #include "DesktopSession.h"
 
+#include "MainQueue.h"
+
 #include <QCoreApplication>
 #include <QGuiApplication>
 #include <QSessionManager>
@@ -9,11 +11,11 @@
 namespace ferrolt {
 namespace {
 
-/// Whoever was mining when the session ended mines again when it comes back. A launcher that was quit before
-/// stays so.
+/// A launcher that runs when the session ends is started again with the next session; one that was quit
+/// before is not.
 void rememberInSession(QSessionManager &manager) {
     manager.setRestartHint(QSessionManager::RestartIfRunning);
-    // The program takes no arguments; not even the session's own.
+    // Without the session manager's own arguments: the program takes none.
     manager.setRestartCommand({QCoreApplication::applicationFilePath()});
     manager.setDiscardCommand({});
 }
@@ -21,7 +23,8 @@ void rememberInSession(QSessionManager &manager) {
 }  // namespace
 
 DesktopSession::DesktopSession(std::function<void()> save) : save(std::move(save)) {
-    // Directly, while the session waits: a queued call would come after the answer.
+    assertMainThread();
+    // Direct connections: Qt answers the session manager when the signal returns.
     connect(
         qApp, &QGuiApplication::commitDataRequest, this, [this] { this->save(); }, Qt::DirectConnection);
     connect(qApp, &QGuiApplication::saveStateRequest, this, &rememberInSession, Qt::DirectConnection);

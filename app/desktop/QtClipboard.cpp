@@ -1,5 +1,6 @@
 #include "QtClipboard.h"
 
+#include "MainQueue.h"
 #include "Utf16.h"
 
 #include <QClipboard>
@@ -11,8 +12,8 @@
 namespace ferrolt {
 namespace {
 
-/// A text that is joined when somebody asks for it. The same text goes by two names: Qt's own, from which it
-/// makes whatever the platform calls plain text, and the one that needs no way through UTF-16.
+/// Joins the pieces only when a program pastes. Offers two formats: "text/plain", from which Qt makes the
+/// platform's plain text formats, and UTF-8, which needs no conversion through UTF-16.
 class TextInPieces : public QMimeData {
   public:
     explicit TextInPieces(std::vector<QByteArray> given) : pieces(std::move(given)) {}
@@ -50,14 +51,17 @@ class TextInPieces : public QMimeData {
 }  // namespace
 
 void QtClipboard::clearContents() {
+    assertMainThread();
     QGuiApplication::clipboard()->clear();
 }
 
 void QtClipboard::setText(std::vector<QByteArray> pieces) {
+    assertMainThread();
     QGuiApplication::clipboard()->setMimeData(new TextInPieces(std::move(pieces)));
 }
 
 void QtClipboard::offerSelection(std::vector<QByteArray> pieces) {
+    assertMainThread();
     QClipboard *clipboard = QGuiApplication::clipboard();
     if (clipboard->supportsSelection())
         clipboard->setMimeData(new TextInPieces(std::move(pieces)), QClipboard::Selection);

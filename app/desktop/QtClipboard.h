@@ -4,7 +4,7 @@
 
 namespace ferrolt {
 
-/// The desktop's clipboard, by way of Qt. Needs the application object.
+/// The desktop's clipboard, through Qt. Needs the application object.
 class QtClipboard : public Clipboard {
   public:
     void clearContents() override;

@@ -4,8 +4,8 @@
 
 namespace ferrolt {
 
-/// Where this user's desktop keeps what a program remembers of its windows; apart from settings, and no loss
-/// when it goes. Not created by this.
+/// The folder for state that is not a setting, such as a window's size, of the user who runs the program. May
+/// not exist yet.
 QString stateFolder();
 
 }  // namespace ferrolt

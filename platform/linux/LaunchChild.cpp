@@ -2,6 +2,8 @@
 
 #include "FileDescriptor.h"
 
+#include <QtGlobal>
+
 #include <algorithm>
 #include <cerrno>
 #include <climits>
@@ -21,7 +23,8 @@ namespace {
 void closeRange(unsigned first, unsigned last) {
     if (first > last || syscall(SYS_close_range, first, last, 0U) == 0)
         return;
-    // Kernels before 5.9. What we open ourselves is closed on exec anyway; this is for what others left open.
+    // Kernels before 5.9. Our own descriptors are close-on-exec; this closes those that the launcher has
+    // inherited.
     rlimit limit{};
     getrlimit(RLIMIT_NOFILE, &limit);
     const auto end = static_cast<unsigned>(std::min<rlim_t>(limit.rlim_cur, 65536));
@@ -29,24 +32,26 @@ void closeRange(unsigned first, unsigned last) {
         close(static_cast<int>(descriptor));
 }
 
-/// What the child leaves in the launcher's memory, which it has until its own program begins.
+/// Written by the child, which shares the launcher's memory until execve().
 struct SharedWithChild {
-    volatile bool isShared = false;  ///< stays false where a tool has made a fork of the vfork
+    volatile bool isShared =
+        false;  ///< stays false if a tool, such as a sanitizer, replaced vfork() by fork()
     volatile int error = 0;
 };
 
-/// Only exec-proof calls from here on: the memory still belongs to the launcher, which stands still
-/// meanwhile.
+/// Runs in the child. Only async-signal-safe calls: the memory is the launcher's, whose calling thread is
+/// suspended until execve().
 [[noreturn]] void becomeChild(const ChildImage &image, int errorReport, pid_t launcher,
                               SharedWithChild &shared) {
     shared.isShared = true;
-    // The kernel sends this when the launcher is gone, even after a kill -9. A launcher that died before the
-    // request was in place is seen by the parent id.
+    // The kernel sends SIGTERM when the launcher dies, even by kill -9. If the launcher died before this
+    // call, the parent id has changed.
     prctl(PR_SET_PDEATHSIG, SIGTERM);
     if (getppid() != launcher)
         _exit(127);
 
-    // A group of its own: Ctrl+C in a terminal asks the launcher to quit, and the launcher asks its children.
+    // A process group of its own: Ctrl+C in a terminal signals the launcher only, which then stops its
+    // children.
     setpgid(0, 0);
 
     struct sigaction byDefault {};
@@ -58,7 +63,7 @@ struct SharedWithChild {
         dup2(image.standardOutputAndError, 2) >= 0 && chdir(image.workingFolder) == 0) {
         closeRange(3, static_cast<unsigned>(errorReport) - 1);
         closeRange(static_cast<unsigned>(errorReport) + 1, UINT_MAX);
-        // Last before the exec: a signal that was waiting must meet the default dispositions.
+        // Last: a pending signal is delivered here, and must meet the default dispositions.
         sigset_t none;
         sigemptyset(&none);
         sigprocmask(SIG_SETMASK, &none, nullptr);
@@ -70,11 +75,11 @@ struct SharedWithChild {
     _exit(127);
 }
 
-/// A frame of its own, never inlined: a child that shares the stack must not disturb the caller's variables.
-[[gnu::noinline]] pid_t split(const ChildImage &image, int errorReport, SharedWithChild &shared) {
+/// Not inlined: the child shares the stack and could overwrite the caller's variables.
+[[gnu::noinline]] pid_t startChild(const ChildImage &image, int errorReport, SharedWithChild &shared) {
     const pid_t launcher = getpid();
-    // vfork and not fork: a fork copies the page tables, which takes 10 to 20 ms once the logs are full, on
-    // the main thread. And not posix_spawn, which cannot ask for the parent-death signal.
+    // Not fork(): it copies the page tables, which takes the main thread 10 to 20 ms when the logs are full.
+    // Not posix_spawn(): it cannot set the parent-death signal.
     const pid_t child = vfork();
     if (child == 0)
         becomeChild(image, errorReport, launcher, shared);
@@ -84,32 +89,33 @@ struct SharedWithChild {
 }  // namespace
 
 LaunchOutcome launchChild(const ChildImage &image) {
+    Q_ASSERT(image.standardInput > 2 && image.standardOutputAndError > 2);
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0)
         return {.error = errno};
     const FileDescriptor reading(ends[0]);
-    FileDescriptor writing(fcntl(ends[1], F_DUPFD_CLOEXEC, 3));  // clear of the child's 0, 1 and 2
+    FileDescriptor writing(fcntl(ends[1], F_DUPFD_CLOEXEC, 3));  // dup2() in the child overwrites 0 to 2
     close(ends[1]);
     if (!writing.isValid())
         return {.error = errno};
 
-    // No handler of ours may run in the child while it shares our memory.
+    // No signal handler of the launcher's may run in the child while it shares the memory.
     sigset_t all;
     sigset_t before;
     sigfillset(&all);
     pthread_sigmask(SIG_SETMASK, &all, &before);
     SharedWithChild shared;
-    const pid_t child = split(image, writing.get(), shared);
-    const int splitError = errno;
+    const pid_t child = startChild(image, writing.get(), shared);
+    const int startError = errno;
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
     if (child < 0)
-        return {.error = splitError};
+        return {.error = startError};
 
-    // The launcher goes on when the child's own program has begun or could not, and knows by then which; to
-    // wait for the end of the pipe as well would double the time that a launch takes.
+    // After a vfork() execve() has succeeded or failed by now, and shared.error tells which. Waiting for the
+    // end of the pipe too would double the time of a launch.
     int error = shared.error;
     if (!shared.isShared) {
-        // The exec closes the child's end: nothing to read means that the child's own program has begun.
+        // A successful execve() closes the child's end, so there is nothing to read.
         writing.close();
         ssize_t count = 0;
         do {
@@ -119,7 +125,7 @@ LaunchOutcome launchChild(const ChildImage &image) {
     }
     if (error == 0)
         return {.child = child};
-    // The launch failed, and the split-off copy is ours to reap: nobody else knows of it.
+    // The launch failed: reap the child, which no other code knows of.
     while (waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
     }
     return {.error = error};

@@ -10,7 +10,7 @@ FileDescriptor openPrivateFolder(const std::filesystem::path &path) {
     std::filesystem::path made;
     for (const std::filesystem::path &part : path) {
         made /= part;
-        mkdir(made.c_str(), 0700);  // those that are there stay as they are
+        mkdir(made.c_str(), 0700);  // fails for existing folders, which stay unchanged
     }
     FileDescriptor folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NOFOLLOW));
     struct stat status {};

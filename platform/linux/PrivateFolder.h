@@ -6,9 +6,9 @@
 
 namespace ferrolt {
 
-/// Opens a folder that only this user can enter, created with its missing parents (all of mode 0700). One
-/// that belongs to this user and is open to others is closed to them. Not valid when it belongs to another
-/// user, is a symbolic link or cannot be made. Any thread.
+/// Opens a folder that only this user can enter. Creates it and its missing parents with mode 0700, and sets
+/// that mode if an existing folder of this user's is open to others. Not valid if the folder belongs to
+/// another user, is a symbolic link or cannot be created. Any thread.
 FileDescriptor openPrivateFolder(const std::filesystem::path &path);
 
 }  // namespace ferrolt

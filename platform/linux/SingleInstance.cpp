@@ -1,6 +1,7 @@
 #include "SingleInstance.h"
 
 #include "FileDescriptor.h"
+#include "MainQueue.h"
 #include "PrivateFolder.h"
 
 #include <QSocketNotifier>
@@ -49,8 +50,8 @@ constexpr std::string_view request = "reopen\n";  ///< the activation token foll
 constexpr std::size_t maxTokenLength = 256;
 constexpr std::size_t maxWaitingConnections = 16;
 
-/// The lock is in the home folder and not in a session's run-time folder, because the client configuration
-/// that two launchers must not share is there, whatever session each was started from.
+/// The home folder comes before the session's runtime folder: two launchers, even from different sessions,
+/// must not share the client configuration, and that is in the home folder.
 std::vector<std::filesystem::path> candidateFolders(const std::filesystem::path &home) {
     const char *const runtimeFolder = std::getenv("XDG_RUNTIME_DIR");
     const std::filesystem::path substitute =
@@ -63,14 +64,15 @@ std::vector<std::filesystem::path> candidateFolders(const std::filesystem::path 
 FileDescriptor openLock(const FileDescriptor &folder) {
     FileDescriptor lock(openat(folder.get(), lockName, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
     struct stat status {};
-    // A file of another user's, left from a time when the folder was open to all, could be locked by them.
+    // Another user may have put the file there while the folder was open to all, and could hold its lock.
     if (!lock.isValid() || fstat(lock.get(), &status) != 0 || !S_ISREG(status.st_mode) ||
         status.st_uid != getuid())
         return {};
     return lock;
 }
 
-/// sun_path holds 108 bytes, which a long home folder exceeds; the descriptor stands for the folder.
+/// Names the folder by its descriptor, because sun_path holds only 108 bytes and a home folder's path can be
+/// longer.
 sockaddr_un addressIn(const FileDescriptor &folder) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
@@ -79,14 +81,14 @@ sockaddr_un addressIn(const FileDescriptor &folder) {
     return address;
 }
 
-/// Keeps the boundaries of messages, and is hung up when its owner ends.
+/// SOCK_SEQPACKET keeps message boundaries and reports when the other side ends.
 FileDescriptor newSocket() {
     return FileDescriptor(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
 }
 
 FileDescriptor listenIn(const FileDescriptor &folder) {
     const sockaddr_un address = addressIn(folder);
-    unlinkat(folder.get(), socketName, 0);  // a crashed launcher's
+    unlinkat(folder.get(), socketName, 0);  // left by a launcher that crashed
     FileDescriptor socket = newSocket();
     if (!socket.isValid() ||
         bind(socket.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0 ||
@@ -108,9 +110,9 @@ std::string requestMessage() {
     return message;
 }
 
-/// Sends the request and gives the first launcher a moment to confirm it. A launcher that is dying, after a
-/// kill -9 for example, still accepts the connection but hangs up: the caller then tries for its place. One
-/// that is merely busy finds the request later.
+/// Sends the request and waits shortly for the confirmation. Returns false if the first launcher hangs up
+/// instead: it is being killed, and the caller may get the lock. A launcher that is only busy reads the
+/// request later.
 bool handOver(const FileDescriptor &folder) {
     const sockaddr_un address = addressIn(folder);
     const FileDescriptor socket = newSocket();
@@ -126,7 +128,7 @@ bool handOver(const FileDescriptor &folder) {
     return recv(socket.get(), &confirmation, 1, 0) == 1;
 }
 
-/// A process for good: an id alone may belong to another process by the time it is looked at.
+/// Identifies a process. The kernel reuses ids, so an id alone may belong to another process later.
 struct ProcessIdentity {
     int id = 0;
     unsigned long long startTime = 0;  ///< in clock ticks since the machine's start
@@ -134,11 +136,11 @@ struct ProcessIdentity {
     bool operator==(const ProcessIdentity &) const = default;
 };
 
-/// Nothing when there is no such process, or only its exit status is left.
+/// Nothing if there is no such process or it is a zombie.
 std::optional<ProcessIdentity> identify(int id) {
     std::ifstream file("/proc/" + std::to_string(id) + "/stat");
     const std::string line{std::istreambuf_iterator<char>(file), {}};
-    const auto name = line.rfind(')');  // the name may hold blanks and parentheses
+    const auto name = line.rfind(')');  // the last one: the name itself may contain blanks and parentheses
     if (name == std::string::npos)
         return std::nullopt;
     std::istringstream fields(line.substr(name + 1));
@@ -170,12 +172,12 @@ struct SingleInstance::State {
     std::deque<Connection> connections;
 
     std::optional<Start> claim(const FileDescriptor &folder);
-    void awaitFormerChildren();
+    void waitForPreviousChildren();
     void acceptOne();
     void receive(int descriptor);
 };
 
-/// Nothing when the folder's file system has no locks or no sockets.
+/// Nothing if the folder's file system has no locks or no sockets.
 std::optional<SingleInstance::Start> SingleInstance::State::claim(const FileDescriptor &folder) {
     FileDescriptor file = openLock(folder);
     if (!file.isValid())
@@ -187,7 +189,7 @@ std::optional<SingleInstance::Start> SingleInstance::State::claim(const FileDesc
             if (!socket.isValid())
                 return std::nullopt;
             lock = std::move(file);
-            awaitFormerChildren();
+            waitForPreviousChildren();
             return Start::First;
         }
         if (errno != EWOULDBLOCK && errno != EINTR)
@@ -196,15 +198,15 @@ std::optional<SingleInstance::Start> SingleInstance::State::claim(const FileDesc
             return Start::HandedOver;
         if (std::chrono::steady_clock::now() >= deadline)
             return Start::Unanswered;
-        // The first one is between taking the lock and listening, or between the end of its listening and its
-        // own.
+        // The first launcher has taken the lock but does not listen yet, or has stopped listening and is
+        // about to end.
         std::this_thread::sleep_for(pollInterval);
     }
 }
 
-/// A quit does not wait for the children, and an engine that needs seconds to end still has the port: the
-/// next engine would end at once, and with it the launcher would stop.
-void SingleInstance::State::awaitFormerChildren() {
+/// A quit does not wait for the children. An engine that needs seconds to end still holds its port; a new
+/// engine would then exit at once, and the launcher would stop.
+void SingleInstance::State::waitForPreviousChildren() {
     std::array<char, 4096> text{};
     const ssize_t length = pread(lock.get(), text.data(), text.size(), 0);
     std::istringstream lines(std::string(text.data(), length > 0 ? static_cast<std::size_t>(length) : 0));
@@ -216,11 +218,11 @@ void SingleInstance::State::awaitFormerChildren() {
     [[maybe_unused]] const int emptied = ftruncate(lock.get(), 0);
 }
 
-/// One in each turn of the event loop, however many there are.
+/// Accepts one connection per event, so that many connections do not block the event loop.
 void SingleInstance::State::acceptOne() {
     FileDescriptor accepted(accept4(socket.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
     if (!accepted.isValid()) {
-        // Without a descriptor to spare the connection stays where it is and would call at every turn.
+        // Out of descriptors: the connection stays pending, and the notifier would fire in a busy loop.
         if (errno == EMFILE || errno == ENFILE) {
             notifier->setEnabled(false);
             QTimer::singleShot(250ms, notifier.get(), [this] { notifier->setEnabled(true); });
@@ -243,13 +245,13 @@ void SingleInstance::State::receive(int descriptor) {
     if (connection == connections.end())
         return;
     std::array<char, request.size() + maxTokenLength> bytes{};
-    // MSG_TRUNC: a message that is too long is recognised by its real length.
+    // With MSG_TRUNC recv() returns the real length of a message that is too long.
     const ssize_t length = recv(descriptor, bytes.data(), bytes.size(), MSG_TRUNC);
     if (length < 0 && (errno == EAGAIN || errno == EINTR))
         return;
     const Connection ended = {std::move(connection->socket), nullptr};
     connection->notifier->setEnabled(false);
-    connection->notifier.release()->deleteLater();  // it is the caller
+    connection->notifier.release()->deleteLater();  // its signal is being handled
     connections.erase(connection);
     if (length < static_cast<ssize_t>(request.size()) || length > static_cast<ssize_t>(bytes.size()))
         return;
@@ -277,6 +279,7 @@ SingleInstance::SingleInstance(const std::filesystem::path &home) : state(std::m
 SingleInstance::~SingleInstance() = default;
 
 void SingleInstance::listen(Reopen reopen) {
+    assertMainThread();
     if (!state->socket.isValid())
         return;
     state->reopen = std::move(reopen);
@@ -286,12 +289,14 @@ void SingleInstance::listen(Reopen reopen) {
 }
 
 void SingleInstance::stopListening() {
+    assertMainThread();
     state->connections.clear();
     state->notifier.reset();
     state->socket.close();
 }
 
 void SingleInstance::rememberChild(int processIdentifier) {
+    assertMainThread();
     const auto child = identify(processIdentifier);
     if (!state->lock.isValid() || !child ||
         std::find(state->children.begin(), state->children.end(), *child) != state->children.end())
@@ -301,9 +306,10 @@ void SingleInstance::rememberChild(int processIdentifier) {
     std::string text;
     for (const ProcessIdentity &known : state->children)
         text += std::to_string(known.id) + ' ' + std::to_string(known.startTime) + '\n';
-    // Should the disk be full, the next start does not wait.
-    [[maybe_unused]] const bool isNoted = pwrite(state->lock.get(), text.data(), text.size(), 0) >= 0 &&
-                                          ftruncate(state->lock.get(), static_cast<off_t>(text.size())) == 0;
+    // If the disk is full, the next start does not wait.
+    [[maybe_unused]] const bool isWritten =
+        pwrite(state->lock.get(), text.data(), text.size(), 0) >= 0 &&
+        ftruncate(state->lock.get(), static_cast<off_t>(text.size())) == 0;
 }
 
 }  // namespace ferrolt

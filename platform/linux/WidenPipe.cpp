@@ -8,16 +8,15 @@ namespace ferrolt {
 
 namespace {
 
-/// Four reads. More gains nothing, and a user's pipes may hold only so much together before the system
-/// refuses.
-constexpr int widePipe = 256 * 1024;
+/// Four reads. More gains nothing, and the kernel limits the total for all pipes of a user.
+constexpr int wideCapacity = 256 * 1024;  // bytes
 
 }  // namespace
 
-void widenPipe(int end) {
+void widenPipe(int descriptor) {
     const int before = errno;
-    if (fcntl(end, F_GETPIPE_SZ) < widePipe)
-        fcntl(end, F_SETPIPE_SZ, widePipe);
+    if (fcntl(descriptor, F_GETPIPE_SZ) < wideCapacity)
+        fcntl(descriptor, F_SETPIPE_SZ, wideCapacity);
     errno = before;
 }
 

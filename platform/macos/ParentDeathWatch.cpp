@@ -11,12 +11,11 @@ namespace ferrolt {
 
 namespace {
 
-// macOS has no parent-death signal. A small process of our own waits in a kqueue for the launcher's end,
-// which it sees however the launcher dies, and passes the terminate request on to the children that it was
-// told of.
-constexpr int mostChildren = 64;
+// macOS has no parent-death signal. A small watcher process waits in a kqueue for the launcher's end, which
+// is reported even after kill -9, and then sends SIGTERM to the children whose ids it has read from a pipe.
+constexpr int maxChildren = 64;
 
-/// False when the process is gone already.
+/// False if the process has already ended.
 bool watch(int queue, pid_t process) {
     struct kevent change;
     EV_SET(&change, process, EVFILT_PROC, EV_ADD | EV_ONESHOT, NOTE_EXIT, 0, nullptr);
@@ -30,7 +29,7 @@ bool watch(int queue, pid_t process) {
     EV_SET(&change, announcements, EVFILT_READ, EV_ADD, 0, 0, nullptr);
     kevent(queue, &change, 1, nullptr, 0, nullptr);
     bool launcherIsGone = !watch(queue, launcher);
-    pid_t children[mostChildren] = {};
+    pid_t children[maxChildren] = {};
     for (;;) {
         struct kevent event;
         if (kevent(queue, nullptr, 0, &event, 1, nullptr) != 1) {
@@ -43,8 +42,7 @@ bool watch(int queue, pid_t process) {
             read(announcements, &announced, sizeof announced) == sizeof announced) {
             for (pid_t &slot : children) {
                 if (slot == 0) {
-                    // One that ended before it was announced must not leave its id behind: it may soon be
-                    // another's.
+                    // Not a child that has already ended: its id may soon belong to another process.
                     slot = launcherIsGone || watch(queue, announced) ? announced : 0;
                     break;
                 }
@@ -56,15 +54,15 @@ bool watch(int queue, pid_t process) {
             if (launcherIsGone && slot != 0)
                 kill(slot, SIGTERM);
             else if (slot == static_cast<pid_t>(event.ident))
-                slot = 0;  // ended by itself: its id may soon be another's
+                slot = 0;  // ended by itself: its id may soon belong to another process
         }
         if (launcherIsGone)
             _exit(0);
     }
 }
 
-/// Starts the watcher and returns the end that announcements are written to; -1 when that fails. Two forks,
-/// so that the watcher belongs to the system and nobody here has to reap it.
+/// Starts the watcher and returns the descriptor that children's ids are written to; -1 on failure. Forks
+/// twice, so that the launcher need not reap the watcher.
 int startWatcher() {
     int ends[2];
     if (pipe(ends) != 0)
@@ -93,7 +91,7 @@ int startWatcher() {
 }  // namespace
 
 void terminateWithLauncher(pid_t child) {
-    // Once for the whole run, at the first child, when the launcher is still small to copy.
+    // Once, at the first child, while the launcher's memory is still small to copy.
     static const int announcements = startWatcher();
     if (announcements >= 0) {
         [[maybe_unused]] const ssize_t written = write(announcements, &child, sizeof child);

@@ -5,8 +5,8 @@
 
 namespace ferrolt {
 
-// There is no pipe2 here: between pipe() and fcntl() another thread's launch could inherit the ends. Process
-// closes every other descriptor in the child, so nothing of it survives the exec.
+// macOS has no pipe2(): a child that another thread launches between pipe() and fcntl() inherits both ends.
+// That does no harm, because Process closes all other descriptors in a child.
 Pipe Pipe::open() {
     int ends[2];
     if (pipe(ends) != 0)

@@ -2,7 +2,7 @@
 
 namespace ferrolt {
 
-// Launch Services keeps an application to one instance and reopens it; Qt passes that on.
+// Launch Services runs one instance of an application and reopens that; DesktopReopen receives the request.
 struct SingleInstance::State {};
 
 SingleInstance::SingleInstance(const std::filesystem::path &) {}

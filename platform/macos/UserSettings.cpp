@@ -27,12 +27,13 @@ class UserDefaults : public SettingsStore {
 
     bool setText(const QString &key, const QString &value) override {
         const QVariant before = settings.value(key);
-        // A null text would be stored as no value at all.
+        // QSettings stores a null string as no value.
         settings.setValue(key, value.isNull() ? QStringLiteral("") : value);
         settings.sync();
         if (settings.status() == QSettings::NoError)
             return true;
-        // Qt keeps what it could not write, for every later reader of this process and for its next try.
+        // QSettings keeps a value that it could not write, returns it to later reads and tries to write it
+        // again.
         if (before.isValid())
             settings.setValue(key, before);
         else
@@ -46,8 +47,8 @@ class UserDefaults : public SettingsStore {
 
 }  // namespace
 
-/// Qt builds the domain of the user's defaults from an organisation's Internet domain, which it turns round,
-/// and an application's name.
+/// QSettings makes the domain of the defaults from the organisation's Internet domain, reversed, and the
+/// application's name.
 std::shared_ptr<SettingsStore> SettingsStore::ofUser() {
     QStringList parts = QString::fromUtf8(reverseDomain.data(), static_cast<qsizetype>(reverseDomain.size()))
                             .split(QLatin1Char('.'));

@@ -2,7 +2,7 @@
 
 namespace ferrolt {
 
-// The kernel widens a busy pipe by itself here, and there is no way to ask for it.
+// macOS widens busy pipes by itself and has no call for it.
 void widenPipe(int) {}
 
 }  // namespace ferrolt

@@ -2,15 +2,18 @@
 
 #include "ThreadName.h"
 
+#include <QtGlobal>
+
 #include <system_error>
 #include <thread>
 #include <utility>
 
 namespace ferrolt {
 
-// A thread for each piece of work instead of a pool: the few pieces that we have block for up to half a
-// minute, and a pool would make the program wait for them when it ends.
+// Not QThreadPool: it would make the program wait, when it ends, for work that blocks for up to half a
+// minute, and it does not report that the system cannot create a thread.
 bool BackgroundQueue::async(QualityOfService service, std::function<void()> work) {
+    Q_ASSERT(work);
     try {
         std::thread([service, work = std::move(work)] {
             nameThisThread(service == QualityOfService::Utility ? "utility" : "background");

@@ -6,7 +6,7 @@
 
 #include <unistd.h>
 
-// The leak sanitizer looks for leaks in an exit handler, which std::_Exit() does not run.
+// LeakSanitizer reports leaks in an exit handler, which std::_Exit() does not run.
 #if defined(__SANITIZE_ADDRESS__)
 #define FERROLT_LEAKS_ARE_CHECKED
 #elif defined(__has_feature)

@@ -4,8 +4,8 @@
 
 namespace ferrolt {
 
-// A close that is interrupted has still closed the descriptor on Linux and macOS; a retry could close
-// another's.
+// No retry after EINTR: on Linux and macOS close() has then closed the descriptor, and the number may already
+// belong to another file.
 void FileDescriptor::close() {
     if (descriptor >= 0)
         ::close(std::exchange(descriptor, -1));

@@ -22,10 +22,11 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// Nothing when the links go round in a circle. The end need not exist.
+/// The path at the end of a chain of symbolic links, which need not exist. Nothing if the links form a
+/// circle.
 std::optional<fs::path> endOfLinks(fs::path path) {
-    constexpr int longestChain = 40;  // the kernel's own bound
-    for (int followed = 0; followed <= longestChain; ++followed) {
+    constexpr int maxLinks = 40;  // as in the Linux kernel
+    for (int followed = 0; followed <= maxLinks; ++followed) {
         std::error_code isNoLink;
         const fs::path target = fs::read_symlink(path, isNoLink);
         if (isNoLink)
@@ -35,11 +36,11 @@ std::optional<fs::path> endOfLinks(fs::path path) {
     return std::nullopt;
 }
 
-/// The new file, which goes again unless it takes its place.
+/// The file that is to replace the old one. Removed again unless it did.
 class NewFile {
   public:
     NewFile(const fs::path &folder, mode_t mode) {
-        // Short and our own, so that it fits wherever the target's name does.
+        // A short name: one derived from the target's could be too long for the file system.
         for (int attempt = 0; attempt < 100; ++attempt) {
             const auto number = static_cast<unsigned long long>(QRandomGenerator::system()->generate64());
             path = folder / (".ferrolt-save-" + std::to_string(number));
@@ -58,17 +59,17 @@ class NewFile {
 
     bool isOpen() const { return descriptor.isValid(); }
 
-    /// Best effort: a file system without permissions refuses, and shows the same ones for every file anyway.
+    /// Best effort: a file system without permissions refuses, and then all its files have the same ones.
     void takeAccessOf(const struct stat &old) {
         struct stat own {};
         if (::fstat(descriptor.get(), &own) != 0)
             return;
-        // Before the permissions, because a change of owner may take some of them away. Who may not give a
-        // file away may still give it to a group of theirs.
-        const bool isAnothers = own.st_uid != old.st_uid || own.st_gid != old.st_gid;
+        // The owner before the permissions, because chown() may clear some of these. An ordinary user may
+        // still set a group that they belong to.
+        const bool differs = own.st_uid != old.st_uid || own.st_gid != old.st_gid;
         [[maybe_unused]] const bool isGiven =
-            isAnothers && (::fchown(descriptor.get(), old.st_uid, old.st_gid) == 0 ||
-                           ::fchown(descriptor.get(), static_cast<uid_t>(-1), old.st_gid) == 0);
+            differs && (::fchown(descriptor.get(), old.st_uid, old.st_gid) == 0 ||
+                        ::fchown(descriptor.get(), static_cast<uid_t>(-1), old.st_gid) == 0);
         ::fchmod(descriptor.get(), old.st_mode & 0777);
     }
 
@@ -84,8 +85,8 @@ class NewFile {
         return true;
     }
 
-    /// Before the renaming, or a power cut could leave the new name on a file that is still empty. It is also
-    /// where a network's disk says that it is full. Some file systems cannot and say so: that is no failure.
+    /// Needed before the renaming: after a power cut the name could lead to an empty file. Also, a network
+    /// file system reports a full disk only here. A file system without fsync() is no failure.
     bool writeThrough() {
         int result = 0;
         do
@@ -115,7 +116,7 @@ bool replaceFile(const fs::path &path, std::string_view contents) {
     const bool exists = ::lstat(target->c_str(), &old) == 0;
     if (exists ? !S_ISREG(old.st_mode) : errno != ENOENT)
         return false;
-    // What replaces a private file must not be readable for others even for a moment.
+    // The new contents of a private file must never be readable by others.
     NewFile file(target->parent_path(), exists ? 0600 : 0666);
     if (!file.isOpen())
         return false;

@@ -4,14 +4,14 @@
 
 namespace ferrolt {
 
-/// What a child begins with, in the form that the system calls take it: nothing may be allocated, locked or
-/// looked up between the split from the launcher and the exec.
+/// What a child starts with, in the form that the system calls take: between vfork() and execve() nothing may
+/// be allocated, locked or looked up.
 struct ChildImage {
     const char *executable = nullptr;
     char *const *arguments = nullptr;    ///< null-terminated, the program's name first
     char *const *environment = nullptr;  ///< null-terminated
     const char *workingFolder = nullptr;
-    int standardInput = -1;  ///< these two are above 2
+    int standardInput = -1;  ///< must be above 2, like the next
     int standardOutputAndError = -1;
 };
 
@@ -20,8 +20,8 @@ struct LaunchOutcome {
     int error = 0;    ///< an errno value then
 };
 
-/// Starts the child as Process promises it. The calling thread stands still until the child has begun its own
-/// program or failed to, and must live as long as the launcher: its end counts as the launcher's death.
+/// Starts the child as Process documents it. Blocks until execve() has succeeded or failed in the child. On
+/// Linux the end of the calling thread counts as the launcher's death.
 LaunchOutcome launchChild(const ChildImage &image);
 
 }  // namespace ferrolt

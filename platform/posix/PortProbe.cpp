@@ -1,6 +1,7 @@
 #include "PortProbe.h"
 
 #include "FileDescriptor.h"
+#include "MainQueue.h"
 
 #include <cerrno>
 #include <cstring>
@@ -14,8 +15,8 @@ namespace ferrolt {
 
 namespace {
 
-/// A connect that a signal interrupts goes on by itself; its end shows as writability.
-bool connectionArrives(int socket) {
+/// A connect() that a signal interrupts continues in the kernel; when it ends the socket becomes writable.
+bool connectionCompletes(int socket) {
     pollfd event{socket, POLLOUT, 0};
     while (poll(&event, 1, -1) < 0) {
         if (errno != EINTR)
@@ -26,8 +27,8 @@ bool connectionArrives(int socket) {
     return getsockopt(socket, SOL_SOCKET, SO_ERROR, &error, &size) == 0 && error == 0;
 }
 
-/// With nobody listening, the system may pick the very port that is being tried as the connection's own and
-/// so connect the socket with itself. That is not an engine, and would keep the engine from its port.
+/// If no program listens, the system may choose the port that is tried as the local port and so connect the
+/// socket with itself (TCP simultaneous open). That is no engine, and would occupy the engine's port.
 bool isConnectedToItself(int socket, const sockaddr_in &peer) {
     sockaddr_in own{};
     socklen_t size = sizeof own;
@@ -38,6 +39,7 @@ bool isConnectedToItself(int socket, const sockaddr_in &peer) {
 }  // namespace
 
 bool probePort(const std::string &host, std::int64_t port) {
+    assertNotMainThread();
     const FileDescriptor socket(::socket(AF_INET, SOCK_STREAM, 0));
     if (!socket.isValid() || port < 0 || port > 65535)
         return false;
@@ -47,7 +49,7 @@ bool probePort(const std::string &host, std::int64_t port) {
     if (inet_pton(AF_INET, host.c_str(), &address.sin_addr) != 1)
         return false;
     const int result = connect(socket.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address);
-    const bool connected = result == 0 || (errno == EINTR && connectionArrives(socket.get()));
+    const bool connected = result == 0 || (errno == EINTR && connectionCompletes(socket.get()));
     return connected && !isConnectedToItself(socket.get(), address);
 }
 

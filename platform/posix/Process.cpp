@@ -3,6 +3,8 @@
 #include "LaunchChild.h"
 #include "ThreadName.h"
 
+#include <QtGlobal>
+
 #include <cerrno>
 #include <condition_variable>
 #include <csignal>
@@ -23,7 +25,7 @@ std::string LaunchError::localizedDescription() const {
     return std::generic_category().message(code);
 }
 
-/// Shared by the object and the thread that waits for the child, whichever lives longer.
+/// Shared by the object and the thread that waits for the child; either may live longer.
 struct Process::Shared {
     enum class Stage { Prepared, Running, Ended };
 
@@ -45,16 +47,16 @@ struct Process::Shared {
     void waitForChild();
 };
 
-/// Who starts the launcher may have had the system reap its children unseen, and such a wish is inherited: no
-/// child's status would ever be known.
-static void keepChildrenForTheirParent() {
+/// SIGCHLD set to SIG_IGN is inherited from the program that starts the launcher. The kernel would then reap
+/// the children, and waitid() could not report a status. Restore the default.
+static void restoreChildSignal() {
     struct sigaction action {};
     if (sigaction(SIGCHLD, nullptr, &action) == 0 &&
         (action.sa_handler == SIG_IGN || (action.sa_flags & SA_NOCLDWAIT) != 0))
         std::signal(SIGCHLD, SIG_DFL);
 }
 
-/// Returns when the child has ended and can be reaped, or is nobody's any more.
+/// Returns when the child has ended and can be reaped, or if it is no child of ours.
 static void waitForEnd(pid_t child) {
     const auto id = static_cast<id_t>(child);
     for (;;) {
@@ -66,17 +68,17 @@ static void waitForEnd(pid_t child) {
         }
         if (change.si_code == CLD_EXITED || change.si_code == CLD_KILLED || change.si_code == CLD_DUMPED)
             return;
-        // macOS (seen in 26.6) reports a child that is only stopped, too. Take that report, or it comes back.
+        // macOS (seen in 26.6) also reports a child that is only stopped. Consume that report, or waitid()
+        // returns it again at once.
         waitid(P_PID, id, &change, WSTOPPED | WCONTINUED | WNOHANG);
     }
 }
 
-/// On a thread of its own that lives as long as the child: it blocks in the kernel and costs nothing
-/// meanwhile.
+/// Runs on a thread of its own, which blocks in the kernel as long as the child lives.
 void Process::Shared::waitForChild() {
     nameThisThread("child-wait");
-    // Look first and reap under the lock: until then the id cannot go to another process, so terminate() can
-    // never hit a stranger.
+    // Wait without reaping, then reap under the lock. The kernel cannot reuse the id before the reaping, so
+    // terminate() never signals another process.
     waitForEnd(child);
     {
         std::lock_guard lock(mutex);
@@ -86,7 +88,8 @@ void Process::Shared::waitForChild() {
             reaped = waitpid(child, &ending, 0);
         } while (reaped < 0 && errno == EINTR);
         stage = Stage::Ended;
-        // The exit code or the number of the terminating signal. One that is not known is no success.
+        // The exit code or the number of the terminating signal. An unknown status must not look like
+        // success.
         if (reaped != child)
             status = 1;
         else
@@ -109,22 +112,32 @@ void Process::Shared::waitForChild() {
 Process::Process() : shared(std::make_shared<Shared>()) {}
 Process::~Process() = default;
 
+void Process::assertPrepared() const {
+    Q_ASSERT(shared->stage == Shared::Stage::Prepared);
+}
+
 void Process::setExecutable(std::filesystem::path executable) {
+    assertPrepared();
     shared->executable = std::move(executable);
 }
 void Process::setArguments(std::vector<std::string> arguments) {
+    assertPrepared();
     shared->arguments = std::move(arguments);
 }
 void Process::setWorkingFolder(std::filesystem::path folder) {
+    assertPrepared();
     shared->workingFolder = std::move(folder);
 }
 void Process::setOutput(FileDescriptor writingEnd) {
+    assertPrepared();
     shared->output = std::move(writingEnd);
 }
 void Process::setStartHook(std::function<int()> hook) {
+    assertPrepared();
     shared->startHook = std::move(hook);
 }
 void Process::setExitHook(std::function<void()> hook) {
+    assertPrepared();
     shared->exitHook = std::move(hook);
 }
 
@@ -134,24 +147,27 @@ void Process::setTerminationHandler(TerminationHandler handler) {
 }
 
 void Process::removeTerminationHandler() {
-    TerminationHandler removed;  // destroyed outside the lock: it may hold the last reference to anything
+    TerminationHandler removed;  // destroyed after the unlock: its captures' destructors may call this object
     std::lock_guard lock(shared->mutex);
     removed = std::exchange(shared->terminationHandler, nullptr);
 }
 
 std::optional<LaunchError> Process::launch() {
+    assertPrepared();
+    Q_ASSERT(!shared->executable.empty());
     const FileDescriptor nothing(open("/dev/null", O_RDWR | O_CLOEXEC));
     if (!nothing.isValid())
         return LaunchError{errno};
-    // Clear of 0, 1 and 2, which a launcher that was itself started without them may have given to a pipe.
+    // Above 2, because dup2() in the child overwrites 0 to 2. These may be ordinary files here if the
+    // launcher itself was started without them.
     const FileDescriptor input(fcntl(nothing.get(), F_DUPFD_CLOEXEC, 3));
-    const int wanted = shared->output.isValid() ? shared->output.get() : nothing.get();
-    const FileDescriptor output(fcntl(wanted, F_DUPFD_CLOEXEC, 3));
+    const int outputSource = shared->output.isValid() ? shared->output.get() : nothing.get();
+    const FileDescriptor output(fcntl(outputSource, F_DUPFD_CLOEXEC, 3));
     shared->output.close();
     if (!input.isValid() || !output.isValid())
         return LaunchError{errno};
 
-    keepChildrenForTheirParent();
+    restoreChildSignal();
     std::vector<char *> arguments{const_cast<char *>(shared->executable.c_str())};
     for (const std::string &argument : shared->arguments)
         arguments.push_back(const_cast<char *>(argument.c_str()));
@@ -172,20 +188,20 @@ std::optional<LaunchError> Process::launch() {
     }
     const auto startHook = std::exchange(shared->startHook, nullptr);
     const int failure = startHook ? startHook() : 0;
-    return failure != 0 ? giveUp(failure) : beginToWait();
+    return failure != 0 ? abandonChild(failure) : startWaitThread();
 }
 
-std::optional<LaunchError> Process::beginToWait() {
+std::optional<LaunchError> Process::startWaitThread() {
     try {
         std::thread([shared = shared] { shared->waitForChild(); }).detach();
         return std::nullopt;
     } catch (const std::system_error &failure) {
-        return giveUp(failure.code().value());
+        return abandonChild(failure.code().value());
     }
 }
 
-/// No child is ever left without one who waits for it, or who reads its output.
-LaunchError Process::giveUp(int error) {
+/// Kills and reaps a child that no thread would wait for or read from.
+LaunchError Process::abandonChild(int error) {
     std::lock_guard lock(shared->mutex);
     kill(shared->child, SIGKILL);
     while (waitpid(shared->child, nullptr, 0) < 0 && errno == EINTR) {

@@ -13,7 +13,7 @@ namespace ferrolt {
 namespace {
 
 void openStandardDescriptors() {
-    // open() returns the lowest free number. Not closed on exec, as standard descriptors never are.
+    // open() returns the lowest free number. Without O_CLOEXEC, as usual for standard descriptors.
     for (int descriptor = 0; descriptor <= 2; ++descriptor)
         if (fcntl(descriptor, F_GETFD) < 0 && open("/dev/null", O_RDWR) != descriptor)
             return;
@@ -34,7 +34,7 @@ void setUpProcess() {
     const char *home = std::getenv("HOME");
     if (home == nullptr || *home != '/') {
         const passwd *user = getpwuid(getuid());
-        // A user without an entry has no home folder; by this name Debian calls one that never exists.
+        // /nonexistent is Debian's name for the home folder of users that have none.
         setenv("HOME", user != nullptr ? user->pw_dir : "/nonexistent", 1);
     }
     const char *temporary = std::getenv("TMPDIR");

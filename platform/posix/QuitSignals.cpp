@@ -1,5 +1,6 @@
 #include "QuitSignals.h"
 
+#include "MainQueue.h"
 #include "Pipe.h"
 
 #include <QSocketNotifier>
@@ -17,13 +18,13 @@ namespace ferrolt {
 namespace {
 
 constexpr std::array quitSignals{SIGTERM, SIGINT, SIGHUP};
-std::atomic<int> wakeUp = -1;
+std::atomic<int> wakeUpPipe = -1;
 
-/// All that a signal handler may do: a byte into a pipe that the event loop watches.
-void passOn(int) {
+/// Writes a byte into a pipe that the event loop watches; a signal handler may do little more.
+void wakeEventLoop(int) {
     const int before = errno;
     const char byte = 0;
-    [[maybe_unused]] const ssize_t written = write(wakeUp.load(), &byte, 1);
+    [[maybe_unused]] const ssize_t written = write(wakeUpPipe.load(), &byte, 1);
     errno = before;
 }
 
@@ -35,14 +36,14 @@ void handleWith(void (*handler)(int)) {
     sigset_t wanted;
     sigemptyset(&wanted);
     for (const int signal : quitSignals) {
-        // Who starts the launcher under nohup wants it to outlive the terminal.
+        // nohup sets SIGHUP to SIG_IGN, so that the program survives its terminal. Keep that.
         struct sigaction before {};
         const bool ignored = sigaction(signal, nullptr, &before) == 0 && before.sa_handler == SIG_IGN;
         if (signal != SIGHUP || !ignored)
             sigaction(signal, &action, nullptr);
         sigaddset(&wanted, signal);
     }
-    // Who starts the launcher may have them blocked, and that is inherited.
+    // A signal mask is inherited; the program that starts the launcher may have blocked these.
     pthread_sigmask(SIG_UNBLOCK, &wanted, nullptr);
 }
 
@@ -54,6 +55,8 @@ struct QuitSignals::State {
 };
 
 QuitSignals::QuitSignals(std::function<void()> quit) : state(std::make_unique<State>()) {
+    assertMainThread();
+    Q_ASSERT(wakeUpPipe == -1);
     if (!state->pipe.readingEnd.isValid())
         return;
     state->notifier = std::make_unique<QSocketNotifier>(state->pipe.readingEnd.get(), QSocketNotifier::Read);
@@ -64,14 +67,14 @@ QuitSignals::QuitSignals(std::function<void()> quit) : state(std::make_unique<St
                          }
                          quit();
                      });
-    wakeUp = state->pipe.writingEnd.get();
-    handleWith(passOn);
+    wakeUpPipe = state->pipe.writingEnd.get();
+    handleWith(wakeEventLoop);
 }
 
 QuitSignals::~QuitSignals() {
     if (state->notifier)
         handleWith(SIG_DFL);
-    wakeUp = -1;
+    wakeUpPipe = -1;
 }
 
 }  // namespace ferrolt

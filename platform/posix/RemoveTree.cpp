@@ -19,10 +19,11 @@ struct CloseDirectory {
     void operator()(DIR *directory) const { closedir(directory); }
 };
 
-/// The names in the folder, which stays open.
+/// The names in an open folder.
 std::vector<std::string> namesIn(int folder) {
     std::vector<std::string> names;
-    // fdopendir() takes the descriptor over, and a duplicate would share the place that was read up to.
+    // A new descriptor: closedir() closes the one that it gets, and a duplicate would share the read
+    // position.
     const int again = openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (again < 0)
         return names;
@@ -43,8 +44,8 @@ FileDescriptor openFolder(int parent, const char *name) {
     constexpr int flags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
     FileDescriptor folder(openat(parent, name, flags));
     if (!folder.isValid()) {
-        // An application may bring folders that not even their owner may open. A link's mode is of no
-        // interest, and changing it would change its target's.
+        // An application's folder may lack permissions for its owner too. Not for links: fchmodat() would
+        // change the mode of the link's target.
         struct stat status {};
         if (fstatat(parent, name, &status, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISDIR(status.st_mode))
             return folder;

@@ -2,9 +2,8 @@
 
 namespace ferrolt {
 
-/// Lets the pipe of this descriptor, either end, hold more than it does by itself, where the system can: a
-/// child and its reader then wake each other once for several blocks. Best effort; a refusal leaves the pipe
-/// as it is.
-void widenPipe(int end);
+/// Enlarges the buffer of the pipe whose reading or writing end is `descriptor`, so that the child and its
+/// reader wake each other once for several blocks. Best effort. Keeps errno.
+void widenPipe(int descriptor);
 
 }  // namespace ferrolt

@@ -2,6 +2,8 @@
 
 #include "ThreadName.h"
 
+#include <QtGlobal>
+
 #include <deque>
 #include <mutex>
 #include <system_error>
@@ -23,8 +25,8 @@ struct WorkQueue::Shared {
 
 namespace {
 
-/// A thread's name shows no more than 15 characters, and a longer one is refused: the reverse domain in front
-/// tells least.
+/// Linux refuses a thread name of more than 15 characters. The reverse domain in front is dropped, because it
+/// is the same for all queues.
 std::string threadNameOf(const std::string &label) {
     const auto dot = label.rfind('.');
     return label.substr(dot == std::string::npos ? 0 : dot + 1, 15);
@@ -45,6 +47,7 @@ const std::string &WorkQueue::label() const {
 }
 
 bool WorkQueue::async(std::function<void()> work) {
+    Q_ASSERT(work);
     std::lock_guard lock(shared->mutex);
     if (!shared->running) {
         try {

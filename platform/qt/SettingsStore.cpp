@@ -1,6 +1,7 @@
 #include "SettingsStore.h"
 
 #include "FileReplacement.h"
+#include "MainQueue.h"
 
 #include <QByteArray>
 #include <QFile>
@@ -18,11 +19,11 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// Our file has one line. One of this size is not ours, and must not cost the start of the program its time.
+/// Our file has one line. A larger one is not ours, and reading it would delay the start.
 constexpr std::uintmax_t maxFileSize = 1024 * 1024;
 
-/// Nothing if the file cannot be read or something else is in its place: a pipe would block its reader. No
-/// entries if there is no file or if it is no JSON object.
+/// Nothing if the file cannot be read or is no regular file (opening a pipe would block). No entries if there
+/// is no file or it is no JSON object.
 std::optional<QJsonObject> entriesOf(const fs::path &file) {
     std::error_code failure;
     const auto status = fs::status(file, failure);
@@ -41,6 +42,7 @@ std::optional<QJsonObject> entriesOf(const fs::path &file) {
 SettingsStore::SettingsStore(fs::path file) : file(std::move(file)) {}
 
 std::optional<QString> SettingsStore::text(const QString &key) const {
+    assertMainThread();
     const QJsonValue value = entriesOf(file).value_or(QJsonObject()).value(key);
     if (!value.isString())
         return std::nullopt;
@@ -48,6 +50,7 @@ std::optional<QString> SettingsStore::text(const QString &key) const {
 }
 
 bool SettingsStore::setText(const QString &key, const QString &value) {
+    assertMainThread();
     std::optional<QJsonObject> entries = entriesOf(file);
     if (!entries)
         return false;

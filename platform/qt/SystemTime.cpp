@@ -1,5 +1,7 @@
 #include "SystemTime.h"
 
+#include "MainQueue.h"
+
 #include <QCoreApplication>
 
 #include <algorithm>
@@ -9,10 +11,10 @@
 namespace ferrolt {
 
 SystemTimer::SystemTimer(TimeSource::Duration delay, std::function<void()> work,
-                         std::chrono::milliseconds longestLeg)
-    : remaining(std::chrono::ceil<std::chrono::milliseconds>(delay)),
-      longestLeg(longestLeg),
-      work(std::move(work)) {
+                         std::chrono::milliseconds maxRun)
+    : remaining(std::chrono::ceil<std::chrono::milliseconds>(delay)), maxRun(maxRun), work(std::move(work)) {
+    assertMainThread();
+    Q_ASSERT(this->work);
     timer.setSingleShot(true);
     timer.setTimerType(Qt::PreciseTimer);
     QObject::connect(&timer, &QTimer::timeout, &timer, [this] { next(); });
@@ -21,14 +23,14 @@ SystemTimer::SystemTimer(TimeSource::Duration delay, std::function<void()> work,
 
 void SystemTimer::next() {
     if (started && remaining <= std::chrono::milliseconds::zero()) {
-        auto now = std::move(work);  // the work may destroy this timer
-        now();
+        auto current = std::move(work);  // the work may destroy this timer
+        current();
         return;
     }
     started = true;
-    const auto leg = std::clamp(remaining, std::chrono::milliseconds::zero(), longestLeg);
-    remaining -= leg;
-    timer.start(leg);
+    const auto run = std::clamp(remaining, std::chrono::milliseconds::zero(), maxRun);
+    remaining -= run;
+    timer.start(run);
 }
 
 namespace {
@@ -36,11 +38,15 @@ namespace {
 class SystemTime : public TimeSource {
   public:
     Duration now() const override { return std::chrono::steady_clock::now().time_since_epoch(); }
-    void sleepFor(Duration duration) override { std::this_thread::sleep_for(duration); }
+    void sleepFor(Duration duration) override {
+        assertNotMainThread();
+        std::this_thread::sleep_for(duration);
+    }
     std::unique_ptr<Timer> startTimer(Duration delay, std::function<void()> work) override {
         return std::make_unique<SystemTimer>(delay, std::move(work));
     }
     void callAfter(Duration delay, std::function<void()> work) override {
+        assertMainThread();
         QTimer::singleShot(std::chrono::ceil<std::chrono::milliseconds>(delay), Qt::PreciseTimer,
                            QCoreApplication::instance(), std::move(work));
     }

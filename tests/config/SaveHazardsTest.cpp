@@ -251,14 +251,14 @@ void SaveHazardsTest::permissionsStay() {
 
 void SaveHazardsTest::aFileAboutToOutgrowTheReaderStaysAsItIs() {
     home->writeConfiguration("Key = value\n");
-    fs::resize_file(home->configuration(), TextFile::largestSize);  // the rest is a hole that reads as NULs
+    fs::resize_file(home->configuration(), TextFile::maxSize);  // the rest is a hole that reads as NULs
     struct stat before {};
     struct stat after {};
     QCOMPARE(::stat(home->configuration().c_str(), &before), 0);
     save();
     QCOMPARE(::stat(home->configuration().c_str(), &after), 0);
     QCOMPARE(after.st_ino, before.st_ino);
-    QCOMPARE(static_cast<std::size_t>(after.st_size), TextFile::largestSize);
+    QCOMPARE(static_cast<std::size_t>(after.st_size), TextFile::maxSize);
     QVERIFY(isAlone());
 }
 

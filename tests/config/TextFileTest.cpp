@@ -218,7 +218,7 @@ void TextFileTest::aFileThatDoesNotTellItsSizeIsReadWhole() {
 
 void TextFileTest::aFileBeyondTheBoundIsUnreadableAtOnce() {
     ClientHome::write(file(), "a = b\n");
-    fs::resize_file(file(), TextFile::largestSize + 1);  // takes no room: all of it is a hole
+    fs::resize_file(file(), TextFile::maxSize + 1);  // takes no room: all of it is a hole
     QCOMPARE(TextFile::read(file()).state, State::Unreadable);
 }
 

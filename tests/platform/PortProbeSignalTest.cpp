@@ -55,17 +55,18 @@ class PortProbeSignalTest : public QObject {
         sigaction(SIGUSR1, &action, nullptr);
         const FullListener listener;
         std::atomic<bool> isOver = false;
-        std::thread other([&, prober = pthread_self()] {
-            while (!isOver) {
-                std::this_thread::sleep_for(20ms);
-                pthread_kill(prober, SIGUSR1);
-                if (signalsCaught > 3)
-                    listener.acceptAll();
-            }
+        bool isReachable = false;
+        std::thread prober([&] {
+            isReachable = probePort("127.0.0.1", listener.port);
+            isOver = true;
         });
-        const bool isReachable = probePort("127.0.0.1", listener.port);
-        isOver = true;
-        other.join();
+        while (!isOver) {
+            std::this_thread::sleep_for(20ms);
+            pthread_kill(prober.native_handle(), SIGUSR1);
+            if (signalsCaught > 3)
+                listener.acceptAll();
+        }
+        prober.join();
         QVERIFY(isReachable);
         QVERIFY(signalsCaught > 3);  // else nothing was interrupted
     }

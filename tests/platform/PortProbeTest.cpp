@@ -1,3 +1,4 @@
+#include "Background.h"
 #include "FileDescriptor.h"
 #include "Listener.h"
 #include "PortProbe.h"
@@ -29,6 +30,11 @@ extern "C" int connect(int socket, const sockaddr *address, socklen_t size) {
     return lastResult;
 }
 
+/// probePort() blocks, so it must not run on the main thread.
+static bool probe(const std::string &host, std::int64_t port) {
+    return inBackground([&] { return probePort(host, port); });
+}
+
 class PortProbeTest : public QObject {
     Q_OBJECT
 
@@ -36,7 +42,7 @@ class PortProbeTest : public QObject {
     void anOpenPortIsReachableAndNothingIsSentToIt() {
         const Listener listener;
         QVERIFY(listener.port > 0);
-        QVERIFY(probePort("127.0.0.1", listener.port));
+        QVERIFY(probe("127.0.0.1", listener.port));
         const FileDescriptor connection(accept(listener.socket.get(), nullptr, nullptr));
         char byte = 0;
         QCOMPARE(recv(connection.get(), &byte, 1, 0), ssize_t(0));  // closed, without a byte
@@ -48,32 +54,32 @@ class PortProbeTest : public QObject {
             const Listener listener;
             port = listener.port;
         }
-        QVERIFY(!probePort("127.0.0.1", port));
+        QVERIFY(!probe("127.0.0.1", port));
     }
 
     void aPortAbove65535IsNotCutToSixteenBits() {
         const Listener listener;
-        QVERIFY(!probePort("127.0.0.1", listener.port + 65536));
-        QVERIFY(!probePort("127.0.0.1", INT64_MAX));
-        QVERIFY(!probePort("127.0.0.1", 0));
-        QVERIFY(!probePort("127.0.0.1", -1));
+        QVERIFY(!probe("127.0.0.1", listener.port + 65536));
+        QVERIFY(!probe("127.0.0.1", INT64_MAX));
+        QVERIFY(!probe("127.0.0.1", 0));
+        QVERIFY(!probe("127.0.0.1", -1));
     }
 
     void aHostThatIsNoDottedAddressIsNotReachable() {
         const Listener listener;
-        QVERIFY(!probePort("localhost", listener.port));
-        QVERIFY(!probePort("127.0.0.1.1", listener.port));
-        QVERIFY(!probePort("", listener.port));
-        QVERIFY(!probePort("::1", listener.port));
+        QVERIFY(!probe("localhost", listener.port));
+        QVERIFY(!probe("127.0.0.1.1", listener.port));
+        QVERIFY(!probe("", listener.port));
+        QVERIFY(!probe("::1", listener.port));
     }
 
     void everyProbeClosesItsSocket() {
         const Listener listener;
         const int before = openDescriptors();
         for (int i = 0; i < 200; ++i) {
-            probePort("127.0.0.1", listener.port);
-            probePort("127.0.0.1", 1);
-            probePort("nowhere", 1);
+            probe("127.0.0.1", listener.port);
+            probe("127.0.0.1", 1);
+            probe("nowhere", 1);
             const FileDescriptor connection(accept(listener.socket.get(), nullptr, nullptr));
         }
         QCOMPARE(openDescriptors(), before);
@@ -82,7 +88,7 @@ class PortProbeTest : public QObject {
     void aConnectionOfTheSocketWithItselfIsNoEngine() {
         const std::int64_t port = Listener().port;
         takesTheTriedPort = true;
-        const bool isReachable = probePort("127.0.0.1", port);
+        const bool isReachable = probe("127.0.0.1", port);
         takesTheTriedPort = false;
         QCOMPARE(lastResult, 0);  // it was connected, with itself
         QVERIFY(!isReachable);

@@ -88,7 +88,7 @@ class SystemTimeTest : public QObject {
 
     void aWaitThatQtCannotCountIsNeitherOverAtOnceNorTooMuch() {
         int calls = 0;
-        const auto month = time->startTimer(SystemTimer::qtsLongest + 1ms, [&] { ++calls; });
+        const auto month = time->startTimer(SystemTimer::maxQtDelay + 1ms, [&] { ++calls; });
         const auto lifetimes = time->startTimer(std::chrono::hours(2'000'000), [&] { ++calls; });
         QTest::qWait(100);
         QCOMPARE(calls, 0);

@@ -1,5 +1,6 @@
 #include "BringToFront.h"
 
+#include "MainQueue.h"
 #include "X11Display.h"
 
 #include <QApplication>
@@ -17,24 +18,24 @@ namespace {
 constexpr std::uint32_t directUserAction = 2;
 constexpr std::uint32_t allDesktops = 0xFFFFFFFF;
 
-/// A property of the window that is one number.
+/// A window property that holds one number; nothing if it is missing or holds something else.
 std::optional<std::uint32_t> number(xcb_connection_t *display, xcb_window_t window, const char *name) {
-    const auto question =
+    const auto request =
         xcb_get_property(display, 0, window, x11Atom(display, name), XCB_ATOM_CARDINAL, 0, 1);
-    const X11Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(display, question, nullptr),
+    const X11Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(display, request, nullptr),
                                                    &std::free);
     if (!reply || reply->format != 32 || reply->value_len != 1)
         return std::nullopt;
     return *static_cast<const std::uint32_t *>(xcb_get_property_value(reply.get()));
 }
 
-void askWindowManager(xcb_connection_t *display, xcb_window_t root, xcb_window_t window, const char *what,
+void askWindowManager(xcb_connection_t *display, xcb_window_t root, xcb_window_t window, const char *type,
                       std::array<std::uint32_t, 2> arguments) {
     xcb_client_message_event_t request{};
     request.response_type = XCB_CLIENT_MESSAGE;
     request.format = 32;
     request.window = window;
-    request.type = x11Atom(display, what);
+    request.type = x11Atom(display, type);
     request.data.data32[0] = arguments[0];
     request.data.data32[1] = arguments[1];
     xcb_send_event(display, 0, root,
@@ -42,9 +43,10 @@ void askWindowManager(xcb_connection_t *display, xcb_window_t root, xcb_window_t
                    reinterpret_cast<const char *>(&request));
 }
 
-/// Qt 6.4 asks as an application that acts by itself, with the time of its own last event. Window managers
-/// then only mark the window in the task bar when the user has worked elsewhere since. And openbox activates
-/// no window of another workspace at all, so the window is moved to the current one.
+/// Qt 6.4's activateWindow() requests activation as an application (source indication 1) with the time of its
+/// own last event. If the user has worked in another program since, window managers then only mark the window
+/// in the task bar. And openbox does not activate a window of another workspace, so the window is moved to
+/// the current one first.
 void activateForUser(const QWidget &widget) {
     xcb_connection_t *const display = x11Display();
     if (!display)
@@ -63,9 +65,9 @@ bool isOnWayland() {
     return QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
 }
 
-/// Wayland lets no program activate its window without a token, nor restore one that is minimized. A window
-/// that appears anew is shown in front.
-void showAnew(QWidget &window) {
+/// On Wayland a program can neither activate its window without a token nor restore a minimized one. But a
+/// newly shown window appears in front.
+void showAgain(QWidget &window) {
     window.hide();
     window.show();
 }
@@ -73,18 +75,19 @@ void showAnew(QWidget &window) {
 }  // namespace
 
 void bringToFront(QWidget &window, const std::string &activationToken) {
+    assertMainThread();
     if (isOnWayland()) {
-        // Where Qt 6.4 looks for it. Its tray item puts there what the tray's host gives it.
+        // Qt 6.4 reads the token from this variable. Its tray icon stores the host's token there too.
         if (!activationToken.empty())
             qputenv("XDG_ACTIVATION_TOKEN", activationToken.c_str());
         if (qEnvironmentVariableIsEmpty("XDG_ACTIVATION_TOKEN") && window.windowHandle()->isExposed())
-            showAnew(window);
+            showAgain(window);
     }
     window.setWindowState(window.windowState() & ~Qt::WindowMinimized);
     window.raise();
     window.activateWindow();
     activateForUser(window);
-    // A window that an alert blocks has no use for the keyboard.
+    // A modal alert blocks the window, so the alert gets the focus.
     if (QWidget *const alert = QApplication::activeModalWidget())
         alert->activateWindow();
 }

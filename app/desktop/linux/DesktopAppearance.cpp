@@ -1,6 +1,7 @@
 #include "DesktopAppearance.h"
 
 #include "GtkThemeName.h"
+#include "MainQueue.h"
 #include "PortalColorScheme.h"
 #include "Theme.h"
 
@@ -12,7 +13,7 @@
 namespace ferrolt {
 namespace {
 
-/// A desktop's own theme shows by a palette that differs from what the style would have by itself.
+/// With a platform theme that sets colours, the application's palette differs from the style's own.
 bool desktopBringsColours() {
     const QPalette own = QApplication::style()->standardPalette();
     const QPalette actual = QApplication::palette();
@@ -23,28 +24,29 @@ bool desktopBringsColours() {
     return false;
 }
 
-/// The portal's preference counts. Where it has none, as on Xfce, the name of the desktop's GTK theme does.
+/// Follows the portal's preference or, where the portal has none, as on Xfce, the name of the desktop's GTK
+/// theme.
 class LinuxAppearance final : public DesktopAppearance {
   public:
-    LinuxAppearance() : theme([this] { showTheme(); }) {
+    LinuxAppearance() : theme([this] { readTheme(); }) {
         QObject::connect(&portal, &PortalColorScheme::preferenceChanged, &portal,
                          [this](PortalColorScheme::Preference now) {
                              preference = now;
-                             show();
+                             setPalette();
                          });
-        showTheme();
+        readTheme();
         portal.watch();
     }
 
   private:
     using Preference = PortalColorScheme::Preference;
 
-    void showTheme() {
+    void readTheme() {
         isThemeDark = GtkThemeName::isDark(theme.read());
-        show();
+        setPalette();
     }
 
-    void show() {
+    void setPalette() {
         const bool dark = preference == Preference::None ? isThemeDark : preference == Preference::Dark;
         if (dark != isShownDark)
             QApplication::setPalette(dark ? Theme::darkPalette() : Theme::lightPalette());
@@ -61,6 +63,7 @@ class LinuxAppearance final : public DesktopAppearance {
 }  // namespace
 
 std::unique_ptr<DesktopAppearance> DesktopAppearance::follow() {
+    assertMainThread();
     if (desktopBringsColours())
         return nullptr;
     return std::make_unique<LinuxAppearance>();

@@ -2,7 +2,7 @@
 
 namespace ferrolt {
 
-// Every opening is a start of the program.
+// On Linux every reopen is a second start of the program.
 DesktopReopen::DesktopReopen() = default;
 DesktopReopen::~DesktopReopen() = default;
 void DesktopReopen::listen(const Reopen &) {}

@@ -47,12 +47,12 @@ class NotifierHostWatch final : public QObject, public DesktopTray {
 
   private Q_SLOTS:
     void ask() {
-        QDBusMessage question = QDBusMessage::createMethodCall(
+        QDBusMessage request = QDBusMessage::createMethodCall(
             watcherService, watcherPath, QStringLiteral("org.freedesktop.DBus.Properties"),
             QStringLiteral("Get"));
-        question << watcherService << QStringLiteral("IsStatusNotifierHostRegistered");
-        question.setAutoStartService(false);  // a desktop without a tray must not be made to start one
-        auto *call = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(question), this);
+        request << watcherService << QStringLiteral("IsStatusNotifierHostRegistered");
+        request.setAutoStartService(false);  // a desktop without a tray must not be made to start one
+        auto *call = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(request), this);
         connect(call, &QDBusPendingCallWatcher::finished, this, [this, call] {
             const QDBusPendingReply<QDBusVariant> reply = *call;
             call->deleteLater();
@@ -72,7 +72,7 @@ class NotifierHostWatch final : public QObject, public DesktopTray {
 };
 
 std::unique_ptr<DesktopTray> DesktopTray::watch(std::function<void()> appeared) {
-    Q_ASSERT(MainQueue::isMainThread());
+    assertMainThread();
     return std::make_unique<NotifierHostWatch>(std::move(appeared));
 }
 

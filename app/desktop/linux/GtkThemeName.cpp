@@ -1,5 +1,6 @@
 #include "GtkThemeName.h"
 
+#include "MainQueue.h"
 #include "X11Display.h"
 
 #include <QByteArrayView>
@@ -12,15 +13,16 @@
 namespace ferrolt {
 namespace {
 
-constexpr std::uint32_t maxPropertyWords = 64 * 1024;  // in units of four bytes, as the display counts
+constexpr std::uint32_t maxPropertyWords = 64 * 1024;  // of four bytes, the X protocol's unit
 
-/// Reads the settings one after the other. Anything may stand in the property: what does not fit ends it.
+/// Reads the settings one after the other. Any program can write the property: the first malformed setting
+/// ends the reading.
 class Settings {
   public:
     explicit Settings(QByteArrayView given)
         : bytes(given), isBigEndian(!given.isEmpty() && given.front() == '\1') {}
 
-    QByteArray text(QByteArrayView wanted) {
+    QByteArray text(QByteArrayView key) {
         skip(8);  // the byte order and a serial number
         for (std::uint32_t left = number<std::uint32_t>(); left > 0 && isGood; --left) {
             const auto type = number<std::uint8_t>();
@@ -33,7 +35,7 @@ class Settings {
                 skip(8);
             } else if (type == string) {
                 const QByteArrayView value = padded(number<std::uint32_t>());
-                if (isGood && name == wanted)
+                if (isGood && name == key)
                     return value.toByteArray();
             } else {
                 break;
@@ -75,14 +77,15 @@ class Settings {
 }  // namespace
 
 GtkThemeName::GtkThemeName(std::function<void()> changed) : changed(std::move(changed)) {
+    assertMainThread();
     xcb_connection_t *const display = x11Display();
     if (!display)
         return;
     manager = x11Atom(display, "MANAGER");
-    // The first screen's: Qt 6 knows no other as the program's own.
+    // Of screen 0: Qt 6 supports one X screen per program.
     selection = x11Atom(display, "_XSETTINGS_S0");
     property = x11Atom(display, "_XSETTINGS_SETTINGS");
-    // Qt has asked for the root window's events already, by which a new settings manager announces itself.
+    // A new settings manager announces itself by an event of the root window. Qt has already selected these.
     qGuiApp->installNativeEventFilter(this);
 }
 
@@ -96,11 +99,12 @@ QString GtkThemeName::read() {
     owner = display ? x11SelectionOwner(display, selection) : xcb_window_t{XCB_WINDOW_NONE};
     if (owner == XCB_WINDOW_NONE)
         return {};
-    // What Qt asks of this window, too: one connection has one set of events for each window.
+    // A connection has one event mask for each window. Qt may have selected events here too, so this must
+    // include the ones that it needs.
     const std::uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE;
     xcb_change_window_attributes(display, owner, XCB_CW_EVENT_MASK, &events);
-    const auto question = xcb_get_property(display, 0, owner, property, property, 0, maxPropertyWords);
-    const X11Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(display, question, nullptr),
+    const auto request = xcb_get_property(display, 0, owner, property, property, 0, maxPropertyWords);
+    const X11Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(display, request, nullptr),
                                                    &std::free);
     if (!reply || reply->format != 8)
         return {};
@@ -121,12 +125,13 @@ bool GtkThemeName::nativeEventFilter(const QByteArray &eventType, void *message,
     const auto *event = static_cast<const xcb_generic_event_t *>(message);
     const int type = event->response_type & 0x7f;
     if (type == XCB_PROPERTY_NOTIFY) {
-        const auto *told = static_cast<const xcb_property_notify_event_t *>(message);
-        if (owner != XCB_WINDOW_NONE && told->window == owner && told->atom == property)
+        const auto *change = static_cast<const xcb_property_notify_event_t *>(message);
+        if (owner != XCB_WINDOW_NONE && change->window == owner && change->atom == property)
             changed();
     } else if (type == XCB_CLIENT_MESSAGE) {
-        const auto *told = static_cast<const xcb_client_message_event_t *>(message);
-        if (told->type == manager && told->format == 32 && told->data.data32[1] == selection)
+        const auto *announcement = static_cast<const xcb_client_message_event_t *>(message);
+        if (announcement->type == manager && announcement->format == 32 &&
+            announcement->data.data32[1] == selection)
             changed();
     }
     return false;

@@ -9,19 +9,19 @@
 
 namespace ferrolt {
 
-/// The name of the GTK theme that an X desktop tells its programs: "Net/ThemeName" of its settings manager
-/// (freedesktop.org's XSETTINGS 0.5). It is what Xfce and MATE give to say that their windows are dark. Main
-/// thread.
+/// The name of an X11 desktop's GTK theme: the setting "Net/ThemeName" of its settings manager
+/// (freedesktop.org's XSETTINGS 0.5). Xfce and MATE express their preference for dark windows only by it.
+/// Main thread.
 class GtkThemeName : public QAbstractNativeEventFilter {
   public:
-    /// `changed` is called whenever the desktop has changed one of its settings, in the midst of the
-    /// display's events. On other displays than X11, never.
+    /// `changed` is called, from inside X11 event handling, whenever the desktop changes one of its settings.
+    /// Never on other displays than X11.
     explicit GtkThemeName(std::function<void()> changed);
     ~GtkThemeName() override;
 
-    /// As it is now; empty without a settings manager. Asks the display, and waits for its answer.
+    /// The current name; empty without a settings manager. Waits for the X server's reply.
     QString read();
-    /// By the custom that themes are named by: "Adwaita-dark", "Arc-Dark", "Materia-dark-compact".
+    /// By the naming convention of themes: "Adwaita-dark", "Arc-Dark", "Materia-dark-compact".
     static bool isDark(const QString &name);
 
     bool nativeEventFilter(const QByteArray &eventType, void *message, qintptr *result) override;

@@ -1,5 +1,6 @@
 #include "PortalColorScheme.h"
 
+#include "MainQueue.h"
 #include "SessionBus.h"
 
 #include <QDBusConnection>
@@ -21,28 +22,28 @@ const QString colorScheme = QStringLiteral("color-scheme");
 }  // namespace
 
 void PortalColorScheme::watch() {
-    if (portalWatcher)
-        return;
+    assertMainThread();
+    Q_ASSERT(portalWatcher == nullptr);
     auto bus = sessionBus();
     if (!bus)
         return;
-    // From whatever sender: Qt 6.4 does not always know by which unique name a service is to be recognised,
-    // and drops its signals then. The value itself is read from the portal.
+    // No sender is named: Qt 6.4 drops signals of a named service that started after the connect(). The
+    // signal's value is not used; read() asks the portal.
     bus->connect(QString(), path, interface, QStringLiteral("SettingChanged"), this,
                  SLOT(settingChanged(QString, QString)));
-    // A portal that starts later, or again, may have another value.
+    // A portal that starts later, or again, may have a different value.
     portalWatcher = new QDBusServiceWatcher(service, *bus, QDBusServiceWatcher::WatchForRegistration, this);
     connect(portalWatcher, &QDBusServiceWatcher::serviceRegistered, this, &PortalColorScheme::read);
     read();
 }
 
 void PortalColorScheme::read() {
-    QDBusMessage question = QDBusMessage::createMethodCall(service, path, interface, QStringLiteral("Read"));
-    question << appearance << colorScheme;
-    auto *answer = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(question), this);
-    connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer] {
-        const QDBusPendingReply<QDBusVariant> reply = *answer;
-        answer->deleteLater();
+    QDBusMessage request = QDBusMessage::createMethodCall(service, path, interface, QStringLiteral("Read"));
+    request << appearance << colorScheme;
+    auto *call = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(request), this);
+    connect(call, &QDBusPendingCallWatcher::finished, this, [this, call] {
+        const QDBusPendingReply<QDBusVariant> reply = *call;
+        call->deleteLater();
         if (!reply.isError())
             take(QVariant::fromValue(reply.value()));
     });
@@ -54,7 +55,7 @@ void PortalColorScheme::settingChanged(const QString &space, const QString &key)
 }
 
 void PortalColorScheme::take(QVariant value) {
-    // The answer is a variant inside the variant that every value comes in.
+    // Read() returns a variant inside a variant.
     while (value.userType() == qMetaTypeId<QDBusVariant>())
         value = value.value<QDBusVariant>().variant();
     if (value.userType() != QMetaType::UInt)
@@ -66,7 +67,7 @@ void PortalColorScheme::take(QVariant value) {
         case 2:
             Q_EMIT preferenceChanged(Preference::Light);
             break;
-        default:  // 0 and whatever a later version of the portal may add
+        default:  // 0, or a value of a later version of the portal
             Q_EMIT preferenceChanged(Preference::None);
             break;
     }

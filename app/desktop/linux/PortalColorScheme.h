@@ -8,21 +8,20 @@ class QDBusServiceWatcher;
 
 namespace ferrolt {
 
-/// The desktop's preference for dark or light windows, as the desktop portal tells it on the session bus:
-/// namespace org.freedesktop.appearance, key color-scheme (XDG Desktop Portal, interface
-/// org.freedesktop.portal.Settings). Where there is no bus, no portal or no such setting, nothing ever comes.
-/// Main thread.
+/// The desktop's preference for dark or light windows from the XDG Desktop Portal on the session bus:
+/// interface org.freedesktop.portal.Settings, namespace org.freedesktop.appearance, key color-scheme. Without
+/// a bus, a portal or that setting no signal is emitted. Main thread.
 class PortalColorScheme : public QObject {
     Q_OBJECT
 
   public:
     enum class Preference { None, Dark, Light };
 
-    /// Asks for the value and for every change of it. Returns at once.
+    /// Requests the value and every change of it. To be called once; does not wait.
     void watch();
 
   Q_SIGNALS:
-    /// With the first answer, and whenever the value may have changed.
+    /// Emitted with the first reply, and whenever the value may have changed.
     void preferenceChanged(ferrolt::PortalColorScheme::Preference preference);
 
   private Q_SLOTS:

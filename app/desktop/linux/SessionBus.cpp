@@ -1,13 +1,15 @@
 #include "SessionBus.h"
 
+#include "MainQueue.h"
+
 #include <QFileInfo>
 #include <QString>
 
 namespace ferrolt {
 namespace {
 
-/// Connecting without a bus would make the D-Bus library start one of its own.
-bool isRunning() {
+/// Without this check libdbus would start a bus of its own.
+bool isBusRunning() {
     if (!qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS"))
         return true;
     const QString runtimeFolder = qEnvironmentVariable("XDG_RUNTIME_DIR");
@@ -17,7 +19,8 @@ bool isRunning() {
 }  // namespace
 
 std::optional<QDBusConnection> sessionBus() {
-    if (!isRunning())
+    assertMainThread();
+    if (!isBusRunning())
         return std::nullopt;
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected())

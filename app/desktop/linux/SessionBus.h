@@ -6,7 +6,7 @@
 
 namespace ferrolt {
 
-/// The desktop's session bus, connected, if there is one. Never starts one. Main thread.
+/// The connection to the desktop's session bus; nothing if no bus runs. Does not start a bus. Main thread.
 std::optional<QDBusConnection> sessionBus();
 
 }  // namespace ferrolt

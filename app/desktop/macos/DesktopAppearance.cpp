@@ -2,7 +2,7 @@
 
 namespace ferrolt {
 
-// The system's own palette is followed by the platform plugin, live.
+// Qt's platform plugin follows the system's palette.
 std::unique_ptr<DesktopAppearance> DesktopAppearance::follow() {
     return nullptr;
 }

@@ -29,7 +29,7 @@ FerroltReopenDelegate *delegate = nil;
 
 }  // namespace
 
-// Qt keeps a delegate that is there before it and passes on what it does not handle itself.
+// Qt keeps a delegate that was set before the application object, and forwards to it what Qt does not handle.
 DesktopReopen::DesktopReopen() {
     delegate = [[FerroltReopenDelegate alloc] init];
     [[NSApplication sharedApplication] setDelegate:delegate];
