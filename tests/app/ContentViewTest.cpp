@@ -256,7 +256,7 @@ class ContentViewTest : public QObject {
                                      "Qor Client"}));
     }
 
-    /// The keyboard is at the sidebar in a window that was just opened.
+    /// In a newly opened window the sidebar has the focus.
     void theFindKeysWorkFromEverywhereForTheConsoleUsedLast() {
         WindowFixture fixture;
         MainWindow &window = fixture.open();
@@ -292,7 +292,7 @@ class ContentViewTest : public QObject {
         press(QKeySequence::Find);
         QVERIFY(isIn(upper));
 
-        // There is nothing to be found in the form.
+        // The form has nothing to search.
         fixture.vars->selectTab(AppVars::settingsTab);
         QTRY_VERIFY(form(fixture));
         QWidget *const email = named(window, "E-Mail Address");
@@ -316,7 +316,7 @@ class ContentViewTest : public QObject {
         QCOMPARE(QApplication::focusWidget(), first);
     }
 
-    /// On pictures of the whole window: what lies over a control would hide its ring.
+    /// Compared on pictures of the whole window, because another widget could cover a ring.
     void theFocusIsVisibleInTheLogsWithTheFindBarOpen() {
         WindowFixture fixture;
         MainWindow &window = fixture.open();
@@ -406,7 +406,7 @@ class ContentViewTest : public QObject {
             QVERIFY2(field->width() > field->fontMetrics().horizontalAdvance(name) + 14, qPrintable(name));
             QVERIFY2(field->height() >= field->sizeHint().height(), qPrintable(name));
         }
-        // What may break its lines has the height for them.
+        // Labels with word wrap are high enough for their lines.
         for (const QString name :
              {"Process Status", "Note: Missing required E-Mail and User/Company credentials."}) {
             const QWidget *const text = named(window, name);
@@ -467,7 +467,7 @@ class ContentViewTest : public QObject {
             QCOMPARE(picture.pixelColor(5, 400), Theme::sidebarBackground(palette));
             QCOMPARE(picture.pixelColor(199, 400), Theme::separator(palette));
             QWidget *settings = named(window, "Settings");
-            // The entry's symbol is drawn anew too.
+            // The entry's symbol changes too.
             const QImage entry = settings->grab().toImage();
             bool hasAccent = false;
             for (int x = 10; x < 26; ++x)
@@ -509,7 +509,7 @@ class ContentViewTest : public QObject {
             QCoreApplication::processEvents();
         }
         QCOMPARE(followed.size(), 0);
-        QVERIFY(!window.findChild<LauncherPrefs *>());  // the form is built only when it is to be seen
+        QVERIFY(!window.findChild<LauncherPrefs *>());  // the form is built when first shown
         WindowFixture::show(window);
         QCOMPARE(followed.size(), 1);
         QVERIFY(window.findChild<LauncherPrefs *>());

@@ -17,8 +17,8 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// The application with a window of the test's, practice children, and an update server that accepts
-/// connections but never answers: the update check completes when the server hangs up, and not before.
+/// The application with a plain window, practice children, and an update server that accepts connections but
+/// never answers: the update check completes when the server hangs up.
 struct Application : Supervision {
     Listener silentServer;
     const Listener enginePort;
@@ -33,8 +33,8 @@ struct Application : Supervision {
         seams.paths = tree.roots();
         seams.time = time;
         seams.servers.updateServer = QStringLiteral("https://127.0.0.1:%1").arg(silentServer.port);
-        // Behind the check comes the LibreOffice step. Nothing of it is the machine's: no server, and neither
-        // its temporary folder, nor the user's settings, nor a prompt.
+        // The LibreOffice step after the check must not use the machine's server, temporary folder, settings
+        // or prompt.
         seams.servers.libreOfficeServer.clear();
         seams.settings = std::make_shared<SettingsStore>(tree.path() / "settings.json");
         seams.tools = std::make_shared<SubstituteTools>();
@@ -69,7 +69,7 @@ class LifecycleTest : public QObject {
     void withBothIdentityValuesTheWindowIsClosedAtLaunchAndAReopenShowsIt() {
         Application a;
         a.launch();
-        a.window.show();  // as a platform that shows the window by itself
+        a.window.show();  // some platforms show the window by themselves
         a.finishLaunching();
         QVERIFY(!a.window.isVisible());
         a.app->windowContentAppeared();
@@ -99,7 +99,7 @@ class LifecycleTest : public QObject {
                      "You must provide an E-Mail address\nand User/Company name (must contain a space)\n"
                      "before the miner will do any work."));
         QCOMPARE(alert.button, QStringLiteral("OK"));
-        // The services are requested all the same: the engine runs, the client waits for its identity.
+        // The services are requested nevertheless: the engine runs, the client waits for an identity.
         QVERIFY(a.completeTheUpdateCheck());
         QVERIFY(a.waitForTheEngine());
         QVERIFY(!a.vars->_isQorClientRunning);
@@ -130,7 +130,7 @@ class LifecycleTest : public QObject {
     void theServicesAreNeverStartedWhileTheUpdateCheckDoesNotComplete() {
         Application a;
         a.launch();
-        // However often it is asked.
+        // However often it is called.
         for (int i = 0; i < 100; ++i) {
             a.time->advance(200ms);
             QCoreApplication::processEvents();
@@ -138,7 +138,7 @@ class LifecycleTest : public QObject {
         QVERIFY(!a.vars->updater->_isUpdateCheckComplete);
         QVERIFY(!a.vars->_isLumRunning);
         QVERIFY(a.vars->lumoraLog().isEmpty());
-        // All that is to come is the next look at the check: no update timer yet.
+        // Only the next poll of the check is pending: no update timer yet.
         QCOMPARE(a.time->pending(), 1U);
         QVERIFY(a.time->nextDelay() <= 200ms);
     }
@@ -158,7 +158,7 @@ class LifecycleTest : public QObject {
         QVERIFY(waitUntil([&] { return a.vars->updater->_isUpdateCheckComplete.get(); }));
         QVERIFY(a.engineLog().empty());
         QVERIFY(a.waitForTheEngine());
-        // Only a periodic check's interval counts: the first one comes after an hour.
+        // Only a periodic check changes the interval: the first one comes after an hour.
         QVERIFY(a.time->nextDelay() == 1h);
         const std::string expected =
             "Lumora Core started.\nLibreOffice install skipped: could not build Metalink URL for version "
@@ -183,7 +183,7 @@ class LifecycleTest : public QObject {
         QVERIFY(a.app->appDelegate().applicationShouldHandleReopen(true));
         QCOMPARE(a.window.windowState(), state);
         QVERIFY(a.window.isVisible());
-        // It is not brought before another window, nor looked at whether it is there.
+        // Then the window is neither raised nor shown.
         QWidget other;
         other.show();
         other.activateWindow();

@@ -23,7 +23,7 @@ class MainMenuTest : public QObject {
     }
 
   private Q_SLOTS:
-    /// Where a desktop has a menu bar of its own.
+    /// As on a desktop with a global menu bar.
     void theBarHasAFileAndAnEditMenu() {
         QWidget window;
         MainMenu menu(&window);
@@ -40,7 +40,7 @@ class MainMenuTest : public QObject {
         QCOMPARE(action(file, "Quit")->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_Q));
         QCOMPARE(action(edit, "Copy")->shortcut(), QKeySequence(QKeySequence::Copy));
         QCOMPARE(action(edit, "Select All")->shortcut(), QKeySequence(QKeySequence::SelectAll));
-        // The system moves it into the menu that bears the program's name.
+        // macOS moves it into the menu with the program's name.
         QCOMPARE(action(file, "Quit")->menuRole(), QAction::QuitRole);
 
         QSignalSpy closing(&menu, &MainMenu::closeRequested);

@@ -174,7 +174,7 @@ class MainWindowTest : public QObject {
         QVERIFY(refreshed.wait());
         QApplication::clipboard()->clear();
         for (const QString text : {"Select All", "Copy"}) {
-            // This platform leaves the menu the active window when it has closed.
+            // The offscreen platform keeps the closed menu as the active window.
             QApplication::setActiveWindow(&window);
             area.setFocus();
             QTimer::singleShot(0, &window, [&] {

@@ -6,7 +6,7 @@
 
 #include <chrono>
 
-/// What makes a process a unit-test host: the class of the platform's test cases is in it.
+/// A process with this class is a unit-test host.
 extern "C" [[gnu::visibility("default"), gnu::used]] const int XCTestCase = 1;
 
 using namespace ferrolt;
@@ -28,10 +28,9 @@ class UnitTestHostTest : public QObject {
 
         Supervision::letTheMainQueueTurn();
         QVERIFY(!s.vars->updater->_isUpdateCheckComplete);
-        QCOMPARE(s.time->pending(), 0U);  // nothing looks again later whether a check is complete
+        QCOMPARE(s.time->pending(), 0U);  // no poll of a check is pending
 
-        // A check that had been started would have completed by then: this one does in the same time. Nobody
-        // has waited for it.
+        // A check that had been started would be complete by now: this one completes in the same time.
         s.vars->updater->runInitialCheck();
         Supervision::letTheMainQueueTurn();
         QVERIFY(s.vars->updater->_isUpdateCheckComplete);

@@ -16,8 +16,8 @@
 
 namespace ferrolt {
 
-/// A file system of a test's own for the path resolvers, removed with the object. It stands in memory where
-/// the system has enough of that, so that thousands of saves do not wait for a disk.
+/// A temporary tree for the path resolvers. It is in memory if there is enough, so that thousands of saves do
+/// not wait for a disk.
 class ClientHome {
   public:
     ClientHome() : folder(place()) {
@@ -47,7 +47,7 @@ class ClientHome {
         if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(bytes) != bytes.size())
             qFatal("A test could not write its file.");
     }
-    /// A null array when it cannot be read.
+    /// A null array if it cannot be read.
     static QByteArray read(const std::filesystem::path &path) {
         QFile file(name(path));
         if (!file.open(QIODevice::ReadOnly))
@@ -55,7 +55,7 @@ class ClientHome {
         const QByteArray bytes = file.readAll();
         return bytes.isNull() ? QByteArray("") : bytes;
     }
-    /// Everything in a folder, hidden files too, sorted.
+    /// The sorted names in a folder, with hidden files.
     static QStringList contents(const std::filesystem::path &folder) {
         return QDir(name(folder))
             .entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);

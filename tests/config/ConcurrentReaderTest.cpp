@@ -14,7 +14,7 @@ namespace ferrolt {
 
 namespace {
 
-/// The file after a save of the same value three times.
+/// The file after a save with `value` in all three fields.
 QByteArray fileWith(const QString &value) {
     const QByteArray text = value.toUtf8();
     return "First = 1\nMinerEmailAddress       = " + text + "\nMinerEntityName         = " + text +
@@ -23,7 +23,7 @@ QByteArray fileWith(const QString &value) {
 
 }  // namespace
 
-/// The client may read its configuration at any moment of a save.
+/// The client may read its configuration at any time during a save.
 class ConcurrentReaderTest : public QObject {
     Q_OBJECT
 

@@ -120,7 +120,7 @@ void EnginePortTest::theFileIsReadAfreshBelowTheEngineFolderOfTheMoment() {
     QCOMPARE(readEnginePort(), std::int64_t{9900});
     ClientHome::write(localPropertiesPath(), "MediaSocketPort = 9901\n");
     QCOMPARE(readEnginePort(), std::int64_t{9901});
-    // An engine that is installed meanwhile is preferred to the development folder's.
+    // An engine that is installed meanwhile has priority over the development folder's.
     ClientHome::write(
         pathRoots().root / "Library/Application Support/Ferrolt/LumoraCore/Properties/local.properties",
         "MediaSocketPort = 9902\n");

@@ -12,7 +12,7 @@ namespace ferrolt {
 
 namespace fs = std::filesystem;
 
-/// Saves onto a real file system that has run full.
+/// Saves to a real file system that is full.
 class FullDiskTest : public QObject {
     Q_OBJECT
 

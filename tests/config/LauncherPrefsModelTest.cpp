@@ -23,7 +23,7 @@
 
 namespace {
 
-/// A disk that takes `delay` to write a file through, or less once the test lets it go on.
+/// A disk whose fsync() takes `delay`. The test may shorten it meanwhile.
 struct SlowDisk {
     std::atomic<std::chrono::milliseconds> delay{};
     std::atomic<int> waiting = 0;
@@ -31,7 +31,7 @@ struct SlowDisk {
 
 }  // namespace
 
-// It stands in for the C library's, for all that is linked into this program.
+// Replaces the C library's function in this program.
 extern "C" int fsync(int descriptor) {
     const auto begin = std::chrono::steady_clock::now();
     ++disk.waiting;
@@ -49,7 +49,7 @@ using StatusLine = LauncherPrefsModel::StatusLine;
 
 namespace {
 
-/// Time that stands still until it is told to pass.
+/// Time that passes only in pass().
 class StandingTime : public TimeSource {
   public:
     Duration now() const override { return current; }
@@ -124,7 +124,7 @@ void LauncherPrefsModelTest::init() {
 }
 
 void LauncherPrefsModelTest::cleanup() {
-    QCoreApplication::processEvents();  // no start of one test may be counted in the next
+    QCoreApplication::processEvents();  // otherwise a start could be counted in the next test
     model.reset();
     time.reset();
     home.reset();
@@ -186,7 +186,7 @@ void LauncherPrefsModelTest::twoPressesTwoSecondsApartHideSuccessThreeSecondsAft
     time->pass(1ms);
     QCOMPARE(model->statusLine(), StatusLine::None);
     QCOMPARE(time->waitingCount(), std::size_t{1});
-    time->pass(2s);  // the second reset finds nothing to do
+    time->pass(2s);  // the second reset changes nothing
     QCOMPARE(model->statusLine(), StatusLine::None);
     QTRY_COMPARE(starts, 2);
 }
@@ -263,7 +263,7 @@ void LauncherPrefsModelTest::aSlowDiskHoldsUpTheServicesButNotTheForm() {
     QCOMPARE(home->readConfiguration(), QByteArray(""));
     QCoreApplication::processEvents();
     QCOMPARE(starts, 0);
-    model->load();  // what the file holds now is out of date
+    model->load();  // the file still holds the old values
     QCOMPARE(model->_entity, QStringLiteral("Acme"));
 
     disk.delay = 0ms;

@@ -243,7 +243,7 @@ void LoadPropsTest::theIdentityIsCompleteWithBothValues_data() {
     row("an e-mail of blanks only", "\t", "Acme", false);
     row("nothing before a second equals sign", "= miner@example.org", "Acme", false);
     row("a no-break space is no blank", "miner@example.org", "\xC2\xA0", true);
-    // Each newline ends a line of the file, so that none is left to stand in a value.
+    // A newline ends the file's line, so no value contains one.
     row("an entity of only a line break", "miner@example.org", "\r", false);
     QTest::newRow("keys missing") << QByteArray("MinerDisplayName = rig\n") << false;
 }

@@ -52,7 +52,7 @@ void PropertiesEntryTest::onlySpacesAndTabsAreBlanks() {
     QVERIFY(trimmedOfBlanks(" \r value \v ") == "\r value \v");
 }
 
-// No line of a file can hold one, but a caller can: what is trimmed away is blanks, and a line break is none.
+// A file's line contains no line break, but a caller's text may. Line breaks are not trimmed.
 void PropertiesEntryTest::aValueOfOnlyALineBreakIsNotEmpty() {
     QVERIFY(trimmedOfBlanks("\n") == "\n");
     QVERIFY(trimmedOfBlanks(" \n\t") == "\n");

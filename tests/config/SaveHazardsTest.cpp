@@ -38,7 +38,7 @@ const QByteArray newFile = fileWith(email, entity, displayName);
 
 }  // namespace
 
-/// Saves through SaveProps where something stands in the way.
+/// SaveProps::save() when the file system prevents it.
 class SaveHazardsTest : public QObject {
     Q_OBJECT
 
@@ -73,7 +73,7 @@ class SaveHazardsTest : public QObject {
     std::optional<ClientHome> home;
 };
 
-/// In a child: the system refuses to let a file grow beyond `bytes`, as a full disk does.
+/// To be called in a forked child: files cannot grow beyond `bytes`, as on a full disk.
 static bool limitFileSize(rlim_t bytes) {
     const rlimit limit{bytes, bytes};
     setUpProcess();
@@ -126,7 +126,7 @@ void SaveHazardsTest::inAFolderThatCannotBeWrittenTheOldFileStays() {
     QCOMPARE(home->readConfiguration(), oldFile);
     fs::permissions(folder(), fs::perms::owner_all);
     QVERIFY(isAlone());
-    QCOMPARE(inChild(saveAsOrdinaryUser), 0);  // it was the folder that stood in the way
+    QCOMPARE(inChild(saveAsOrdinaryUser), 0);  // only the folder's mode prevented it
     QCOMPARE(home->readConfiguration(), newFile);
 }
 
@@ -176,8 +176,7 @@ void SaveHazardsTest::aFolderInPlaceOfTheFileStays() {
     save();
     QCOMPARE(ClientHome::read(home->configuration() / "inside"), QByteArray("kept"));
     QVERIFY(isAlone());
-    fs::remove(home->configuration() /
-               "inside");  // an empty one could be taken for a place to move a file to
+    fs::remove(home->configuration() / "inside");  // rename() could replace an empty folder
     save();
     QVERIFY(fs::is_directory(home->configuration()));
     QVERIFY(isAlone());
@@ -251,7 +250,7 @@ void SaveHazardsTest::permissionsStay() {
 
 void SaveHazardsTest::aFileAboutToOutgrowTheReaderStaysAsItIs() {
     home->writeConfiguration("Key = value\n");
-    fs::resize_file(home->configuration(), TextFile::maxSize);  // the rest is a hole that reads as NULs
+    fs::resize_file(home->configuration(), TextFile::maxSize);  // the rest is a hole, which reads as NULs
     struct stat before {};
     struct stat after {};
     QCOMPARE(::stat(home->configuration().c_str(), &before), 0);

@@ -156,7 +156,7 @@ void TextFileTest::aFolderIsUnreadable() {
 
 void TextFileTest::aNamedPipeIsUnreadableAndNobodyWaits() {
     QCOMPARE(::mkfifo(file().c_str(), 0600), 0);
-    // In a child that is ended after a minute, since a blocking open would wait for ever.
+    // In a child that is ended after a minute, because a blocking open() would never return.
     QCOMPARE(inChild([&] { return TextFile::read(file()).state == State::Unreadable ? 0 : 1; }), 0);
     fs::create_symlink("file", home->path() / "link");
     QCOMPARE(
@@ -187,7 +187,7 @@ void TextFileTest::aDeviceIsUnreadable() {
 }
 
 void TextFileTest::aFileThatFailsWhileItIsReadIsUnreadable() {
-    // A regular file that opens and whose first byte cannot be read, not even by root.
+    // A regular file that can be opened but not read, even by root.
     const fs::path failing = "/proc/self/mem";
     if (!fs::exists(failing))
         QSKIP("This system has no file that fails on reading.");
@@ -218,7 +218,7 @@ void TextFileTest::aFileThatDoesNotTellItsSizeIsReadWhole() {
 
 void TextFileTest::aFileBeyondTheBoundIsUnreadableAtOnce() {
     ClientHome::write(file(), "a = b\n");
-    fs::resize_file(file(), TextFile::maxSize + 1);  // takes no room: all of it is a hole
+    fs::resize_file(file(), TextFile::maxSize + 1);  // uses no disk space: it is one hole
     QCOMPARE(TextFile::read(file()).state, State::Unreadable);
 }
 

@@ -15,7 +15,7 @@
 
 namespace ferrolt {
 
-/// A pipe or device in the configuration's place may belong to a program that acts when somebody opens it.
+/// Opening a pipe or device in the configuration's place could trigger another program.
 class UnopenedPipeTest : public QObject {
     Q_OBJECT
 
@@ -38,7 +38,7 @@ void UnopenedPipeTest::aNamedPipeIsNotEvenOpened() {
     SaveProps::save({}, {}, {});
     QVERIFY(!wasOpened());
     const FileDescriptor open(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-    QVERIFY(wasOpened());  // the watch would have told
+    QVERIFY(wasOpened());  // so the watch works
 }
 
 }  // namespace ferrolt

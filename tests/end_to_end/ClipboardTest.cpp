@@ -13,7 +13,7 @@
 using namespace ferrolt;
 using namespace std::chrono_literals;
 
-/// The built program and the desktop's clipboard, which belongs to whichever program copied last.
+/// The built program and the desktop's clipboard, which belongs to the program that copied last.
 class ClipboardTest : public QObject {
     Q_OBJECT
 
@@ -22,7 +22,7 @@ class ClipboardTest : public QObject {
     std::unique_ptr<InstalledTree> tree;
     std::unique_ptr<Launcher> launcher;
 
-    /// Another program that holds `text` ready until it is ended.
+    /// Another program that owns the clipboard with `text` until it is ended.
     std::unique_ptr<QProcess> ownerOf(const QByteArray &text) const {
         auto owner = std::make_unique<QProcess>();
         owner->setProcessEnvironment(desktop.environment(tree->home().c_str()));
@@ -36,7 +36,7 @@ class ClipboardTest : public QObject {
         return desktop.run("xclip", {"-out", "-selection", "clipboard"}, exitCode).toUtf8();
     }
     void press(const QStringList &keys) const { desktop.run("xdotool", QStringList("key") + keys); }
-    /// By its letter, once the menu is there, which is a window without a title.
+    /// Chooses an entry by its letter when the menu, a window without a title, is open.
     bool pasteFromTheMenu() const {
         const auto menuIsOpen = [&] {
             const QString pid = QString::number(launcher->id());
@@ -61,7 +61,7 @@ class ClipboardTest : public QObject {
   private Q_SLOTS:
     void initTestCase() { QVERIFY2(desktop.failure().isEmpty(), qPrintable(desktop.failure())); }
 
-    /// Its form on screen, the keyboard in the first field, which holds "typed".
+    /// Opens the form, gives the first field the focus and types "typed".
     void init() {
         tree = std::make_unique<InstalledTree>("wait", "wait");
         tree->writeEnginePort(std::to_string(enginePort.port));
@@ -108,7 +108,7 @@ class ClipboardTest : public QObject {
         QVERIFY2(taken.elapsed() < 4000, qPrintable(QString::number(taken.elapsed())));
     }
 
-    /// It is asked, and never answers: the keyboard is the user's again after a few seconds.
+    /// The clipboard's owner never answers: the form responds again after a few seconds.
     void aPasteWhoseOwnerIsStuckChangesNothing() {
         const auto owner = ownerOf("grace@example.org");
         QVERIFY(owner);

@@ -7,7 +7,7 @@
 
 namespace ferrolt {
 
-/// The built program as it is installed, with practice children where an installation has the real ones.
+/// The built program in the folders of an installation, with practice children.
 struct InstalledTree {
     TestTree tree;
 

@@ -12,19 +12,19 @@
 
 namespace ferrolt {
 
-/// A child of the launcher as the kernel knows it.
+/// A child of the launcher, from /proc.
 struct ChildFacts {
     pid_t id = 0;
     unsigned long long startTime = 0;  ///< in clock ticks since the machine's start
 };
 
-/// The built program on a virtual desktop, looked at only from outside.
+/// The built program on a virtual desktop, observed only from outside.
 class Launcher {
   public:
     /// Starts `executable` with `home` as its home folder.
     Launcher(const VirtualDesktop &desktop, const std::filesystem::path &executable,
              const std::filesystem::path &home);
-    /// Ends it, and with it its children.
+    /// Ends the program and its children.
     ~Launcher();
 
     pid_t id() const { return static_cast<pid_t>(process.processId()); }
@@ -34,16 +34,16 @@ class Launcher {
     /// The launcher's own child of that name.
     std::optional<ChildFacts> child(const QString &name) const;
 
-    /// Starts the program once more, as a user would; its exit code.
+    /// Starts the program a second time, as a user would, and returns that start's exit code.
     int startAgain() const;
 
-    /// Starts it so many times at once; their exit codes.
+    /// Starts the program `count` times at once and returns the exit codes.
     QList<int> startManyAgain(int count) const;
 
-    /// The titles of its windows that are in view.
+    /// The titles of its visible windows.
     QStringList visibleWindows() const;
 
-    /// What the console of that title shows, as a screen reader would read it.
+    /// The text of the console with that title, as a screen reader gets it.
     QString consoleText(const QString &title) const;
 
   private:
@@ -53,7 +53,7 @@ class Launcher {
     QProcess process;
 };
 
-/// Whether somebody listens on the port of the loopback address, looked up without connecting to it.
+/// Whether a program listens on the loopback port. Looked up in /proc, without connecting.
 bool isListening(int port);
 
 }  // namespace ferrolt

@@ -18,7 +18,7 @@
 using namespace ferrolt;
 using namespace std::chrono_literals;
 
-/// The built program in a real window on a virtual desktop, looked at only from outside.
+/// The built program in a real window on a virtual desktop, observed only from outside.
 class LauncherTest : public QObject {
     Q_OBJECT
 
@@ -34,12 +34,12 @@ class LauncherTest : public QObject {
         return waitUntil([&] { return launcher.visibleWindows().contains(title); });
     }
 
-    /// Whether the keyboard is at one of its windows.
+    /// Whether one of its windows has the focus.
     bool isActive(const Launcher &launcher) const {
         return desktop.run("xdotool", {"getactivewindow", "getwindowpid"}).trimmed() ==
                QString::number(launcher.id());
     }
-    /// As a second start does, up to the keyboard's being there.
+    /// Starts the program a second time and waits until the window has the focus.
     bool openWindow(const Launcher &launcher) const {
         return launcher.startAgain() == 0 && waitForWindow(launcher, "Ferrolt Miner Launcher") &&
                waitUntil([&] { return isActive(launcher); });
@@ -53,7 +53,7 @@ class LauncherTest : public QObject {
             desktop.takePicture(QString("%1/%2.png").arg(FERROLT_PICTURES, QTest::currentTestFunction()));
     }
 
-    /// With the practice tree that every checkout has.
+    /// With the practice tree of a checkout.
     void theEngineStartsThenItsPortOpensThenTheClientStartsAndBothWriteIntoTheirConsoles() {
         QVERIFY2(!isListening(9877), "somebody else uses the engine's port");
         const QTemporaryDir home;
@@ -66,7 +66,7 @@ class LauncherTest : public QObject {
         QVERIFY(waitWithoutEvents([&] { return (engine = launcher.child("Orbix")).has_value(); }, 60s));
         QVERIFY(!launcher.child("qorclient"));
         QVERIFY(waitWithoutEvents([&] { return launcher.child("qorclient") || isListening(9877); }));
-        QVERIFY(isListening(9877));  // the port was open no later than the client was there
+        QVERIFY(isListening(9877));  // the engine listened before the client was started
         std::optional<ChildFacts> client;
         QVERIFY(waitWithoutEvents([&] { return (client = launcher.child("qorclient")).has_value(); }));
         QVERIFY(engine->startTime < client->startTime);
@@ -150,7 +150,7 @@ class LauncherTest : public QObject {
         QVERIFY(waitUntil([&] { return !isAlive(engine) && !isAlive(client); }));
     }
 
-    /// Not under nohup: whoever started it so wants it to outlive the terminal.
+    /// nohup sets SIGHUP to SIG_IGN, so that the program survives its terminal.
     void aHangUpThatWasIgnoredFromTheBeginningStaysIgnored() {
         const Listener port;
         InstalledTree tree("wait", "wait");
@@ -161,7 +161,7 @@ class LauncherTest : public QObject {
         QVERIFY(waitUntil([&] { return bothRun(launcher); }, 60s));
         const pid_t engine = launcher.child("Orbix")->id;
         kill(launcher.id(), SIGHUP);
-        // It answers still, and has the same child, some time after it would have ended.
+        // The program still responds, with the same child, after the time in which it would have ended.
         QCOMPARE(launcher.startAgain(), 0);
         QVERIFY(waitForWindow(launcher, "Ferrolt Miner Launcher"));
         QVERIFY(launcher.isRunning());
@@ -230,7 +230,7 @@ class LauncherTest : public QObject {
         QVERIFY(waitUntil([&] { return isActive(launcher); }));
         desktop.run("xdotool", {"key", "ctrl+w"});
         QVERIFY(waitUntil([&] { return launcher.visibleWindows().isEmpty(); }));
-        // A window that comes back without an identity brings its alert.
+        // Reopening the window without an identity shows the alert again.
         QCOMPARE(launcher.startAgain(), 0);
         QVERIFY(waitUntil([&] { return launcher.visibleWindows().size() == 2; }));
         QCOMPARE(launcher.child("Orbix")->id, engine);
@@ -283,7 +283,7 @@ class LauncherTest : public QObject {
             QVERIFY(waitUntil([&] {
                 return desktop.run("xdotool", {"getactivewindow", "getwindowname"}).contains("gray");
             }));
-            desktop.run("xdotool", {"key", "Shift_L"});  // the user works there
+            desktop.run("xdotool", {"key", "Shift_L"});  // user input for the other program
         }
         QVERIFY(waitUntil([&] { return !isActive(launcher); }));
         const QString workspace = desktop.run("xdotool", {"get_desktop"});
@@ -335,14 +335,14 @@ class LauncherTest : public QObject {
         QVERIFY(waitUntil([&] {
             return desktop.run("xdotool", {"getactivewindow", "getwindowname"}).contains("Event Tester");
         }));
-        QVERIFY(otherReceives("a"));  // the user works there
+        QVERIFY(otherReceives("a"));  // user input for the other program
         kill(launcher.child("qorclient")->id, SIGTERM);
         QVERIFY(waitUntil([&] { return launcher.visibleWindows().size() == 1; }));
         QTest::qWait(1500);  // longer than an alert ignores keys
         for (const char *key : {"space", "Return", "Escape"})
             QVERIFY2(otherReceives(key), key);
         QCOMPARE(launcher.visibleWindows().size(), 1);
-        // The main window comes with the alert before it, which then takes keys.
+        // The main window opens with the alert above it, and the alert accepts keys.
         QCOMPARE(launcher.startAgain(), 0);
         QVERIFY(waitUntil([&] { return launcher.visibleWindows().size() == 2; }));
         QVERIFY(waitUntil([&] { return isActive(launcher); }));
@@ -364,7 +364,7 @@ class LauncherTest : public QObject {
         const pid_t client = launcher.child("qorclient")->id;
         kill(launcher.id(), SIGKILL);
         QVERIFY(waitWithoutEvents([&] { return !isAlive(engine) && !isAlive(client); }, 1s));
-        // And the next start is not held up by what the killed one left.
+        // What the killed program left behind does not delay the next start.
         Launcher next(desktop, tree.executable(), tree.home());
         QVERIFY(waitUntil([&] { return bothRun(next); }, 60s));
     }
@@ -394,7 +394,7 @@ class LauncherTest : public QObject {
         const pid_t engine = launcher.child("Orbix")->id;
         qint64 quickest = 0;
         constexpr qint64 most = FERROLT_SANITIZED ? 1500 : 300;
-        // The machine may be busy with something else: one good round shows what the program takes.
+        // The machine may be busy: one good round shows how long the program takes.
         for (int round = 0; round < 5 && (round == 0 || quickest >= most); ++round) {
             QElapsedTimer taken;
             taken.start();

@@ -48,7 +48,7 @@ QVariantList NotifierTray::ask(const QString &path, const QString &interface, co
     QDBusMessage question = QDBusMessage::createMethodCall(items.last(), path, interface, method);
     question.setArguments(arguments);
     const QDBusPendingCall call = bus.asyncCall(question);
-    // The item may ask back before it answers.
+    // Handles events meanwhile: the item may call back before it replies.
     if (!waitUntil([&] { return call.isFinished(); }) || call.isError())
         return {};
     return call.reply().arguments();
@@ -114,7 +114,7 @@ QList<NotifierTray::Entry> NotifierTray::menu() const {
     const QVariantList layout = ask(menuPath, menuInterface, "GetLayout", {0, -1, QStringList{"label"}});
     if (layout.size() != 2)
         return {};
-    // (ia{sv}av), each child of the same kind
+    // (ia{sv}av), and each child has the same type
     const auto root = layout.at(1).value<QDBusArgument>();
     int id = 0;
     QVariantMap properties;

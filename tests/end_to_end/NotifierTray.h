@@ -9,8 +9,8 @@
 
 namespace ferrolt {
 
-/// A tray on a session bus, as a panel's would be: it takes items in (freedesktop.org's StatusNotifierItem)
-/// and reads and works them.
+/// A panel's tray on a session bus (freedesktop.org's StatusNotifierItem): registers items, reads them and
+/// operates them.
 class NotifierTray : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierWatcher")
@@ -25,21 +25,21 @@ class NotifierTray : public QObject {
     ~NotifierTray() override;
 
     bool hasHost() const { return host == Host::Present; }
-    /// The panel that draws the items comes after the service that collects them.
+    /// Makes the host present: a panel may start after the watcher.
     void addHost();
 
     const QStringList &registeredItems() const { return items; }
     int protocolVersion() const { return 0; }
 
-    /// What the newest item says when the pointer rests on it.
+    /// The newest item's tooltip.
     QString toolTip() const;
-    /// The pixels of the pictures of itself that it offers.
+    /// The pixels of the item's icons.
     QList<QByteArray> pictures() const;
     void activate() const;
 
-    /// The texts of its menu, without the marks for the keyboard.
+    /// The texts of the item's menu without mnemonic marks.
     QStringList menuTexts() const;
-    /// Chooses the one with this text.
+    /// Triggers the menu entry with this text.
     void choose(const QString &text) const;
 
   public Q_SLOTS:
@@ -55,7 +55,7 @@ class NotifierTray : public QObject {
         QString text;
     };
 
-    /// The answer's values; none when there was no answer.
+    /// The reply's values; empty without a reply.
     QVariantList ask(const QString &path, const QString &interface, const QString &method,
                      const QVariantList &arguments) const;
     QVariant property(const char *name) const;

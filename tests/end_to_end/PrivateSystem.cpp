@@ -124,8 +124,8 @@ std::string enter(const fs::path &scratch, const std::string &prompt) {
         require(mount("root", root.c_str(), "tmpfs", 0, nullptr) == 0, "mounting a root folder");
         copyEntries("/", root, "usr");
         makePrograms(root, scratch / "prompt");
-        // What runs as root in here must be able to make its lock, which a user namespace's root cannot on
-        // the machine.
+        // A script that runs as root here creates its lock in /run. The root of a user namespace may not
+        // write to the machine's.
         require(mount("run", (root / "run").c_str(), "tmpfs", 0, nullptr) == 0, "mounting /run");
 
         // Folders and files that setHosts() and setCertificates() write to.
@@ -178,7 +178,7 @@ void PrivateSystem::setCertificates(Certificates layout, const std::string &auth
     const fs::path own = "/test-authorities";
     fs::create_directories(own / "hooks");
     write(own / "test.crt", authority);
-    write(own / "selected", "");  // none of the machine's
+    write(own / "selected", "");  // none of the machine's certificates
     shell("TMPDIR=/tmp /usr/sbin/update-ca-certificates --fresh --certsconf " + (own / "selected").string() +
           " --localcertsdir " + own.string() + " --etccertsdir " + store.string() + " --hooksdir " +
           (own / "hooks").string() + " >/dev/null 2>&1");

@@ -20,7 +20,7 @@ class ProductionAlertTest : public QObject {
     QString read(const Launcher &launcher, const QStringList &command) const {
         return desktop.run(FERROLT_SCREEN_READER, QStringList(QString::number(launcher.id())) + command);
     }
-    /// What is on screen, each thing as its role and its name.
+    /// All accessible objects on screen: role, tab, name.
     QString onScreen(const Launcher &launcher) const { return read(launcher, {"list"}); }
     bool waitForText(const Launcher &launcher, const QString &text, QString &found) const {
         return waitUntil(
@@ -75,7 +75,7 @@ class ProductionAlertTest : public QObject {
         read(launcher, {"press", "OK"});
         QVERIFY(waitUntil([&] { return launcher.visibleWindows().isEmpty(); }));
         QVERIFY(waitUntil([&] { return !launcher.child("qorclient"); }));
-        // It answers still, and shows what the engine's end left.
+        // The program still responds, and the window shows the logs.
         QCOMPARE(launcher.startAgain(), 0);
         QVERIFY(waitUntil([&] { return launcher.visibleWindows().contains("Ferrolt Miner Launcher"); }));
         QVERIFY(!launcher.child("Orbix"));

@@ -32,7 +32,7 @@ QString argumentsOf(const ChildFacts &child) {
 
 }  // namespace
 
-/// The built program in a system that holds an installation's own folders, from the root on.
+/// The built program in a system with the absolute folders of an installation.
 class ProductionPathsTest : public QObject {
     Q_OBJECT
 
@@ -48,7 +48,7 @@ class ProductionPathsTest : public QObject {
             QSKIP(qPrintable("no system of its own can be made here: " + QString::fromStdString(trouble)));
     }
 
-    /// Before those of the program's own resources, which would end at once.
+    /// They win over those in the program's resources, which would end at once.
     void theEngineAndTheClientOfAnInstallationRunInItsFolders() {
         const VirtualDesktop desktop;
         QVERIFY2(desktop.failure().isEmpty(), qPrintable(desktop.failure()));

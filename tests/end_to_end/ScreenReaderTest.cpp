@@ -11,7 +11,7 @@
 using namespace ferrolt;
 using namespace std::chrono_literals;
 
-/// The built program as somebody has it who sees nothing of it.
+/// The built program, used through the accessibility interfaces only.
 class ScreenReaderTest : public QObject {
     Q_OBJECT
 
@@ -27,7 +27,7 @@ class ScreenReaderTest : public QObject {
         read(launcher, command, &exitCode);
         return exitCode == 0;
     }
-    /// How many things with this name are on screen.
+    /// How many accessible objects with this name are on screen.
     qsizetype count(const Launcher &launcher, const QString &name) const {
         qsizetype found = 0;
         for (const QString &line : read(launcher, {"list"}).split('\n'))

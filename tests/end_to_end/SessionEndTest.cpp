@@ -13,7 +13,7 @@
 using namespace ferrolt;
 using namespace std::chrono_literals;
 
-/// The built program in a desktop session that ends, or nearly ends.
+/// The built program in a desktop session that ends, or whose end is cancelled.
 class SessionEndTest : public QObject {
     Q_OBJECT
 
@@ -82,7 +82,7 @@ class SessionEndTest : public QObject {
         manager->tell("save");
         QVERIFY(manager->says("saved"));
         manager->tell("cancel");
-        QCOMPARE(launcher.startAgain(), 0);  // and has its event loop turn
+        QCOMPARE(launcher.startAgain(), 0);  // and waits until its event loop has run
         QVERIFY(waitUntil([&] { return launcher.visibleWindows().size() == 1; }));
         QCOMPARE(launcher.child("Orbix")->id, engine);
         QCOMPARE(launcher.child("qorclient")->id, client);

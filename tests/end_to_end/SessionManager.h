@@ -6,19 +6,19 @@
 
 namespace ferrolt {
 
-/// A session manager for a virtual desktop (practice-session-manager says what it understands and says).
+/// Runs practice-session-manager for a virtual desktop. Its main.cpp lists the commands and the output.
 class SessionManager {
   public:
     SessionManager();
     ~SessionManager();
 
-    /// The value of SESSION_MANAGER for the programs of its session; empty when it did not start.
+    /// The value of SESSION_MANAGER for the session's programs; empty if it did not start.
     const QString &address() const { return where; }
 
     void tell(const QString &word);
-    /// Whether it says this, from the last such call on, before a deadline.
+    /// Waits, up to a deadline, until it prints `line` after the output that earlier calls have consumed.
     bool says(const QString &line);
-    /// What it has said up to now.
+    /// All its output until now.
     const QStringList &said();
 
   private:

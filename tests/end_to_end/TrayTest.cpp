@@ -32,12 +32,12 @@ std::string nameOf(const std::filesystem::path &thread) {
     return name;
 }
 
-/// How often its threads have been put to work since they started.
+/// The context switches of all its threads since they started.
 long long switches(pid_t id) {
     const std::filesystem::path threads = "/proc/" + std::to_string(id) + "/task";
     long long sum = 0;
     for (const auto &thread : std::filesystem::directory_iterator(threads)) {
-        // The thread sanitizer's own has the program's name and looks around ten times a second.
+        // ThreadSanitizer's background thread has the program's name and wakes up ten times a second.
         const bool isMain = thread.path().filename() == std::to_string(id);
         if (FERROLT_SANITIZED && !isMain && nameOf(thread) == nameOf(threads / std::to_string(id)))
             continue;
@@ -51,7 +51,7 @@ long long switches(pid_t id) {
 
 }  // namespace
 
-/// The built program's item in the trays that desktops have.
+/// The built program's item in a desktop's tray.
 class TrayTest : public QObject {
     Q_OBJECT
 
@@ -146,7 +146,7 @@ class TrayTest : public QObject {
         QVERIFY(waitUntil([&] { return first->registeredItems().size() == 1; }));
         first.reset();
         QCOMPARE(launcher.startAgain(), 0);
-        QVERIFY(waitUntil([&] { return isInView(launcher); }));  // it does without in between
+        QVERIFY(waitUntil([&] { return isInView(launcher); }));  // the program runs on without a tray
         const NotifierTray second(desktop->busAddress());
         QVERIFY(waitUntil([&] { return !second.registeredItems().isEmpty(); }));
         QVERIFY(second.toolTip().contains("Lumora Core, "));
@@ -170,8 +170,8 @@ class TrayTest : public QObject {
             QTest::qWait(static_cast<int>(time.count()));
             return switches(launcher.id()) == before;
         };
-        // What a start has set going comes to rest. Then the desktop may wake it once, but no timer of its
-        // own that fires more often than every two periods.
+        // First all that the start has begun must end. Then the desktop may wake the program once; a timer
+        // that fires at least every other period fails.
         QVERIFY(waitUntil([&] { return sleepsFor(2s); }, 60s));
         int quietPeriods = 0;
         for (int period = 0; period < 5; ++period)

@@ -31,7 +31,7 @@ namespace fs = std::filesystem;
 namespace {
 
 const QString manifestPath = "/download/updates/macminerdeploy.json";
-/// Not the one that the program would install on its own.
+/// Not the program's built-in default.
 const QString version = "26.8.1";
 const QString metalinkPath =
     "/libreoffice/stable/" + version + "/mac/aarch64/LibreOffice_" + version + "_MacOS_aarch64.dmg.meta4";
@@ -51,7 +51,7 @@ std::vector<std::string> servedHosts() {
     return names;
 }
 
-/// The servers that the program was built for, and what they publish.
+/// The servers whose addresses are built into the program, and their contents.
 struct Servers {
     TestHttpsServer origin;
     std::vector<std::unique_ptr<TestHttpsServer>> mirrors;
@@ -85,7 +85,7 @@ struct Servers {
     }
 };
 
-/// An application large enough to pass, on a volume with the usual link beside it.
+/// An application of at least the minimum size, on a volume with the usual link to /Applications.
 void makeVolume(const fs::path &folder) {
     const fs::path contents = folder / "LibreOffice.app/Contents";
     fs::create_directories(contents / "MacOS");
@@ -100,8 +100,7 @@ void makeVolume(const fs::path &folder) {
 
 Q_DECLARE_METATYPE(ferrolt::PrivateSystem::Certificates)
 
-/// The built program as it is shipped, in a system in which its servers, its prompt and /Applications are the
-/// test's.
+/// The shipped program, in a system in which its servers, its prompt and /Applications belong to the test.
 class UpdateTest : public QObject {
     Q_OBJECT
 
@@ -113,7 +112,7 @@ class UpdateTest : public QObject {
     const TestAuthority &authority;
     const std::string trouble;
 
-    /// The program with children that run until they are ended, and a port that is open.
+    /// The program with children that run until they are stopped, and an open engine port.
     struct Run {
         VirtualDesktop desktop;
         Listener port;
@@ -152,7 +151,7 @@ class UpdateTest : public QObject {
         servers.publish(udifImage(hfs, UdifBlocks::Zlib));
         const Listener port;
         InstalledTree tree("silent",
-                           "wait");  // an engine's own words would stand anywhere between the installer's
+                           "wait");  // an engine's output could appear between the installer's lines
         tree.writeEnginePort(std::to_string(port.port));
         const QTemporaryDir temporary;
         qputenv("TMPDIR", temporary.path().toLocal8Bit());
@@ -225,7 +224,7 @@ class UpdateTest : public QObject {
         Run run;
         QVERIFY2(run.desktop.failure().isEmpty(), qPrintable(run.desktop.failure()));
         run.start();
-        // Its document is asked for only when the manifest that names the version has arrived.
+        // The program requests the Metalink only after it has received the manifest with the version.
         QVERIFY(waitUntil([&] { return servers.origin.requestCount(metalinkPath) == 1; }, 60s));
         QCOMPARE(servers.origin.requestCount(manifestPath), 1);
     }
@@ -283,10 +282,11 @@ class UpdateTest : public QObject {
         char query[512];
         QVERIFY(
             waitUntil([&] { return recv(nameServer.get(), query, sizeof query, MSG_DONTWAIT) > 0; }, 60s));
-        // The question may come before the program handles signals; a window comes after that.
+        // The DNS query may come before the program has installed its signal handlers; the window comes after
+        // that.
         QCOMPARE(run.launcher->startAgain(), 0);
         QVERIFY(waitUntil([&] { return run.launcher->visibleWindows().contains("Ferrolt Miner Launcher"); }));
-        // A resolver asks twice and waits for five seconds each time.
+        // A resolver queries twice and waits five seconds each time.
         kill(run.launcher->id(), SIGTERM);
         QVERIFY(waitUntil([&] { return !run.launcher->isRunning(); }, 4s));
         QCOMPARE(run.launcher->program().exitStatus(), QProcess::NormalExit);
@@ -323,7 +323,7 @@ class UpdateTest : public QObject {
         QVERIFY(!readFile(tree.home() / settingsFile.toStdString()).contains("InstalledLibreOfficeVersion"));
         QVERIFY(!fs::exists(application));
 
-        // Whatever of it was left behind goes with the next start, even if that one installs nothing.
+        // The next start removes what was left behind, even if it installs nothing.
         fs::create_directories(fs::path(temporary.path().toStdString()) /
                                "ferrolt-libreoffice-0F8FAD5B-D9CB-469F-A165-70867728950E/mnt");
         servers.mirrors[2]->on("/image.dmg", TestHttpsServer::replies(404, "not here"));

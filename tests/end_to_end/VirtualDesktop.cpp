@@ -25,7 +25,7 @@ VirtualDesktop::VirtualDesktop(const QStringList &windowManager, const QString &
     manager.start(windowManager.front(), windowManager.mid(1));
     if (!manager.waitForStarted())
         trouble = windowManager.front() + " does not start";
-    // The screen readers' bus is up before any program is, since Qt looks for it only once.
+    // The accessibility bus must run before the first program, because Qt looks for it only once.
     run("dbus-send",
         {"--session", "--print-reply", "--dest=org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus.GetAddress"});
 }
@@ -40,14 +40,14 @@ VirtualDesktop::~VirtualDesktop() {
     }
 }
 
-/// One that ends with the test, also when CTest kills that after its time-out.
+/// A service that ends with the test, also if CTest kills the test after its timeout.
 QProcess &VirtualDesktop::addService() {
     auto &service = services.emplace_back();
     service.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
     return service;
 }
 
-/// Starts a service that says on its first line where it is to be found.
+/// Starts a service that prints its address on its first line, and returns that.
 QString VirtualDesktop::startWithAnnouncement(const QString &program, const QStringList &arguments) {
     auto &service = addService();
     service.setProcessEnvironment(base());

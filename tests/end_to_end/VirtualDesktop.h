@@ -9,34 +9,34 @@
 
 namespace ferrolt {
 
-/// A desktop that nobody looks at: a session bus, an X display with a window manager, and a run-time folder.
+/// A desktop without a screen: a session bus, an X display with a window manager, and a runtime folder.
 class VirtualDesktop {
   public:
     explicit VirtualDesktop(const QStringList &windowManager = {"openbox", "--sm-disable"},
                             const QString &screenSize = "1280x800");
     ~VirtualDesktop();
 
-    /// What did not start; empty when all did.
+    /// The service that did not start; empty if all started.
     QString failure() const { return trouble; }
 
-    /// The environment for programs that are to open on it, with `home` as their home folder.
+    /// The environment for programs on this desktop, with `home` as their home folder.
     QProcessEnvironment environment(const QString &home) const;
 
-    /// Gives a variable to every program that is started from here on.
+    /// Sets an environment variable for the programs that are started from now on.
     void setVariable(const QString &name, const QString &value) { variables.insert(name, value); }
 
-    /// Where its display is: ":1".
+    /// The X display's name, such as ":1".
     const QString &displayName() const { return display; }
 
-    /// Where its session bus is.
+    /// The session bus's address.
     const QString &busAddress() const { return bus; }
 
-    /// Runs a tool on it and gives what it printed; nothing but its failure's text when it fails.
+    /// Runs a tool on this desktop and returns its output; if it fails, only the error's text.
     QString run(const QString &program, const QStringList &arguments, int *exitCode = nullptr) const;
 
-    /// What is on the whole screen, without the pointer: three bytes a pixel.
+    /// The pixels of the whole screen without the pointer, three bytes each.
     QByteArray pixels() const;
-    /// The same as a file, to look into a failure.
+    /// Saves the screen as a file, to examine a failure.
     void takePicture(const QString &file) const;
 
   private:

@@ -15,7 +15,7 @@ using namespace ferrolt;
 
 namespace {
 
-/// A process that opens a desktop, says so and stays.
+/// A process that opens a desktop, prints "open" and runs on.
 int stayOnADesktop() {
     const VirtualDesktop desktop;
     QTextStream(stdout) << (desktop.failure().isEmpty() ? QStringLiteral("open") : desktop.failure())

@@ -27,7 +27,7 @@ class WaylandTest : public QObject {
     QProcess compositor;
     Listener enginePort;
 
-    /// The whole screen; null when the compositor gives none.
+    /// The whole screen; null if the compositor returns none.
     QImage screen() const {
         QDir pictures(folder.path());
         for (const QString &old : pictures.entryList({"*.png"}))
@@ -41,7 +41,7 @@ class WaylandTest : public QObject {
         return taken.isEmpty() ? QImage() : QImage(pictures.filePath(taken.first()));
     }
 
-    /// What share of the screen differs from `before`; 0 while there is no picture.
+    /// The share of pixels that differ from `before`; 0 if a picture is missing.
     static double changedShare(const QImage &before, const QImage &now) {
         if (now.size() != before.size())
             return 0;
@@ -72,7 +72,7 @@ class WaylandTest : public QObject {
         compositor.start("weston", {"--backend=headless-backend.so", "--use-pixman", "--width=1280",
                                     "--height=800", "--socket=wayland-test", "--no-config", "--debug"});
         QVERIFY(compositor.waitForStarted());
-        // The shell has drawn its background once two pictures are alike.
+        // When two pictures are alike, the shell has drawn its background.
         QImage last;
         QVERIFY(waitUntil([&] {
             const QImage now = screen();
@@ -105,7 +105,7 @@ class WaylandTest : public QObject {
         QCOMPARE(launcher.startAgain(), 0);
         QVERIFY(windowAppearsOver(empty));
 
-        // Covered by another program, it comes before that.
+        // The window comes to the front of another program's window that covers it.
         QProcess cover;
         const auto end = qScopeGuard([&] {
             cover.terminate();

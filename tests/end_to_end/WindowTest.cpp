@@ -18,8 +18,8 @@
 using namespace ferrolt;
 using namespace std::chrono_literals;
 
-/// The built program's window under real window managers: what it shows, by the pixels of the screen, since
-/// the accessibility tree may be right while the screen is not; and where it stands.
+/// The built program's window under real window managers: its position, and its contents by the pixels of the
+/// screen, because the accessibility tree can be right while the screen is wrong.
 class WindowTest : public QObject {
     Q_OBJECT
 
@@ -47,7 +47,7 @@ class WindowTest : public QObject {
 
     std::filesystem::path pipeOf(const char *child) const { return tree->tree.path() / child; }
 
-    /// Both children write it, each in one write, and the launcher has it in both logs.
+    /// Both children write `text`, in one write() each. Waits until both logs contain `lastWord`.
     bool write(const QByteArray &text, const QString &lastWord) const {
         for (const char *child : {"engine", "client"}) {
             QFile pipe(pipeOf(child).c_str());
@@ -60,8 +60,8 @@ class WindowTest : public QObject {
         });
     }
 
-    /// The screen, once it has not changed for half a second: the window manager draws a frame anew a moment
-    /// after the window that has it got the keyboard.
+    /// The screen, after it has not changed for half a second: the window manager redraws a window's frame
+    /// shortly after the window got the focus.
     QByteArray restingPixels() const {
         QByteArray pixels = desktop->pixels();
         QElapsedTimer unchanged;
@@ -75,7 +75,7 @@ class WindowTest : public QObject {
         return pixels;
     }
 
-    /// Has the logs drawn afresh: a page that was away is drawn whole.
+    /// The screen after switching to the settings and back, which redraws the logs completely.
     QByteArray pixelsDrawnAfresh() const {
         const auto press = [&](const QString &entry) {
             desktop->run(FERROLT_SCREEN_READER, {QString::number(launcher->id()), "press", entry});
@@ -100,7 +100,7 @@ class WindowTest : public QObject {
         return true;
     }
 
-    /// As a user does who starts the program once more.
+    /// Starts the program a second time, and waits until the window has the focus and a frame.
     bool showWindow() {
         if (launcher->startAgain() != 0 || !waitUntil([&] { return launcher->visibleWindows().size() == 1; }))
             return false;
@@ -114,10 +114,10 @@ class WindowTest : public QObject {
         });
     }
 
-    /// Of the window on the screen, without its frame.
+    /// The window's rectangle on the screen, without its frame.
     QRect place() const { return other->placeOf(windowId()); }
 
-    /// On the screen, at a place of the window.
+    /// The screen's colour at `point` of the window.
     QColor pixelAt(QPoint point) const {
         const QByteArray pixels = desktop->pixels();
         const QPoint onScreen = place().topLeft() + point;
@@ -141,7 +141,7 @@ class WindowTest : public QObject {
         desktop->run("xdotool", {"mousemove", "0", "0"});
         if (!waitUntil([&] { return launcher->child("qorclient").has_value(); }, 60s) || !showWindow())
             return false;
-        // The last that is written without being asked for: there is no server to fetch anything from.
+        // The last lines that appear by themselves: there is no server to download from.
         return waitUntil([&] {
             return launcher->consoleText("Lumora Core Engine").contains("next check.") &&
                    launcher->consoleText("Qor Client").contains("ready");
@@ -150,7 +150,7 @@ class WindowTest : public QObject {
 
   private Q_SLOTS:
     void initTestCase() {
-        // Nothing but the windows: no note of which workspace this is.
+        // Without openbox's popup that names the workspace, which would change the screen.
         TestTree::write(folder.filePath("openbox.xml").toStdString(),
                         "<openbox_config xmlns=\"http://openbox.org/3.4/rc\">"
                         "<desktops><number>2</number><popupTime>0</popupTime></desktops></openbox_config>");
@@ -209,7 +209,8 @@ class WindowTest : public QObject {
         QFETCH(Absence, absence);
         QVERIFY(startDesktop(windowManager));
         desktop->run("xdotool", {"set_num_desktops", "2"});
-        other->setSettings({{"Xft/DPI", 96 * 1024}});  // a settings manager that comes later is not followed
+        other->setSettings(
+            {{"Xft/DPI", 96 * 1024}});  // Qt does not follow a settings manager that starts later
         QVERIFY(openWindow());
         QVERIFY(write("Written before it went away.\n", "went away."));
         const QByteArray before = restingPixels();
@@ -254,7 +255,7 @@ class WindowTest : public QObject {
                  qPrintable(QString("%1 by %2").arg(whole.width()).arg(whole.height())));
     }
 
-    /// No portal tells of it: Xfce has the name of its theme in the settings of the display.
+    /// Without a portal: Xfce publishes its theme's name in the X display's settings only.
     void theWindowIsDarkWhereTheDesktopsGtkThemeIs() {
         QVERIFY(startDesktop(openbox));
         other->setSettings(
@@ -275,8 +276,7 @@ class WindowTest : public QObject {
         QVERIFY(startDesktop(openbox));
         desktop->setVariable("QT_QPA_PLATFORMTHEME", "gnome");
         QVERIFY(openWindow());
-        desktop->run("xdotool",
-                     {"mousemove", "600", "300", "click", "1"});  // the keyboard is a console's now
+        desktop->run("xdotool", {"mousemove", "600", "300", "click", "1"});  // gives a console the focus
         desktop->run("xdotool", {"key", "F3"});
         QVERIFY(waitUntil([&] {
             return desktop->run(FERROLT_SCREEN_READER, {QString::number(launcher->id()), "list"})

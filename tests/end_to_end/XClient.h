@@ -13,7 +13,7 @@
 
 namespace ferrolt {
 
-/// Another program on an X display: what the tests need and no tool gives.
+/// Another program on an X display, for what no tool can do.
 class XClient {
   public:
     explicit XClient(const QString &display);
@@ -21,20 +21,19 @@ class XClient {
     XClient(const XClient &) = delete;
     XClient &operator=(const XClient &) = delete;
 
-    /// Covers the whole screen, as a screen locker does: with a window that no window manager manages.
+    /// Covers the whole screen with an override-redirect window, as a screen locker does.
     void coverScreen();
     void uncoverScreen();
 
-    /// Where a window is on the screen, without its frame.
+    /// A window's rectangle on the screen, without its frame.
     QRect placeOf(xcb_window_t window) const;
-    /// How far the frame that the window manager gave to a window reaches beyond it; none yet while it is
-    /// null.
+    /// The margins of the frame that the window manager has given to a window; nothing before that.
     std::optional<QMargins> frameOf(xcb_window_t window) const;
 
-    /// Rolls a window up to its title bar or down again; the window manager does so.
+    /// Requests that the window manager rolls a window up to its title bar, or down again.
     void setRolledUp(xcb_window_t window, bool isRolledUp);
 
-    /// Becomes the display's settings manager (freedesktop.org's XSETTINGS 0.5) or changes what it says.
+    /// Becomes the display's settings manager (freedesktop.org's XSETTINGS 0.5), or changes its settings.
     /// Values are of type int or QString.
     void setSettings(const QMap<QString, QVariant> &settings);
 

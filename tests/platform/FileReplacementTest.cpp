@@ -17,7 +17,7 @@
 
 namespace {
 
-std::vector<std::string> noted;  // since the last clear()
+std::vector<std::string> calls;  // of the two functions below
 int syncResult = 0;
 
 off_t sizeOf(int descriptor) {
@@ -27,16 +27,16 @@ off_t sizeOf(int descriptor) {
 
 }  // namespace
 
-// These two stand in for the C library's, for all that is linked into this program.
+// These two replace the C library's functions in this program.
 extern "C" int fsync(int descriptor) {
-    noted.push_back("fsync of " + std::to_string(sizeOf(descriptor)) + " bytes");
+    calls.push_back("fsync of " + std::to_string(sizeOf(descriptor)) + " bytes");
     if (syncResult == 0)
         return static_cast<int>(syscall(SYS_fsync, descriptor));
     errno = syncResult;
     return -1;
 }
 extern "C" int rename(const char *from, const char *to) noexcept {
-    noted.push_back("rename");
+    calls.push_back("rename");
     return static_cast<int>(syscall(SYS_renameat2, AT_FDCWD, from, AT_FDCWD, to, 0));
 }
 
@@ -50,7 +50,7 @@ class FileReplacementTest : public QObject {
   private Q_SLOTS:
     void init() {
         folder.emplace();
-        noted.clear();
+        calls.clear();
     }
     void cleanup() { folder.reset(); }
 
@@ -120,7 +120,7 @@ void FileReplacementTest::aHardLinkKeepsTheOldContents() {
 
 void FileReplacementTest::aChainOfLinksLeadsToTheFileThatIsReplaced() {
     write(home() / "deep/er/real", "old");
-    fs::create_symlink("er/real", home() / "deep/relative");  // from its own folder, not from ours
+    fs::create_symlink("er/real", home() / "deep/relative");  // relative to the link's folder
     fs::create_symlink(home() / "deep/relative", home() / "absolute");
     fs::create_symlink("absolute", path());
     QVERIFY(replaceFile(path(), "new"));
@@ -221,10 +221,10 @@ void FileReplacementTest::contentsMayBeEmptyOrLarge() {
     QVERIFY(read(path()) == QByteArray::fromStdString(large));
 }
 
-/// After a power cut the name must not lead to a file whose contents were never written.
+/// Otherwise the name could lead to an empty file after a power cut.
 void FileReplacementTest::theContentsAreOnDiskBeforeTheyTakeTheNameOfTheOld() {
     QVERIFY(replaceFile(path(), "12345"));
-    QCOMPARE(noted, (std::vector<std::string>{"fsync of 5 bytes", "rename"}));
+    QCOMPARE(calls, (std::vector<std::string>{"fsync of 5 bytes", "rename"}));
 }
 
 void FileReplacementTest::aDiskThatFailsToWriteThroughLeavesTheOldFile() {
@@ -239,7 +239,7 @@ void FileReplacementTest::aDiskThatFailsToWriteThroughLeavesTheOldFile() {
     QVERIFY(!result(ENOSPC));
     QCOMPARE(read(path()), QByteArray("old"));
     QCOMPARE(contents(home()), QStringList{QStringLiteral("file")});
-    QVERIFY(result(EINVAL));  // a file system that knows no writing through
+    QVERIFY(result(EINVAL));  // a file system without fsync()
     QCOMPARE(read(path()), QByteArray("new"));
 }
 

@@ -19,8 +19,7 @@ namespace {
 
 std::atomic<int> signalsCaught = 0;
 
-/// Listens, and has as many connections waiting as it holds: the next one is established only once one of
-/// them has been accepted.
+/// A listener with a full backlog: the next connection is established only after one has been accepted.
 struct FullListener : ClosedPort {
     std::vector<FileDescriptor> waiting;
 
@@ -48,10 +47,10 @@ class PortProbeSignalTest : public QObject {
     Q_OBJECT
 
   private Q_SLOTS:
-    /// A signal ends the call, but not the attempt: its outcome is waited for.
+    /// The signal interrupts connect(), but the attempt continues.
     void aConnectionThatASignalInterruptsIsReachable() {
         struct sigaction action {};
-        action.sa_handler = [](int) { ++signalsCaught; };  // and no SA_RESTART
+        action.sa_handler = [](int) { ++signalsCaught; };  // without SA_RESTART
         sigaction(SIGUSR1, &action, nullptr);
         const FullListener listener;
         std::atomic<bool> isOver = false;
@@ -68,7 +67,7 @@ class PortProbeSignalTest : public QObject {
         }
         prober.join();
         QVERIFY(isReachable);
-        QVERIFY(signalsCaught > 3);  // else nothing was interrupted
+        QVERIFY(signalsCaught > 3);  // otherwise nothing was interrupted
     }
 };
 

@@ -16,15 +16,15 @@ using namespace ferrolt;
 
 namespace {
 
-bool takesTheTriedPort = false;
+bool usesTriedPort = false;
 int lastResult = -1;
 
 }  // namespace
 
-// It stands in for the C library's. The system picks a connection's own port from a range; here it may be
-// made to pick the very port that is tried.
+// Replaces the C library's function. The kernel chooses a connection's local port from a range; here the test
+// can make it choose the port that is tried.
 extern "C" int connect(int socket, const sockaddr *address, socklen_t size) {
-    if (takesTheTriedPort)
+    if (usesTriedPort)
         bind(socket, address, size);
     lastResult = static_cast<int>(syscall(SYS_connect, socket, address, size));
     return lastResult;
@@ -87,10 +87,10 @@ class PortProbeTest : public QObject {
 
     void aConnectionOfTheSocketWithItselfIsNoEngine() {
         const std::int64_t port = Listener().port;
-        takesTheTriedPort = true;
+        usesTriedPort = true;
         const bool isReachable = probe("127.0.0.1", port);
-        takesTheTriedPort = false;
-        QCOMPARE(lastResult, 0);  // it was connected, with itself
+        usesTriedPort = false;
+        QCOMPARE(lastResult, 0);  // it was connected to itself
         QVERIFY(!isReachable);
     }
 };

@@ -29,7 +29,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// One practice child with its output collected, as the supervisor wires them.
+/// A practice child and its collected output, connected as the supervisor does.
 struct Child {
     explicit Child(std::vector<std::string> words, const fs::path &executable = FERROLT_PRACTICE_CHILD) {
         process.setExecutable(executable);
@@ -78,7 +78,7 @@ struct Child {
     Process process;
 };
 
-/// The text after "NAME=" on a line of its own.
+/// The rest of the line that starts with "NAME=".
 std::string factOf(const std::string &output, const std::string &name) {
     const auto at = output.find('\n' + name + '=');
     if (at == std::string::npos)
@@ -89,7 +89,7 @@ std::string factOf(const std::string &output, const std::string &name) {
 
 std::string ownPath;
 
-/// Another launcher for a child, to be killed.
+/// A second launcher with a child, for killing.
 int runAsLauncher(const char *word) {
     Child child({word});
     if (child.launch() || !child.waitForOutput("ready"))
@@ -111,11 +111,11 @@ class ProcessTest : public QObject {
         descriptors = openDescriptors();
     }
 
-    /// Whatever a test did, it leaves no thread, no descriptor and no child behind.
+    /// No test may leave a thread, a descriptor or a child behind.
     void cleanup() {
         QVERIFY(waitWithoutEvents(
             [&] { return threadsNamed("child-") == 0 && openDescriptors() == descriptors; }));
-        QCOMPARE(waitpid(-1, nullptr, WNOHANG), -1);  // not even a dead one
+        QCOMPARE(waitpid(-1, nullptr, WNOHANG), -1);  // not even a zombie
         QCOMPARE(errno, ECHILD);
     }
 
@@ -141,7 +141,7 @@ class ProcessTest : public QObject {
         QVERIFY(child.process.isRunning());
         child.process.terminate();
         QCOMPARE(child.process.waitUntilExit(), SIGTERM);
-        child.process.terminate();  // too late to hit anybody
+        child.process.terminate();  // after the end: must signal no process
     }
 
     void aChildThatIgnoresTheTerminateRequestRunsOn() {
@@ -164,8 +164,8 @@ class ProcessTest : public QObject {
     }
 
     void aChildBeginsWithNothingButItsThreeDescriptorsAndDefaultSignals() {
-        // What a launcher may have about it: open files, blocked and ignored signals.
-        const int file = open("/dev/null", O_RDONLY);  // deliberately not closed on exec
+        // The launcher may have open files, and blocked and ignored signals.
+        const int file = open("/dev/null", O_RDONLY);  // without O_CLOEXEC on purpose
         const int high = fcntl(file, F_DUPFD, 200);
         sigset_t blocked;
         sigset_t before;
@@ -193,7 +193,7 @@ class ProcessTest : public QObject {
         QCOMPARE(factOf(facts, "SigCgt"), "0000000000000000");
         QCOMPARE(factOf(facts, "cwd"), "/");
         QCOMPARE(factOf(facts, "pgid"),
-                 factOf(facts, "pid"));  // Ctrl+C in a terminal is the launcher's alone
+                 factOf(facts, "pid"));  // Ctrl+C in a terminal reaches only the launcher
         QCOMPARE(factOf(facts, "env.FERROLT_TEST_MARK"), "inherited");
     }
 
@@ -220,7 +220,7 @@ class ProcessTest : public QObject {
             child.process.waitUntilExit();
             facts = child.output();
         }
-        // The freed numbers served as the child's pipe; they are free again when its threads are gone.
+        // The child's pipe used the freed numbers. They are free again when the child's threads have ended.
         const bool settled = waitWithoutEvents([&] { return threadsNamed("child-") == 0; });
         for (const int standard : {0, 1, 2}) {
             dup2(saved[standard], standard);
@@ -326,7 +326,7 @@ class ProcessTest : public QObject {
         const int failed = inChild([] {
             if (!obeyLimits())
                 return 1;
-            // From no room at all, by way of room for the child alone, to room for the child and its thread.
+            // From no process, to the child only, to the child and its thread.
             rlimit limit{};
             getrlimit(RLIMIT_NPROC, &limit);
             for (limit.rlim_cur = 1; limit.rlim_cur < 1000; ++limit.rlim_cur) {
@@ -359,7 +359,7 @@ class ProcessTest : public QObject {
             taken.emplace_back(dup(0));
         } while (taken.back().isValid());
         taken.pop_back();
-        // With none, one, two, ... to spare each step of a launch fails in turn, until one succeeds.
+        // With 0, 1, 2, ... free descriptors each step of a launch fails in turn, until it succeeds.
         for (std::size_t spare = 0; spare < 12; ++spare) {
             Child child({"exit", "0"});
             const auto failure = child.process.launch();
@@ -448,18 +448,17 @@ class ProcessTest : public QObject {
             Child child({"wait"});
             QVERIFY(!child.launch());
             if (i % 2 == 0)
-                QVERIFY(
-                    child.waitForOutput("ready"));  // every other one is stopped in the middle of its start
+                QVERIFY(child.waitForOutput("ready"));  // every second child is stopped while it starts
             child.process.terminate();
             if (i % 3 == 0)
                 child.process.waitUntilExit();
         }
-    }  // and cleanup() counts
+    }  // cleanup() checks the counts
 
   private:
     int descriptors = 0;
 
-    /// This machine's practice child with another machine in its ELF header.
+    /// The practice child's binary with another processor in its ELF header.
     static void writeForeignBinary(const fs::path &file) {
         fs::copy_file(FERROLT_PRACTICE_CHILD, file);
         std::fstream binary(file, std::ios::binary | std::ios::in | std::ios::out);

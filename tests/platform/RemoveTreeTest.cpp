@@ -70,7 +70,7 @@ class RemoveTreeTest : public QObject {
             fs::permissions(tree / "unreadable", fs::perms::none);
             fs::permissions(tree, fs::perms(0500));
             if (fs::remove_all(tree, failure) != static_cast<std::uintmax_t>(-1))
-                return 2;  // without permissions that hold, the test would show nothing
+                return 2;  // root ignores permissions; the test would show nothing
             removeTree(tree);
             return fs::exists(tree) ? 3 : 0;
         });

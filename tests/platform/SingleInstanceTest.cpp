@@ -34,14 +34,15 @@ using namespace ferrolt;
 
 namespace {
 
-/// The exit codes by which another start tells what became of it.
+/// The exit codes that report another start's outcome.
 int asExitCode(SingleInstance::Start start) {
     return 10 + static_cast<int>(start);
 }
 
 std::string ownPath;
 
-/// A process of another user that does `work` and then stays; returns once that is done. The caller ends it.
+/// Forks a process of another user that does `work` and then sleeps. Returns when `work` is done. The caller
+/// kills the process.
 template <class Work>
 pid_t startAsAnotherUser(Work work) {
     int ends[2];
@@ -66,7 +67,7 @@ std::filesystem::path stateFolder(const std::filesystem::path &home) {
     return home / ".local/state/ferrolt-miner-launcher";
 }
 
-/// A connection as a later start makes it; -1 with errno when there is none.
+/// Connects as a later start does; -1 and errno on failure.
 int connectTo(const std::filesystem::path &home) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
@@ -80,8 +81,7 @@ void say(int connection, const std::string &message) {
     [[maybe_unused]] const auto sent = send(connection, message.data(), message.size(), MSG_NOSIGNAL);
 }
 
-/// Starts this program again as another launcher that claims `home`; with "stay" it holds the claim until it
-/// is ended.
+/// Starts this program as another launcher for `home`. With "stay" it keeps the lock until it is ended.
 pid_t startAnother(const std::filesystem::path &home, const char *then = "leave") {
     const pid_t child = fork();
     if (child == 0) {
@@ -133,7 +133,7 @@ class SingleInstanceTest : public QObject {
     QTemporaryDir folder;
     std::filesystem::path home() const { return folder.path().toStdString(); }
 
-    /// Starts one that stays, and returns once it has the claim.
+    /// Starts one that stays, and returns when it has the lock.
     pid_t startFirst() const {
         int ends[2];
         if (pipe(ends) != 0)
@@ -180,7 +180,7 @@ class SingleInstanceTest : public QObject {
         first->listen([](const std::string &) {});
         first->stopListening();
         const pid_t second = startAnother(home());
-        // Longer than a first that hears it would be given to confirm.
+        // Longer than a later start waits for the confirmation.
         QVERIFY(!waitWithoutEvents([&] { return hasEnded(second); }, std::chrono::milliseconds(400)));
         first.reset();
         QCOMPARE(exitCode(second), asExitCode(SingleInstance::Start::First));
@@ -206,7 +206,7 @@ class SingleInstanceTest : public QObject {
         QCOMPARE(code, asExitCode(SingleInstance::Start::HandedOver));
         QVERIFY(waitUntil([&] { return reopened == 1; }));
         const double spent = double(end.tv_sec - begin.tv_sec) + double(end.tv_nsec - begin.tv_nsec) / 1e9;
-        QVERIFY2(spent < 0.2, qPrintable(QString::number(spent)));  // it slept meanwhile
+        QVERIFY2(spent < 0.2, qPrintable(QString::number(spent)));  // it did not spin
     }
 
     void ofTenStartedAtOnceOneIsFirst() {
@@ -321,7 +321,7 @@ class SingleInstanceTest : public QObject {
             silent.push_back(connectTo(home()));
         QCOMPARE(exitCode(startAnother(home())), asExitCode(SingleInstance::Start::HandedOver));
         QVERIFY(waitUntil([&] { return reopened == 1; }));
-        QVERIFY(openDescriptors() < before + 100 + 20);  // and it keeps only the newest of them
+        QVERIFY(openDescriptors() < before + 100 + 20);  // it keeps only the newest connections
         for (const int connection : silent)
             ::close(connection);
     }
@@ -413,7 +413,7 @@ class SingleInstanceTest : public QObject {
         QCOMPARE(exitCode(startAnother(home(), remember.c_str())), asExitCode(SingleInstance::Start::First));
         const pid_t next = startAnother(home());
         QVERIFY(!waitWithoutEvents([&] { return hasEnded(next); }, std::chrono::seconds(1)));
-        // A third start finds the second one in its place.
+        // A third start finds the second one running.
         QCOMPARE(exitCode(startAnother(home())), asExitCode(SingleInstance::Start::HandedOver));
         kill(engine, SIGKILL);
         QCOMPARE(exitCode(next), asExitCode(SingleInstance::Start::First));

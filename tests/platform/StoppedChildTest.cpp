@@ -21,7 +21,7 @@ std::atomic<int> waits{0};
 
 }  // namespace
 
-/// As on macOS: stopped children are reported to those who ask only for ended ones.
+/// A waitid() as on macOS: it also reports stopped children, although only ended ones are requested.
 // NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
 extern "C" int waitid(idtype_t type, id_t id, siginfo_t *change, int options) {
     ++waits;
@@ -45,7 +45,8 @@ class StoppedChildTest : public QObject {
         const auto end = qScopeGuard([&] { kill(child, SIGKILL); });
         QCOMPARE(kill(child, SIGSTOP), 0);
         QVERIFY(waitWithoutEvents([&] { return processState(child) == 'T'; }));
-        QVERIFY(waitWithoutEvents([&] { return waits >= 3; }));  // ended? stopped; take that; ended?
+        QVERIFY(waitWithoutEvents(
+            [&] { return waits >= 3; }));  // WEXITED reports the stop, WSTOPPED consumes it, WEXITED again
 
         auto isRunning = std::async(std::launch::async, [&] { return process.isRunning(); });
         const bool isAnswered = isRunning.wait_for(std::chrono::seconds(10)) == std::future_status::ready;
@@ -55,7 +56,7 @@ class StoppedChildTest : public QObject {
         QVERIFY(isRunning.get());
         QVERIFY(waitWithoutEvents([&] { return status != -1; }));
         QCOMPARE(status.load(), SIGTERM);
-        QVERIFY2(waits < 20, qPrintable(QString::number(waits)));  // nothing asked round and round
+        QVERIFY2(waits < 20, qPrintable(QString::number(waits)));  // no busy loop
     }
 };
 

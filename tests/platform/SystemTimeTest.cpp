@@ -10,7 +10,7 @@
 using namespace ferrolt;
 using namespace std::chrono_literals;
 
-/// The timer of the real clock, which every other test replaces.
+/// The timer of the real clock. All other tests replace it.
 class SystemTimeTest : public QObject {
     Q_OBJECT
 
@@ -54,7 +54,7 @@ class SystemTimeTest : public QObject {
     void workThatArmsTheTimerAnewMayDestroyTheOneThatRunsIt() {
         int calls = 0;
         std::unique_ptr<Timer> timer;
-        // What it was handed with it must not go away under the work either.
+        // The work's captures must live until it returns.
         const std::function<void()> tick = [&, held = std::make_shared<int>(7)] {
             calls += *held == 7 ? 1 : 1000;
             if (calls < 3)

@@ -17,7 +17,7 @@
 
 using namespace ferrolt;
 
-/// What the kernel lets a pipe hold, and what that changes for its reader: nothing.
+/// A pipe's capacity, which must make no difference for its reader.
 class WidenPipeTest : public QObject {
     Q_OBJECT
 
@@ -75,7 +75,7 @@ class WidenPipeTest : public QObject {
         Pipe pipe = Pipe::open();
         const std::string text(static_cast<std::size_t>(wide), 'w');
         QCOMPARE(fcntl(pipe.writingEnd.get(), F_SETPIPE_SZ, wide), wide);
-        // All of it is in the pipe before the first read.
+        // The whole text is in the pipe before the first read.
         QCOMPARE(write(pipe.writingEnd.get(), text.data(), text.size()), ssize_t(text.size()));
         const std::vector<std::size_t> sizes = sizesOfReads(std::move(pipe), {}, text);
         QCOMPARE(sizes, std::vector<std::size_t>(wide / PipeReader::maxRead, PipeReader::maxRead));
@@ -85,7 +85,7 @@ class WidenPipeTest : public QObject {
         const int code = inChild([] {
             if (!obeyLimits())
                 return 1;
-            // A user's pipes may hold only so much together; these take all of it.
+            // The kernel limits the total for all pipes of a user. These use it up.
             std::vector<Pipe> greedy;
             for (;;) {
                 greedy.push_back(Pipe::open());

@@ -49,7 +49,7 @@ class WorkQueueTest : public QObject {
 
     void itStaysSerialOverManyThreadsComingAndGoing() {
         WorkQueue queue("io.example.serial", QualityOfService::Default);
-        int plain = 0;  // nothing guards it but the queue
+        int plain = 0;  // guarded by the queue only
         std::atomic<int> done = 0;
         std::vector<std::thread> callers;
         for (int i = 0; i < 4; ++i)

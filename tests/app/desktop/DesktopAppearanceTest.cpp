@@ -14,7 +14,7 @@
 
 using namespace ferrolt;
 
-/// The part of a desktop portal that tells of settings.
+/// The Settings interface of a desktop portal.
 class PracticePortal : public QDBusVirtualObject {
   public:
     QVariant colorScheme = 0U;
@@ -57,7 +57,7 @@ class PracticePortal : public QDBusVirtualObject {
     static void vanish() { QDBusConnection::disconnectFromBus("portal"); }
 };
 
-/// Runs on a session bus of its own.
+/// With a private session bus.
 class DesktopAppearanceTest : public QObject {
     Q_OBJECT
 
@@ -131,7 +131,7 @@ class DesktopAppearanceTest : public QObject {
             portal.change(odd);
             QTRY_COMPARE(portal.reads, before + 1);
         }
-        // Answers keep their order, so with this one all the others have come.
+        // Replies keep their order: after this one all earlier replies have arrived.
         portal.change(2U);
         QTRY_VERIFY(isLight());
         portal.change(1U);

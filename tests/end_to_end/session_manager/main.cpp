@@ -1,12 +1,12 @@
-/// A desktop's session manager (X Session Management Protocol 1.0) that does what it is told on its standard
-/// input, one word to a line, to every program that has joined it:
+/// A session manager (X Session Management Protocol 1.0) that reads commands from its standard input, one per
+/// line, and sends them to every program that has joined it:
 ///
-///   save     asks them to save because the session is about to end, and lets them ask their user
-///   cancel   tells them that it does not end after all
-///   die      tells them to go
+///   save     save, because the session is about to end; the programs may ask their user
+///   cancel   the session does not end
+///   die      quit
 ///
-/// On its standard output it says first where it is to be found (the value of SESSION_MANAGER), and then what
-/// the programs do: joined, saved, failed-to-save, asks-its-user, left, and each property that they set.
+/// Prints the value of SESSION_MANAGER first, and then what the programs do: joined, saved, failed-to-save,
+/// asks-its-user, left, and each property that they set.
 
 #include <algorithm>
 #include <cstdio>
@@ -42,13 +42,14 @@ Client &asClient(SmPointer data) {
 Status registerClient(SmsConn session, SmPointer, char *previousId) {
     if (previousId != nullptr) {
         std::free(previousId);
-        return 0;  // known to no session of ours: it joins as a new one
+        return 0;  // an unknown id: the program joins as a new one
     }
     char *id = SmsGenerateClientID(session);
     SmsRegisterClientReply(session, id);
     std::free(id);
     say("joined");
-    SmsSaveYourself(session, SmSaveLocal, False, SmInteractStyleNone, False);  // the protocol's welcome
+    SmsSaveYourself(session, SmSaveLocal, False, SmInteractStyleNone,
+                    False);  // the protocol demands this for a new program
     return 1;
 }
 
@@ -126,7 +127,7 @@ Bool everyoneMayJoin(char *) {
     return True;
 }
 
-/// The library's own ends the program: here a client that is killed is gone, and no more.
+/// Replaces the library's handler, which would exit when a client is killed.
 void connectionBroke(IceConn connection) {
     const auto client = std::find_if(clients.begin(), clients.end(), [&](const Client *candidate) {
         return SmsGetIceConnection(candidate->session) == connection;
@@ -203,7 +204,7 @@ int main() {
                 accept(listeners[i]);
         for (const IceConn connection : std::vector(connections)) {
             if (std::find(connections.begin(), connections.end(), connection) == connections.end())
-                continue;  // gone with what another one said
+                continue;  // closed while another connection's message was handled
             const auto entry = std::find_if(watched.begin(), watched.end(), [&](const pollfd &candidate) {
                 return candidate.fd == IceConnectionNumber(connection) && candidate.revents != 0;
             });
@@ -214,6 +215,6 @@ int main() {
             }
         }
     }
-    IceFreeListenObjs(count, listeners);  // and their sockets' names
+    IceFreeListenObjs(count, listeners);  // removes the sockets' files too
     return 0;
 }
