@@ -1,16 +1,10 @@
 #include "WindowState.h"
 
-#include "FileReplacement.h"
+#include "JsonFile.h"
 
-#include <QByteArray>
 #include <QFile>
-#include <QFileInfo>
-#include <QJsonDocument>
-#include <QJsonObject>
 
-#include <cstddef>
 #include <filesystem>
-#include <system_error>
 
 namespace ferrolt {
 namespace {
@@ -21,22 +15,14 @@ const QString maximized = QStringLiteral("maximized");
 const QString sidebar = QStringLiteral("sidebarWidth");
 const QString upperLog = QStringLiteral("upperLogShare");
 
-/// Our file has five short lines. A larger one is not ours, and reading it would delay the start.
-constexpr qint64 maxFileSize = 64 * 1024;
-
-/// JSON and not QSettings' format: QSettings constructs any object that a damaged line describes.
-QJsonObject entriesOf(const QString &path) {
-    QFile file(path);
-    // Opening a pipe would block.
-    if (!QFileInfo(path).isFile() || file.size() > maxFileSize || !file.open(QIODevice::ReadOnly))
-        return QJsonObject();
-    return QJsonDocument::fromJson(file.read(maxFileSize)).object();
+std::filesystem::path pathOf(const QString &file) {
+    return QFile::encodeName(file).toStdString();
 }
 
 }  // namespace
 
 WindowState WindowState::load(const QString &file) {
-    const QJsonObject entries = entriesOf(file);
+    const QJsonObject entries = JsonFile::read(pathOf(file)).value_or(QJsonObject());
     WindowState state;
     const auto number = [&entries](const QString &key, int min, int max, int initial) {
         const int value = entries.value(key).toInt(initial);
@@ -59,11 +45,7 @@ void WindowState::save(const QString &file) const {
                               {maximized, isMaximized},
                               {sidebar, sidebarWidth},
                               {upperLog, upperLogShare}};
-    const QByteArray text = QJsonDocument(entries).toJson();
-    const std::filesystem::path path = QFile::encodeName(file).toStdString();
-    std::error_code failure;
-    std::filesystem::create_directories(path.parent_path(), failure);
-    static_cast<void>(replaceFile(path, {text.constData(), static_cast<std::size_t>(text.size())}));
+    static_cast<void>(JsonFile::write(pathOf(file), entries));
 }
 
 }  // namespace ferrolt

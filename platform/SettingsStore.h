@@ -13,10 +13,6 @@ namespace ferrolt {
 ///
 /// setText() returns when the file is on disk. A file that is no JSON object counts as empty. A file that
 /// cannot be read counts as empty too, and is never overwritten. Main thread.
-///
-/// Not QSettings on Linux: its INI format constructs any object that a damaged line describes, and all its
-/// formats wait up to 30 seconds for a lock that another host left on a shared home folder. No lock is
-/// needed, because one process writes the file.
 class SettingsStore {
   public:
     /// The store of the user who runs the program.

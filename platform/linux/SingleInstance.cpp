@@ -2,7 +2,6 @@
 
 #include "FileDescriptor.h"
 #include "MainQueue.h"
-#include "PrivateFolder.h"
 
 #include <QSocketNotifier>
 #include <QTimer>
@@ -59,6 +58,24 @@ std::vector<std::filesystem::path> candidateFolders(const std::filesystem::path 
     return {home / ".local/state/ferrolt-miner-launcher",
             substitute / ("ferrolt-miner-launcher-" + std::to_string(getuid()) + '-' +
                           std::to_string(std::hash<std::string>()(home.native())))};
+}
+
+/// Opens a folder that only this user can enter. Creates it and its missing parents with mode 0700, and sets
+/// that mode if an existing folder of this user's is open to others. Not valid if the folder belongs to
+/// another user, is a symbolic link or cannot be created.
+FileDescriptor openPrivateFolder(const std::filesystem::path &path) {
+    std::filesystem::path made;
+    for (const std::filesystem::path &part : path) {
+        made /= part;
+        mkdir(made.c_str(), 0700);  // fails for existing folders, which stay unchanged
+    }
+    FileDescriptor folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NOFOLLOW));
+    struct stat status {};
+    if (!folder.isValid() || fstat(folder.get(), &status) != 0 || status.st_uid != geteuid())
+        return {};
+    if ((status.st_mode & 077) != 0 && fchmod(folder.get(), 0700) != 0)
+        return {};
+    return folder;
 }
 
 FileDescriptor openLock(const FileDescriptor &folder) {
