@@ -79,8 +79,8 @@ void ContentView::setUpperLogShare(double share) {
 
 void ContentView::refresh() {
     column->showSelectedTab(_appVars->_selectedTab);
-    column->showLumoraCore(statusOf(_appVars->_isLumRunning));
-    column->showQorClient(statusOf(_appVars->_isQorClientRunning));
+    column->showLumoraCore(_appVars->_isLumRunning);
+    column->showQorClient(_appVars->_isQorClientRunning);
     column->showPermanentStop(_appVars->_isPermanentlyStopped);
     detail->setCurrentWidget(page(_appVars->_selectedTab.get().value_or(AppVars::homeTab)));
 }

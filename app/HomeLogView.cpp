@@ -121,8 +121,8 @@ void HomeLogView::showEvent(QShowEvent *event) {
 }
 
 void HomeLogView::refresh() {
-    lumora->setStatus(statusOf(_appVars->_isLumRunning));
-    qorClient->setStatus(statusOf(_appVars->_isQorClientRunning));
+    lumora->setRunning(_appVars->_isLumRunning);
+    qorClient->setRunning(_appVars->_isQorClientRunning);
 }
 
 }  // namespace ferrolt

@@ -76,12 +76,12 @@ void Sidebar::showSelectedTab(const std::optional<QString> &tab) {
         settings->setChecked(true);
 }
 
-void Sidebar::showLumoraCore(ServiceStatus status) {
-    lumoraCore->setStatus(status);
+void Sidebar::showLumoraCore(bool isRunning) {
+    lumoraCore->setRunning(isRunning);
 }
 
-void Sidebar::showQorClient(ServiceStatus status) {
-    qorClient->setStatus(status);
+void Sidebar::showQorClient(bool isRunning) {
+    qorClient->setRunning(isRunning);
 }
 
 void Sidebar::showPermanentStop(bool isStopped) {

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "ServiceStatus.h"
-
 #include <QWidget>
 
 #include <optional>
@@ -37,8 +35,8 @@ class Sidebar : public QWidget {
 
     /// Highlights the entry with that tag. Without a tag, what was highlighted stays so.
     void showSelectedTab(const std::optional<QString> &tab);
-    void showLumoraCore(ServiceStatus status);
-    void showQorClient(ServiceStatus status);
+    void showLumoraCore(bool isRunning);
+    void showQorClient(bool isRunning);
     /// A line below both that says that the launcher is stopped until it is started again.
     void showPermanentStop(bool isStopped);
 

@@ -22,20 +22,19 @@ StatusRow::StatusRow(const QString &serviceName, QWidget *parent)
     nameForScreenReaders();
 }
 
-void StatusRow::setStatus(ServiceStatus status) {
-    if (shown == status)
+void StatusRow::setRunning(bool isRunning) {
+    if (isServiceRunning == isRunning)
         return;
-    shown = status;
+    isServiceRunning = isRunning;
     nameForScreenReaders();
     update();
 }
 
 void StatusRow::nameForScreenReaders() {
-    setAccessibleName(words(serviceName, shown));
+    setAccessibleName(words(serviceName, isServiceRunning));
 }
 
-QString StatusRow::words(const QString &serviceName, ServiceStatus status) {
-    const bool isRunning = status == ServiceStatus::Running;
+QString StatusRow::words(const QString &serviceName, bool isRunning) {
     return serviceName + (isRunning ? QStringLiteral(", running") : QStringLiteral(", stopped"));
 }
 
@@ -53,9 +52,8 @@ void StatusRow::paintEvent(QPaintEvent *) {
     QPainter painter(this);
     const QRect dot = QStyle::visualRect(layoutDirection(), rect(),
                                          QRect(inset, (height() - dotSide) / 2, dotSide, dotSide));
-    const bool isRunning = shown == ServiceStatus::Running;
     drawSymbol(painter, Symbol::CircleFill, dot,
-               isRunning ? Theme::green(palette()) : Theme::gray(palette()));
+               isServiceRunning ? Theme::green(palette()) : Theme::gray(palette()));
 
     const int textLeft = inset + dotSide + Theme::spacing;
     const QRect textPlace = QStyle::visualRect(layoutDirection(), rect(),

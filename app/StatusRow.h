@@ -1,7 +1,5 @@
 #pragma once
 
-#include "ServiceStatus.h"
-
 #include <QWidget>
 
 namespace ferrolt {
@@ -14,10 +12,10 @@ class StatusRow : public QWidget {
   public:
     StatusRow(const QString &serviceName, QWidget *parent);
 
-    void setStatus(ServiceStatus status);
+    void setRunning(bool isRunning);
 
     /// What it says, in words: "Lumora Core, running".
-    static QString words(const QString &serviceName, ServiceStatus status);
+    static QString words(const QString &serviceName, bool isRunning);
 
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
@@ -30,7 +28,7 @@ class StatusRow : public QWidget {
     void nameForScreenReaders();
 
     QString serviceName;
-    ServiceStatus shown = ServiceStatus::Stopped;
+    bool isServiceRunning = false;
 };
 
 }  // namespace ferrolt

@@ -43,9 +43,8 @@ TrayItem::~TrayItem() {
 }
 
 QString TrayItem::statusText() const {
-    return StatusRow::words(QStringLiteral("Lumora Core"), statusOf(appVars->_isLumRunning)) +
-           QLatin1Char('\n') +
-           StatusRow::words(QStringLiteral("Qor Client"), statusOf(appVars->_isQorClientRunning));
+    return StatusRow::words(QStringLiteral("Lumora Core"), appVars->_isLumRunning) + QLatin1Char('\n') +
+           StatusRow::words(QStringLiteral("Qor Client"), appVars->_isQorClientRunning);
 }
 
 /// AppVars announces changes before they happen. Posting refreshes after them, and once for several.

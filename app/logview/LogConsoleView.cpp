@@ -101,8 +101,8 @@ void LogConsoleView::findPrevious() {
     search->findPrevious();
 }
 
-void LogConsoleView::setStatus(ServiceStatus status) {
-    badge->setStatus(status);
+void LogConsoleView::setRunning(bool isRunning) {
+    badge->setRunning(isRunning);
 }
 
 void LogConsoleView::logChanged() {

@@ -2,7 +2,6 @@
 
 #include "Clipboard.h"
 #include "LogBuffer.h"
-#include "ServiceStatus.h"
 #include "TimeSource.h"
 
 #include <QWidget>
@@ -33,7 +32,7 @@ class LogConsoleView : public QWidget {
                    Clipboard &clipboard, TimeSource &time, QWidget *parent = nullptr);
 
     /// Shown at once.
-    void setStatus(ServiceStatus status);
+    void setRunning(bool isRunning);
 
     /// To be called whenever the log has changed or is about to. Costs next to nothing: the view reads the
     /// log from the event loop, once for some screen refreshes, and when it is next on screen if it is not

@@ -28,17 +28,17 @@ StatusBadge::StatusBadge(QWidget *parent) : QWidget(parent) {
     setAccessibleName(text());
 }
 
-void StatusBadge::setStatus(ServiceStatus status) {
-    if (status == shown)
+void StatusBadge::setRunning(bool isRunning) {
+    if (isServiceRunning == isRunning)
         return;
-    shown = status;
+    isServiceRunning = isRunning;
     setAccessibleName(text());
     updateGeometry();
     update();
 }
 
 QString StatusBadge::text() const {
-    return shown == ServiceStatus::Running ? tr("Running") : tr("Stopped");
+    return isServiceRunning ? tr("Running") : tr("Stopped");
 }
 
 QFont StatusBadge::captionFont() const {
@@ -62,8 +62,7 @@ bool StatusBadge::event(QEvent *event) {
 void StatusBadge::paintEvent(QPaintEvent *) {
     QPainter painter(this);
     Drawing::fillRounded(painter, rect(), cornerRadius, Theme::controlBackground(palette()));
-    const QColor color =
-        shown == ServiceStatus::Running ? Theme::green(palette()) : Theme::secondaryText(palette());
+    const QColor color = isServiceRunning ? Theme::green(palette()) : Theme::secondaryText(palette());
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
     painter.setBrush(color);

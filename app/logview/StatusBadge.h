@@ -1,7 +1,5 @@
 #pragma once
 
-#include "ServiceStatus.h"
-
 #include <QWidget>
 
 namespace ferrolt {
@@ -13,8 +11,7 @@ class StatusBadge : public QWidget {
   public:
     explicit StatusBadge(QWidget *parent = nullptr);
 
-    void setStatus(ServiceStatus status);
-    ServiceStatus status() const { return shown; }
+    void setRunning(bool isRunning);
     QString text() const;
 
     QSize sizeHint() const override;
@@ -27,7 +24,7 @@ class StatusBadge : public QWidget {
   private:
     QFont captionFont() const;
 
-    ServiceStatus shown = ServiceStatus::Stopped;
+    bool isServiceRunning = false;
 };
 
 }  // namespace ferrolt

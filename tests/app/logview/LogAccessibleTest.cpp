@@ -86,7 +86,7 @@ class LogAccessibleTest : public QObject {
         QWidget &badge = *console.view.findChild<StatusBadge *>();
         QCOMPARE(interfaceOf(badge).text(QAccessible::Name), QStringLiteral("Stopped"));
         QCOMPARE(interfaceOf(badge).role(), QAccessible::StaticText);
-        console.view.setStatus(ServiceStatus::Running);
+        console.view.setRunning(true);
         QCOMPARE(interfaceOf(badge).text(QAccessible::Name), QStringLiteral("Running"));
     }
 

@@ -31,7 +31,7 @@ class LogConsoleLookTest : public QObject {
         QCoreApplication::processEvents();
     }
     static void fill(ConsoleFixture &console) {
-        console.view.setStatus(ServiceStatus::Running);
+        console.view.setRunning(true);
         console.append("Lumora Core started.\n");
         console.append("[engine] media engine 4.2 starting\n[engine] worker pool: 8 workers\n");
         console.append("[engine] listening on 127.0.0.1:9877\n");
@@ -77,7 +77,7 @@ class LogConsoleLookTest : public QObject {
         QTest::mouseClick(&console.copyButton(), Qt::LeftButton);
         save(console.view, QStringLiteral("full-") + tone);
         console.copyButton().setFocus(Qt::TabFocusReason);
-        console.view.setStatus(ServiceStatus::Stopped);
+        console.view.setRunning(false);
         console.view.resize(300, 150);
         save(console.view, QStringLiteral("smallest-") + tone);
         console.area().setFocus(Qt::TabFocusReason);

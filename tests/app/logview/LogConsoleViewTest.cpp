@@ -81,7 +81,7 @@ class LogConsoleViewTest : public QObject {
             QCOMPARE(picture.pixelColor(whole.topLeft() + QPoint(3, 3)), Theme::controlBackground(palette));
         };
         checkBadge("Stopped", Theme::secondaryText(palette));
-        console.view.setStatus(ServiceStatus::Running);
+        console.view.setRunning(true);
         QCoreApplication::processEvents();
         checkBadge("Running", Theme::green(palette));
 
@@ -217,11 +217,11 @@ class LogConsoleViewTest : public QObject {
         QCOMPARE(badge.text(), QStringLiteral("Stopped"));
         const auto dot = [&] { return badge.grab().toImage().pixelColor(8 + 4, badge.height() / 2); };
         QCOMPARE(dot(), Theme::secondaryText(console.view.palette()));
-        console.view.setStatus(ServiceStatus::Running);
+        console.view.setRunning(true);
         QCOMPARE(badge.text(), QStringLiteral("Running"));
         QCOMPARE(badge.accessibleName(), QStringLiteral("Running"));
         QCOMPARE(dot(), Theme::green(console.view.palette()));
-        console.view.setStatus(ServiceStatus::Stopped);
+        console.view.setRunning(false);
         QCOMPARE(badge.text(), QStringLiteral("Stopped"));
     }
 
