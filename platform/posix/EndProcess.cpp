@@ -1,5 +1,7 @@
 #include "EndProcess.h"
 
+#include "MainQueue.h"
+
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -35,6 +37,7 @@ void endProcess(int exitCode) {
 }
 
 void endProcessSoon(int exitCode) {
+    assertMainThread();
     pendingExitCode = exitCode;
     std::signal(SIGALRM, [](int) { std::_Exit(pendingExitCode); });
     ::alarm(1);
