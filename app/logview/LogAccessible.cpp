@@ -2,6 +2,7 @@
 
 #include "LogText.h"
 #include "LogTextArea.h"
+#include "PerElement.h"
 #include "StatusBadge.h"
 #include "Utf16.h"
 #include "Utf16Index.h"
@@ -10,14 +11,13 @@
 #include <QAccessibleWidget>
 
 #include <algorithm>
-#include <deque>
 
 namespace ferrolt {
 namespace {
 
-/// What arrives in one refresh is read out up to this much; more is only announced as a change of what is
-/// shown.
-constexpr std::size_t bytesReadOut = 8 * 1024;
+/// Up to this much text of one refresh is reported to screen readers as inserted or removed, which makes them
+/// read it out; more is reported without its text.
+constexpr std::size_t maxReportedBytes = 8 * 1024;
 
 class LogTextInterface final : public QAccessibleWidget, public QAccessibleTextInterface {
   public:
@@ -38,7 +38,7 @@ class LogTextInterface final : public QAccessibleWidget, public QAccessibleTextI
         return state;
     }
 
-    // Scroll bars and marker are how the text is shown, not what it says.
+    // Scroll bars and marker have nothing to read.
     int childCount() const override { return 0; }
     QAccessibleInterface *child(int) const override { return nullptr; }
     int indexOfChild(const QAccessibleInterface *) const override { return -1; }
@@ -94,27 +94,28 @@ class LogTextInterface final : public QAccessibleWidget, public QAccessibleTextI
         return QString();
     }
 
-    // The interface's own would convert the whole log for each of these.
+    // QAccessibleTextInterface's own implementations of these three convert the whole log for each call.
     QString textAtOffset(int offset, QAccessible::TextBoundaryType boundary, int *start,
                          int *end) const override {
-        return log.isEmpty() ? nothing(start, end)
-                             : given(unitAt(index.positionAt(offset), boundary), start, end);
+        return log.isEmpty() ? noText(start, end)
+                             : withOffsets(unitAt(index.positionAt(offset), boundary), start, end);
     }
     QString textBeforeOffset(int offset, QAccessible::TextBoundaryType boundary, int *start,
                              int *end) const override {
         if (log.isEmpty())
-            return nothing(start, end);
+            return noText(start, end);
         const LogPosition begin = unitAt(index.positionAt(offset), boundary).begin;
         return begin == LogText::begin(log)
-                   ? nothing(start, end)
-                   : given(unitAt(LogText::previousCharacter(log, begin), boundary), start, end);
+                   ? noText(start, end)
+                   : withOffsets(unitAt(LogText::previousCharacter(log, begin), boundary), start, end);
     }
     QString textAfterOffset(int offset, QAccessible::TextBoundaryType boundary, int *start,
                             int *end) const override {
         if (log.isEmpty())
-            return nothing(start, end);
+            return noText(start, end);
         const LogPosition after = unitAt(index.positionAt(offset), boundary).end;
-        return after >= LogText::end(log) ? nothing(start, end) : given(unitAt(after, boundary), start, end);
+        return after >= LogText::end(log) ? noText(start, end)
+                                          : withOffsets(unitAt(after, boundary), start, end);
     }
 
   private:
@@ -127,12 +128,12 @@ class LogTextInterface final : public QAccessibleWidget, public QAccessibleTextI
         return utf16Of(joined);
     }
 
-    static QString nothing(int *start, int *end) {
+    static QString noText(int *start, int *end) {
         *start = *end = -1;
         return QString();
     }
 
-    QString given(LogSpan span, int *start, int *end) const {
+    QString withOffsets(LogSpan span, int *start, int *end) const {
         *start = index.unitsBefore(span.begin);
         *end = index.unitsBefore(span.end);
         return textOf(span);
@@ -162,10 +163,11 @@ class LogTextInterface final : public QAccessibleWidget, public QAccessibleTextI
     mutable Utf16Index index;
 };
 
-/// Tells screen readers what happens in an area.
+/// Reports changes of an area's text, caret and selection to assistive technology.
 class Announcer : public QObject {
   public:
-    explicit Announcer(LogTextArea &area) : QObject(&area), area(area), index(area.buffer()) {
+    explicit Announcer(LogTextArea &area)
+        : QObject(&area), area(area), index(area.buffer()), texts(area.buffer()) {
         connect(&area, &LogTextArea::refreshed, this, &Announcer::announceText);
         connect(&area, &LogTextArea::caretMoved, this, [this] {
             if (QAccessible::isActive())
@@ -179,58 +181,60 @@ class Announcer : public QObject {
 
   private:
     void announceText() {
-        announceRemoval();
         const LogBuffer &log = area.buffer();
-        const std::uint64_t from = std::max(known, log.firstSequence());
-        known = log.endSequence();
-        if (!QAccessible::isActive() || from == known)
+        const std::uint64_t from = std::max(announcedEnd, log.firstSequence());
+        announcedEnd = log.endSequence();
+        if (!QAccessible::isActive()) {
+            texts.clear();
             return;
+        }
+        announceRemoval();
+        if (from < announcedEnd)
+            announceInsertion(from);
+    }
+
+    /// From this element to the end of the log.
+    void announceInsertion(std::uint64_t from) {
+        const LogBuffer &log = area.buffer();
         std::size_t bytes = 0;
-        for (std::uint64_t i = from; i < known && bytes <= bytesReadOut; ++i)
-            bytes += static_cast<std::size_t>(log.bySequence(i).size());
-        if (bytes > bytesReadOut) {
-            QAccessibleEvent event(&area, QAccessible::VisibleDataChanged);
-            QAccessible::updateAccessibility(&event);
+        for (std::uint64_t i = from; i < log.endSequence() && bytes <= maxReportedBytes; ++i)
+            bytes += sizeOf(log.bySequence(i));
+        if (bytes > maxReportedBytes) {
+            announceDataChange();
             return;
         }
         QByteArray text;
-        for (std::uint64_t i = from; i < known; ++i)
+        for (std::uint64_t i = from; i < log.endSequence(); ++i)
             text += log.bySequence(i);
         QAccessibleTextInsertEvent event(&area, index.unitsBefore({from, ByteOffset{0}}), utf16Of(text));
         QAccessible::updateAccessibility(&event);
     }
 
-    /// Whatever drops off the top moves everything that is left, the caret included. The texts are kept here
-    /// for it: they share their bytes with the log's until they are gone there.
     void announceRemoval() {
-        const LogBuffer &log = area.buffer();
-        if (!QAccessible::isActive()) {
-            texts.clear();
-            return;
-        }
         QByteArray removed;
-        bool isAll = true;
-        for (; !texts.empty() && firstText < log.firstSequence(); ++firstText, texts.pop_front()) {
-            isAll = isAll && !texts.front().isNull() && count(removed) <= bytesReadOut;
-            removed += texts.front();
-        }
-        if (texts.empty())
-            firstText = log.firstSequence();
-        for (std::uint64_t i = firstText + texts.size(); i < log.endSequence(); ++i)
-            texts.push_back(count(log.bySequence(i)) <= bytesReadOut ? log.bySequence(i) : QByteArray());
-        if (isAll && removed.isEmpty())
+        bool isWhole = true;
+        texts.sync(
+            [](const LogElement &text) { return sizeOf(text) <= maxReportedBytes ? text : QByteArray(); },
+            [&](std::uint64_t sequence) {
+                isWhole = isWhole && !texts[sequence].isNull() && sizeOf(removed) <= maxReportedBytes;
+                removed += texts[sequence];
+            });
+        if (isWhole && removed.isEmpty())
             return;
-        if (isAll) {
+        if (isWhole) {
             QAccessibleTextRemoveEvent event(&area, 0, utf16Of(removed));
             QAccessible::updateAccessibility(&event);
         } else {
-            QAccessibleEvent event(&area, QAccessible::VisibleDataChanged);
-            QAccessible::updateAccessibility(&event);
+            announceDataChange();
         }
+        // Removal at the beginning changes the offset of everything that is left.
         announceCaret();
     }
 
-    static std::size_t count(const QByteArray &text) { return static_cast<std::size_t>(text.size()); }
+    void announceDataChange() {
+        QAccessibleEvent event(&area, QAccessible::VisibleDataChanged);
+        QAccessible::updateAccessibility(&event);
+    }
 
     void announceCaret() {
         QAccessibleTextCursorEvent event(&area, index.unitsBefore(area.selection().caret()));
@@ -244,11 +248,14 @@ class Announcer : public QObject {
         QAccessible::updateAccessibility(&event);
     }
 
+    static std::size_t sizeOf(const QByteArray &text) { return static_cast<std::size_t>(text.size()); }
+
     LogTextArea &area;
     Utf16Index index;
-    std::uint64_t known = 0;
-    std::deque<QByteArray> texts;  ///< of the elements as they were last seen; none for a long one
-    std::uint64_t firstText = 0;
+    std::uint64_t announcedEnd = 0;  ///< elements before this sequence number were announced
+    /// The announced texts, to report them when they are dropped; they share their bytes with the log. Null
+    /// for texts that are too long to be reported.
+    PerElement<QByteArray> texts;
 };
 
 QAccessibleInterface *interfaceFor(const QString &, QObject *object) {

@@ -4,13 +4,14 @@ namespace ferrolt {
 
 class LogTextArea;
 
-/// Tells screen readers what the parts of a console are: its text area is a text that can be read and
-/// selected but not changed, its badge a text. To be called before the first of either gets its name; once is
-/// enough, more do no harm. Main thread.
+/// Registers what the parts of a console are for assistive technology: a text area is a text that can be read
+/// and selected but not changed, a badge is a text. Must be called before the first of either gets its name;
+/// further calls do nothing. Main thread.
 void installConsoleRoles();
 
-/// Tells them what is appended to an area's log, and where its caret and its selection are, for as long as it
-/// lives. Costs nothing while none is running. Once for each area. Main thread.
+/// Reports what is appended to and dropped from an area's log, and where its caret and selection are, to
+/// assistive technology. To be called once for each area. Costs nothing while no assistive technology runs.
+/// Main thread.
 void announceChanges(LogTextArea &area);
 
 }  // namespace ferrolt

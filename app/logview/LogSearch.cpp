@@ -78,7 +78,7 @@ void LogSearch::setNeedle(const QString &text) {
     // From what is selected, so that the hit grows while somebody types; else from what is on screen.
     const std::optional<LogPosition> top = area.topOfView();
     if (top)
-        seekFrom(area.hasSelection() ? area.selection().span().begin : *top, LogFinder::Direction::Forth);
+        searchFrom(area.hasSelection() ? area.selection().span().begin : *top, Direction::Forward);
     showResult();
 }
 
@@ -87,7 +87,7 @@ void LogSearch::findNext() {
     if (!isOpen() || !finder.hasNeedle())
         open();
     else if (top)
-        seekFrom(area.hasSelection() ? area.selection().span().end : *top, LogFinder::Direction::Forth);
+        searchFrom(area.hasSelection() ? area.selection().span().end : *top, Direction::Forward);
 }
 
 void LogSearch::findPrevious() {
@@ -95,19 +95,19 @@ void LogSearch::findPrevious() {
     if (!isOpen() || !finder.hasNeedle())
         open();
     else if (top)
-        seekFrom(area.hasSelection() ? area.selection().span().begin : *top, LogFinder::Direction::Back);
+        searchFrom(area.hasSelection() ? area.selection().span().begin : *top, Direction::Backward);
 }
 
-void LogSearch::seekFrom(LogPosition from, LogFinder::Direction direction) {
-    finder.seek(from, direction);
+void LogSearch::searchFrom(LogPosition from, Direction direction) {
+    finder.startSearch(from, direction);
     speakSoon();
     goOn();
 }
 
 void LogSearch::goOn() {
     finder.sync();
-    if (finder.isSeeking()) {
-        const LogFinder::Answer answer = finder.seekFor(turn);
+    if (finder.isSearching()) {
+        const LogFinder::Answer answer = finder.searchFor(turn);
         if (answer == LogFinder::Answer::Found) {
             area.select(finder.found());
             area.setSelectionIsHit(true);
@@ -117,7 +117,7 @@ void LogSearch::goOn() {
     } else if (!finder.isCounted()) {
         finder.countFor(turn);
     }
-    if (finder.isSeeking() || !finder.isCounted())
+    if (finder.isSearching() || !finder.isCounted())
         timer.start(pauseMilliseconds, Qt::PreciseTimer, this);
     else
         timer.stop();
@@ -126,7 +126,7 @@ void LogSearch::goOn() {
 
 void LogSearch::timerEvent(QTimerEvent *event) {
     if (event->timerId() == speechTimer.timerId()) {
-        if (area.isVisible() && (finder.isSeeking() || !finder.isCounted()))
+        if (area.isVisible() && (finder.isSearching() || !finder.isCounted()))
             return;  // and again
         speechTimer.stop();
         bar.speakResult();

@@ -35,7 +35,7 @@ class LogSearch : public QObject {
 
   private:
     void setNeedle(const QString &text);
-    void seekFrom(LogPosition from, LogFinder::Direction direction);
+    void searchFrom(LogPosition from, Direction direction);
     void goOn();
     void showResult();
     void speakSoon();

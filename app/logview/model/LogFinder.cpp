@@ -12,8 +12,8 @@ namespace {
 constexpr unsigned char firstLeadByte = 0xC2;
 constexpr std::size_t maxCharacterBytes = 4;
 
-/// So many hits are kept before all are dropped and those on screen found again: 2 MB.
-constexpr std::size_t hitsWorthKeeping = 64 * 1024;
+/// With more hits than this (2 MB) all lists are dropped, and those of the elements on screen made again.
+constexpr std::size_t maxHitsKept = 64 * 1024;
 
 char32_t folded(char32_t codePoint) {
     return QChar::toCaseFolded(codePoint);
@@ -25,19 +25,18 @@ void LogFinder::setNeedle(const QString &text) {
     needle.clear();
     for (const char32_t c : text.toUcs4())
         needle.push_back(folded(c));
-    mayBegin.fill(false);
+    canStartHit.fill(false);
     if (!needle.empty()) {
         for (char32_t c = 0; c < 0x80; ++c)
-            mayBegin[c] = folded(c) == needle.front();
-        // A few characters beyond ASCII fold into it, so their first bytes always may.
-        std::fill(mayBegin.begin() + firstLeadByte, mayBegin.end(), true);
+            canStartHit[c] = folded(c) == needle.front();
+        // A few characters beyond ASCII fold to ASCII letters (U+212A, the Kelvin sign, to k), so any lead
+        // byte can.
+        std::fill(canStartHit.begin() + firstLeadByte, canStartHit.end(), true);
     }
-    first = log.firstSequence();
-    counts.assign(hasNeedle() ? log.size() : 0, unknown);
-    counted = hits = 0;
-    kept.clear();
-    hitsKept = 0;
-    seeking = false;
+    elements.clear();
+    counted = hits = hitsKept = 0;
+    searching = false;
+    sync();
 }
 
 std::optional<LogPosition> LogFinder::endOfMatch(LogPosition begin) const {
@@ -64,7 +63,7 @@ void LogFinder::search(std::uint64_t sequence, OnHit onHit) const {
     const auto size = static_cast<std::size_t>(element.size());
     const char *const text = element.constData();
     for (std::size_t at = 0; at < size;) {
-        if (!mayBegin[static_cast<unsigned char>(text[at])]) {
+        if (!canStartHit[static_cast<unsigned char>(text[at])]) {
             ++at;
             continue;
         }
@@ -76,8 +75,8 @@ void LogFinder::search(std::uint64_t sequence, OnHit onHit) const {
     }
 }
 
-/// The elements before `sequence`, the nearest first, as far as a hit in them may reach to a place that lies
-/// so many bytes behind the beginning of `sequence`.
+/// Visits the elements before `sequence`, nearest first, in which a hit may begin that reaches to or beyond a
+/// place `bytesBetween` bytes after the beginning of `sequence`.
 template <class Visit>
 void LogFinder::visitBefore(std::uint64_t sequence, std::uint64_t bytesBetween, Visit visit) const {
     const std::uint64_t maxBytes = needle.size() * maxCharacterBytes;
@@ -87,78 +86,70 @@ void LogFinder::visitBefore(std::uint64_t sequence, std::uint64_t bytesBetween, 
     }
 }
 
-void LogFinder::forgetCount(std::uint64_t sequence) {
-    std::int64_t &known = counts[static_cast<std::size_t>(sequence - first)];
-    if (known == unknown)
-        return;
-    hits -= static_cast<std::size_t>(known);
-    --counted;
-    known = unknown;
+void LogFinder::forgetHits(Element &element) {
+    if (element.hits)
+        hitsKept -= element.hits->size();
+    element.hits.reset();
+}
+
+void LogFinder::forget(std::uint64_t sequence) {
+    Element &element = elements[sequence];
+    if (element.count) {
+        hits -= *element.count;
+        --counted;
+        element.count.reset();
+    }
+    forgetHits(element);
 }
 
 void LogFinder::sync() {
-    if (!hasNeedle())
+    if (!hasNeedle() || elements.isCurrent())
         return;
-    for (; first < log.firstSequence() && !counts.empty(); ++first) {
-        forgetCount(first);
-        counts.pop_front();
-        const auto dropped = kept.find(first);
-        if (dropped != kept.end()) {
-            hitsKept -= dropped->second.size();
-            kept.erase(dropped);
-        }
-    }
-    first = log.firstSequence();
-    const std::uint64_t end = first + counts.size();
-    if (end == log.endSequence())
-        return;
-    // What came may complete a hit that begins before it.
-    visitBefore(end, 0, [this](std::uint64_t sequence) {
-        forgetCount(sequence);
-        const auto stale = kept.find(sequence);
-        if (stale != kept.end()) {
-            hitsKept -= stale->second.size();
-            kept.erase(stale);
-        }
-    });
-    counts.resize(log.size(), unknown);
+    const std::uint64_t end = elements.endSequence();
+    elements.sync([](const LogElement &) { return Element(); },
+                  [this](std::uint64_t sequence) { forget(sequence); });
+    // New text may complete a hit that begins before it.
+    if (end < log.endSequence())
+        visitBefore(end, 0, [this](std::uint64_t sequence) { forget(sequence); });
 }
 
-std::int64_t LogFinder::countOf(std::uint64_t sequence) {
-    std::int64_t &known = counts[static_cast<std::size_t>(sequence - first)];
-    if (known == unknown) {
-        known = 0;
-        search(sequence, [&](const LogSpan &) { ++known; });
+std::size_t LogFinder::countOf(std::uint64_t sequence) {
+    std::optional<std::size_t> &known = elements[sequence].count;
+    if (!known) {
+        std::size_t found = 0;
+        search(sequence, [&](const LogSpan &) { ++found; });
+        known = found;
         ++counted;
-        hits += static_cast<std::size_t>(known);
+        hits += found;
     }
-    return known;
+    return *known;
 }
 
-void LogFinder::countFor(std::chrono::nanoseconds time) {
+void LogFinder::countFor(std::chrono::nanoseconds maxTime) {
     sync();
-    const auto end = std::chrono::steady_clock::now() + time;
-    for (std::size_t i = 0; i < counts.size() && !isCounted(); ++i) {
-        if (counts[i] != unknown)
+    const auto end = std::chrono::steady_clock::now() + maxTime;
+    for (std::uint64_t i = elements.firstSequence(); i < elements.endSequence() && !isCounted(); ++i) {
+        if (elements[i].count)
             continue;
-        countOf(first + i);
+        countOf(i);
         if (std::chrono::steady_clock::now() >= end)
             return;
     }
 }
 
 const std::vector<LogSpan> &LogFinder::hitsOf(std::uint64_t sequence) {
-    const auto known = kept.find(sequence);
-    if (known != kept.end())
-        return known->second;
-    if (hitsKept > hitsWorthKeeping) {
-        kept.clear();
-        hitsKept = 0;
+    Element &element = elements[sequence];
+    if (!element.hits) {
+        if (hitsKept > maxHitsKept) {
+            for (Element &each : elements)
+                forgetHits(each);
+        }
+        std::vector<LogSpan> found;
+        search(sequence, [&](const LogSpan &one) { found.push_back(one); });
+        hitsKept += found.size();
+        element.hits = std::move(found);
     }
-    std::vector<LogSpan> found;
-    search(sequence, [&](const LogSpan &one) { found.push_back(one); });
-    hitsKept += found.size();
-    return kept.emplace(sequence, std::move(found)).first->second;
+    return *element.hits;
 }
 
 std::optional<std::size_t> LogFinder::numberOf(LogPosition begin) {
@@ -170,44 +161,42 @@ std::optional<std::size_t> LogFinder::numberOf(LogPosition begin) {
     if (at == all.end() || at->begin != begin)
         return std::nullopt;
     auto number = static_cast<std::size_t>(at - all.begin()) + 1;
-    for (std::uint64_t i = first; i < begin.sequence; ++i)
-        number += static_cast<std::size_t>(countOf(i));
+    for (std::uint64_t i = elements.firstSequence(); i < begin.sequence; ++i)
+        number += countOf(i);
     return number;
 }
 
-void LogFinder::seek(LogPosition from, Direction direction) {
-    seekFrom = from;
-    seekDirection = direction;
-    seekVisited = 0;
-    seeking = hasNeedle();
+void LogFinder::startSearch(LogPosition from, Direction direction) {
+    searchFrom = from;
+    searchDirection = direction;
+    searchedElements = 0;
+    searching = hasNeedle();
 }
 
-LogFinder::Answer LogFinder::seekFor(std::chrono::nanoseconds time) {
+LogFinder::Answer LogFinder::searchFor(std::chrono::nanoseconds maxTime) {
     sync();
-    const auto end = std::chrono::steady_clock::now() + time;
-    const bool forth = seekDirection == Direction::Forth;
-    // The element of the start is visited twice: for what lies ahead in it, and at the end of the round for
-    // the rest.
-    while (seeking && !log.isEmpty() && seekVisited <= log.size()) {
-        if (!log.holds(seekFrom.sequence))
-            seekFrom = {forth ? log.firstSequence() : log.endSequence() - 1,
-                        forth ? ByteOffset{0} : ByteOffset{UINT32_MAX}};
-        if (countOf(seekFrom.sequence) > 0) {
-            const std::vector<LogSpan> &all = hitsOf(seekFrom.sequence);
-            const auto after = std::ranges::lower_bound(all, seekFrom, {}, &LogSpan::begin);
-            if (forth ? after != all.end() : after != all.begin()) {
-                hit = forth ? *after : *(after - 1);
-                seeking = false;
+    const auto end = std::chrono::steady_clock::now() + maxTime;
+    const bool isForward = searchDirection == Direction::Forward;
+    const ByteOffset nearEdge = isForward ? ByteOffset{0} : ByteOffset{UINT32_MAX};
+    // The element of the start comes twice: first the part of it that lies ahead, in the end the rest.
+    while (searching && !log.isEmpty() && searchedElements <= log.size()) {
+        if (!log.holds(searchFrom.sequence))
+            searchFrom = {isForward ? log.firstSequence() : log.endSequence() - 1, nearEdge};
+        if (countOf(searchFrom.sequence) > 0) {
+            const std::vector<LogSpan> &all = hitsOf(searchFrom.sequence);
+            const auto after = std::ranges::lower_bound(all, searchFrom, {}, &LogSpan::begin);
+            if (isForward ? after != all.end() : after != all.begin()) {
+                hit = isForward ? *after : *(after - 1);
+                searching = false;
                 return Answer::Found;
             }
         }
-        ++seekVisited;
-        seekFrom = {forth ? seekFrom.sequence + 1 : seekFrom.sequence - 1,
-                    forth ? ByteOffset{0} : ByteOffset{UINT32_MAX}};
+        ++searchedElements;
+        searchFrom = {isForward ? searchFrom.sequence + 1 : searchFrom.sequence - 1, nearEdge};
         if (std::chrono::steady_clock::now() >= end)
             return Answer::NotYet;
     }
-    seeking = false;
+    searching = false;
     return Answer::Nothing;
 }
 
@@ -220,7 +209,7 @@ std::vector<LogSpan> LogFinder::hitsBetween(std::uint64_t sequence, ByteOffset b
     const LogPosition to{sequence, end};
     visitBefore(sequence, count(begin), [&](std::uint64_t earlier) {
         const std::vector<LogSpan> &all = hitsOf(earlier);
-        // Only the last one can reach beyond its element.
+        // Hits do not overlap, so only the last one can reach into the next element.
         if (!all.empty() && all.back().end > from)
             between.push_back(all.back());
     });

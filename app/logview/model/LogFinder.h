@@ -2,88 +2,87 @@
 
 #include "LogBuffer.h"
 #include "LogPosition.h"
+#include "PerElement.h"
 
 #include <QString>
 
 #include <array>
 #include <chrono>
 #include <cstdint>
-#include <deque>
 #include <optional>
-#include <unordered_map>
 #include <vector>
 
 namespace ferrolt {
 
-/// Finds a text in a log, whatever the case of its letters, also where elements share it: a child's output is
-/// cut into elements wherever a read of its pipe ended. A hit belongs to the element that it begins in. Works
-/// on the bytes as they are kept and in portions of time, since a full log takes longer than a window may
-/// stand still. Keeps how many hits each element has, and where they are for those looked at last. Knows no
-/// widget. Main thread.
+/// Finds a text in a log, ignoring case, also where it spans elements: a child's output is cut into elements
+/// wherever a read of its pipe ended. A hit belongs to the element in which it begins.
 ///
-/// States: with no needle nothing is found. With a needle, elements are counted by countFor() until
-/// isCounted(); elements that the log gains meanwhile are counted as well. A seek is begun by seek() and goes
-/// on with seekFor() until it has an answer; another seek() or setNeedle() takes its place.
+/// A full log takes longer to read than a window may freeze, so the work is done in portions of time. Keeps
+/// the number of hits of each element, and the hits themselves of the elements that were looked at last.
+///
+/// States: without a needle nothing is found. With a needle, countFor() counts the hits of elements until
+/// isCounted(); new elements make that false again. A search is started by startSearch() and continued by
+/// searchFor() until that has an answer; startSearch() and setNeedle() end a search that is under way.
 class LogFinder {
   public:
-    enum class Direction { Back, Forth };
     enum class Answer { Found, Nothing, NotYet };
 
     /// `log` must outlive the finder.
-    explicit LogFinder(const LogBuffer &log) : log(log) {}
+    explicit LogFinder(const LogBuffer &log) : log(log), elements(log) {}
 
     void setNeedle(const QString &text);
     bool hasNeedle() const { return !needle.empty(); }
 
     /// Follows the log after elements were dropped or appended.
     void sync();
-    /// Counts hits until all elements are counted or the time is up.
-    void countFor(std::chrono::nanoseconds time);
-    bool isCounted() const { return counted == counts.size(); }
-    /// Hits in the elements that were counted.
+    /// Counts hits until those of all elements are counted or the time is up.
+    void countFor(std::chrono::nanoseconds maxTime);
+    bool isCounted() const { return counted == elements.size(); }
+    /// The number of hits in the elements that are counted.
     std::size_t total() const { return hits; }
-    /// Which of all hits in the order of the text begins here, from 1; none before all elements are counted,
-    /// nor when no hit does.
+    /// The number of the hit that begins here among all hits of the log, from 1; none before all elements are
+    /// counted, nor where no hit begins.
     std::optional<std::size_t> numberOf(LogPosition begin);
 
-    /// Begins to look for the nearest hit that begins at `from` or after it; or before it. Goes round at the
-    /// end.
-    void seek(LogPosition from, Direction direction);
-    bool isSeeking() const { return seeking; }
-    Answer seekFor(std::chrono::nanoseconds time);
-    /// What was found.
+    /// Starts a search for the nearest hit that begins at or after `from`, or for the nearest one before it.
+    /// At the end of the log it goes on from the other end.
+    void startSearch(LogPosition from, Direction direction);
+    bool isSearching() const { return searching; }
+    Answer searchFor(std::chrono::nanoseconds maxTime);
+    /// The hit that the last search found.
     LogSpan found() const { return hit; }
 
-    /// The hits that have text between two places of an element, those of earlier elements included.
+    /// The hits that overlap this part of an element, those that begin in earlier elements included.
     std::vector<LogSpan> hitsBetween(std::uint64_t sequence, ByteOffset begin, ByteOffset end);
 
   private:
-    static constexpr std::int64_t unknown = -1;
+    struct Element {
+        std::optional<std::size_t> count;
+        std::optional<std::vector<LogSpan>> hits;
+    };
 
     template <class OnHit>
     void search(std::uint64_t sequence, OnHit onHit) const;
     std::optional<LogPosition> endOfMatch(LogPosition begin) const;
     const std::vector<LogSpan> &hitsOf(std::uint64_t sequence);
-    std::int64_t countOf(std::uint64_t sequence);
-    void forgetCount(std::uint64_t sequence);
+    std::size_t countOf(std::uint64_t sequence);
+    void forget(std::uint64_t sequence);
+    void forgetHits(Element &element);
     template <class Visit>
     void visitBefore(std::uint64_t sequence, std::uint64_t bytesBetween, Visit visit) const;
 
     const LogBuffer &log;
-    std::vector<char32_t> needle;      ///< case folded
-    std::array<bool, 256> mayBegin{};  ///< the first bytes of what may match
-    std::uint64_t first = 0;
-    std::deque<std::int64_t> counts;  ///< of each element; unknown before it is counted
-    std::size_t counted = 0;
-    std::size_t hits = 0;
+    std::vector<char32_t> needle;         ///< case-folded
+    std::array<bool, 256> canStartHit{};  ///< by first byte
+    PerElement<Element> elements;
+    std::size_t counted = 0;   ///< elements with a count
+    std::size_t hits = 0;      ///< in these
+    std::size_t hitsKept = 0;  ///< in the lists of all elements
 
-    std::unordered_map<std::uint64_t, std::vector<LogSpan>> kept;  ///< hits by element
-    std::size_t hitsKept = 0;
-
-    bool seeking = false;
-    LogPosition seekFrom;
-    Direction seekDirection = Direction::Forth;
-    std::size_t seekVisited = 0;  ///< elements
+    bool searching = false;
+    LogPosition searchFrom;
+    Direction searchDirection = Direction::Forward;
+    std::size_t searchedElements = 0;
     LogSpan hit;
 };
 

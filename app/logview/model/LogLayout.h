@@ -2,13 +2,12 @@
 
 #include "LogBuffer.h"
 #include "LogPosition.h"
+#include "PerElement.h"
 
 #include <QByteArrayView>
 
 #include <chrono>
 #include <cstdint>
-#include <deque>
-#include <unordered_map>
 #include <vector>
 
 namespace ferrolt {
@@ -25,22 +24,20 @@ struct LogRow {
     friend bool operator==(const LogRow &, const LogRow &) = default;
 };
 
-/// What is drawn of a row, whose element the log must hold.
+/// The drawn text of a row. The log must hold its element.
 inline QByteArrayView textOf(const LogBuffer &log, const LogRow &row) {
     const auto begin = static_cast<qsizetype>(count(row.begin));
     return QByteArrayView(log.bySequence(row.sequence))
         .sliced(begin, static_cast<qsizetype>(count(row.textEnd)) - begin);
 }
 
-/// Where each element and each row of a log stands when it is set in rows of fixed height and `columns`
-/// cells, from the top of the text downwards in logical pixels. Knows no widget and keeps no text: for each
-/// element a few numbers, for the few that are looked at where their rows begin.
+/// Where each element and each row of a log stands, in logical pixels from the top of the text, when it is
+/// set in rows of fixed height and `columns` cells. Keeps no text: a few numbers for each element, and the
+/// row starts of the elements that were looked at last.
 ///
-/// The rows of an element are counted when somebody looks at it; until then its height is an estimate.
-/// Counting changes the heights, so whoever keeps a place should keep it as an element and a distance from
-/// its top. An element none of whose lines is longer than a row is not counted again when the width changes.
-///
-/// Elements are named by their sequence numbers. Main thread.
+/// The rows of an element are counted when the element is first looked at; until then its height is an
+/// estimate. Counting changes heights, so keep a place as an element and a distance from its top. After a
+/// change of the width an element is counted again only if one of its lines is longer than a row.
 class LogLayout {
   public:
     static constexpr int padding = 16;      ///< around the text
@@ -48,82 +45,81 @@ class LogLayout {
     static constexpr int markerHeight = 1;  ///< of the invisible row after the last element
 
     /// `log` must outlive the layout.
-    explicit LogLayout(const LogBuffer &log) : log(log) {}
+    explicit LogLayout(const LogBuffer &log) : log(log), elements(log) {}
 
     const LogBuffer &buffer() const { return log; }
 
-    /// `columns` and `rowHeight` at least 1.
+    /// `columns` and `rowHeight` must be at least 1.
     void setGrid(int columns, int rowHeight);
     int columns() const { return gridColumns; }
     int rowHeight() const { return gridRowHeight; }
 
-    /// Whether the layout knows of the log's elements as they are. Until sync() it stands for those it knew.
-    bool isCurrent() const { return first == log.firstSequence() && endSequence() == log.endSequence(); }
+    /// Whether the log has not changed since the last sync(). What needs the text of an element requires it;
+    /// everything else answers for the elements that the layout knows.
+    bool isCurrent() const { return elements.isCurrent(); }
     void sync();
 
-    bool isEmpty() const { return elements.empty(); }
-    std::uint64_t firstSequence() const { return first; }
-    std::uint64_t endSequence() const { return first + elements.size(); }
-    bool knows(std::uint64_t sequence) const { return sequence >= first && sequence < endSequence(); }
+    bool isEmpty() const { return elements.isEmpty(); }
+    std::uint64_t firstSequence() const { return elements.firstSequence(); }
+    std::uint64_t endSequence() const { return elements.endSequence(); }
+    bool knows(std::uint64_t sequence) const { return elements.knows(sequence); }
 
     qint64 height() const;
-    /// Where the marker row ends.
+    /// The bottom of the marker row.
     qint64 markerBottom() const { return height() - padding; }
-    /// The top of an element; that of the marker row for endSequence().
+    /// The top of a known element; that of the marker row for endSequence().
     qint64 top(std::uint64_t sequence) const;
     qint64 heightOf(std::uint64_t sequence) const;
-    /// The element that stands at `y`, the spacing below it included; the first or the last for a `y` beyond.
-    /// The log must not be empty.
+    /// The element at `y`, the spacing below it included; the first or the last one for a `y` beyond them.
+    /// The layout must not be empty.
     std::uint64_t elementAt(qint64 y) const;
 
-    bool isExact(std::uint64_t sequence) const { return facts(sequence).exact; }
+    /// Whether the rows of one element, or of all, are counted.
+    bool isExact(std::uint64_t sequence) const { return elements[sequence].isExact; }
     bool isExact() const { return inexact == 0; }
-    /// Counts the rows of one element.
+    /// Counts the rows of one element. The layout must be current.
     void measure(std::uint64_t sequence);
-    /// Counts rows, the newest elements' first, until all are counted or the time is up.
-    void measureFor(std::chrono::nanoseconds time);
-    /// Counts rows, the newest elements' first, until all are counted or this many bytes were read.
-    void measureBytes(std::size_t bytes);
+    /// Counts rows, those of the newest elements first, until all are counted or the time is up. Does nothing
+    /// while the layout is not current.
+    void measureFor(std::chrono::nanoseconds maxTime);
+    /// The same until this many bytes were read.
+    void measureBytes(std::size_t maxBytes);
 
-    /// The layout must be current for these; they measure the element. `number` must be below rowCount().
+    // These count the rows of the element first. The layout must be current.
     std::uint32_t rowCount(std::uint64_t sequence);
+    /// `number` must be below rowCount().
     LogRow row(std::uint64_t sequence, std::uint32_t number);
-    /// The row that holds this place; the element's last for the end of its text.
+    /// The row that holds a position; the element's last row for the end of the element.
     LogRow rowOf(LogPosition position);
 
   private:
-    struct Facts {
+    struct Element {
         std::uint32_t bytes = 0;
-        std::uint32_t rows = 1;  ///< an estimate unless `exact`
+        std::uint32_t rows = 1;  ///< an estimate unless `isExact`
         std::uint32_t lines = 0;
-        std::uint32_t widest = 0;
-        bool counted = false;  ///< `lines` and `widest` are known
-        bool exact = false;
+        std::uint32_t widestLine = 0;  ///< in cells
+        bool hasLines = false;         ///< `lines` and `widestLine` are known
+        bool isExact = false;
+        std::vector<std::uint32_t> rowStarts;  ///< empty unless kept
     };
 
-    const Facts &facts(std::uint64_t sequence) const {
-        return elements[static_cast<std::size_t>(sequence - first)];
-    }
-    Facts &facts(std::uint64_t sequence) { return elements[static_cast<std::size_t>(sequence - first)]; }
-    Facts estimate(std::uint32_t bytes) const;
-    void setRows(Facts &element, std::uint32_t rows);
-    const std::vector<std::uint32_t> &starts(std::uint64_t sequence);
-    const std::vector<qint64> &offsets() const;
-    void forgetRows();
+    Element estimate(std::uint32_t bytes) const;
+    const std::vector<std::uint32_t> &startsOf(std::uint64_t sequence);
+    const std::vector<qint64> &tops() const;
+    void forgetRowStarts();
     bool measureNewest(std::uint64_t &sequence);
 
     const LogBuffer &log;
     int gridColumns = 80;
     int gridRowHeight = 16;
-    std::uint64_t first = 0;
-    std::deque<Facts> elements;
-    std::size_t inexact = 0;
+    PerElement<Element> elements;
+    std::size_t inexact = 0;     ///< elements whose rows are not counted
+    std::size_t startsKept = 0;  ///< in all elements
 
-    mutable std::vector<qint64> tops;  ///< of each element and of the marker; empty when stale
-    std::unordered_map<std::uint64_t, std::vector<std::uint32_t>> rows;
-    std::size_t rowsKept = 0;
+    mutable std::vector<qint64> topsKept;  ///< of each element and of the marker; empty when out of date
 
-    std::uint64_t countedRows = 0;  ///< what estimates go by
+    // Estimates go by the rows and bytes that were counted with this grid.
+    std::uint64_t countedRows = 0;
     std::uint64_t countedBytes = 0;
 };
 

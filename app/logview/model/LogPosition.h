@@ -6,6 +6,9 @@
 
 namespace ferrolt {
 
+/// Towards the beginning or the end of a log.
+enum class Direction { Backward, Forward };
+
 /// A place between two bytes of one log element.
 enum class ByteOffset : std::uint32_t {};
 
@@ -16,8 +19,8 @@ constexpr std::uint32_t count(ByteOffset offset) {
     return static_cast<std::uint32_t>(offset);
 }
 
-/// A place in a log's text. It names its element by the sequence number that it keeps for life, so it stays
-/// on its text while older elements drop off the top.
+/// A place in a log's text. An element keeps its sequence number for life, so a position stays on its text
+/// while older elements are dropped.
 struct LogPosition {
     std::uint64_t sequence = 0;
     ByteOffset offset{};
@@ -34,7 +37,7 @@ struct LogSpan {
     friend bool operator==(const LogSpan &, const LogSpan &) = default;
 };
 
-/// The two places in the order of the text, whichever was given first.
+/// The span between two positions, in either order.
 inline LogSpan spanBetween(LogPosition a, LogPosition b) {
     return {std::min(a, b), std::max(a, b)};
 }

@@ -3,16 +3,17 @@
 #include "LogText.h"
 #include "Utf8.h"
 
+#include <QChar>
+
 #include <algorithm>
 #include <limits>
 
 namespace ferrolt {
 
 qint64 Utf16Index::unitsIn(QByteArrayView text) {
-    // One unit for each character and one more for each that takes four bytes; a byte that is not UTF-8 is
-    // never counted as more than a character.
+    // One unit for each character and one more for each of four bytes.
     qint64 units = 0;
-    constexpr qsizetype block = 64;  // a fixed count of turns lets the compiler take many bytes at once
+    constexpr qsizetype block = 64;  // with a constant number of iterations the compiler vectorises the loop
     const char *const bytes = text.data();
     qsizetype at = 0;
     const auto unitsOf = [](char byte) {
@@ -30,14 +31,21 @@ qint64 Utf16Index::unitsIn(QByteArrayView text) {
     return units;
 }
 
+std::size_t Utf16Index::bytesOf(QByteArrayView text, qint64 units) {
+    std::size_t at = 0;
+    while (units > 0 && at < static_cast<std::size_t>(text.size())) {
+        const utf8::Character character = utf8::characterAt(text, at);
+        units -= QChar::requiresSurrogates(character.codePoint) ? 2 : 1;
+        if (units >= 0)
+            at += character.length;
+    }
+    return at;
+}
+
 void Utf16Index::sync() {
-    if (first == log.firstSequence() && lengths.size() == log.size() && !offsets.empty())
+    if (lengths.isCurrent() && !offsets.empty())
         return;
-    for (; first < log.firstSequence() && !lengths.empty(); ++first)
-        lengths.pop_front();
-    first = log.firstSequence();
-    while (lengths.size() < log.size())
-        lengths.push_back(unitsIn(log.at(lengths.size())));
+    lengths.sync([](const LogElement &element) { return unitsIn(element); });
     offsets.clear();
     qint64 sum = 0;
     for (const qint64 length : lengths) {
@@ -58,27 +66,18 @@ int Utf16Index::unitsBefore(LogPosition position) {
         return 0;
     position = LogText::clamped(log, position);
     const QByteArrayView element(log.bySequence(position.sequence));
-    const qint64 units = offsets[static_cast<std::size_t>(position.sequence - first)] +
+    const qint64 units = offsets[static_cast<std::size_t>(position.sequence - lengths.firstSequence())] +
                          unitsIn(element.first(static_cast<qsizetype>(count(position.offset))));
     return static_cast<int>(std::min<qint64>(units, std::numeric_limits<int>::max()));
 }
 
 LogPosition Utf16Index::positionAt(int units) {
+    Q_ASSERT(!log.isEmpty());
     sync();
     const qint64 wanted = std::clamp<qint64>(units, 0, offsets.back());
     const auto after = std::upper_bound(offsets.begin(), offsets.end() - 1, wanted);
     const auto index = static_cast<std::size_t>(std::max<std::ptrdiff_t>(after - offsets.begin() - 1, 0));
-    const QByteArrayView element(log.at(index));
-    const auto size = static_cast<std::size_t>(element.size());
-    qint64 left = wanted - offsets[index];
-    std::size_t at = 0;
-    while (left > 0 && at < size) {
-        const utf8::Character character = utf8::characterAt(element, at);
-        left -= character.codePoint > 0xFFFF ? 2 : 1;
-        if (left >= 0)
-            at += character.length;
-    }
-    return {first + index, byteOffset(at)};
+    return {lengths.firstSequence() + index, byteOffset(bytesOf(log.at(index), wanted - offsets[index]))};
 }
 
 }  // namespace ferrolt

@@ -85,8 +85,8 @@ class LogSearchTest : public QObject {
         finder.countFor(1s);
         QCOMPARE(finder.total(), 2U);
         QCOMPARE(finder.numberOf(at(0, 14)), std::optional<std::size_t>(1));
-        finder.seek(at(0, 0), LogFinder::Direction::Forth);
-        QCOMPARE(finder.seekFor(1s), LogFinder::Answer::Found);
+        finder.startSearch(at(0, 0), Direction::Forward);
+        QCOMPARE(finder.searchFor(1s), LogFinder::Answer::Found);
         const LogSpan shared{at(0, 14), at(2, 3)};
         QCOMPARE(finder.found(), shared);
         // It is marked in each of its elements.
@@ -108,22 +108,21 @@ class LogSearchTest : public QObject {
         log.append("one, one\n");
         LogFinder finder(log);
         finder.setNeedle(QStringLiteral("one"));
-        const auto next = [&](LogPosition from, LogFinder::Direction direction) {
-            finder.seek(from, direction);
+        const auto next = [&](LogPosition from, Direction direction) {
+            finder.startSearch(from, direction);
             LogFinder::Answer answer;
             do
-                answer = finder.seekFor(0ns);
+                answer = finder.searchFor(0ns);
             while (answer == LogFinder::Answer::NotYet);
             return finder.found().begin;
         };
-        using Direction = LogFinder::Direction;
-        QCOMPARE(next(at(0, 0), Direction::Forth), at(0, 2));
-        QCOMPARE(next(at(0, 5), Direction::Forth), at(2, 0));
-        QCOMPARE(next(at(2, 3), Direction::Forth), at(2, 5));
-        QCOMPARE(next(at(2, 8), Direction::Forth), at(0, 2));
-        QCOMPARE(next(at(0, 2), Direction::Back), at(2, 5));
-        QCOMPARE(next(at(2, 5), Direction::Back), at(2, 0));
-        QCOMPARE(next(at(2, 0), Direction::Back), at(0, 2));
+        QCOMPARE(next(at(0, 0), Direction::Forward), at(0, 2));
+        QCOMPARE(next(at(0, 5), Direction::Forward), at(2, 0));
+        QCOMPARE(next(at(2, 3), Direction::Forward), at(2, 5));
+        QCOMPARE(next(at(2, 8), Direction::Forward), at(0, 2));
+        QCOMPARE(next(at(0, 2), Direction::Backward), at(2, 5));
+        QCOMPARE(next(at(2, 5), Direction::Backward), at(2, 0));
+        QCOMPARE(next(at(2, 0), Direction::Backward), at(0, 2));
     }
 
     void countsFollowTheLog() {
