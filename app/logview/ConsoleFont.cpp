@@ -1,5 +1,7 @@
 #include "ConsoleFont.h"
 
+#include "CellWidth.h"
+
 #include <QFontMetricsF>
 
 #include <algorithm>
@@ -20,12 +22,12 @@ ConsoleFont::ConsoleFont(const QFont &font, qreal devicePixelRatio)
 
     raw = QRawFont::fromFont(spaced);
     QString printable;
-    for (char16_t c = 0x20; c < 0x7F; ++c)
+    for (char16_t c = firstPrintable; c <= lastPrintable; ++c)
         printable += QChar(c);
     const QList<quint32> found = raw.glyphIndexesForString(printable);
-    // A font that joins characters, or lacks some, gets its rows from the text layout instead.
+    // Rows in a font that joins characters or lacks some are drawn by the text layout instead.
     if (found.size() == printable.size())
-        std::copy(found.begin(), found.end(), glyphs.begin() + 0x20);
+        std::copy(found.begin(), found.end(), glyphs.begin() + firstPrintable);
 }
 
 bool ConsoleFont::isFor(const QFont &font, qreal devicePixelRatio) const {

@@ -1,7 +1,7 @@
 #include "LogRowText.h"
 
 #include "CellWidth.h"
-#include "LogRows.h"
+#include "Utf16Index.h"
 #include "Utf8.h"
 
 #include <QGlyphRun>
@@ -14,10 +14,10 @@ namespace ferrolt {
 namespace {
 
 std::uint32_t cellsAfter(char character, std::uint32_t cells) {
-    return character == '\t' ? (cells / tabCells + 1) * tabCells : cells + 1;
+    return character == '\t' ? nextTabStop(cells) : cells + 1;
 }
 
-/// The text in UTF-16, one unit for each that the text itself has there, so that places correspond.
+/// The text as it is shown, in UTF-16. It has as many units as the text itself, so that offsets correspond.
 QString shown(QByteArrayView text) {
     QString result;
     result.reserve(text.size());
@@ -25,7 +25,7 @@ QString shown(QByteArrayView text) {
     for (std::size_t at = 0; at < size;) {
         const utf8::Character character = utf8::characterAt(text, at);
         at += character.length;
-        const char16_t instead = character.codePoint == '\t' ? u'\0' : shownInsteadOf(character.codePoint);
+        const char16_t instead = shownInsteadOf(character.codePoint);
         if (instead != 0)
             result += QChar(instead);
         else
@@ -34,9 +34,9 @@ QString shown(QByteArrayView text) {
     return result;
 }
 
-/// Whether this character, or the half of one, may turn the direction of the text.
+/// Whether a UTF-16 unit may belong to text that is written from right to left.
 bool isRightToLeft(QChar c) {
-    if (c.isHighSurrogate())
+    if (c.isHighSurrogate())  // of the blocks of such scripts
         return c.unicode() >= 0xD802 && c.unicode() <= 0xD83B;
     switch (c.direction()) {
         case QChar::DirR:
@@ -93,26 +93,15 @@ void LogRowText::layOut(qreal width) {
 }
 
 int LogRowText::unitOf(std::uint32_t offset) const {
-    int units = 0;
-    for (std::size_t at = 0; at < offset && at < static_cast<std::size_t>(text.size());) {
-        const utf8::Character character = utf8::characterAt(text, at);
-        at += character.length;
-        units += character.codePoint > 0xFFFF ? 2 : 1;
-    }
-    return units;
+    return static_cast<int>(Utf16Index::unitsIn(text.first(offset)));
 }
 
 std::uint32_t LogRowText::offsetOfUnit(int unit) const {
-    std::size_t at = 0;
-    for (int units = 0; units < unit && at < static_cast<std::size_t>(text.size());) {
-        const utf8::Character character = utf8::characterAt(text, at);
-        at += character.length;
-        units += character.codePoint > 0xFFFF ? 2 : 1;
-    }
-    return static_cast<std::uint32_t>(at);
+    return static_cast<std::uint32_t>(Utf16Index::bytesOf(text, unit));
 }
 
 qreal LogRowText::xOf(std::uint32_t offset) const {
+    Q_ASSERT(offset <= static_cast<std::uint32_t>(text.size()));
     if (layout)
         return layout->lineAt(0).cursorToX(unitOf(offset)) * squeeze;
     if (!hasTabs)
@@ -161,7 +150,7 @@ std::vector<std::pair<qreal, qreal>> LogRowText::extents(std::uint32_t begin, st
         const QRectF box = run.boundingRect();
         parts.emplace_back(box.left() * squeeze, box.right() * squeeze);
     }
-    // Tabs have no glyphs.
+    // Tabs have no glyphs, and so no run.
     for (int unit = first; unit < last; ++unit) {
         if (layout->text().at(unit) == u'\t')
             parts.emplace_back(std::minmax(line.cursorToX(unit, QTextLine::Leading) * squeeze,
@@ -193,12 +182,12 @@ void LogRowText::draw(QPainter &painter, QPointF at, const QColor &color, const 
         formats.append(range);
     }
     painter.save();
-    // Marks heaped on a character must not reach into the rows above and below.
+    // Stacked marks must not reach into the rows above and below.
     painter.setClipRect(QRectF(at.x() - font.cellWidth(), at.y(), 1e6, font.rowHeight()), Qt::IntersectClip);
     painter.setPen(color);
     painter.translate(at);
     painter.scale(squeeze, 1);
-    // Fonts that fill in for the console's may stand higher: all rows share the console's base line.
+    // A fallback font may have another ascent: all rows share the console font's base line.
     const qreal lift = font.ascent() - layout->lineAt(0).ascent();
     layout->draw(&painter, QPointF(0, lift), formats);
     painter.restore();

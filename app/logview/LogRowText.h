@@ -28,30 +28,31 @@ class GlyphBatch {
 };
 
 /// The text of one row as it is drawn: which byte stands where, in logical pixels from the row's left edge.
-/// Made for rows on screen only, and short-lived. A row of ASCII stands in the grid; any other is laid out as
-/// one line, and squeezed if fonts make it wider than its cells, so that it stays within its row.
+/// Short-lived, for rows on screen only. A row of printable ASCII is set in the grid. Any other row is laid
+/// out as one line, and squeezed if its fonts make it wider than a full row.
 class LogRowText {
   public:
-    /// `text` is the row without its line break, and must outlive this; `width` is that of a full row.
+    /// `text` is the row without its line break; `font` and `text` must outlive this. `width` is that of a
+    /// full row.
     LogRowText(const ConsoleFont &font, QByteArrayView text, qreal width);
 
     qreal width() const;
-    /// `offset` within the row, at the beginning of a character or at the row's end.
+    /// `offset` must be the beginning of a character, or the row's end.
     qreal xOf(std::uint32_t offset) const;
-    /// The place between two characters that is nearest to `x`.
+    /// The offset of the place between two characters that is nearest to `x`.
     std::uint32_t offsetAt(qreal x) const;
 
-    /// The parts of the row, left to right, that the text from `begin` to `end` covers: more than one where
-    /// writing directions meet.
+    /// The left and right edges of what the text from `begin` to `end` covers: several parts where writing
+    /// directions meet.
     std::vector<std::pair<qreal, qreal>> extents(std::uint32_t begin, std::uint32_t end) const;
 
-    /// What is drawn in the highlight's colour.
+    /// The part that is drawn in another colour.
     struct Highlight {
         std::uint32_t begin = 0;
         std::uint32_t end = 0;
         QColor color;
     };
-    /// Draws the row with its top left corner at `at`; what needs no layout goes into the batches.
+    /// Draws the row with its top left corner at `at`. A row in the grid is added to the batches instead.
     void draw(QPainter &painter, QPointF at, const QColor &color, const Highlight &highlight,
               GlyphBatch &plain, GlyphBatch &highlighted) const;
 

@@ -12,8 +12,8 @@ struct Range {
     char32_t first, last;
 };
 
-/// The blocks whose East_Asian_Width is W or F in Unicode Standard Annex #11, with gaps of unassigned
-/// characters closed. In order.
+/// The characters whose East_Asian_Width is W or F in Unicode Standard Annex #11, in order. Ranges that only
+/// unassigned characters separate are joined.
 constexpr Range wide[] = {
     {0x1100, 0x115F},   {0x231A, 0x231B},   {0x2329, 0x232A},   {0x23E9, 0x23EC},   {0x23F0, 0x23F0},
     {0x23F3, 0x23F3},   {0x25FD, 0x25FE},   {0x2614, 0x2615},   {0x2648, 0x2653},   {0x267F, 0x267F},
@@ -43,6 +43,7 @@ bool isWide(char32_t codePoint) {
 }  // namespace
 
 int cellsOf(char32_t codePoint) {
+    Q_ASSERT(codePoint != U'\n' && codePoint != U'\t');
     if (codePoint < 0x300)
         return 1;
     if (shownInsteadOf(codePoint) != 0)
@@ -61,10 +62,11 @@ int cellsOf(char32_t codePoint) {
 }
 
 char16_t shownInsteadOf(char32_t codePoint) {
-    // The two sets of control characters, the two separators that Unicode would start a new line at, and the
-    // placeholder for an embedded object.
-    if (codePoint < 0x20 || (codePoint >= 0x7F && codePoint < 0xA0) || codePoint == 0x2028 ||
-        codePoint == 0x2029 || codePoint == 0xFFFC)
+    // Both ranges of control characters, the line and paragraph separators, and the placeholder for an
+    // embedded object.
+    if ((codePoint < firstPrintable && codePoint != U'\t') ||
+        (codePoint > lastPrintable && codePoint < 0xA0) || codePoint == 0x2028 || codePoint == 0x2029 ||
+        codePoint == 0xFFFC)
         return u'\u00B7';
     return 0;
 }

@@ -9,30 +9,32 @@
 namespace ferrolt {
 namespace {
 
-/// So many marks may join one character. What a hostile text heaps on it beyond that takes cells like any
-/// other character, so that a row never holds more text than can be laid out in a moment.
-constexpr int marksOfOneCharacter = 16;
+/// This many marks may join one character. In a hostile text each further one takes a cell, so that a row
+/// never has more text than can be laid out quickly.
+constexpr int maxMarksOfCharacter = 16;
 
 constexpr char32_t zeroWidthJoiner = 0x200D;
 
+/// Whether a text is printable ASCII and line feeds, so that a cell is a byte.
 bool isPlain(QByteArrayView text) {
-    // Whether a plain char is signed differs from one processor to the next.
+    // char is unsigned on arm.
     const auto *at = reinterpret_cast<const unsigned char *>(text.data());
     const auto size = static_cast<std::size_t>(text.size());
-    const auto odd = [](unsigned char c) { return (c < 0x20 && c != '\n') || c >= 0x7F; };
-    constexpr std::size_t block = 64;  // a fixed count of turns lets the compiler take many bytes at once
+    const auto isOther = [](unsigned char c) { return !isPrintableAscii(c) && c != '\n'; };
+    constexpr std::size_t block =
+        64;  // with a constant number of iterations the compiler vectorises the loop
     std::size_t i = 0;
     for (; i + block <= size; i += block) {
         unsigned char found = 0;
         for (std::size_t j = 0; j < block; ++j)
-            found |= static_cast<unsigned char>(odd(at[i + j]));
+            found |= static_cast<unsigned char>(isOther(at[i + j]));
         if (found != 0)
             return false;
     }
-    return std::none_of(at + i, at + size, odd);
+    return std::none_of(at + i, at + size, isOther);
 }
 
-/// Walks the rows of an element of printable ASCII, where a cell is a byte.
+/// Walks the rows of an element for which isPlain().
 template <class OnRow>
 RowCount walkPlain(QByteArrayView element, std::uint32_t columns, OnRow onRow) {
     const char *const text = element.data();
@@ -68,7 +70,7 @@ RowCount walkPlain(QByteArrayView element, std::uint32_t columns, OnRow onRow) {
             std::uint32_t word = next;
             while (word > begin && text[word - 1] != ' ')
                 --word;
-            // The spaces that indent a long word are no place to break: a row of nothing would stand there.
+            // No break after the spaces that indent a long word: the row would be blank.
             std::uint32_t ink = begin;
             while (ink < word && text[ink] == ' ')
                 ++ink;
@@ -82,7 +84,7 @@ RowCount walkPlain(QByteArrayView element, std::uint32_t columns, OnRow onRow) {
     return count;
 }
 
-/// Reads the rows of an element that holds anything, character by character.
+/// Reads the rows of any element, character by character.
 class AnyRows {
   public:
     AnyRows(QByteArrayView element, std::uint32_t columns)
@@ -94,7 +96,7 @@ class AnyRows {
         std::uint32_t cells = 0;
         std::uint32_t breakAt = begin;
         bool ink = false;
-        bool mayBreak = false;  // before the character at hand, because of the one before it
+        bool mayBreak = false;  // before the current character
         bool joined = false;
         int marks = 0;
         ++count.rows;
@@ -110,12 +112,13 @@ class AnyRows {
             const bool blank = character.codePoint == ' ' || character.codePoint == '\t';
             std::uint32_t width = 1;
             if (character.codePoint == '\t') {
-                width = std::min(tabCells - cells % tabCells, std::max(columns, cells + 1) - cells);
-                addToLine(next, tabCells - lineCells % tabCells);
+                // Cut at the edge of the row.
+                width = std::min(nextTabStop(cells), std::max(columns, cells + 1)) - cells;
+                addToLine(next, nextTabStop(lineCells) - lineCells);
             } else {
                 width = static_cast<std::uint32_t>(cellsOf(character.codePoint));
                 if (width == 0 || joined)
-                    width = ++marks > marksOfOneCharacter ? 1 : 0;
+                    width = ++marks > maxMarksOfCharacter ? 1 : 0;
                 addToLine(next, width);
             }
             joined = character.codePoint == zeroWidthJoiner;
@@ -137,7 +140,7 @@ class AnyRows {
         return at;
     }
 
-    /// What was read, once the last row was.
+    /// To be called after the last row.
     RowCount result() {
         if (size > 0 && byte(size - 1) != '\n')
             endLine(size);
@@ -151,7 +154,7 @@ class AnyRows {
         return byte(at) == '\r' && (at + 1 == size || byte(at + 1) == '\n');
     }
 
-    /// A row may begin before what the row before it had read; nothing is counted twice.
+    /// The previous row may have read beyond its end; no character is counted twice.
     void addToLine(std::uint32_t next, std::uint32_t width) {
         if (next <= countedTo)
             return;
@@ -166,7 +169,7 @@ class AnyRows {
         return next;
     }
 
-    /// The row ends with a blank over its edge; a line break right after it is this row's too.
+    /// After a blank that exceeds the row; a line break right after it belongs to this row.
     std::uint32_t afterHanging(std::uint32_t at) {
         if (at < size && belongsToBreak(at))
             ++at;
@@ -191,13 +194,9 @@ RowCount walkAny(QByteArrayView element, std::uint32_t columns, OnRow onRow) {
 
 template <class OnRow>
 RowCount walk(QByteArrayView element, int columns, OnRow onRow) {
-    const auto width = static_cast<std::uint32_t>(std::max(columns, 1));
-    RowCount count = isPlain(element) ? walkPlain(element, width, onRow) : walkAny(element, width, onRow);
-    if (count.rows == 0) {  // no element is empty; were one, it would still be a row
-        onRow(0U);
-        count.rows = count.lines = 1;
-    }
-    return count;
+    Q_ASSERT(!element.isEmpty() && columns >= 1);
+    const auto width = static_cast<std::uint32_t>(columns);
+    return isPlain(element) ? walkPlain(element, width, onRow) : walkAny(element, width, onRow);
 }
 
 }  // namespace
@@ -213,6 +212,7 @@ std::vector<std::uint32_t> rowStarts(QByteArrayView element, int columns) {
 }
 
 std::uint32_t rowTextEnd(QByteArrayView element, std::uint32_t begin, std::uint32_t next) {
+    Q_ASSERT(begin <= next && next <= static_cast<std::uint32_t>(element.size()));
     const auto byte = [&](std::uint32_t i) { return element[static_cast<qsizetype>(i)]; };
     std::uint32_t end = next;
     const bool feed = end > begin && byte(end - 1) == '\n';

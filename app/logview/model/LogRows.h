@@ -7,28 +7,23 @@
 
 namespace ferrolt {
 
-/// How an element breaks into rows of fixed-width cells. Only a line feed starts a new line; a line that is
-/// longer than a row goes on in the next one, after the last space that fits or before the character that
-/// does not. A space at the very end may hang over the edge by its one cell. Nothing is laid out, only
-/// counted.
+/// How an element breaks into rows of fixed-width cells. Only a line feed starts a new line. A line that is
+/// longer than a row continues in the next one: after the last space that fits, else before the character
+/// that does not fit. A space at the end of a row may exceed it by its one cell.
 struct RowCount {
     std::uint32_t rows = 0;
-    std::uint32_t lines = 0;   ///< what `rows` is as long as no line is longer than a row
-    std::uint32_t widest = 0;  ///< cells of the longest line, were it not broken
+    std::uint32_t lines = 0;   ///< equals `rows` if no line is longer than a row
+    std::uint32_t widest = 0;  ///< cells of the longest line without breaks
 };
 
-/// At least one row; `columns` at least 1.
-RowCount countRows(QByteArrayView element, int columns);
+// `element` must not be empty, `columns` must be at least 1.
 
-/// Where each row begins.
+RowCount countRows(QByteArrayView element, int columns);
+/// The offset at which each row begins.
 std::vector<std::uint32_t> rowStarts(QByteArrayView element, int columns);
 
-/// Where the text of the row [begin, next) ends: before the line break that ends it, a carriage return that
-/// belongs to that included. A carriage return that ends the element may belong to a break that is yet to
-/// come.
+/// Where the text of the row [begin, next) ends: before its line break, CR LF or LF. A carriage return at the
+/// end of the element counts as part of one: its line feed may come with the next element.
 std::uint32_t rowTextEnd(QByteArrayView element, std::uint32_t begin, std::uint32_t next);
-
-/// Tabs reach to the next multiple of this many cells.
-constexpr std::uint32_t tabCells = 8;
 
 }  // namespace ferrolt

@@ -13,7 +13,7 @@ foreach(source model/LogRowsTest LogRowTextTest)
     get_filename_component(test ${source} NAME)
     set(twin ${test}UnsignedChar)
     add_executable(${twin} app/logview/${source}.cpp ${logview}/ConsoleFont.cpp ${logview}/LogRowText.cpp
-        ${logview}/model/CellWidth.cpp ${logview}/model/LogRows.cpp)
+        ${logview}/model/CellWidth.cpp ${logview}/model/LogRows.cpp ${logview}/model/Utf16Index.cpp)
     target_compile_options(${twin} PRIVATE -funsigned-char)
     target_include_directories(${twin} PRIVATE ${CMAKE_CURRENT_BINARY_DIR}/moc)
     target_link_libraries(${twin} PRIVATE ferrolt_logview ferrolt_text ferrolt_build Qt6::Test)
