@@ -13,7 +13,7 @@ struct Bytes {
     std::uint32_t end;
 };
 
-/// The part of a row's text that lies in a span, from the row's beginning.
+/// The part of a row's text that lies in a span, as offsets from the row's beginning.
 Bytes within(const LogRow &row, LogSpan span) {
     const LogPosition first{row.sequence, row.begin};
     const LogPosition last{row.sequence, row.textEnd};
@@ -36,7 +36,7 @@ QColor currentHitColor() {
 void LogPainter::fill(QPainter &painter, const LogViewport::VisibleRow &visible, const LogRowText &text,
                       LogSpan span, const QColor &color) const {
     const Bytes bytes = within(visible.row, span);
-    // A space that hangs over the edge of its row is not shown there.
+    // A space may exceed its row by one cell, which is not drawn.
     for (const auto &[from, to] : text.extents(bytes.begin, bytes.end))
         painter.fillRect(QRectF(left + from, visible.y, std::min(to, width) - from, font.rowHeight()), color);
 }

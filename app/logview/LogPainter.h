@@ -16,7 +16,7 @@ namespace ferrolt {
 
 class LogRowText;
 
-/// The parts of a row that a search found.
+/// The hits of a search that overlap a row.
 using HitsOfRow = std::function<std::vector<LogSpan>(const LogRow &)>;
 
 /// Draws the rows of a log that are on screen.
@@ -26,20 +26,19 @@ struct LogPainter {
     const QPalette &palette;
     QPalette::ColorGroup group = QPalette::Active;
     LogSpan selection;
-    bool selectionIsHit = false;  ///< the selection is what the search stands at
+    bool selectionIsHit = false;  ///< the selection is the current hit of a search
     std::optional<LogPosition> caret;
     const HitsOfRow &hits;
-    qreal left = 0;   ///< where rows begin
+    qreal left = 0;   ///< of all rows
     qreal width = 0;  ///< of a full row
 
-    /// Rows whose element is gone are left out.
+    /// Rows whose element the log has dropped are left out.
     void paint(QPainter &painter, const std::vector<LogViewport::VisibleRow> &rows) const;
 
   private:
     void fill(QPainter &painter, const LogViewport::VisibleRow &visible, const LogRowText &text, LogSpan span,
               const QColor &color) const;
-    /// What is selected past the end of a row's text is shown as the rest of the row, and the gap after an
-    /// element with it.
+    /// Fills the rest of a row whose line break is selected, and the gap below it if the element ends there.
     void fillBeyond(QPainter &painter, const LogViewport::VisibleRow &visible, qreal textWidth,
                     const QColor &color) const;
     void drawCaret(QPainter &painter, const LogViewport::VisibleRow &visible, const LogRowText &text,

@@ -7,7 +7,8 @@
 namespace ferrolt {
 
 LogSpan LogSelection::unitAt(LogPosition position) const {
-    if (log.isEmpty() || unit == Unit::Character)
+    Q_ASSERT(log.holds(position.sequence));
+    if (unit == Unit::Character)
         return {position, position};
     return unit == Unit::Word ? LogText::wordAt(log, position) : LogText::lineAt(log, position);
 }

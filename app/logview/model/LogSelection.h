@@ -5,9 +5,9 @@
 
 namespace ferrolt {
 
-/// What is selected in a log, and the caret, which is the end that moves. A selection that was begun with a
-/// double or a triple click grows by words or by lines. It stays on its text while older elements drop off
-/// the top; what drops off is no longer selected.
+/// The selected text of a log, and the caret, which is the end of the selection that moves. A selection that
+/// began with a double or triple click grows by words or lines. It stays on its text while older elements are
+/// dropped; text that is dropped is no longer selected.
 class LogSelection {
   public:
     enum class Unit { Character, Word, Line };
@@ -19,16 +19,17 @@ class LogSelection {
     bool isEmpty() const { return selected.isEmpty(); }
     LogPosition caret() const { return caretPosition; }
 
-    /// Puts the caret at a place and selects the unit around it; nothing, for a character.
+    // Positions must lie in elements that the log holds.
+
+    /// Puts the caret at a position and selects the word or line there; nothing for Unit::Character.
     void begin(LogPosition position, Unit unit = Unit::Character);
-    /// Selects from where the selection was begun up to this place, by the unit that it was begun with.
+    /// Selects from where the selection began to this position, by the unit with which it began.
     void extendTo(LogPosition position);
-    /// Moves the end that the caret is at, character by character, however the selection was begun.
+    /// Moves the end at which the caret is to this very position, with whatever unit the selection began.
     void moveEndTo(LogPosition position);
     void select(LogSpan span);
-    void clear() { begin(caretPosition); }
 
-    /// Follows the log after elements were dropped or appended. Whether what is selected is another text now.
+    /// Follows the log after elements were dropped or appended. Returns whether another text is selected now.
     bool sync();
 
   private:
@@ -37,7 +38,7 @@ class LogSelection {
 
     const LogBuffer &log;
     Unit unit = Unit::Character;
-    LogSpan origin;  ///< what was selected when the selection was begun
+    LogSpan origin;  ///< what was selected when the selection began
     LogSpan selected;
     LogPosition caretPosition;
 };

@@ -10,11 +10,10 @@
 namespace ferrolt {
 namespace {
 
-/// How much text around a place decides where its character or its word ends, in bytes. A word longer than
-/// that is taken in parts.
+/// This many bytes before and after a position decide where its character or word ends. A longer word is cut.
 constexpr std::size_t reach = 512;
 
-/// The text around a place in UTF-16, with the way back.
+/// The text around a position in UTF-16, for QTextBoundaryFinder.
 class Window {
   public:
     Window(const LogElement &element, std::size_t at) {
@@ -27,12 +26,13 @@ class Window {
         unit = static_cast<int>(utf16Of(bytes.first(static_cast<qsizetype>(at - begin))).size());
     }
 
+    /// The offset in the element of an index in `text`.
     ByteOffset offsetOf(qsizetype units) const {
         return byteOffset(begin + static_cast<std::size_t>(QStringView(text).first(units).toUtf8().size()));
     }
 
     QString text;
-    int unit = 0;
+    int unit = 0;  ///< the index of the position in `text`
 
   private:
     QByteArrayView bytes;
@@ -40,10 +40,13 @@ class Window {
 };
 
 std::size_t sizeOf(const LogBuffer &log, std::uint64_t sequence) {
+    Q_ASSERT(log.holds(sequence));
     return static_cast<std::size_t>(log.bySequence(sequence).size());
 }
 
-/// The end of an element is the beginning of the next one.
+// The end of an element and the beginning of the next are the same place in the text. These prefer the later
+// and the earlier of the two positions.
+
 LogPosition forward(const LogBuffer &log, LogPosition position) {
     if (count(position.offset) >= sizeOf(log, position.sequence) && log.holds(position.sequence + 1))
         return {position.sequence + 1, ByteOffset{0}};
@@ -51,14 +54,9 @@ LogPosition forward(const LogBuffer &log, LogPosition position) {
 }
 
 LogPosition backward(const LogBuffer &log, LogPosition position) {
-    if (count(position.offset) == 0 && log.holds(position.sequence - 1) &&
-        position.sequence > log.firstSequence())
+    if (count(position.offset) == 0 && position.sequence > log.firstSequence())
         return {position.sequence - 1, byteOffset(sizeOf(log, position.sequence - 1))};
     return position;
-}
-
-bool isBlank(QChar c) {
-    return c.isSpace();
 }
 
 }  // namespace
@@ -68,11 +66,13 @@ LogPosition LogText::begin(const LogBuffer &log) {
 }
 
 LogPosition LogText::end(const LogBuffer &log) {
+    Q_ASSERT(!log.isEmpty());
     const std::uint64_t last = log.endSequence() - 1;
     return {last, byteOffset(sizeOf(log, last))};
 }
 
 LogPosition LogText::clamped(const LogBuffer &log, LogPosition position) {
+    Q_ASSERT(!log.isEmpty());
     if (position.sequence < log.firstSequence())
         return begin(log);
     if (position.sequence >= log.endSequence())
@@ -117,7 +117,7 @@ LogPosition LogText::nextWord(const LogBuffer &log, LogPosition from) {
     QTextBoundaryFinder finder(QTextBoundaryFinder::Word, window.text);
     finder.setPosition(window.unit);
     qsizetype at = finder.toNextBoundary();
-    while (at >= 0 && at < window.text.size() && isBlank(window.text[at]))
+    while (at >= 0 && at < window.text.size() && window.text[at].isSpace())
         at = finder.toNextBoundary();
     return forward(log, {from.sequence, window.offsetOf(at < 0 ? window.text.size() : at)});
 }
@@ -130,15 +130,16 @@ LogPosition LogText::previousWord(const LogBuffer &log, LogPosition from) {
     QTextBoundaryFinder finder(QTextBoundaryFinder::Word, window.text);
     finder.setPosition(window.unit);
     qsizetype at = finder.toPreviousBoundary();
-    while (at > 0 && isBlank(window.text[at]))
+    while (at > 0 && window.text[at].isSpace())
         at = finder.toPreviousBoundary();
     return {from.sequence, window.offsetOf(std::max<qsizetype>(at, 0))};
 }
 
 LogSpan LogText::wordAt(const LogBuffer &log, LogPosition position) {
+    Q_ASSERT(log.holds(position.sequence));
     const LogElement &element = log.bySequence(position.sequence);
     const LogSpan line = lineAt(log, position);
-    // Past the last character of a line lies its last word.
+    // A position behind the last character of a line belongs to the line's last word.
     const QByteArrayView rest =
         QByteArrayView(element).sliced(static_cast<qsizetype>(count(position.offset)));
     if (position.offset > line.begin.offset &&
@@ -154,7 +155,7 @@ LogSpan LogText::wordAt(const LogBuffer &log, LogPosition position) {
     qsizetype end = finder.toNextBoundary();
     if (end < 0)
         end = window.text.size();
-    // Spaces are parted one by one otherwise.
+    // QTextBoundaryFinder takes each space for a word.
     if (begin < window.text.size() && window.text[begin] == u' ') {
         while (begin > 0 && window.text[begin - 1] == u' ')
             --begin;
@@ -165,6 +166,7 @@ LogSpan LogText::wordAt(const LogBuffer &log, LogPosition position) {
 }
 
 LogSpan LogText::lineAt(const LogBuffer &log, LogPosition position) {
+    Q_ASSERT(log.holds(position.sequence));
     const LogElement &element = log.bySequence(position.sequence);
     auto at = static_cast<qsizetype>(count(position.offset));
     if (at == element.size() && at > 0 && element[at - 1] == '\n')

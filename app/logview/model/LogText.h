@@ -9,35 +9,39 @@
 
 namespace ferrolt {
 
-/// Reading a log as one text: its elements one after the other with nothing between them. Only the text near
-/// the place asked about is looked at, however long its element is. Every position must lie in an element
-/// that the log holds; the log must not be empty where a position is returned.
+/// A log read as one text: its elements one after the other with nothing between them. Only the text near a
+/// position is looked at, however long its element is.
+///
+/// Positions must lie in elements that the log holds, unless a function says otherwise.
 class LogText {
   public:
     static LogPosition begin(const LogBuffer &log);
-    /// The end of the newest element.
+    /// The end of the newest element. The log must not be empty.
     static LogPosition end(const LogBuffer &log);
     static LogSpan whole(const LogBuffer &log) { return {begin(log), end(log)}; }
 
-    /// What is left of a place whose element may have been dropped: the beginning of the oldest one then.
+    /// The nearest position to one whose element may have been dropped. The log must not be empty.
     static LogPosition clamped(const LogBuffer &log, LogPosition position);
 
-    /// Whether no text lies in a span. The end of an element and the beginning of the next are one place.
+    /// Whether a span has no text. It may span from the end of an element to the beginning of the next, and
+    /// its elements may have been dropped.
     static bool isEmpty(const LogBuffer &log, LogSpan span);
 
-    /// As a reader counts characters: a letter with its marks is one, so is a line break of two bytes.
+    /// By characters as a reader counts them: a letter with its marks is one, and so is CR LF.
     static LogPosition nextCharacter(const LogBuffer &log, LogPosition from);
     static LogPosition previousCharacter(const LogBuffer &log, LogPosition from);
-    /// To the beginning of the next word; of this word, or of the one before.
+    /// The beginning of the next word.
     static LogPosition nextWord(const LogBuffer &log, LogPosition from);
+    /// The beginning of the word that `from` lies in, or of the one before it.
     static LogPosition previousWord(const LogBuffer &log, LogPosition from);
 
-    /// The word, the run of spaces or the sign at a place.
+    /// The word, the run of spaces or the punctuation mark at a position.
     static LogSpan wordAt(const LogBuffer &log, LogPosition position);
-    /// The line at a place, its line break included, within its element.
+    /// The line at a position with its line break, within its element.
     static LogSpan lineAt(const LogBuffer &log, LogPosition position);
 
-    /// The text of a span in the pieces in which it is stored; whole elements share their bytes.
+    /// The text of a span, in the pieces in which it is stored; whole elements are shared, not copied.
+    /// Elements that were dropped are left out.
     static std::vector<QByteArray> pieces(const LogBuffer &log, LogSpan span);
 };
 

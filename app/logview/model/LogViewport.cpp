@@ -39,7 +39,7 @@ void LogViewport::reveal(const LogRow &row) {
 
 template <class Change>
 void LogViewport::keepingEnd(Change change) {
-    // A log that fits is at its end and at its top; when it no longer fits, it stays at its top.
+    // A log that fits on screen is at its end and at its top. When it no longer fits, it stays at its top.
     const bool atEnd = offset() > 0 && showsEnd();
     const qint64 below = atEnd ? maximum() - offset() : 0;
     change();
@@ -73,7 +73,7 @@ void LogViewport::setGrid(int columns, int rowHeight) {
 void LogViewport::sync(Hold hold, std::size_t bytesToCount) {
     const qint64 before = offset();
     layout.sync();
-    // Before the offset is looked up again: an estimate that is put right only later would move the text.
+    // Counted before the offset is looked up: an estimate that is corrected later would move the text.
     layout.measureBytes(bytesToCount);
     if (hold == Hold::Offset || !layout.knows(anchor))
         anchorAt(hold == Hold::Offset ? before : 0);
@@ -82,7 +82,7 @@ void LogViewport::sync(Hold hold, std::size_t bytesToCount) {
 void LogViewport::settle() {
     if (layout.isEmpty() || !layout.isCurrent())
         return;
-    // Each turn counts one more of the few elements that fit on screen.
+    // Each round counts one more of the few elements that fit on screen.
     const bool atEnd = offset() > 0 && showsEnd();
     for (bool counted = true; counted;) {
         counted = false;
@@ -95,12 +95,12 @@ void LogViewport::settle() {
     }
 }
 
-void LogViewport::measureBytes(std::size_t bytes) {
-    keepingEnd([&] { layout.measureBytes(bytes); });
+void LogViewport::measureBytes(std::size_t maxBytes) {
+    keepingEnd([&] { layout.measureBytes(maxBytes); });
 }
 
-void LogViewport::measureFor(std::chrono::nanoseconds time) {
-    keepingEnd([&] { layout.measureFor(time); });
+void LogViewport::measureFor(std::chrono::nanoseconds maxTime) {
+    keepingEnd([&] { layout.measureFor(maxTime); });
 }
 
 std::vector<LogViewport::VisibleRow> LogViewport::visibleRows() {
