@@ -149,7 +149,7 @@ class LogTextInterface final : public QAccessibleWidget, public QAccessibleTextI
             case QAccessible::WordBoundary:
                 return LogText::wordAt(log, place);
             case QAccessible::LineBoundary:
-                return area()->rowAt(place);
+                return area()->spanOfRow(place);
             case QAccessible::SentenceBoundary:
             case QAccessible::ParagraphBoundary:
                 return LogText::lineAt(log, place);

@@ -1,14 +1,22 @@
 #include "LogTextArea.h"
 
 #include "LogAccessible.h"
+#include "LogDrag.h"
 #include "LogScrollBar.h"
+#include "LogText.h"
 #include "Theme.h"
 
+#include <QAction>
+#include <QContextMenuEvent>
 #include <QEvent>
-#include <QGuiApplication>
+#include <QFocusEvent>
+#include <QKeyEvent>
+#include <QMenu>
+#include <QMouseEvent>
 #include <QPaintEvent>
 #include <QPainter>
 #include <QScreen>
+#include <QStyle>
 #include <QTimerEvent>
 #include <QWindow>
 
@@ -21,17 +29,52 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr int followMilliseconds = 300;
-/// What comes after a pause is shown at once. While a log runs on, nobody can read every frame of it, and
-/// drawing a screenful of text is what an everyday child costs.
-constexpr int refreshesForEachLook = 4;
-/// Counted at once when the log changes, which is everything at an everyday pace.
+/// A change after a pause is shown at once. While a log grows without pause nobody can read every frame, and
+/// drawing a screenful of text is the main cost of an everyday child.
+constexpr int screenRefreshesBetweenReads = 4;
+/// The rows of so many new bytes are counted at once, which is everything at an everyday pace.
 constexpr std::size_t bytesCountedAtOnce = 64 * 1024;
-/// Heights that are still estimates are counted once the log has been quiet for a while, in turns short
-/// enough for nobody to notice.
+/// The rows of other elements are counted once the log has been quiet for a while, in portions too short to
+/// be noticed.
 constexpr int quietMilliseconds = 100;
 constexpr int pauseMilliseconds = 2;
-constexpr auto countingTurn = 4ms;
+constexpr auto countingPortion = 4ms;
+
+/// QScrollBar counts in int, and adds its page to its maximum.
+constexpr qint64 maxBarValue = 1'000'000'000;
+
+/// The move that a key asks for, by the desktop's bindings.
+std::optional<LogCaret::Move> caretMoveOf(const QKeyEvent &event) {
+    using Key = QKeySequence;
+    using Step = LogCaret::Step;
+    struct Binding {
+        Key::StandardKey move;
+        Key::StandardKey extend;
+        Step step;
+        Direction direction;
+    };
+    static constexpr Binding bindings[] = {
+        {Key::MoveToPreviousChar, Key::SelectPreviousChar, Step::Character, Direction::Backward},
+        {Key::MoveToNextChar, Key::SelectNextChar, Step::Character, Direction::Forward},
+        {Key::MoveToPreviousWord, Key::SelectPreviousWord, Step::Word, Direction::Backward},
+        {Key::MoveToNextWord, Key::SelectNextWord, Step::Word, Direction::Forward},
+        {Key::MoveToPreviousLine, Key::SelectPreviousLine, Step::Row, Direction::Backward},
+        {Key::MoveToNextLine, Key::SelectNextLine, Step::Row, Direction::Forward},
+        {Key::MoveToPreviousPage, Key::SelectPreviousPage, Step::Page, Direction::Backward},
+        {Key::MoveToNextPage, Key::SelectNextPage, Step::Page, Direction::Forward},
+        {Key::MoveToStartOfLine, Key::SelectStartOfLine, Step::RowEdge, Direction::Backward},
+        {Key::MoveToEndOfLine, Key::SelectEndOfLine, Step::RowEdge, Direction::Forward},
+        {Key::MoveToStartOfDocument, Key::SelectStartOfDocument, Step::LogEdge, Direction::Backward},
+        {Key::MoveToEndOfDocument, Key::SelectEndOfDocument, Step::LogEdge, Direction::Forward},
+    };
+    for (const Binding &binding : bindings) {
+        if (event.matches(binding.extend))
+            return LogCaret::Move{binding.step, binding.direction, LogCaret::Mode::Extend};
+        if (event.matches(binding.move))
+            return LogCaret::Move{binding.step, binding.direction, LogCaret::Mode::Move};
+    }
+    return std::nullopt;
+}
 
 }  // namespace
 
@@ -42,6 +85,10 @@ LogTextArea::LogTextArea(const LogBuffer &log, const QString &bottomId, Clipboar
       layout(log),
       view(layout),
       selected(log),
+      geometry(layout, view, font),
+      caret(layout, view, selected, geometry),
+      follower(view, [this] { showView(); }),
+      drag(new LogDrag(viewport())),
       marker(new QWidget(viewport())),
       bar(new LogScrollBar) {
     installConsoleRoles();
@@ -56,23 +103,27 @@ LogTextArea::LogTextArea(const LogBuffer &log, const QString &bottomId, Clipboar
     marker->setAttribute(Qt::WA_TransparentForMouseEvents);
     marker->setAttribute(Qt::WA_NoSystemBackground);
 
-    following.setStartValue(0.0);
-    following.setEndValue(1.0);
-    following.setDuration(followMilliseconds);
-    following.setEasingCurve(QEasingCurve::OutCubic);
-    connect(&following, &QVariantAnimation::valueChanged, this,
-            [this](const QVariant &progress) { follow(progress.toDouble()); });
+    connect(drag, &LogDrag::scrollWanted, this,
+            [this](qreal pixels) { scrollByUser(view.offset() + std::llround(pixels)); });
+    connect(drag, &LogDrag::moved, this, &LogTextArea::selectTo);
+    connect(drag, &LogDrag::ended, this, &LogTextArea::offerSelection);
     announceChanges(*this);
 }
+
+// When the log is read, and the view brought up to date.
 
 bool LogTextArea::isOnScreen() const {
     const QWindow *const shownIn = window()->windowHandle();
     return isVisible() && !window()->isMinimized() && shownIn != nullptr && shownIn->isExposed();
 }
 
+bool LogTextArea::canAnimate() const {
+    return isOnScreen() && style()->styleHint(QStyle::SH_Widget_Animation_Duration, nullptr, this) > 0;
+}
+
 void LogTextArea::logChanged() {
     if (refreshTimer.isActive())
-        return;  // a thousand times a second
+        return;
     if (isOnScreen())
         scheduleRefresh();
     else
@@ -80,8 +131,8 @@ void LogTextArea::logChanged() {
 }
 
 void LogTextArea::refreshWhenSeen() {
-    // Qt paints nothing on an expose unless something is marked for it, and keeps the mark until the window
-    // can be seen again.
+    // Qt paints on an expose only what is marked to be painted, and keeps the mark until the window can be
+    // seen.
     if (!std::exchange(changedUnseen, true))
         viewport()->update();
 }
@@ -90,39 +141,34 @@ void LogTextArea::scheduleRefresh() {
     if (refreshTimer.isActive())
         return;
     const qreal rate = screen() != nullptr ? std::max(screen()->refreshRate(), 30.0) : 60.0;
-    const auto interval = static_cast<qint64>(std::ceil(refreshesForEachLook * 1000 / rate));
+    const auto interval = static_cast<qint64>(std::ceil(screenRefreshesBetweenReads * 1000 / rate));
     const qint64 wait =
         sinceRefresh.isValid() ? std::clamp<qint64>(interval - sinceRefresh.elapsed(), 0, interval) : 0;
     refreshTimer.start(static_cast<int>(wait), Qt::PreciseTimer, this);
 }
 
-LogViewport::Hold LogTextArea::holdNow() const {
-    // What is under the mouse must not move while it selects.
-    return dragging ? LogViewport::Hold::Text : hold;
-}
-
 void LogTextArea::syncLayout() {
     if (layout.isCurrent())
         return;
-    view.sync(holdNow(), bytesCountedAtOnce);
+    // The text under the pointer must not move during a drag.
+    view.sync(drag->isActive() ? LogViewport::Hold::Text : follower.hold(), bytesCountedAtOnce);
     if (selected.sync())
         Q_EMIT selectionChanged();
 }
 
-void LogTextArea::refresh(CatchUp how) {
+void LogTextArea::refresh(LogFollower::Movement movement) {
     refreshTimer.stop();
     sinceRefresh.start();
     syncLayout();
-    if (std::exchange(followedCount, log.size()) != log.size() && wasShown) {
-        if (how == CatchUp::Moving && isOnScreen())
-            startFollowing();
-        else
-            jumpToEnd();
-    }
+    follower.follow(log.size(), movement);
     showView();
-    if (!layout.isExact() && isVisible())
-        refineTimer.start(quietMilliseconds, Qt::CoarseTimer, this);
+    countRowsWhenQuiet();
     Q_EMIT refreshed();
+}
+
+void LogTextArea::countRowsWhenQuiet() {
+    if (!layout.isExact() && isVisible())
+        countTimer.start(quietMilliseconds, Qt::CoarseTimer, this);
 }
 
 void LogTextArea::showView() {
@@ -151,8 +197,7 @@ void LogTextArea::updateGrid() {
         return;
     showView();
     viewport()->update();
-    if (!layout.isExact() && isVisible())
-        refineTimer.start(quietMilliseconds, Qt::CoarseTimer, this);
+    countRowsWhenQuiet();
 }
 
 void LogTextArea::resizeEvent(QResizeEvent *) {
@@ -163,22 +208,21 @@ void LogTextArea::showEvent(QShowEvent *event) {
     QAbstractScrollArea::showEvent(event);
     updateGrid();
     changedUnseen = false;
-    refresh(CatchUp::AtOnce);
+    refresh(wasShown ? LogFollower::Movement::Immediate : LogFollower::Movement::None);
     wasShown = true;
 }
 
 void LogTextArea::hideEvent(QHideEvent *event) {
-    if (following.state() == QAbstractAnimation::Running) {
-        stopFollowing();
+    if (follower.isMoving()) {
+        follower.stop();
         syncLayout();
-        jumpToEnd();
+        follower.jumpToEnd();
     }
     if (refreshTimer.isActive())
         refreshWhenSeen();
     refreshTimer.stop();
-    refineTimer.stop();
-    dragTimer.stop();
-    dragging = false;
+    countTimer.stop();
+    drag->cancel();
     QAbstractScrollArea::hideEvent(event);
 }
 
@@ -189,7 +233,7 @@ void LogTextArea::changeEvent(QEvent *event) {
 }
 
 bool LogTextArea::event(QEvent *event) {
-    // Copy and Select All are this area's own while it has the focus, whatever menu offers them too.
+    // With the focus here, Copy and Select All are for this area even if a menu has them as shortcuts.
     if (event->type() == QEvent::ShortcutOverride) {
         auto *const key = static_cast<QKeyEvent *>(event);
         if (key->matches(QKeySequence::Copy) || key->matches(QKeySequence::SelectAll)) {
@@ -199,9 +243,9 @@ bool LogTextArea::event(QEvent *event) {
     }
     if (event->type() == QEvent::FontChange)
         updateGrid();
-    // An alert has come, and with it the button's release goes to nobody.
+    // An alert has come; no widget gets the release of the button.
     if (event->type() == QEvent::WindowBlocked)
-        endDrag();
+        drag->end();
     return QAbstractScrollArea::event(event);
 }
 
@@ -210,32 +254,23 @@ void LogTextArea::timerEvent(QTimerEvent *event) {
         refreshTimer.stop();
         if (!font.isFor(Theme::console(), devicePixelRatioF()))
             updateGrid();
-        refresh(std::exchange(changedUnseen, false) ? CatchUp::AtOnce : CatchUp::Moving);
-    } else if (event->timerId() == refineTimer.timerId()) {
+        const bool wasSeen = !std::exchange(changedUnseen, false);
+        refresh(wasSeen && canAnimate() ? LogFollower::Movement::Animated : LogFollower::Movement::Immediate);
+    } else if (event->timerId() == countTimer.timerId()) {
         syncLayout();
-        view.measureFor(countingTurn);
+        view.measureFor(countingPortion);
         showView();
         if (layout.isExact())
-            refineTimer.stop();
+            countTimer.stop();
         else
-            refineTimer.start(pauseMilliseconds, Qt::CoarseTimer, this);
-    } else if (event->timerId() == dragTimer.timerId()) {
-        // Something else may have had the release, a menu for instance.
-        if (!QGuiApplication::mouseButtons().testFlag(Qt::LeftButton)) {
-            endDrag();
-            return;
-        }
-        const qreal beyond =
-            dragPoint.y() < 0 ? dragPoint.y() : std::max(dragPoint.y() - viewport()->height(), 0.0);
-        scrollByUser(view.offset() + std::llround(beyond));
-        dragTo(dragPoint);
+            countTimer.start(pauseMilliseconds, Qt::CoarseTimer, this);
     } else {
         QAbstractScrollArea::timerEvent(event);
     }
 }
 
 void LogTextArea::paintEvent(QPaintEvent *event) {
-    // What changed while nobody could see it, a move to a screen of another density included.
+    // The log may have changed while the area was not on screen, and the screen's density with it.
     if (changedUnseen || !layout.isCurrent() || !font.isFor(Theme::console(), devicePixelRatioF()))
         scheduleRefresh();
     if (!layout.isCurrent()) {
@@ -253,10 +288,10 @@ void LogTextArea::paintEvent(QPaintEvent *event) {
         .group = active ? QPalette::Active : QPalette::Inactive,
         .selection = selected.span(),
         .selectionIsHit = selectionIsHit,
-        .caret = active && caretShown ? std::optional(selected.caret()) : std::nullopt,
+        .caret = active && caret.isShown() ? std::optional(selected.caret()) : std::nullopt,
         .hits = hits,
-        .left = textLeft(),
-        .width = textWidth()};
+        .left = geometry.textLeft(),
+        .width = geometry.textWidth()};
     logPainter.paint(painter, rows);
     if (active && focusRing.isShown())
         FocusRing::draw(painter, viewport()->rect(), 0, palette());
@@ -270,6 +305,254 @@ void LogTextArea::setHits(HitsOfRow hitsOfRow) {
 void LogTextArea::setSelectionIsHit(bool isHit) {
     selectionIsHit = isHit;
     viewport()->update();
+}
+
+// Scrolling.
+
+void LogTextArea::updateScrollBar() {
+    barUnit = view.maximum() / maxBarValue + 1;
+    bar->change([this] {
+        bar->setSingleStep(static_cast<int>(std::max<qint64>(layout.rowHeight() / barUnit, 1)));
+        bar->setPageStep(
+            static_cast<int>(std::max<qint64>((view.viewHeight() - layout.rowHeight()) / barUnit, 1)));
+        bar->setRange(0, static_cast<int>(view.maximum() / barUnit));
+        // The new range may have shown or hidden the bar, which changes the width and so every offset.
+        bar->setValue(static_cast<int>(view.offset() / barUnit));
+    });
+}
+
+void LogTextArea::scrollContentsBy(int, int) {
+    if (bar->isBeingChanged())
+        return;
+    scrollByUser(bar->value() == bar->maximum() ? view.maximum() : bar->value() * barUnit);
+}
+
+void LogTextArea::scrollByUser(qint64 offset) {
+    follower.scrollTo(offset);
+    showView();
+}
+
+bool LogTextArea::scrollByKey(const QKeyEvent &event) {
+    const Qt::KeyboardModifiers modifiers = event.modifiers() & ~Qt::KeypadModifier;
+    if (modifiers != Qt::NoModifier)
+        return false;
+    const qint64 page = std::max(view.viewHeight() - layout.rowHeight(), layout.rowHeight());
+    switch (event.key()) {
+        case Qt::Key_PageUp:
+            scrollByUser(view.offset() - page);
+            return true;
+        case Qt::Key_PageDown:
+            scrollByUser(view.offset() + page);
+            return true;
+        case Qt::Key_Home:
+            scrollByUser(0);
+            return true;
+        case Qt::Key_End:
+            follower.stop();
+            follower.jumpToEnd();
+            scrollByUser(view.maximum());
+            return true;
+        default:
+            return false;
+    }
+}
+
+// Positions, and the selection.
+
+std::optional<LogPosition> LogTextArea::topOfView() {
+    syncLayout();
+    const std::optional<LogRow> row = view.rowAt(0);
+    return row ? std::optional(LogPosition{row->sequence, row->begin}) : std::nullopt;
+}
+
+std::optional<LogPosition> LogTextArea::positionAt(QPointF point) {
+    syncLayout();
+    return log.isEmpty() ? std::nullopt : std::optional(geometry.positionAt(point));
+}
+
+QRectF LogTextArea::rectangleOf(LogPosition position) {
+    syncLayout();
+    return log.isEmpty() ? QRectF(geometry.textLeft(), LogLayout::padding, 0, font.rowHeight())
+                         : geometry.rectangleOf(position);
+}
+
+LogSpan LogTextArea::spanOfRow(LogPosition position) {
+    Q_ASSERT(!log.isEmpty());
+    syncLayout();
+    const LogRow row = layout.rowOf(LogText::clamped(log, position));
+    return {{row.sequence, row.begin}, {row.sequence, row.next}};
+}
+
+void LogTextArea::reveal(LogPosition position) {
+    syncLayout();
+    if (log.isEmpty())
+        return;
+    const LogRow row = layout.rowOf(LogText::clamped(log, position));
+    const qint64 before = view.offset();
+    view.reveal(row);
+    view.settle();
+    view.reveal(row);
+    if (view.offset() != before)
+        scrollByUser(view.offset());
+    showView();
+}
+
+void LogTextArea::selectBy(const std::function<void()> &change) {
+    const LogSpan before = selected.span();
+    const LogPosition caretBefore = selected.caret();
+    change();
+    if (selected.span() != before) {
+        selectionIsHit = false;
+        Q_EMIT selectionChanged();
+    }
+    if (selected.caret() != caretBefore)
+        Q_EMIT caretMoved();
+    viewport()->update();
+}
+
+void LogTextArea::select(LogSpan span) {
+    syncLayout();
+    if (log.isEmpty())
+        return;
+    selectBy([&] { selected.select({LogText::clamped(log, span.begin), LogText::clamped(log, span.end)}); });
+    const QRectF begin = rectangleOf(span.begin);
+    if (begin.top() < 0 || begin.bottom() > view.viewHeight())
+        scrollByUser(view.offset() + std::llround(begin.center().y() - view.viewHeight() / 2.0));
+}
+
+void LogTextArea::moveCaret(LogPosition position) {
+    syncLayout();
+    if (log.isEmpty())
+        return;
+    selectBy([&] { selected.begin(LogText::clamped(log, position)); });
+    reveal(position);
+}
+
+void LogTextArea::selectAll() {
+    syncLayout();
+    if (log.isEmpty())
+        return;
+    follower.stop();
+    selectBy([&] { selected.select(LogText::whole(log)); });
+    offerSelection();
+}
+
+void LogTextArea::copy() {
+    syncLayout();
+    if (!hasSelection())
+        return;
+    clipboard.clearContents();
+    clipboard.setText(LogText::pieces(log, selected.span()));
+}
+
+void LogTextArea::offerSelection() {
+    if (hasSelection())
+        clipboard.offerSelection(LogText::pieces(log, selected.span()));
+}
+
+// The keyboard.
+
+void LogTextArea::focusInEvent(QFocusEvent *event) {
+    focusRing.focusIn(event->reason());
+    QAbstractScrollArea::focusInEvent(event);
+    viewport()->update();
+}
+
+void LogTextArea::focusOutEvent(QFocusEvent *event) {
+    focusRing.focusOut(event->reason());
+    QAbstractScrollArea::focusOutEvent(event);
+    viewport()->update();
+}
+
+void LogTextArea::keyPressEvent(QKeyEvent *event) {
+    syncLayout();
+    if (event->matches(QKeySequence::Copy))
+        copy();
+    else if (event->matches(QKeySequence::SelectAll))
+        selectAll();
+    else if (log.isEmpty() || (!scrollByKey(*event) && !moveByKey(*event)))
+        event->ignore();
+}
+
+bool LogTextArea::moveByKey(const QKeyEvent &event) {
+    const std::optional<LogCaret::Move> move = caretMoveOf(event);
+    if (!move)
+        return false;
+    follower.stop();
+    selectBy([&] { caret.move(*move); });
+    reveal(selected.caret());
+    if (move->mode == LogCaret::Mode::Extend)
+        offerSelection();
+    return true;
+}
+
+// The mouse.
+
+void LogTextArea::mousePressEvent(QMouseEvent *event) {
+    const std::optional<LogPosition> position = positionAt(event->position());
+    if (event->button() != Qt::LeftButton || !position) {
+        QAbstractScrollArea::mousePressEvent(event);
+        return;
+    }
+    follower.stop();
+    caret.hide();
+    const LogSelection::Unit unit = drag->press(event->position());
+    const bool extends =
+        unit == LogSelection::Unit::Character && event->modifiers().testFlag(Qt::ShiftModifier);
+    selectBy([&] {
+        if (extends)
+            selected.extendTo(*position);
+        else
+            selected.begin(*position, unit);
+    });
+    event->accept();
+}
+
+void LogTextArea::mouseDoubleClickEvent(QMouseEvent *event) {
+    const std::optional<LogPosition> position = positionAt(event->position());
+    if (event->button() != Qt::LeftButton || !position)
+        return;
+    drag->doubleClick(event->position());
+    selectBy([&] { selected.begin(*position, LogSelection::Unit::Word); });
+    event->accept();
+}
+
+void LogTextArea::mouseMoveEvent(QMouseEvent *event) {
+    if (event->buttons().testFlag(Qt::LeftButton))
+        drag->moveTo(event->position());
+    else
+        drag->end();
+}
+
+void LogTextArea::mouseReleaseEvent(QMouseEvent *event) {
+    if (event->button() == Qt::LeftButton)
+        drag->end();
+}
+
+void LogTextArea::selectTo(QPointF point) {
+    const qreal bottom = std::max(viewport()->height() - 1.0, 0.0);
+    const std::optional<LogPosition> position =
+        positionAt(QPointF(point.x(), std::clamp(point.y(), 0.0, bottom)));
+    if (position)
+        selectBy([&] { selected.extendTo(*position); });
+}
+
+void LogTextArea::contextMenuEvent(QContextMenuEvent *event) {
+    syncLayout();
+    auto *const menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    QAction *const copyAction = menu->addAction(tr("&Copy"), this, &LogTextArea::copy);
+    copyAction->setShortcut(QKeySequence::Copy);
+    copyAction->setEnabled(hasSelection());
+    menu->addSeparator();
+    QAction *const allAction = menu->addAction(tr("Select &All"), this, &LogTextArea::selectAll);
+    allAction->setShortcut(QKeySequence::SelectAll);
+    allAction->setEnabled(!log.isEmpty());
+    for (QAction *action : {copyAction, allAction})
+        action->setShortcutVisibleInContextMenu(true);
+    const bool byKey = event->reason() == QContextMenuEvent::Keyboard;
+    menu->popup(byKey ? viewport()->mapToGlobal(QPoint(LogLayout::padding, LogLayout::padding))
+                      : event->globalPos());
 }
 
 }  // namespace ferrolt

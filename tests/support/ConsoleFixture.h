@@ -7,6 +7,7 @@
 #include "ManualTime.h"
 #include "SymbolButton.h"
 
+#include <QAbstractEventDispatcher>
 #include <QApplication>
 #include <QScrollBar>
 #include <QSignalSpy>
@@ -37,7 +38,11 @@ class RecordingClipboard : public Clipboard {
 
   private:
     static QByteArray join(const std::vector<QByteArray> &pieces) {
+        qsizetype size = 0;
+        for (const QByteArray &piece : pieces)
+            size += piece.size();
         QByteArray all;
+        all.reserve(size);
         for (const QByteArray &piece : pieces)
             all += piece;
         return all;
@@ -75,6 +80,13 @@ struct ConsoleFixture {
     }
     void press(Qt::Key key, Qt::KeyboardModifiers modifiers = {}) {
         QTest::keyClick(&area(), key, modifiers);
+    }
+    /// How many timers run in the console.
+    qsizetype runningTimers() {
+        qsizetype running = 0;
+        for (QObject *child : view.findChildren<QObject *>())
+            running += QAbstractEventDispatcher::instance()->registeredTimers(child).size();
+        return running;
     }
     int scrolled() { return area().verticalScrollBar()->value(); }
     LogTextArea &area() { return view.textArea(); }

@@ -2,7 +2,6 @@
 #include "LogText.h"
 #include "PlaceInLog.h"
 
-#include <QAbstractEventDispatcher>
 #include <QMenu>
 #include <QMessageBox>
 #include <QScrollBar>
@@ -145,7 +144,7 @@ class LogTextAreaSelectionTest : public QObject {
         QVERIFY(selectedText(console).startsWith("line 2\nline 3\n"));
         QVERIFY(selectedText(console).count('\n') > 20);
         // The scrolling has ended with the drag.
-        QVERIFY(QAbstractEventDispatcher::instance()->registeredTimers(&console.area()).isEmpty());
+        QCOMPARE(console.runningTimers(), 0);
     }
 
     /// The alert takes the button's release with it.
@@ -159,7 +158,7 @@ class LogTextAreaSelectionTest : public QObject {
         alert.setWindowModality(Qt::ApplicationModal);
         alert.show();
         QVERIFY(QTest::qWaitForWindowExposed(&alert));
-        QVERIFY(QAbstractEventDispatcher::instance()->registeredTimers(&console.area()).isEmpty());
+        QCOMPARE(console.runningTimers(), 0);
         const QByteArray text = selectedText(console);
         QVERIFY(text.count('\n') > 20);
         QCOMPARE(console.clipboard.selection, text);
@@ -181,7 +180,7 @@ class LogTextAreaSelectionTest : public QObject {
         menu.addAction("Anything");
         menu.popup(QPoint(900, 900));
         QTest::mouseRelease(console.view.windowHandle(), Qt::LeftButton, {}, below);
-        QTRY_VERIFY(QAbstractEventDispatcher::instance()->registeredTimers(&console.area()).isEmpty());
+        QTRY_COMPARE(console.runningTimers(), 0);
         menu.close();
         const QByteArray text = selectedText(console);
         QTest::mouseMove(console.view.windowHandle(), QPoint(200, 200));

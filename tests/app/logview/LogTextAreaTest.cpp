@@ -1,7 +1,6 @@
 #include "ConsoleFixture.h"
 #include "PlaceInLog.h"
 
-#include <QAbstractEventDispatcher>
 #include <QProxyStyle>
 #include <QScrollBar>
 #include <QSignalSpy>
@@ -206,16 +205,10 @@ class LogTextAreaTest : public QObject {
         console.show();
         console.appendAndWait("new\n");
         settle(console);
-        const auto timers = [&] {
-            qsizetype found = QAbstractEventDispatcher::instance()->registeredTimers(&console.area()).size();
-            for (QObject *child : console.view.findChildren<QObject *>())
-                found += QAbstractEventDispatcher::instance()->registeredTimers(child).size();
-            return found;
-        };
-        QTRY_COMPARE(timers(), 0);
+        QTRY_COMPARE(console.runningTimers(), 0);
         console.view.hide();
         console.appendLines(10);
-        QCOMPARE(timers(), 0);
+        QCOMPARE(console.runningTimers(), 0);
     }
 
     void theArrowsMoveTheCaretFromWhatIsOnScreen() {
