@@ -2,13 +2,11 @@
 
 #include "AppVars.h"
 #include "ChangeFollower.h"
+#include "FindShortcuts.h"
 #include "LogConsoleView.h"
 #include "LogTextArea.h"
 #include "PaneSplitter.h"
 
-#include <QApplication>
-#include <QKeySequence>
-#include <QShortcut>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -48,7 +46,7 @@ HomeLogView::HomeLogView(std::shared_ptr<AppVars> appVars, std::shared_ptr<TimeS
     // Tab reaches the divider between the two logs.
     setTabOrder(&lumora->textArea(), panes->handle(1));
 
-    addFindKeys();
+    new FindShortcuts({lumora, qorClient}, this);
 
     auto *follower = new ChangeFollower(this, [this] { refresh(); });
     connect(_appVars.get(), &AppVars::objectWillChange, this, [this, follower](AppVars::Change change) {
@@ -70,28 +68,6 @@ HomeLogView::HomeLogView(std::shared_ptr<AppVars> appVars, std::shared_ptr<TimeS
 // The consoles refer to members of this object, so they go before them.
 HomeLogView::~HomeLogView() {
     delete panes;
-}
-
-/// A console has keys of its own for these while the focus is in it, and two for the same would be none.
-/// Elsewhere, as in a window that was just opened, they go to the console that was used last.
-void HomeLogView::addFindKeys() {
-    lastUsed = lumora;
-    const auto add = [this](QKeySequence::StandardKey key, void (LogConsoleView::*act)()) {
-        auto *const shortcut = new QShortcut(key, this);
-        connect(shortcut, &QShortcut::activated, this, [this, act] { (lastUsed->*act)(); });
-        connect(qApp, &QApplication::focusChanged, shortcut, [this, shortcut](QWidget *, QWidget *now) {
-            shortcut->setEnabled(now == nullptr || !panes->isAncestorOf(now) || now == panes->handle(1));
-        });
-    };
-    add(QKeySequence::Find, &LogConsoleView::find);
-    add(QKeySequence::FindNext, &LogConsoleView::findNext);
-    add(QKeySequence::FindPrevious, &LogConsoleView::findPrevious);
-    connect(qApp, &QApplication::focusChanged, this, [this](QWidget *, QWidget *now) {
-        for (LogConsoleView *console : {lumora, qorClient}) {
-            if (now != nullptr && console->isAncestorOf(now))
-                lastUsed = console;
-        }
-    });
 }
 
 double HomeLogView::upperShare() const {

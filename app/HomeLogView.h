@@ -34,7 +34,6 @@ class HomeLogView : public QWidget {
     void showEvent(QShowEvent *event) override;
 
   private:
-    void addFindKeys();
     void refresh();
 
     std::shared_ptr<AppVars> _appVars;
@@ -43,7 +42,6 @@ class HomeLogView : public QWidget {
     PaneSplitter *panes;
     LogConsoleView *lumora;
     LogConsoleView *qorClient;
-    LogConsoleView *lastUsed;           ///< by the keyboard or the mouse
     std::optional<double> shareToCome;  ///< until the view is shown
 };
 

@@ -4,16 +4,17 @@
 #include "FindBar.h"
 #include "LogSearch.h"
 #include "LogTextArea.h"
+#include "MainQueue.h"
 #include "StatusBadge.h"
 #include "SymbolButton.h"
 #include "Theme.h"
 
 #include <QEvent>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QPainter>
 #include <QPointer>
-#include <QShortcut>
 #include <QVBoxLayout>
 
 namespace ferrolt {
@@ -21,10 +22,10 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr QSize smallest(300, 150);
+constexpr QSize minSize(300, 150);
 constexpr int headerPaddingAlong = 10;
 constexpr auto confirmationTime = 1200ms;
-/// The line around the panel lies inside its bounds, and so does one between header and log.
+/// The width of the border, which lies inside the panel's bounds, and of the line between header and log.
 constexpr int line = 1;
 
 }  // namespace
@@ -41,13 +42,13 @@ LogConsoleView::LogConsoleView(const QString &title, const LogBuffer &lines, con
           new SymbolButton(tr("Copy this log to the clipboard"), Symbol::DocOnDoc, Theme::accent, header)),
       badge(new StatusBadge(header)),
       divider(new QWidget(this)),
-      findBar(new FindBar(this)),
       area(new LogTextArea(lines, bottomId, clipboard, this)),
-      search(new LogSearch(*area, *findBar, this)) {
-    setMinimumSize(smallest);
+      stack(new QVBoxLayout(this)) {
+    Q_ASSERT(MainQueue::isMainThread());
+    setMinimumSize(minSize);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
     titleLabel->setTextFormat(Qt::PlainText);
-    // A title that is too long for its panel is cut before it pushes the badge out of it.
+    // A title that is too long is cut, so that it does not push the badge out of the panel.
     titleLabel->setMinimumWidth(1);
     area->setAccessibleName(title);
 
@@ -61,44 +62,53 @@ LogConsoleView::LogConsoleView(const QString &title, const LogBuffer &lines, con
 
     divider->setFixedHeight(line);
 
-    auto *const stack = new QVBoxLayout(this);
     stack->setContentsMargins(line, line, line, line);
     stack->setSpacing(0);
     stack->addWidget(header);
     stack->addWidget(divider);
-    stack->addWidget(findBar);
     stack->addWidget(area, 1);
 
     connect(copyButton, &QAbstractButton::clicked, this, &LogConsoleView::copyLog);
     connect(area, &LogTextArea::refreshed, this, &LogConsoleView::refreshHeader);
-    // A QKeySequence that is made of a standard key has the first of its keys only.
-    const auto addShortcut = [this](auto key, auto act) {
-        auto *const shortcut = new QShortcut(key, this);
-        shortcut->setContext(Qt::WidgetWithChildrenShortcut);
-        connect(shortcut, &QShortcut::activated, search, act);
-        return shortcut;
-    };
-    addShortcut(QKeySequence::Find, &LogSearch::open);
-    addShortcut(QKeySequence::FindNext, &LogSearch::findNext);
-    addShortcut(QKeySequence::FindPrevious, &LogSearch::findPrevious);
-    QShortcut *const escape = addShortcut(Qt::Key_Escape, &LogSearch::close);
-    escape->setEnabled(false);
-    connect(search, &LogSearch::openChanged, escape, &QShortcut::setEnabled);
-
     titleLabel->setFont(Theme::headline());
     refreshHeader();
 }
 
+LogSearch &LogConsoleView::search() {
+    if (logSearch == nullptr) {
+        auto *const bar = new FindBar(this);
+        stack->insertWidget(stack->indexOf(area), bar);
+        // Above the text for screen readers and the Tab key, too, as if it had been made before it.
+        bar->stackUnder(area);
+        QWidget *before = copyButton;
+        for (QWidget *const each : bar->findChildren<QWidget *>(Qt::FindDirectChildrenOnly)) {
+            if (each->focusPolicy() != Qt::NoFocus) {
+                setTabOrder(before, each);
+                before = each;
+            }
+        }
+        logSearch = new LogSearch(*area, *bar, this);
+    }
+    return *logSearch;
+}
+
 void LogConsoleView::find() {
-    search->open();
+    search().open();
 }
 
 void LogConsoleView::findNext() {
-    search->findNext();
+    search().findNext();
 }
 
 void LogConsoleView::findPrevious() {
-    search->findPrevious();
+    search().findPrevious();
+}
+
+void LogConsoleView::keyPressEvent(QKeyEvent *event) {
+    if (logSearch != nullptr && logSearch->isOpen() && event->matches(QKeySequence::Cancel))
+        logSearch->close();
+    else
+        QWidget::keyPressEvent(event);
 }
 
 void LogConsoleView::setRunning(bool isRunning) {
@@ -129,7 +139,7 @@ void LogConsoleView::copyLog() {
     // Joined with nothing between them: the entries carry their own line breaks.
     clipboard.setText(lines.snapshot());
     setDidCopy(true);
-    // Never cancelled: when the button is pressed again meanwhile, the first of the two turns the icon back.
+    // Not cancelled by another press: the reset of the first press turns the icon back.
     time.callAfter(confirmationTime, [view = QPointer(this)] {
         if (view)
             view->setDidCopy(false);

@@ -6,13 +6,11 @@
 
 #include <QWidget>
 
-#include <memory>
-
 class QLabel;
+class QVBoxLayout;
 
 namespace ferrolt {
 
-class FindBar;
 class LogSearch;
 class LogTextArea;
 class StatusBadge;
@@ -20,6 +18,7 @@ class SymbolButton;
 
 /// One service's log as a framed panel: a header with the service's name, a button that copies the whole log
 /// and a badge that says whether the service runs; below it the log itself, which follows its newest entry.
+/// Between them, once it was asked for, a find bar, which Escape closes.
 ///
 /// Main thread.
 class LogConsoleView : public QWidget {
@@ -34,20 +33,21 @@ class LogConsoleView : public QWidget {
     /// Shown at once.
     void setRunning(bool isRunning);
 
-    /// To be called whenever the log has changed or is about to. Costs next to nothing: the view reads the
-    /// log from the event loop, once for some screen refreshes, and when it is next on screen if it is not
-    /// now.
+    /// To be called when the log has changed or is about to. Costs next to nothing: the view reads the log
+    /// later, from the event loop, and not before it is on screen.
     void logChanged();
 
     LogTextArea &textArea() const { return *area; }
 
-    /// As the keys for them do in the console: each shows the find bar first if need be.
+    /// Shows the find bar and puts the keyboard into it.
     void find();
+    /// Go to the next or previous hit; show the find bar instead while there is nothing to search for.
     void findNext();
     void findPrevious();
 
   protected:
     void paintEvent(QPaintEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
     void showEvent(QShowEvent *event) override;
     bool event(QEvent *event) override;
 
@@ -55,6 +55,7 @@ class LogConsoleView : public QWidget {
     void copyLog();
     void setDidCopy(bool didCopy);
     void refreshHeader();
+    LogSearch &search();
 
     const LogBuffer &lines;
     Clipboard &clipboard;
@@ -66,9 +67,9 @@ class LogConsoleView : public QWidget {
     SymbolButton *const copyButton;
     StatusBadge *const badge;
     QWidget *const divider;
-    FindBar *const findBar;
     LogTextArea *const area;
-    LogSearch *const search;
+    QVBoxLayout *const stack;
+    LogSearch *logSearch = nullptr;  ///< with its find bar; none before the first search
 };
 
 }  // namespace ferrolt

@@ -2,6 +2,7 @@
 
 #include "FindBar.h"
 #include "LogTextArea.h"
+#include "MainQueue.h"
 
 #include <QAccessible>
 #include <QTimerEvent>
@@ -11,16 +12,17 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// Short enough for nobody to notice, and with pauses that leave most of the time to everything else.
-constexpr auto turn = 4ms;
+/// Portions too short to be noticed, with pauses that leave most of the time to everything else.
+constexpr auto portion = 4ms;
 constexpr int pauseMilliseconds = 8;
-/// Somebody who types, or goes on to the next hit and the next, is not told of each on the way.
+/// The result is spoken this long after the last key, not after each of several.
 constexpr int speechMilliseconds = 500;
 
 }  // namespace
 
 LogSearch::LogSearch(LogTextArea &area, FindBar &bar, QObject *parent)
     : QObject(parent), area(area), bar(bar), finder(area.buffer()) {
+    Q_ASSERT(MainQueue::isMainThread());
     bar.hide();
     connect(&bar, &FindBar::textChanged, this, &LogSearch::setNeedle);
     connect(&bar, &FindBar::nextWanted, this, &LogSearch::findNext);
@@ -28,7 +30,7 @@ LogSearch::LogSearch(LogTextArea &area, FindBar &bar, QObject *parent)
     connect(&bar, &FindBar::closeWanted, this, &LogSearch::close);
     connect(&area, &LogTextArea::refreshed, this, [this] {
         if (isOpen())
-            goOn();
+            work();
     });
     connect(&area, &LogTextArea::selectionChanged, this, [this] {
         if (isOpen())
@@ -43,11 +45,10 @@ bool LogSearch::isOpen() const {
 void LogSearch::open() {
     if (!isOpen()) {
         bar.show();
-        Q_EMIT openChanged(true);
         finder.setNeedle(bar.text());
         area.setHits(
             [this](const LogRow &row) { return finder.hitsBetween(row.sequence, row.begin, row.textEnd); });
-        goOn();
+        work();
     }
     bar.focusField();
 }
@@ -55,14 +56,13 @@ void LogSearch::open() {
 void LogSearch::close() {
     if (!isOpen())
         return;
-    timer.stop();
+    workTimer.stop();
     speechTimer.stop();
     finder.setNeedle(QString());
     area.setHits({});
     area.setSelectionIsHit(false);
     area.setFocus(Qt::ShortcutFocusReason);
     bar.hide();
-    Q_EMIT openChanged(false);
 }
 
 void LogSearch::setNeedle(const QString &text) {
@@ -71,43 +71,48 @@ void LogSearch::setNeedle(const QString &text) {
     area.viewport()->update();
     if (!finder.hasNeedle()) {
         area.setSelectionIsHit(false);
-        timer.stop();
+        workTimer.stop();
         showResult();
         return;
     }
-    // From what is selected, so that the hit grows while somebody types; else from what is on screen.
+    // From the selection, so that the hit grows while the user types; else from the top of the screen.
     const std::optional<LogPosition> top = area.topOfView();
     if (top)
-        searchFrom(area.hasSelection() ? area.selection().span().begin : *top, Direction::Forward);
+        startSearch(area.hasSelection() ? area.selection().span().begin : *top, Direction::Forward);
     showResult();
 }
 
 void LogSearch::findNext() {
-    const std::optional<LogPosition> top = area.topOfView();
-    if (!isOpen() || !finder.hasNeedle())
-        open();
-    else if (top)
-        searchFrom(area.hasSelection() ? area.selection().span().end : *top, Direction::Forward);
+    find(Direction::Forward);
 }
 
 void LogSearch::findPrevious() {
-    const std::optional<LogPosition> top = area.topOfView();
-    if (!isOpen() || !finder.hasNeedle())
-        open();
-    else if (top)
-        searchFrom(area.hasSelection() ? area.selection().span().begin : *top, Direction::Backward);
+    find(Direction::Backward);
 }
 
-void LogSearch::searchFrom(LogPosition from, Direction direction) {
+void LogSearch::find(Direction direction) {
+    if (!isOpen() || !finder.hasNeedle()) {
+        open();
+        return;
+    }
+    const std::optional<LogPosition> top = area.topOfView();
+    const LogSpan selection = area.selection().span();
+    if (top && !area.hasSelection())
+        startSearch(*top, direction);
+    else if (top)
+        startSearch(direction == Direction::Forward ? selection.end : selection.begin, direction);
+}
+
+void LogSearch::startSearch(LogPosition from, Direction direction) {
     finder.startSearch(from, direction);
     speakSoon();
-    goOn();
+    work();
 }
 
-void LogSearch::goOn() {
+void LogSearch::work() {
     finder.sync();
     if (finder.isSearching()) {
-        const LogFinder::Answer answer = finder.searchFor(turn);
+        const LogFinder::Answer answer = finder.searchFor(portion);
         if (answer == LogFinder::Answer::Found) {
             area.select(finder.found());
             area.setSelectionIsHit(true);
@@ -115,31 +120,30 @@ void LogSearch::goOn() {
             area.setSelectionIsHit(false);
         }
     } else if (!finder.isCounted()) {
-        finder.countFor(turn);
+        finder.countFor(portion);
     }
-    if (finder.isSearching() || !finder.isCounted())
-        timer.start(pauseMilliseconds, Qt::PreciseTimer, this);
+    if (isWorking())
+        workTimer.start(pauseMilliseconds, Qt::PreciseTimer, this);
     else
-        timer.stop();
+        workTimer.stop();
     showResult();
 }
 
 void LogSearch::timerEvent(QTimerEvent *event) {
-    if (event->timerId() == speechTimer.timerId()) {
-        if (area.isVisible() && (finder.isSearching() || !finder.isCounted()))
-            return;  // and again
+    if (event->timerId() == workTimer.timerId()) {
+        // Off screen the work rests; the area's next refresh continues it.
+        workTimer.stop();
+        if (area.isVisible())
+            work();
+    } else if (event->timerId() == speechTimer.timerId()) {
+        if (area.isVisible() && isWorking())
+            return;  // the timer repeats
         speechTimer.stop();
         bar.speakResult();
     }
-    if (event->timerId() != timer.timerId())
-        return;
-    // Nobody waits for an answer that nobody sees; the next refresh goes on.
-    timer.stop();
-    if (area.isVisible())
-        goOn();
 }
 
-/// What was asked for is told, what a log that runs on makes of it is not.
+/// For results of what the user does. Those that change as the log grows are not spoken.
 void LogSearch::speakSoon() {
     if (QAccessible::isActive())
         speechTimer.start(speechMilliseconds, this);

@@ -10,9 +10,10 @@ namespace ferrolt {
 class FindBar;
 class LogTextArea;
 
-/// Brings the find bar, the finder and the text area of one console together: marks what is found, goes from
-/// hit to hit, and says how many there are. The bar takes no room until open(). Searches in turns of the
-/// event loop, and rests once everything is found.
+/// Joins the find bar, the finder and the text area of one console: marks the hits, goes from hit to hit, and
+/// shows how many there are. Searches in short portions from the event loop, until everything is counted.
+///
+/// The bar is hidden until open(). Main thread.
 class LogSearch : public QObject {
     Q_OBJECT
 
@@ -21,29 +22,30 @@ class LogSearch : public QObject {
     LogSearch(LogTextArea &area, FindBar &bar, QObject *parent = nullptr);
 
     bool isOpen() const;
+    /// Shows the bar, and puts the keyboard into it.
     void open();
+    /// Hides the bar, and puts the keyboard into the text.
     void close();
-    /// Open the bar first if need be.
+    /// Go to the next or previous hit; open() instead while there is nothing to search for.
     void findNext();
     void findPrevious();
-
-  Q_SIGNALS:
-    void openChanged(bool isOpen);
 
   protected:
     void timerEvent(QTimerEvent *event) override;
 
   private:
+    bool isWorking() const { return finder.isSearching() || !finder.isCounted(); }
     void setNeedle(const QString &text);
-    void searchFrom(LogPosition from, Direction direction);
-    void goOn();
+    void find(Direction direction);
+    void startSearch(LogPosition from, Direction direction);
+    void work();
     void showResult();
     void speakSoon();
 
     LogTextArea &area;
     FindBar &bar;
     LogFinder finder;
-    QBasicTimer timer;
+    QBasicTimer workTimer;
     QBasicTimer speechTimer;
 };
 

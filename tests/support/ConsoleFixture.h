@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Clipboard.h"
+#include "FindShortcuts.h"
 #include "LogBuffer.h"
 #include "LogConsoleView.h"
 #include "LogTextArea.h"
@@ -22,7 +23,7 @@
 
 namespace ferrolt {
 
-/// A clipboard that remembers what was done to it.
+/// A clipboard that records the calls.
 class RecordingClipboard : public Clipboard {
   public:
     void clearContents() override { calls.push_back("clear"); }
@@ -49,12 +50,12 @@ class RecordingClipboard : public Clipboard {
     }
 };
 
-/// A console in a window, and all that it works on.
+/// A console in a window, with everything that it refers to.
 struct ConsoleFixture {
     explicit ConsoleFixture(const QString &title = QStringLiteral("Lumora Core Engine"))
         : view(title, log, QStringLiteral("lumBottom"), clipboard, time) {}
 
-    /// As the launcher appends: the newest 1000 are kept.
+    /// Keeps the newest 1000 elements, as the launcher does.
     void append(const QByteArray &element) {
         log.append(element);
         if (log.size() > 1000)
@@ -72,7 +73,7 @@ struct ConsoleFixture {
         view.activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(&view));
     }
-    /// Waits until the area has taken over what was appended.
+    /// Waits until the area has read the log.
     void appendAndWait(const QByteArray &element) {
         QSignalSpy refreshed(&area(), &LogTextArea::refreshed);
         append(element);
@@ -97,6 +98,7 @@ struct ConsoleFixture {
     RecordingClipboard clipboard;
     ManualTime time;
     LogConsoleView view;
+    FindShortcuts shortcuts{{&view}, &view};
 };
 
 }  // namespace ferrolt

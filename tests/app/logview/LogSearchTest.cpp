@@ -72,7 +72,7 @@ class LogSearchTest : public QObject {
         QCOMPARE(countAll(log, QStringLiteral("aa")), 2U);
     }
 
-    /// Where an element ends is a matter of when its pipe was read.
+    /// An element ends wherever a read of the pipe ended.
     void aTextThatElementsShareIsFound() {
         LogBuffer log;
         log.append("the engine is lis");
@@ -89,7 +89,7 @@ class LogSearchTest : public QObject {
         QCOMPARE(finder.searchFor(1s), LogFinder::Answer::Found);
         const LogSpan shared{at(0, 14), at(2, 3)};
         QCOMPARE(finder.found(), shared);
-        // It is marked in each of its elements.
+        // It is marked in each of the elements that it spans.
         for (std::uint64_t element = 0; element < 3; ++element)
             QCOMPARE(finder.hitsBetween(element, ByteOffset{0}, ByteOffset{30}).front(), shared);
         QCOMPARE(finder.hitsBetween(2, ByteOffset{3}, ByteOffset{30}).size(), 1U);
@@ -148,7 +148,7 @@ class LogSearchTest : public QObject {
         ConsoleFixture console;
         console.append("text\n");
         console.show();
-        QVERIFY(!bar(console).isVisible());
+        QVERIFY(!console.view.findChild<FindBar *>());
         const int height = console.area().height();
         openBar(console);
         QVERIFY(console.area().height() < height);
@@ -156,6 +156,21 @@ class LogSearchTest : public QObject {
         QVERIFY(!bar(console).isVisible());
         QTRY_COMPARE(console.area().height(), height);
         QVERIFY(console.area().hasFocus());
+    }
+
+    void escapeIsLeftToOthersWhileTheBarIsClosed() {
+        ConsoleFixture console;
+        console.show();
+        const auto isTaken = [&] {
+            QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
+            QCoreApplication::sendEvent(&console.view, &escape);
+            return escape.isAccepted();
+        };
+        QVERIFY(!isTaken());
+        openBar(console);
+        QVERIFY(isTaken());
+        QVERIFY(!bar(console).isVisible());
+        QVERIFY(!isTaken());
     }
 
     void typingGoesToTheFirstHitAndEnterToTheNext() {
@@ -239,9 +254,9 @@ class LogSearchTest : public QObject {
             QTest::keyClicks(&field(console), QStringLiteral("hit"));
             [&] { QTRY_COMPARE(result(console), QStringLiteral("1 of 2")); }();
             auto *const label = bar(console).findChild<QLabel *>();
-            // The layout makes room for the text when it is next asked to, after the text has changed.
+            // The layout makes room for the new text later, from the event loop.
             [&] { QTRY_COMPARE(label->width(), label->sizeHint().width()); }();
-            // The width is rounded up: at the other side the text would stand a part of a pixel off.
+            // The width is rounded up: aligned to the other side the text would be off by a part of a pixel.
             label->setAlignment(Qt::AlignRight | Qt::AlignAbsolute | Qt::AlignVCenter);
             return label->grab().toImage();
         };
@@ -357,7 +372,7 @@ class LogSearchTest : public QObject {
         qInfo("found in 64 MB after %lld ms, worst turn %.1f ms", static_cast<long long>(whole.elapsed()),
               worst);
         QVERIFY(worst < 500);
-        // And rests then.
+        // Then no timer runs.
         QTRY_COMPARE(result(console), QStringLiteral("1 of 1"));
         auto *const search = console.view.findChild<LogSearch *>();
         QTRY_VERIFY(QAbstractEventDispatcher::instance()->registeredTimers(search).isEmpty());
