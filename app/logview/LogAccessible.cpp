@@ -2,6 +2,7 @@
 
 #include "LogText.h"
 #include "LogTextArea.h"
+#include "MainQueue.h"
 #include "PerElement.h"
 #include "StatusBadge.h"
 #include "Utf16.h"
@@ -269,6 +270,7 @@ QAccessibleInterface *interfaceFor(const QString &, QObject *object) {
 }  // namespace
 
 void installConsoleRoles() {
+    Q_ASSERT(MainQueue::isMainThread());
     [[maybe_unused]] static const bool installed = [] {
         QAccessible::installFactory(interfaceFor);
         return true;
@@ -276,6 +278,7 @@ void installConsoleRoles() {
 }
 
 void announceChanges(LogTextArea &area) {
+    Q_ASSERT(MainQueue::isMainThread());
     new Announcer(area);
 }
 

@@ -1,5 +1,7 @@
 #include "LogDrag.h"
 
+#include "MainQueue.h"
+
 #include <QGuiApplication>
 #include <QStyleHints>
 #include <QWidget>
@@ -14,7 +16,9 @@ constexpr int scrollMilliseconds = 30;
 
 }  // namespace
 
-LogDrag::LogDrag(QWidget *viewport) : QObject(viewport), viewport(viewport) {}
+LogDrag::LogDrag(QWidget *viewport) : QObject(viewport), viewport(viewport) {
+    Q_ASSERT(MainQueue::isMainThread());
+}
 
 LogSelection::Unit LogDrag::press(QPointF at) {
     const QStyleHints &hints = *QGuiApplication::styleHints();

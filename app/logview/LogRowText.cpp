@@ -102,6 +102,7 @@ std::uint32_t LogRowText::offsetOfUnit(int unit) const {
 
 qreal LogRowText::xOf(std::uint32_t offset) const {
     Q_ASSERT(offset <= static_cast<std::uint32_t>(text.size()));
+    Q_ASSERT(offset == static_cast<std::uint32_t>(text.size()) || !utf8::isContinuation(text[offset]));
     if (layout)
         return layout->lineAt(0).cursorToX(unitOf(offset)) * squeeze;
     if (!hasTabs)

@@ -4,6 +4,7 @@
 #include "LogDrag.h"
 #include "LogScrollBar.h"
 #include "LogText.h"
+#include "MainQueue.h"
 #include "Theme.h"
 
 #include <QAction>
@@ -91,6 +92,7 @@ LogTextArea::LogTextArea(const LogBuffer &log, const QString &bottomId, Clipboar
       drag(new LogDrag(viewport())),
       marker(new QWidget(viewport())),
       bar(new LogScrollBar) {
+    Q_ASSERT(MainQueue::isMainThread());
     installConsoleRoles();
     setFrameStyle(QFrame::NoFrame);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
@@ -122,6 +124,7 @@ bool LogTextArea::canAnimate() const {
 }
 
 void LogTextArea::logChanged() {
+    Q_ASSERT(MainQueue::isMainThread());
     if (refreshTimer.isActive())
         return;
     if (isOnScreen())

@@ -14,7 +14,7 @@ using namespace ferrolt;
 
 namespace {
 
-/// What a screen reader would have been told.
+/// Records what is reported to assistive technology.
 QList<QAccessible::Event> told;
 QString insertedText;
 int insertedAt = -1;
@@ -197,7 +197,7 @@ class LogAccessibleTest : public QObject {
         QAccessible::installUpdateHandler(before);
     }
 
-    /// At the cap every append takes as much away at the top, and all offsets with it.
+    /// With the log full, every append also drops text at the top, which changes all offsets.
     void whatDropsOffIsAnnouncedBeforeWhatIsAppended() {
         if (!QAccessible::isActive())
             QSKIP("This platform has no screen readers.");
@@ -230,7 +230,7 @@ class LogAccessibleTest : public QObject {
         QCOMPARE(inserted.text, QString("last\n"));
     }
 
-    /// More than anybody would listen to is told as a change of what is shown.
+    /// More than a user would listen to is reported without its text.
     void aFloodThatDropsOffIsNotReadOut() {
         if (!QAccessible::isActive())
             QSKIP("This platform has no screen readers.");
@@ -273,7 +273,7 @@ class LogAccessibleTest : public QObject {
         for (int i = 0; i < 1000; ++i)
             console.log.append(QByteArray(65536, 'x'));
         console.show();
-        // What Qt's own would do for each question.
+        // What Qt's own implementation would do for each question.
         QElapsedTimer clock;
         clock.start();
         QByteArray whole;

@@ -10,7 +10,7 @@
 
 using namespace ferrolt;
 
-/// What the mouse, the keys and the menu select in a log, and what is copied of it.
+/// Selecting in a log with the mouse, the keys and the menu, and copying the selection.
 class LogTextAreaSelectionTest : public QObject {
     Q_OBJECT
 
@@ -31,8 +31,8 @@ class LogTextAreaSelectionTest : public QObject {
         QTest::mouseMove(viewport, to);
         QTest::mouseRelease(viewport, Qt::LeftButton, {}, to);
     }
-    /// As a mouse does it, by the window: from the third element to a place below the window, which is
-    /// returned.
+    /// Drags from the third element to a point below the window, by events of the window, as a real mouse
+    /// does. Returns that point.
     static QPoint startDragBeyondTheEdge(ConsoleFixture &console) {
         QWindow *const window = console.view.windowHandle();
         const QPoint from = console.area().viewport()->mapTo(&console.view, pointOf(console, at(2, 0)));
@@ -57,7 +57,7 @@ class LogTextAreaSelectionTest : public QObject {
         // Upwards as well.
         drag(console, pointOf(console, at(1, 6)), pointOf(console, at(0, 2)));
         QCOMPARE(selectedText(console), "rst line\nsecond");
-        // A click selects nothing any more.
+        // A click ends the selection.
         QTest::mouseClick(console.area().viewport(), Qt::LeftButton, {}, pointOf(console, at(0, 2)));
         QVERIFY(!console.area().hasSelection());
     }
@@ -70,7 +70,8 @@ class LogTextAreaSelectionTest : public QObject {
         QVERIFY(console.clipboard.calls.empty());
     }
 
-    /// The end of an element and the beginning of the next are two places on screen and one in the text.
+    /// On screen the end of an element and the beginning of the next are two places, in the text they are
+    /// one.
     void fromTheEndOfAnElementToTheBeginningOfTheNextNothingIsSelected() {
         ConsoleFixture console;
         console.append("first");
@@ -87,7 +88,7 @@ class LogTextAreaSelectionTest : public QObject {
             QVERIFY(console.clipboard.calls.empty());
             QVERIFY(console.clipboard.selection.isEmpty());
         }
-        // And from there on it grows by what is text.
+        // From there it grows by text.
         console.press(Qt::Key_Left, Qt::ShiftModifier);
         QCOMPARE(selectedText(console), "t");
     }
@@ -147,7 +148,7 @@ class LogTextAreaSelectionTest : public QObject {
         QCOMPARE(console.runningTimers(), 0);
     }
 
-    /// The alert takes the button's release with it.
+    /// The area does not get the button's release then.
     void anAlertInTheMiddleOfADragEndsIt() {
         ConsoleFixture console;
         console.appendLines(1000);
@@ -169,7 +170,7 @@ class LogTextAreaSelectionTest : public QObject {
         QCOMPARE(selectedText(console), text);
     }
 
-    /// A menu, which is no alert, had it.
+    /// A menu got the release; unlike an alert it does not block the window.
     void aReleaseThatWentElsewhereEndsADrag() {
         ConsoleFixture console;
         console.appendLines(1000);

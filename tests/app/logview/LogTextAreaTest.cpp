@@ -87,7 +87,7 @@ class LogTextAreaTest : public QObject {
         QVERIFY(!console.area().isFollowing());
         QCOMPARE(console.scrolled(), 0);
 
-        // Nor does it for somebody who reads in the middle: the text stays where it is.
+        // Nor in the middle of the log: the text on screen stays where it is.
         console.area().verticalScrollBar()->setValue(5000);
         const LogPosition top = *console.area().topOfView();
         const qreal y = console.area().rectangleOf(top).top();
@@ -96,7 +96,7 @@ class LogTextAreaTest : public QObject {
         QVERIFY(!console.area().isFollowing());
         QCOMPARE(console.area().rectangleOf(top).top(), y);
 
-        // At the end the offset stays, and entries pass by under it.
+        // At the end the offset stays, and entries pass through the view.
         console.press(Qt::Key_End);
         const int end = console.scrolled();
         console.appendAndWait("tall\nand\ntaller\nthan\nany\n");
@@ -188,7 +188,7 @@ class LogTextAreaTest : public QObject {
             return false;
         };
         QVERIFY(hasInk());
-        // All that was on screen is gone, and no refresh has come since.
+        // Everything on screen was dropped, and there was no refresh since.
         console.appendLines(1000, "newer");
         QVERIFY(hasInk());
         console.appendLines(1000, "newest");

@@ -64,7 +64,7 @@ class LogRowsTest : public QObject {
     void aCarriageReturnBeforeALineFeedIsPartOfTheBreak() {
         QCOMPARE(rows("one\r\ntwo\r\n", 10), QList<QByteArray>({"one", "two"}));
         QCOMPARE(rows("0123456789\r\nnext", 10), QList<QByteArray>({"0123456789", "next"}));
-        // The line feed of the last one may come with the next element.
+        // The line feed that follows the last one may come with the next element.
         QCOMPARE(rows("10%\r20%\r", 10), QList<QByteArray>({"10%\r20%"}));
     }
 
@@ -78,7 +78,7 @@ class LogRowsTest : public QObject {
         for (const QByteArray &row : rows(marked, 5))
             QCOMPARE(row.at(0), 'e');
         QCOMPARE(rows(marked, 5).size(), 3);
-        // A family of three is one picture.
+        // A family of three emoji joined by joiners is one character.
         const QByteArray family("\xf0\x9f\x91\xa9\xe2\x80\x8d\xf0\x9f\x91\xa9\xe2\x80\x8d\xf0\x9f\x91\xa7");
         QCOMPARE(rows("12" + family, 4).size(), 1);
     }
@@ -137,7 +137,7 @@ class LogRowsTest : public QObject {
                 QVERIFY(!utf8::isContinuation(element[static_cast<qsizetype>(start)]));
             const auto feeds = static_cast<std::uint32_t>(element.count('\n'));
             QCOMPARE(counted.lines, feeds + (element.endsWith('\n') ? 0U : 1U));
-            // Tabs depend on where they stand, and a joiner makes one character of two.
+            // The width of a tab depends on its column; a joiner makes one character of two.
             if (!element.contains('\t') && !element.contains("\xe2\x80\x8d")) {
                 for (const QByteArray &row : rows(element, columns))
                     QVERIFY2(cells(row) <= static_cast<std::uint32_t>(std::max(columns, 2) + 1),
