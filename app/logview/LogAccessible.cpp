@@ -3,7 +3,6 @@
 #include "LogText.h"
 #include "LogTextArea.h"
 #include "MainQueue.h"
-#include "PerElement.h"
 #include "StatusBadge.h"
 #include "Utf16.h"
 #include "Utf16Index.h"
@@ -11,14 +10,8 @@
 #include <QAccessible>
 #include <QAccessibleWidget>
 
-#include <algorithm>
-
 namespace ferrolt {
 namespace {
-
-/// Up to this much text of one refresh is reported to screen readers as inserted or removed, which makes them
-/// read it out; more is reported without its text.
-constexpr std::size_t maxReportedBytes = 8 * 1024;
 
 class LogTextInterface final : public QAccessibleWidget, public QAccessibleTextInterface {
   public:
@@ -164,101 +157,6 @@ class LogTextInterface final : public QAccessibleWidget, public QAccessibleTextI
     mutable Utf16Index index;
 };
 
-/// Reports changes of an area's text, caret and selection to assistive technology.
-class Announcer : public QObject {
-  public:
-    explicit Announcer(LogTextArea &area)
-        : QObject(&area), area(area), index(area.buffer()), texts(area.buffer()) {
-        connect(&area, &LogTextArea::refreshed, this, &Announcer::announceText);
-        connect(&area, &LogTextArea::caretMoved, this, [this] {
-            if (QAccessible::isActive())
-                announceCaret();
-        });
-        connect(&area, &LogTextArea::selectionChanged, this, [this] {
-            if (QAccessible::isActive())
-                announceSelection();
-        });
-    }
-
-  private:
-    void announceText() {
-        const LogBuffer &log = area.buffer();
-        const std::uint64_t from = std::max(announcedEnd, log.firstSequence());
-        announcedEnd = log.endSequence();
-        if (!QAccessible::isActive()) {
-            texts.clear();
-            return;
-        }
-        announceRemoval();
-        if (from < announcedEnd)
-            announceInsertion(from);
-    }
-
-    /// From this element to the end of the log.
-    void announceInsertion(std::uint64_t from) {
-        const LogBuffer &log = area.buffer();
-        std::size_t bytes = 0;
-        for (std::uint64_t i = from; i < log.endSequence() && bytes <= maxReportedBytes; ++i)
-            bytes += sizeOf(log.bySequence(i));
-        if (bytes > maxReportedBytes) {
-            announceDataChange();
-            return;
-        }
-        QByteArray text;
-        for (std::uint64_t i = from; i < log.endSequence(); ++i)
-            text += log.bySequence(i);
-        QAccessibleTextInsertEvent event(&area, index.unitsBefore({from, ByteOffset{0}}), utf16Of(text));
-        QAccessible::updateAccessibility(&event);
-    }
-
-    void announceRemoval() {
-        QByteArray removed;
-        bool isWhole = true;
-        texts.sync(
-            [](const LogElement &text) { return sizeOf(text) <= maxReportedBytes ? text : QByteArray(); },
-            [&](std::uint64_t sequence) {
-                isWhole = isWhole && !texts[sequence].isNull() && sizeOf(removed) <= maxReportedBytes;
-                removed += texts[sequence];
-            });
-        if (isWhole && removed.isEmpty())
-            return;
-        if (isWhole) {
-            QAccessibleTextRemoveEvent event(&area, 0, utf16Of(removed));
-            QAccessible::updateAccessibility(&event);
-        } else {
-            announceDataChange();
-        }
-        // Removal at the beginning changes the offset of everything that is left.
-        announceCaret();
-    }
-
-    void announceDataChange() {
-        QAccessibleEvent event(&area, QAccessible::VisibleDataChanged);
-        QAccessible::updateAccessibility(&event);
-    }
-
-    void announceCaret() {
-        QAccessibleTextCursorEvent event(&area, index.unitsBefore(area.selection().caret()));
-        QAccessible::updateAccessibility(&event);
-    }
-
-    void announceSelection() {
-        const LogSpan span = area.selection().span();
-        QAccessibleTextSelectionEvent event(&area, index.unitsBefore(span.begin),
-                                            index.unitsBefore(span.end));
-        QAccessible::updateAccessibility(&event);
-    }
-
-    static std::size_t sizeOf(const QByteArray &text) { return static_cast<std::size_t>(text.size()); }
-
-    LogTextArea &area;
-    Utf16Index index;
-    std::uint64_t announcedEnd = 0;  ///< elements before this sequence number were announced
-    /// The announced texts, to report them when they are dropped; they share their bytes with the log. Null
-    /// for texts that are too long to be reported.
-    PerElement<QByteArray> texts;
-};
-
 QAccessibleInterface *interfaceFor(const QString &, QObject *object) {
     if (auto *area = qobject_cast<LogTextArea *>(object))
         return new LogTextInterface(area);
@@ -275,11 +173,6 @@ void installConsoleRoles() {
         QAccessible::installFactory(interfaceFor);
         return true;
     }();
-}
-
-void announceChanges(LogTextArea &area) {
-    Q_ASSERT(MainQueue::isMainThread());
-    new Announcer(area);
 }
 
 }  // namespace ferrolt

@@ -1,6 +1,7 @@
 #include "LogTextArea.h"
 
 #include "LogAccessible.h"
+#include "LogAnnouncer.h"
 #include "LogDrag.h"
 #include "LogScrollBar.h"
 #include "LogText.h"
@@ -30,10 +31,10 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// A change after a pause is shown at once. While a log grows without pause nobody can read every frame, and
+/// A change after a pause is shown at once. While a log grows without pause no user can read every frame, and
 /// drawing a screenful of text is the main cost of an everyday child.
 constexpr int screenRefreshesBetweenReads = 4;
-/// The rows of so many new bytes are counted at once, which is everything at an everyday pace.
+/// The rows of up to this many new bytes are counted at once, which is everything at an everyday pace.
 constexpr std::size_t bytesCountedAtOnce = 64 * 1024;
 /// The rows of other elements are counted once the log has been quiet for a while, in portions too short to
 /// be noticed.
@@ -109,7 +110,7 @@ LogTextArea::LogTextArea(const LogBuffer &log, const QString &bottomId, Clipboar
             [this](qreal pixels) { scrollByUser(view.offset() + std::llround(pixels)); });
     connect(drag, &LogDrag::moved, this, &LogTextArea::selectTo);
     connect(drag, &LogDrag::ended, this, &LogTextArea::offerSelection);
-    announceChanges(*this);
+    new LogAnnouncer(*this);
 }
 
 // When the log is read, and the view brought up to date.

@@ -18,7 +18,7 @@ namespace ferrolt {
 /// wherever a read of its pipe ended. A hit belongs to the element in which it begins.
 ///
 /// A full log takes longer to read than a window may freeze, so the work is done in portions of time. Keeps
-/// the number of hits of each element, and the hits themselves of the elements that were looked at last.
+/// the number of hits of each element, and lists of the hits of the elements that were asked for last.
 ///
 /// States: without a needle nothing is found. With a needle, countFor() counts the hits of elements until
 /// isCounted(); new elements make that false again. A search is started by startSearch() and continued by

@@ -17,7 +17,7 @@ struct LogRow {
     std::uint64_t sequence = 0;
     std::uint32_t number = 0;  ///< within its element
     ByteOffset begin{};
-    ByteOffset textEnd{};  ///< what is drawn ends here
+    ByteOffset textEnd{};  ///< of the part that is drawn
     ByteOffset next{};     ///< past the line break, if the row ends with one
 
     bool endsLine() const { return next > textEnd; }
@@ -33,10 +33,10 @@ inline QByteArrayView textOf(const LogBuffer &log, const LogRow &row) {
 
 /// Where each element and each row of a log stands, in logical pixels from the top of the text, when it is
 /// set in rows of fixed height and `columns` cells. Keeps no text: a few numbers for each element, and the
-/// row starts of the elements that were looked at last.
+/// row starts of the elements that were asked for last.
 ///
-/// The rows of an element are counted when the element is first looked at; until then its height is an
-/// estimate. Counting changes heights, so keep a place as an element and a distance from its top. After a
+/// The rows of an element are counted when they are first asked for; until then its height is an estimate.
+/// Counting changes heights, so keep a place as an element and a distance from its top. After a
 /// change of the width an element is counted again only if one of its lines is longer than a row.
 class LogLayout {
   public:

@@ -10,7 +10,7 @@
 namespace ferrolt {
 
 /// A log read as one text: its elements one after the other with nothing between them. Only the text near a
-/// position is looked at, however long its element is.
+/// position is read, however long its element is.
 ///
 /// Positions must lie in elements that the log holds, unless a function says otherwise.
 class LogText {
