@@ -1,5 +1,9 @@
 #include "TextLines.h"
 
+#include "Utf8.h"
+
+#include <QtGlobal>
+
 #include <cstddef>
 #include <utility>
 
@@ -22,6 +26,10 @@ std::size_t newlineLength(std::string_view text, std::size_t at) {
 }
 
 }  // namespace
+
+TextLines::TextLines(std::string_view text) : rest(text) {
+    Q_ASSERT(utf8::validPrefixLength(text) == text.size());
+}
 
 std::optional<std::string_view> TextLines::next() {
     if (!rest)

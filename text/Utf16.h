@@ -6,8 +6,8 @@
 
 namespace ferrolt {
 
-/// The text in UTF-16, whole. QString::fromUtf8() takes a U+FEFF at the start for a byte-order mark and drops
-/// it; in a value or in a log it is a character like any other, and every place after it would be counted
+/// UTF-8 as UTF-16, every character kept. QString::fromUtf8() drops a U+FEFF at the start as a byte-order
+/// mark; in a value or a log it is a character like any other, and without it all later offsets would be
 /// wrong. Any thread.
 inline QString utf16Of(QByteArrayView text) {
     QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom);

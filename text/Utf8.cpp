@@ -13,8 +13,8 @@ constexpr std::uint8_t byteAt(std::string_view bytes, std::size_t index) {
     return static_cast<std::uint8_t>(bytes[index]);
 }
 
-/// The length of the run of ASCII from `from` on. Logs are nearly all ASCII, so this is what a flood costs:
-/// 32 bytes a turn, in a shape that compilers turn into vector instructions.
+/// The number of ASCII bytes from `from` on. Logs are nearly all ASCII, so most of a flood's time is spent
+/// here: 32 bytes per iteration, in a form that compilers vectorise.
 std::size_t asciiRun(std::string_view bytes, std::size_t from) {
     constexpr std::uint64_t highBits = 0x8080808080808080;
     std::size_t at = from;
@@ -31,25 +31,25 @@ std::size_t asciiRun(std::string_view bytes, std::size_t from) {
 
 struct Sequence {
     std::size_t length = 0;   ///< bytes that are well-formed so far; at least 1
-    bool wellFormed = false;  ///< false: ill-formed or cut off after `length` bytes
+    bool wellFormed = false;  ///< false: ill-formed, or the text ends, after `length` bytes
 };
 
 /// The sequence that begins at `from` with a byte that is not ASCII.
 Sequence sequenceAt(std::string_view bytes, std::size_t from) {
     const std::uint8_t lead = byteAt(bytes, from);
-    std::uint8_t lowest = 0x80;  // of the second byte; all later ones are 80..BF
-    std::uint8_t highest = 0xBF;
+    std::uint8_t min = 0x80;  // of the second byte; all later ones are 80..BF
+    std::uint8_t max = 0xBF;
     std::size_t length = 0;
     if (lead >= 0xC2 && lead <= 0xDF) {
         length = 2;
     } else if (lead >= 0xE0 && lead <= 0xEF) {
         length = 3;
-        lowest = lead == 0xE0 ? 0xA0 : 0x80;   // not overlong
-        highest = lead == 0xED ? 0x9F : 0xBF;  // no surrogates
+        min = lead == 0xE0 ? 0xA0 : 0x80;  // not overlong
+        max = lead == 0xED ? 0x9F : 0xBF;  // no surrogates
     } else if (lead >= 0xF0 && lead <= 0xF4) {
         length = 4;
-        lowest = lead == 0xF0 ? 0x90 : 0x80;   // not overlong
-        highest = lead == 0xF4 ? 0x8F : 0xBF;  // not above U+10FFFF
+        min = lead == 0xF0 ? 0x90 : 0x80;  // not overlong
+        max = lead == 0xF4 ? 0x8F : 0xBF;  // not above U+10FFFF
     } else {
         return {1, false};
     }
@@ -57,10 +57,10 @@ Sequence sequenceAt(std::string_view bytes, std::size_t from) {
         if (from + index >= bytes.size())
             return {index, false};
         const std::uint8_t next = byteAt(bytes, from + index);
-        if (next < lowest || next > highest)
+        if (next < min || next > max)
             return {index, false};
-        lowest = 0x80;
-        highest = 0xBF;
+        min = 0x80;
+        max = 0xBF;
     }
     return {length, true};
 }
@@ -83,6 +83,7 @@ std::size_t validPrefixLength(std::string_view bytes) {
 }
 
 Replaced withReplacements(std::string_view bytes, std::size_t maxText) {
+    Q_ASSERT(maxText >= 4);
     constexpr std::string_view replacement = "\xEF\xBF\xBD";
     const std::size_t max = std::min(maxText, replacement.size() * bytes.size());
     QByteArray text(static_cast<qsizetype>(max), Qt::Uninitialized);

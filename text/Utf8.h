@@ -7,23 +7,23 @@
 #include <string_view>
 
 /// Strict UTF-8 as Unicode 15, table 3-7, defines it: no overlong forms, no surrogates, nothing above
-/// U+10FFFF. A byte-order mark is text like any other and NUL a character. Any thread.
+/// U+10FFFF. A byte-order mark and NUL are characters like any other. Any thread.
 namespace ferrolt::utf8 {
 
 /// The length in bytes of the longest prefix of `bytes` that is well-formed.
 std::size_t validPrefixLength(std::string_view bytes);
 
 struct Replaced {
-    QByteArray text;        ///< holds no more memory than its bytes need
-    std::size_t taken = 0;  ///< how many bytes became this text
+    QByteArray text;        ///< without spare capacity
+    std::size_t taken = 0;  ///< the number of input bytes that `text` stands for
 };
 
-/// `bytes` with every maximal ill-formed subsequence (Unicode 15, section 3.9) replaced by U+FFFD: the
-/// longest part from the beginning whose text has at most `maxText` bytes, which must be 4 or more. A
-/// replacement can be three times as long as what it replaces.
+/// The longest prefix of `bytes` whose text fits into `maxText` bytes, with every maximal ill-formed
+/// subsequence (Unicode 15, section 3.9) replaced by U+FFFD. A replacement can be three times as long as the
+/// bytes it replaces. `maxText` must be at least 4, the length of the longest character.
 Replaced withReplacements(std::string_view bytes, std::size_t maxText);
 
-/// One character as it stands in a text.
+/// A decoded character.
 struct Character {
     char32_t codePoint;
     std::size_t length;  ///< in bytes, 1 to 4
@@ -34,14 +34,15 @@ constexpr bool isContinuation(char byte) {
     return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
 }
 
-/// The character that begins at `at`, which must lie inside `text`. Made for text that is well-formed, as the
-/// elements of a log are: elsewhere each byte that is out of place reads as U+FFFD and nothing is read past
-/// the end. In the header, since views call it for every character of a log.
+/// The character that begins at `at`, which must be less than the size of `text`. For well-formed text, as
+/// log elements are; in any other text a misplaced byte counts as one U+FFFD, and nothing is read past the
+/// end. Inline because views call it for every character of a log.
 inline Character characterAt(QByteArrayView text, std::size_t at) {
     const auto byte = [&](std::size_t i) {
         return static_cast<unsigned char>(text[static_cast<qsizetype>(i)]);
     };
     const auto size = static_cast<std::size_t>(text.size());
+    Q_ASSERT(at < size);
     const unsigned lead = byte(at);
     if (lead < 0x80)
         return {lead, 1};
@@ -57,7 +58,7 @@ inline Character characterAt(QByteArrayView text, std::size_t at) {
     return {value, length};
 }
 
-/// The nearest place at or before `at` where a character begins. `at` may be the end of the text.
+/// The start of the character that `at` lies in; the end of the text for an `at` at or beyond it.
 inline std::size_t characterStart(QByteArrayView text, std::size_t at) {
     const auto size = static_cast<std::size_t>(text.size());
     if (at >= size)
