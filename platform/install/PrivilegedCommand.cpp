@@ -4,8 +4,8 @@ namespace ferrolt {
 
 namespace {
 
-/// One word of the shell's, whatever is in it. Nothing can be escaped between single quotes, so a single
-/// quote ends them, stands escaped by itself, and begins them anew.
+/// One word for the shell. There is no escape between single quotes, so a single quote in the text closes
+/// them, follows escaped, and opens them again.
 std::string quotedForShell(std::string_view text) {
     std::string quoted = "'";
     for (const char character : text) {

@@ -9,28 +9,25 @@
 
 namespace ferrolt {
 
-/// Runs the command line tools that an installation needs.
+/// Runs the command-line tools of an installation.
 class ToolRunner {
   public:
-    /// How much of its work a tool has done, in bytes. On the thread that runs the tool, as often as it
-    /// likes.
+    /// The work done so far and in all, in bytes. Called on the thread of runTool(), without a throttle.
     using Progress = std::function<void(std::uint64_t done, std::uint64_t total)>;
 
     virtual ~ToolRunner() = default;
 
-    /// Runs the tool and waits for its end, its output not captured. True only if it could be started and its
-    /// exit status was 0. `progress` is for tools that can tell; most never call it. Not on the main thread.
+    /// Runs the tool, its output discarded, and blocks until it has ended. True only if it could be started
+    /// and its exit status was 0. Most tools cannot report their progress. Never the main thread.
     virtual bool runTool(const std::filesystem::path &executable, const std::vector<std::string> &arguments,
                          const Progress &progress = {}) = 0;
 
-    /// The name of a program that the tools would need and that is not installed; empty if there is none. Any
-    /// thread.
+    /// The first required program that is not installed; empty when nothing is missing. Any thread.
     virtual std::string missingProgram() const { return {}; }
 };
 
-/// Tools as child processes. Where the disk image tool "/usr/bin/hdiutil" does not exist, its two command
-/// lines that an installation uses have a counterpart that leaves the same behind: on Linux attaching unpacks
-/// the volume into the mount point and detaching empties it again.
+/// Runs tools as child processes. Linux has no "/usr/bin/hdiutil": there its two command lines of an
+/// installation are emulated. Attaching unpacks the volume into the mount point, detaching empties it.
 std::shared_ptr<ToolRunner> systemToolRunner();
 
 }  // namespace ferrolt

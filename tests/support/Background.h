@@ -9,7 +9,7 @@
 
 namespace ferrolt {
 
-/// Runs what blocks on a thread of its own, as a work queue does, while the test's events go on.
+/// Runs blocking work on a background thread while the test's event loop goes on.
 template <class Work>
 auto inBackground(Work work) {
     std::packaged_task<decltype(work())()> task(std::move(work));

@@ -26,10 +26,10 @@ namespace {
 
 const QString version = QStringLiteral("26.2.4");
 
-/// The program that is quit. Leaves its event loop as a quit does, with the work queue in the middle of its
-/// work: at the given line, from which on the installation stands still; or, without one, as soon as it is
-/// told to on its standard input. Its archiver is the script "archiver" then, and its prompt the script
-/// "prompt".
+/// The child process that quits during an installation: it leaves its event loop, as a quit does, while the
+/// work queue is busy. With a log line given, it quits at that line, and the installation blocks there.
+/// Without one it quits when it can read from standard input, with the scripts "archiver" and "prompt" as its
+/// tools.
 int quitInTheMiddle(const QStringList &arguments) {
     const QString server = arguments.value(0);
     const fs::path folder = arguments.value(1).toStdString();
@@ -44,7 +44,7 @@ int quitInTheMiddle(const QStringList &arguments) {
     services.tools = tools;
     if (line.isEmpty()) {
         tools->attach = [folder](const fs::path &image, const fs::path &mountPoint) {
-            return DiskImage(folder / "archiver").attach(image, mountPoint);
+            return DiskImage({folder / "archiver"}).attach(image, mountPoint);
         };
         PkexecCopy::Places places;
         places.prompt = folder / "prompt";
@@ -73,7 +73,7 @@ int quitInTheMiddle(const QStringList &arguments) {
     return QCoreApplication::exec();
 }
 
-/// A real one, large enough to pass.
+/// A real disk image above the minimum size.
 QByteArray smallImage() {
     TestHfsVolume volume(QStringLiteral("LibreOffice"));
     const auto app = volume.addFolder(TestHfsVolume::rootFolder, QStringLiteral("LibreOffice.app"));
@@ -83,7 +83,7 @@ QByteArray smallImage() {
 
 }  // namespace
 
-/// A quit in the middle of each step, with the program as a process of its own.
+/// A quit during each step of an installation, in a child process.
 class InstallerQuitTest : public QObject {
     Q_OBJECT
 
@@ -167,7 +167,7 @@ class InstallerQuitTest : public QObject {
                        QString::fromStdString(scene.folder.string())});
         QVERIFY(waitUntil([&] { return isTool ? tool() != 0 : isStalling.load(); }));
         program.write("quit\n");
-        QVERIFY(program.waitForFinished(3000));  // of the minute or half that it would have to wait
+        QVERIFY(program.waitForFinished(3000));  // instead of the 30 or 60 s that its work takes
         QCOMPARE(program.exitStatus(), QProcess::NormalExit);
         QCOMPARE(program.exitCode(), 42);
         QVERIFY(!isTool || waitUntil([&] { return !isAlive(tool()); }));

@@ -16,8 +16,8 @@ const QString version = QStringLiteral("26.2.4");
 
 }  // namespace
 
-/// A real disk image, the system's archiver, and a prompt that nobody answers with yes: what is then
-/// installed is PrivilegedInstallationTest's.
+/// A real disk image and the system's archiver, up to a prompt that is never accepted.
+/// PrivilegedInstallationTest goes on from there.
 class RealInstallationTest : public QObject {
     Q_OBJECT
 
@@ -32,7 +32,7 @@ class RealInstallationTest : public QObject {
     }
     void archiverIs(const fs::path &program) {
         scene->tools->attach = [program](const fs::path &image, const fs::path &mountPoint) {
-            return DiskImage(program).attach(image, mountPoint);
+            return DiskImage({program}).attach(image, mountPoint);
         };
         scene->services.tools = scene->tools;
     }
@@ -48,7 +48,7 @@ class RealInstallationTest : public QObject {
         scene->installBefore();
         scene->record(QStringLiteral("7.6.4"));
     }
-    /// A further attempt, which ends with that reason behind that line and changes nothing.
+    /// Another installation, which fails with this reason after this log line and changes nothing.
     void failsWith(const QString &reason, const QStringList &lines) {
         const auto before = scene->log().size();
         QCOMPARE(scene->install(), InstallOutcome::failed(reason));
@@ -70,7 +70,7 @@ class RealInstallationTest : public QObject {
                 "Installing LibreOffice to /Applications (administrator authorization required)\u2026\n")});
     }
     static QByteArray noise(qsizetype size) { return QByteArray(testPattern() + testPattern()).left(size); }
-    /// Large enough to pass for an image.
+    /// Above the minimum size of an image.
     static QByteArray smallImage() {
         TestHfsVolume volume(QStringLiteral("LibreOffice"));
         const auto app = volume.addFolder(TestHfsVolume::rootFolder, QStringLiteral("LibreOffice.app"));

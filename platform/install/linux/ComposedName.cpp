@@ -7,7 +7,7 @@ namespace ferrolt {
 
 namespace {
 
-bool isLeftAlone(QChar unit) {
+bool isNeverDecomposed(QChar unit) {
     const char16_t value = unit.unicode();
     return (value >= 0x2000 && value <= 0x2FFF) || (value >= 0xF900 && value <= 0xFAFF) || unit.isSurrogate();
 }
@@ -21,12 +21,12 @@ std::string composedName(const std::string &path) {
         return path;
     QString composed;
     for (qsizetype start = 0; start < decoded.size();) {
-        const bool kept = isLeftAlone(decoded[start]);
+        const bool isKept = isNeverDecomposed(decoded[start]);
         qsizetype end = start + 1;
-        while (end < decoded.size() && isLeftAlone(decoded[end]) == kept)
+        while (end < decoded.size() && isNeverDecomposed(decoded[end]) == isKept)
             ++end;
         const QString run = decoded.mid(start, end - start);
-        composed += kept ? run : run.normalized(QString::NormalizationForm_C);
+        composed += isKept ? run : run.normalized(QString::NormalizationForm_C);
         start = end;
     }
     return composed.toStdString();

@@ -1,6 +1,7 @@
 #include "DiskImage.h"
 
 #include "ImageListing.h"
+#include "MainQueue.h"
 #include "RemoveTree.h"
 #include "ToolOutput.h"
 #include "VolumeTree.h"
@@ -23,21 +24,27 @@ namespace ferrolt {
 
 namespace {
 
-constexpr std::size_t longestTarget = 4095;  // a link cannot hold more
+constexpr std::size_t maxTargetLength = 4095;  // of a symbolic link on Linux
 
-/// 7-Zip's exit status is 1 when it merely warns, which it does of APFS records that it has no use for.
+/// 7-Zip exits with 1 after mere warnings, and it warns of some APFS records that it does not need.
 bool isGood(Process::Status status) {
     return status == 0 || status == 1;
 }
 
-/// One run of the archiver under a time limit. What does not heed the terminate request, at the limit or from
-/// ToolOutput, is killed: a parser that loops on a damaged image may never look at a signal. The switches
-/// that both commands share: names as UTF-8, no resource forks and extended attributes, no patterns, nothing
-/// written but what was asked for.
+/// In seconds, with a point in every locale, which std::to_string() of a floating-point number has not.
+std::string secondsOf(std::chrono::milliseconds duration) {
+    const std::string milliseconds = std::to_string(duration.count() % 1000);
+    return std::to_string(duration.count() / 1000) + '.' + std::string(3 - milliseconds.size(), '0') +
+           milliseconds;
+}
+
+/// One run of the archiver under timeout(1), which kills it some time after a terminate request, its own or
+/// ToolOutput's: a parser that loops on a damaged image may ignore the request. The common switches: names as
+/// UTF-8, no resource forks and extended attributes, no file name patterns, no other output.
 ToolOutput run(const DiskImage::Archiver &archiver, std::initializer_list<const char *> particular,
                const std::filesystem::path &image) {
-    std::vector<std::string> arguments{"--kill-after=2", std::to_string(archiver.limit.count()),
-                                       archiver.executable.string()};
+    std::vector<std::string> arguments{"--kill-after=" + secondsOf(archiver.killAfter),
+                                       secondsOf(archiver.timeout), archiver.executable.string()};
     arguments.insert(arguments.end(), particular.begin(), particular.end());
     arguments.insert(arguments.end(), {"-sccUTF-8", "-sns-", "-spd", "-bse0", "-bsp0", "--", image.string()});
     return ToolOutput("/usr/bin/timeout", arguments);
@@ -59,18 +66,18 @@ std::optional<std::vector<ImageEntry>> list(const DiskImage::Archiver &archiver,
     return listing.take();
 }
 
-/// Nothing if it is more than may be unpacked.
+/// Nothing when it exceeds maxVolumeSize.
 std::optional<std::uint64_t> totalSize(const std::vector<ImageEntry> &entries) {
     std::uint64_t total = 0;
     for (const ImageEntry &entry : entries) {
-        if (entry.size > DiskImage::largestVolume - total)
+        if (entry.size > DiskImage::maxVolumeSize - total)
             return std::nullopt;
         total += entry.size;
     }
     return total;
 }
 
-bool writeWhole(int file, std::string_view bytes) {
+bool writeAll(int file, std::string_view bytes) {
     while (!bytes.empty()) {
         const ssize_t count = ::write(file, bytes.data(), bytes.size());
         if (count < 0 && errno == EINTR)
@@ -82,15 +89,15 @@ bool writeWhole(int file, std::string_view bytes) {
     return true;
 }
 
-/// The contents of all files and links, one after the other in the order of the listing, as the archiver
-/// pipes them.
+/// The archiver's pipe: the contents of all files and links, without separators, in the order of the listing.
 class Contents {
   public:
     Contents(const DiskImage::Archiver &archiver, const std::filesystem::path &image, std::uint64_t total,
              const ToolRunner::Progress &progress)
         : output(run(archiver, {"x", "-so", "-bso0"}, image)), total(total), progress(progress) {}
 
-    /// Hands exactly the next `size` bytes to `take`, in pieces; false if they do not come or are not taken.
+    /// Hands the next `size` bytes to `take` in pieces; false when they do not arrive or `take` returns
+    /// false.
     template <class Take>
     bool next(std::uint64_t size, Take take) {
         while (size > 0) {
@@ -108,8 +115,8 @@ class Contents {
         return true;
     }
 
-    /// Whether all of it was taken and the archiver found nothing wrong.
-    bool endedWell() { return waiting.empty() && !refill() && !failed && isGood(output.status()); }
+    /// Whether nothing is left and the archiver reports success. Blocks until it has ended.
+    bool isComplete() { return waiting.empty() && !refill() && !failed && isGood(output.status()); }
 
   private:
     bool refill() {
@@ -132,13 +139,13 @@ bool unpackFile(VolumeTree &tree, const ImageEntry &entry, Contents &contents) {
     const FileDescriptor file = tree.createFile(entry.path);
     if (!file.isValid())
         return false;
-    return contents.next(entry.size, [&](std::string_view bytes) { return writeWhole(file.get(), bytes); }) &&
+    return contents.next(entry.size, [&](std::string_view bytes) { return writeAll(file.get(), bytes); }) &&
            fchmod(file.get(), entry.permissions | S_IRUSR) == 0;
 }
 
-/// A link's target, which is its content; an APFS volume ends it with a zero byte.
+/// A link's target is its content; in an APFS volume a zero byte follows.
 std::optional<std::string> readTarget(const ImageEntry &entry, Contents &contents) {
-    if (entry.size > longestTarget + 1)
+    if (entry.size > maxTargetLength + 1)
         return std::nullopt;
     std::string target;
     if (!contents.next(entry.size, [&](std::string_view bytes) {
@@ -166,6 +173,7 @@ std::filesystem::path DiskImage::systemArchiver() {
 
 bool DiskImage::attach(const std::filesystem::path &image, const std::filesystem::path &mountPoint,
                        const ToolRunner::Progress &progress) const {
+    assertNotMainThread();
     std::error_code failure;
     if (!std::filesystem::is_empty(mountPoint, failure) || failure)
         return false;
@@ -185,8 +193,8 @@ bool DiskImage::unpack(const std::filesystem::path &image, const std::filesystem
     if (!total)
         return false;
 
-    // Sorted, a folder comes before what is in it. A name that is there twice, or that is a file's and a
-    // folder's, is found out by its second coming.
+    // A sorted map has every folder before its contents. A name that occurs twice fails when it is created
+    // the second time.
     VolumeTree tree(std::move(root));
     std::map<std::string, mode_t> folders;
     for (const ImageEntry &entry : *entries)
@@ -208,7 +216,7 @@ bool DiskImage::unpack(const std::filesystem::path &image, const std::filesystem
             links.emplace_back(entry.path, std::move(*target));
         }
     }
-    if (!contents.endedWell())
+    if (!contents.isComplete())
         return false;
 
     for (const auto &[path, target] : links)
@@ -220,6 +228,7 @@ bool DiskImage::unpack(const std::filesystem::path &image, const std::filesystem
 }
 
 bool DiskImage::detach(const std::filesystem::path &mountPoint) {
+    assertNotMainThread();
     return emptyFolder(mountPoint);
 }
 

@@ -5,40 +5,42 @@
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
-#include <vector>
+#include <utility>
 
 namespace ferrolt {
 
-/// A Mac's disk image on Linux: UDIF, compressed or not, or bare, with an HFS+ or APFS volume in it.
-/// Attaching it unpacks the volume into the mount point, with no more rights than the user's own.
+/// Opens a Mac's disk image on Linux: UDIF, compressed or not, or bare, with an HFS+ or APFS volume.
+/// "Attaching" unpacks the volume into the mount point with the user's own rights.
 ///
-/// The image comes from the network, and what is in it is not trusted. 7-Zip only reads it and writes the
-/// contents to a pipe; which folders, files and links there will be is decided here, from its listing, and
-/// made here. So a link never leads a later entry astray: links are made last, with the very target that the
-/// image gives, and nothing follows them.
+/// The image comes from the network and is not trusted. 7-Zip only reads it, lists it and writes the contents
+/// to a pipe; this class decides from the listing which folders, files and links to create, and creates them
+/// itself. Links are created last, with their target unchanged, and never followed, so no entry can be
+/// written through one.
 ///
-/// Everything blocks for as long as the disk and the archiver take: any thread but the main one.
+/// attach() and detach() block for the disk and the archiver: never the main thread.
 class DiskImage {
   public:
-    /// More than this is not unpacked: contents and link targets together, in bytes.
-    static constexpr std::uint64_t largestVolume = std::uint64_t{8} * 1024 * 1024 * 1024;
+    /// The max size of all files and link targets together, in bytes. A larger volume is refused.
+    static constexpr std::uint64_t maxVolumeSize = std::uint64_t{8} * 1024 * 1024 * 1024;
 
     struct Archiver {
+        /// 7-Zip; with an empty path attach() always fails.
         std::filesystem::path executable;
-        std::chrono::seconds limit;
+        /// For each of its two runs, listing and unpacking.
+        std::chrono::milliseconds timeout = std::chrono::minutes(15);
+        /// From the terminate request to the kill.
+        std::chrono::milliseconds killAfter = std::chrono::seconds(2);
     };
 
-    /// `archiver` is a 7-Zip executable; an empty path if there is none, and then nothing can be attached.
-    /// Each of its two runs, listing and unpacking, is killed after `limit`.
-    explicit DiskImage(std::filesystem::path archiver, std::chrono::seconds limit = std::chrono::minutes(15))
-        : archiver{std::move(archiver), limit} {}
+    explicit DiskImage(Archiver archiver) : archiver(std::move(archiver)) {}
 
-    /// 7-Zip as the system has it: "7zz" or "7z" in /usr/bin, which only an administrator can write, else on
-    /// the search path. An empty path if it is missing.
+    /// "7zz" or "7z" in /usr/bin, where only an administrator can write, else on the search path; empty when
+    /// there is none.
     static std::filesystem::path systemArchiver();
 
-    /// Unpacks into the folder `mountPoint`, which must exist and be empty, and leaves it empty when it
-    /// fails. Modes are the image's, but the owner can read everything: it has to be copied on.
+    /// Unpacks into `mountPoint`. False, and the folder is empty again, when that fails; false, and nothing
+    /// is touched, when it is no empty folder. Permissions are the image's, plus read permission for the
+    /// owner, who has to copy the files.
     bool attach(const std::filesystem::path &image, const std::filesystem::path &mountPoint,
                 const ToolRunner::Progress &progress = {}) const;
 

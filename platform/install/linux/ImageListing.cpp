@@ -12,14 +12,14 @@ namespace {
 
 /// The value if the line is "Key = value".
 std::optional<std::string_view> valueOf(std::string_view line, std::string_view key) {
-    // An empty value may come without the blank behind the equals sign.
+    // With an empty value the blank after the equals sign may be missing.
     if (!line.starts_with(key) || !line.substr(key.size()).starts_with(" ="))
         return std::nullopt;
     const std::string_view value = line.substr(key.size() + 2);
     return value.starts_with(' ') ? value.substr(1) : value;
 }
 
-/// The permissions of a mode that is written as `ls -l` does.
+/// The permissions of a mode in the notation of `ls -l`.
 std::optional<mode_t> permissionsOf(std::string_view mode) {
     constexpr std::string_view expected = "rwxrwxrwx";
     if (mode.size() < 1 + expected.size())
@@ -27,7 +27,7 @@ std::optional<mode_t> permissionsOf(std::string_view mode) {
     mode_t permissions = 0;
     for (std::size_t i = 0; i < expected.size(); ++i) {
         const char bit = mode[1 + i];
-        // "s" and "t" stand for x with set-user-id, set-group-id or sticky; "S" and "T" for those without x.
+        // "s" and "t" are x with set-user-id, set-group-id or sticky; "S" and "T" the same without x.
         const bool isSet = bit == expected[i] || (i % 3 == 2 && (bit == 's' || bit == 't'));
         if (!isSet && bit != '-' && bit != 'S' && bit != 'T')
             return std::nullopt;
@@ -47,15 +47,15 @@ std::optional<ImageEntry::Kind> kindOf(char modeType, char folder) {
         kind = Kind::File;
     else if (modeType == '\0' || modeType == '0')  // written by a system that keeps no modes
         kind = folder == '+' ? Kind::Folder : Kind::File;
-    // The archiver goes by its own idea of what is a folder, and only of what is none does content follow.
+    // The archiver pipes content for everything that it does not call a folder; mode and "Folder" must agree.
     if (kind && folder != '\0' && (folder == '+') != (kind == Kind::Folder))
         return std::nullopt;
     return kind;
 }
 
-/// Whether a name below the mount point stays below it, and can stand in a file system.
-bool isPlain(std::string_view path) {
-    if (path.size() > ImageListing::longestPath)
+/// Whether a path relative to the mount point stays below it, and a file system can hold it.
+bool isSafePath(std::string_view path) {
+    if (path.size() > ImageListing::maxPathLength)
         return false;
     std::size_t depth = 0;
     for (std::size_t start = 0; start <= path.size(); ++depth) {
@@ -65,7 +65,7 @@ bool isPlain(std::string_view path) {
             return false;
         start = end + 1;
     }
-    return depth <= ImageListing::deepestPath && path.find('\0') == std::string_view::npos;
+    return depth <= ImageListing::maxPathDepth && path.find('\0') == std::string_view::npos;
 }
 
 }  // namespace
@@ -74,7 +74,7 @@ bool ImageListing::feed(std::string_view piece) {
     while (!refused && !piece.empty()) {
         const std::size_t end = piece.find('\n');
         unfinished.append(piece.substr(0, end));
-        if (unfinished.size() > longestLine)
+        if (unfinished.size() > maxLineLength)
             refused = true;
         else if (end != std::string_view::npos)
             refused = !line(std::exchange(unfinished, {}));
@@ -85,7 +85,7 @@ bool ImageListing::feed(std::string_view piece) {
 
 bool ImageListing::line(std::string_view text) {
     if (!inEntries) {
-        // An image is listed level by level, container first; the last type is that of the volume.
+        // The container's type comes first, the volume's last.
         if (const auto type = valueOf(text, "Type"))
             volumeType = *type;
         inEntries = text == "----------";
@@ -119,7 +119,7 @@ bool ImageListing::finishBlock() {
         return true;
 
     const auto kind = kindOf(done->mode.empty() ? '\0' : done->mode.front(), done->folder);
-    if (!kind || entries.size() >= mostEntries)
+    if (!kind || entries.size() >= maxEntries)
         return false;
     ImageEntry entry;
     entry.kind = *kind;
@@ -135,12 +135,12 @@ bool ImageListing::finishBlock() {
         if (failure != std::errc() || stop != end)
             return false;
     }
-    return place(entry, done->path);
+    return addEntry(entry, done->path);
 }
 
-/// An HFS+ volume comes below a folder of the volume's name, an APFS volume does not.
-bool ImageListing::place(ImageEntry &entry, const std::string &listedPath) {
-    if (!isPlain(listedPath))
+/// 7-Zip lists an HFS+ volume below a folder named after the volume, an APFS volume without one.
+bool ImageListing::addEntry(ImageEntry &entry, const std::string &listedPath) {
+    if (!isSafePath(listedPath))
         return false;
     if (volumeType != "HFS") {
         entry.path = listedPath;
@@ -150,18 +150,18 @@ bool ImageListing::place(ImageEntry &entry, const std::string &listedPath) {
     const std::size_t slash = listedPath.find('/');
     if (topFolder.empty())
         topFolder = listedPath.substr(0, slash);
-    // What stands beside the top folder has lost its parent.
+    // An entry beside the top folder is one whose parent 7-Zip did not find.
     if (listedPath.substr(0, slash) != topFolder)
         return false;
     if (slash == std::string::npos)
         return entry.kind == ImageEntry::Kind::Folder;
     const std::string inside = listedPath.substr(slash + 1);
-    // The archiver shows an HFS+ hard link as an empty file and what it stands for as a file in here. An
-    // application with holes is worse than none.
+    // 7-Zip lists an HFS+ hard link as an empty file, and its content as a file in this folder. Unpacked, the
+    // application would have empty files, so the image is refused.
     if (inside.starts_with("[HFS+ Private Data]/iNode"))
         return false;
     entry.path = composedName(inside);
-    if (!isPlain(entry.path))
+    if (!isSafePath(entry.path))
         return false;
     entries.push_back(std::move(entry));
     return true;

@@ -10,38 +10,37 @@
 
 namespace ferrolt {
 
-/// A file, folder or link of a disk image's volume.
+/// A file, folder or symbolic link of a disk image's volume.
 struct ImageEntry {
     enum class Kind { Folder, File, Link };
 
     Kind kind = Kind::File;
     /// Relative to the volume's top folder: UTF-8, at least one component, none of them empty, "." or "..".
     std::string path;
-    mode_t permissions =
-        0;  ///< the nine bits; set-user-id and its like are left behind, as on a mounted image
-    std::uint64_t size = 0;  ///< in bytes; of a link's target for a link
+    mode_t permissions = 0;  ///< the nine rwx bits, never set-user-id, set-group-id or sticky
+    std::uint64_t size = 0;  ///< in bytes; for a link, of its target
 };
 
-/// Reads the listing of a disk image, `7zz l -slt`, line by line, in which every entry is a block of "Key =
-/// Value" lines. The image's author may have written anything between its lines, so what comes out is checked
-/// here: an entry that would leave the mount point, one that is neither file, folder nor link, and a volume
-/// without end are refused.
+/// Parses the listing of a disk image, the output of `7zz l -slt`, in which every entry is a block of
+/// "Key = Value" lines. File names in it can imitate any line, so the entries are checked: refused are paths
+/// that would leave the mount point, entries other than files, folders and links, and anything above the
+/// limits below.
 class ImageListing {
   public:
-    static constexpr std::size_t mostEntries = 500'000;
-    static constexpr std::size_t longestPath = 1024;  // what a Mac itself allows
-    static constexpr std::size_t deepestPath = 128;
-    static constexpr std::size_t longestLine = 65536;
+    static constexpr std::size_t maxEntries = 500'000;
+    static constexpr std::size_t maxPathLength = 1024;  // PATH_MAX on macOS
+    static constexpr std::size_t maxPathDepth = 128;
+    static constexpr std::size_t maxLineLength = 65536;
 
-    /// The next piece of the listing, cut anywhere. False once it was refused.
+    /// Takes the next piece of the listing, which may end in the middle of a line. False once it is refused.
     bool feed(std::string_view piece);
 
-    /// To be called at the listing's end: the entries in the volume's order, or nothing if it was refused or
-    /// is of something else than an HFS+ or APFS volume.
+    /// To be called once, at the end: the entries in their order, or nothing when the listing was refused or
+    /// is not of an HFS+ or APFS volume.
     std::optional<std::vector<ImageEntry>> take();
 
   private:
-    /// One entry's block as far as it was read.
+    /// The lines of one entry so far.
     struct Block {
         std::string path;
         std::string mode;
@@ -52,7 +51,7 @@ class ImageListing {
 
     bool line(std::string_view text);
     bool finishBlock();
-    bool place(ImageEntry &entry, const std::string &listedPath);
+    bool addEntry(ImageEntry &entry, const std::string &listedPath);
 
     std::string unfinished;
     std::string volumeType;

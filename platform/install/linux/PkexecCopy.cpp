@@ -16,16 +16,16 @@ namespace fs = std::filesystem;
 bool PkexecCopy::privilegedCopy(const fs::path &source, const fs::path &destination) {
     if (destination != places.application)
         return false;
-    // pkexec refuses to start for a SHELL that /etc/shells does not list and for some values of LC_* and
-    // TERM. It passes nothing on to the script that the script needs, and finds the bus and the session's
-    // agent by itself. Its own agent, for terminals, is switched off: started by a process in the background
-    // it is stopped when it asks for the password, and pkexec would wait for it for ever.
+    // An empty environment: pkexec refuses to start for a SHELL that is not in /etc/shells and for some
+    // values of LC_* and TERM, and neither it nor the helper needs any variable. Its own agent, for
+    // terminals, is off: in a background process it is stopped (SIGTTOU) when it asks for the password, and
+    // pkexec waits for ever.
     std::vector<std::string> arguments{"-i", "PATH=/usr/sbin:/usr/bin:/sbin:/bin", places.prompt.string(),
                                        "--disable-internal-agent"};
-    if (isRootsAlone(places.helper))
+    if (isWritableByRootOnly(places.helper))
         arguments.push_back(places.helper.string());
     else
-        arguments.insert(arguments.end(), {"/bin/sh", "-c", script(), "install-libreoffice"});
+        arguments.insert(arguments.end(), {"/bin/sh", "-c", helperScript(), "install-libreoffice"});
     arguments.push_back(source.string());
     return runProcess("/usr/bin/env", arguments);
 }
@@ -46,7 +46,7 @@ fs::path PkexecCopy::installedHelper() {
     return executable.parent_path().parent_path() / FERROLT_INSTALLATION_HELPER;
 }
 
-bool PkexecCopy::isRootsAlone(const fs::path &program) {
+bool PkexecCopy::isWritableByRootOnly(const fs::path &program) {
     struct stat status {};
     if (lstat(program.c_str(), &status) != 0 || !S_ISREG(status.st_mode) ||
         access(program.c_str(), X_OK) != 0)

@@ -7,35 +7,35 @@
 
 namespace ferrolt {
 
-/// Copies as root, behind polkit's password prompt. What runs as root is the script `install-libreoffice` and
-/// nothing else: an installation of the launcher brings it as a file, which polkit knows by name and asks a
-/// question of its own for; without such a file the same text, which is compiled in, is handed to /bin/sh.
+/// Copies as root after polkit's password prompt. The only thing that runs as root is the helper, the script
+/// `install-libreoffice`. An installed launcher has it as a file, for which a polkit action gives the
+/// prompt's text; without that file the same text, compiled in, is handed to /bin/sh.
 class PkexecCopy : public PrivilegedCopy {
   public:
     struct Places {
-        std::filesystem::path prompt = "/usr/bin/pkexec";  ///< called as pkexec is
-        std::filesystem::path helper =
-            installedHelper();  ///< used only if nobody but root could have changed it
-        std::filesystem::path application =
-            "/Applications/LibreOffice.app";  ///< the one place that the script writes to
+        std::filesystem::path prompt = "/usr/bin/pkexec";
+        /// Used only if nobody but root could have changed it.
+        std::filesystem::path helper = installedHelper();
+        /// The one place that the helper writes to.
+        std::filesystem::path application = "/Applications/LibreOffice.app";
     };
 
     PkexecCopy() : PkexecCopy(Places()) {}
     explicit PkexecCopy(Places places) : places(std::move(places)) {}
 
-    /// Waits on the calling thread, which should not be the main one: the prompt is another program's window,
-    /// and this program's own need not freeze behind it. False for any other destination than the script's.
+    /// Never the main thread: the prompt is another program's window, and the launcher's own must not freeze
+    /// behind it. False for any destination but Places::application.
     bool privilegedCopy(const std::filesystem::path &source,
                         const std::filesystem::path &destination) override;
     std::string missingProgram() const override;
 
-    /// Where an installation of this very executable has its helper.
+    /// The helper's path in the installation that this executable belongs to.
     static std::filesystem::path installedHelper();
-    /// Whether this is a program that only root could have changed: neither the file nor a folder above it
-    /// belongs to or can be written by anyone else.
-    static bool isRootsAlone(const std::filesystem::path &program);
+    /// Whether only root could have changed this program: neither the file nor a folder above it belongs to
+    /// another user or is writable for one.
+    static bool isWritableByRootOnly(const std::filesystem::path &program);
     /// The text of install-libreoffice.
-    static std::string script();
+    static std::string helperScript();
 
   private:
     Places places;

@@ -8,7 +8,7 @@ namespace ferrolt {
 
 namespace {
 
-/// Knows hdiutil's two command lines that an installation uses, exactly, and no others.
+/// Emulates exactly the two hdiutil command lines of an installation; any other fails.
 class LinuxToolRunner : public ToolRunner {
   public:
     bool runTool(const std::filesystem::path &executable, const std::vector<std::string> &arguments,
@@ -17,7 +17,7 @@ class LinuxToolRunner : public ToolRunner {
             return runProcess(executable, arguments);
         if (arguments.size() == 7 && arguments[0] == "attach" && arguments[2] == "-mountpoint" &&
             arguments[4] == "-nobrowse" && arguments[5] == "-readonly" && arguments[6] == "-quiet")
-            return DiskImage(DiskImage::systemArchiver()).attach(arguments[1], arguments[3], progress);
+            return DiskImage({DiskImage::systemArchiver()}).attach(arguments[1], arguments[3], progress);
         if (arguments.size() == 3 && arguments[0] == "detach" && arguments[2] == "-force")
             return DiskImage::detach(arguments[1]);
         return false;

@@ -1,5 +1,7 @@
 #include "VolumeTree.h"
 
+#include <QtGlobal>
+
 #include <algorithm>
 #include <utility>
 
@@ -20,6 +22,7 @@ std::string nameOf(const std::string &path) {
 }  // namespace
 
 bool VolumeTree::enterParentOf(const std::string &path) {
+    Q_ASSERT(!path.empty() && path.front() != '/' && path.back() != '/');
     const std::size_t slash = path.rfind('/');
     const std::string parent = slash == std::string::npos ? std::string() : path.substr(0, slash);
     if (entered.isValid() && parent == enteredPath)

@@ -13,7 +13,7 @@ namespace {
 class MacToolRunner : public ToolRunner {
   public:
     bool runTool(const std::filesystem::path &executable, const std::vector<std::string> &arguments,
-                 const Progress & /* hdiutil does not tell */) override {
+                 const Progress & /* hdiutil -quiet reports none */) override {
         return runProcess(executable, arguments);
     }
 };
@@ -35,8 +35,9 @@ class AppleScriptCopy : public PrivilegedCopy {
                         const std::filesystem::path &destination) override {
         const std::string script =
             administratorScript(privilegedShellCommand(source.string(), destination.string()));
+        assertNotMainThread();
         bool succeeded = false;
-        // NSAppleScript belongs to the main thread. The administrator prompt is modal meanwhile.
+        // NSAppleScript runs on the main thread only; the administrator prompt is modal.
         MainQueue::sync([&] { succeeded = runAppleScript(script); });
         return succeeded;
     }

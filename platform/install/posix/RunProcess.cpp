@@ -1,16 +1,18 @@
 #include "RunProcess.h"
 
+#include "MainQueue.h"
 #include "Process.h"
 
 namespace ferrolt {
 
 bool runProcess(const std::filesystem::path &executable, const std::vector<std::string> &arguments) {
+    assertNotMainThread();
     Process process;
     process.setExecutable(executable);
     process.setArguments(arguments);
     if (process.launch().has_value())
         return false;
-    // A death by a signal reports the signal's number, which is never 0.
+    // For a process ended by a signal this is the signal's number, never 0.
     return process.waitUntilExit() == 0;
 }
 

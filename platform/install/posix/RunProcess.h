@@ -6,8 +6,8 @@
 
 namespace ferrolt {
 
-/// Runs a program to its end, its output discarded, and blocks until then: any thread but the main one. True
-/// only if it could be started and exited with status 0.
+/// Runs a program, its output discarded, and blocks until it has ended. True only if it could be started and
+/// exited with status 0. Never the main thread.
 bool runProcess(const std::filesystem::path &executable, const std::vector<std::string> &arguments);
 
 }  // namespace ferrolt

@@ -1,5 +1,7 @@
 #include "ToolOutput.h"
 
+#include "MainQueue.h"
+
 #include <cerrno>
 #include <utility>
 
@@ -10,6 +12,7 @@ namespace ferrolt {
 
 ToolOutput::ToolOutput(const std::filesystem::path &executable, const std::vector<std::string> &arguments)
     : pipe(Pipe::open()) {
+    assertNotMainThread();
     if (!pipe.readingEnd.isValid())
         return;
     process.setExecutable(executable);
@@ -25,6 +28,7 @@ ToolOutput::~ToolOutput() {
 }
 
 ssize_t ToolOutput::read(std::span<char> buffer) {
+    Q_ASSERT(launched);
     while (true) {
         const ssize_t count = ::read(pipe.readingEnd.get(), buffer.data(), buffer.size());
         if (count >= 0 || (errno != EAGAIN && errno != EINTR))

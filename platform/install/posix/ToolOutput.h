@@ -13,12 +13,12 @@
 
 namespace ferrolt {
 
-/// What a tool writes, read as it comes. The tool can never get further ahead than the pipe holds, so a
-/// reader that stops bounds what the tool can do. Destroying it ends the tool.
+/// A running tool whose output is read while it runs. The tool blocks once the pipe is full, so a reader that
+/// stops reading also stops the tool's work. The destructor terminates the tool and waits for its end.
 ///
-/// Standard output and error come as one: the tool has to be told to keep quiet on the other.
+/// Standard output and standard error arrive mixed: the tool must be told to keep one of them empty.
 ///
-/// Belongs to one thread, which is not the main one: reading, asking for the status and destroying it block.
+/// For one thread, never the main one: read(), status() and the destructor block.
 class ToolOutput {
   public:
     ToolOutput(const std::filesystem::path &executable, const std::vector<std::string> &arguments);
@@ -28,10 +28,11 @@ class ToolOutput {
 
     bool isLaunched() const { return launched; }
 
-    /// Waits for output; the number of bytes that were read, 0 at its end, -1 on an error.
+    /// Blocks until there is output. The number of bytes read, 0 at the end, -1 on an error. Only when
+    /// isLaunched().
     ssize_t read(std::span<char> buffer);
 
-    /// The exit status; to be asked for at the output's end, for it waits until the tool has ended.
+    /// Blocks until the tool has ended; before the end of its output it may be waiting to write.
     Process::Status status() { return process.waitUntilExit(); }
 
   private:

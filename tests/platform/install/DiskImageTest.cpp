@@ -1,3 +1,4 @@
+#include "Background.h"
 #include "DiskImage.h"
 #include "ProcessFacts.h"
 #include "ProcessSetup.h"
@@ -15,6 +16,7 @@
 
 using namespace ferrolt;
 namespace fs = std::filesystem;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -28,7 +30,7 @@ QByteArray incompressible(qsizetype size) {
     return bytes;
 }
 
-/// What the images hold, as a tree on disk.
+/// The contents of the images as a tree on disk.
 void makeApplication(const fs::path &folder) {
     const fs::path contents = folder / "LibreOffice.app/Contents";
     fs::create_directories(contents / "MacOS");
@@ -81,21 +83,24 @@ class DiskImageTest : public QObject {
     fs::path mountPoint;
     fs::path image;
 
+    bool unpack(const fs::path &archiver, const fs::path &folder, const ToolRunner::Progress &progress = {}) {
+        return inBackground([&] { return DiskImage({archiver}).attach(image, folder, progress); });
+    }
     bool attach(const QByteArray &content, const ToolRunner::Progress &progress = {}) {
         writeFile(image, content);
-        return DiskImage(DiskImage::systemArchiver()).attach(image, mountPoint, progress);
+        return unpack(DiskImage::systemArchiver(), mountPoint, progress);
     }
     void refused(const QByteArray &content) {
         QVERIFY(!attach(content));
         QVERIFY(fs::is_empty(mountPoint));
     }
-    /// A stand-in for the archiver that behaves as no archiver should.
+    /// Attaches with a shell script as the archiver, which can misbehave in any way.
     bool attachWith(const QByteArray &list, const QByteArray &extract,
-                    std::chrono::seconds limit = std::chrono::minutes(1)) {
+                    std::chrono::milliseconds timeout = 1min) {
         const fs::path archiver = folder / "archiver";
         writeScript(archiver, "case $1 in\nl)\n" + list + "\n;;\nx)\n" + extract + "\n;;\nesac\n");
         writeFile(image, "image");
-        return DiskImage(archiver, limit).attach(image, mountPoint);
+        return inBackground([&] { return DiskImage({archiver, timeout, 300ms}).attach(image, mountPoint); });
     }
     static QByteArray listing(const QByteArray &entries) {
         return "cat <<'END'\n--\nPath = image\nType = APFS\n\n----------\n" + entries + "END";
@@ -112,7 +117,7 @@ class DiskImageTest : public QObject {
         fs::create_directory(mountPoint);
     }
     void cleanup() {
-        DiskImage::detach(mountPoint);
+        inBackground([&] { return DiskImage::detach(mountPoint); });
         scratch.reset();
     }
 
@@ -147,7 +152,7 @@ class DiskImageTest : public QObject {
         QVERIFY(total > 1'500'000);
         QCOMPARE(done, total);
 
-        QVERIFY(DiskImage::detach(mountPoint));
+        QVERIFY(inBackground([&] { return DiskImage::detach(mountPoint); }));
         QVERIFY(fs::is_empty(mountPoint));
     }
 
@@ -189,8 +194,7 @@ class DiskImageTest : public QObject {
 
     void aChildThatIsListedBeforeItsFolderIsUnpackedToo() {
         TestHfsVolume hfs(QStringLiteral("Volume"));
-        // The folder with the smaller number stands in the one with the larger, so its children are listed
-        // first.
+        // The inner folder has the smaller id, so its children are listed before the outer folder's.
         const auto inner = hfs.addFolder(17, QStringLiteral("inner"));
         const auto outer = hfs.addFolder(TestHfsVolume::rootFolder, QStringLiteral("outer"));
         QCOMPARE(outer, TestHfsVolume::Id{17});
@@ -199,7 +203,7 @@ class DiskImageTest : public QObject {
         QCOMPARE(readFile(mountPoint / "outer/inner/file"), QByteArray("deep"));
     }
 
-    // What a hostile image gets.
+    // Hostile images.
 
     void noLinkOfTheImageIsWrittenThrough() {
         const fs::path victim = folder / "victim";
@@ -402,14 +406,14 @@ class DiskImageTest : public QObject {
         const QByteArray note = "echo $$ >'" + QByteArray::fromStdString((folder / "pid").string()) + "'\n";
         QElapsedTimer clock;
         clock.start();
-        QVERIFY(!attachWith(note + list, note + extract, std::chrono::seconds(2)));
+        QVERIFY(!attachWith(note + list, note + extract, 1s));
         QVERIFY(clock.elapsed() < 30'000);
         QVERIFY(fs::is_empty(mountPoint));
         QVERIFY(!isAlive(readFile(folder / "pid").trimmed().toInt()));
     }
 
     void anArchiverThatIgnoresTheTerminateRequestIsKilled() {
-        // It lists what is refused at once, and reads on without looking at anything else.
+        // Its listing is refused at once; it ignores SIGTERM and SIGPIPE.
         const QByteArray note = "echo $$ >'" + QByteArray::fromStdString((folder / "pid").string()) + "'\n";
         QVERIFY(!attachWith(note + listing("Path = ../escaped\nSize = 5\nMode = -rw-r--r--\n\n") +
                                 "\ntrap '' TERM PIPE; while :; do sleep 1; done",
@@ -444,8 +448,8 @@ class DiskImageTest : public QObject {
 
     void withoutAnArchiverNothingCanBeAttached() {
         writeFile(image, "image");
-        QVERIFY(!DiskImage({}).attach(image, mountPoint));
-        QVERIFY(!DiskImage(folder / "missing").attach(image, mountPoint));
+        QVERIFY(!unpack({}, mountPoint));
+        QVERIFY(!unpack(folder / "missing", mountPoint));
     }
 
     void whatIsNoDiskImageIsRefused_data() {
@@ -474,7 +478,7 @@ class DiskImageTest : public QObject {
         const auto tar =
             "tar -C '" + (folder / "source").string() + "' -cf '" + image.string() + "' LibreOffice.app";
         QCOMPARE(std::system(tar.c_str()), 0);
-        QVERIFY(!DiskImage(DiskImage::systemArchiver()).attach(image, mountPoint));
+        QVERIFY(!unpack(DiskImage::systemArchiver(), mountPoint));
         QVERIFY(fs::is_empty(mountPoint));
     }
 
@@ -488,7 +492,7 @@ class DiskImageTest : public QObject {
         getrlimit(RLIMIT_FSIZE, &before);
         const rlimit small{1'000'000, before.rlim_max};
         setrlimit(RLIMIT_FSIZE, &small);
-        const bool attached = DiskImage(DiskImage::systemArchiver()).attach(image, mountPoint);
+        const bool attached = unpack(DiskImage::systemArchiver(), mountPoint);
         setrlimit(RLIMIT_FSIZE, &before);
         QVERIFY(!attached);
         QVERIFY(fs::is_empty(mountPoint));
@@ -500,7 +504,7 @@ class DiskImageTest : public QObject {
         volume.addFile(TestHfsVolume::rootFolder, QStringLiteral("mine"), "theirs");
         QVERIFY(!attach(volume.bytes()));
         QCOMPARE(readFile(mountPoint / "mine"), QByteArray("precious"));
-        QVERIFY(!DiskImage(DiskImage::systemArchiver()).attach(image, folder / "missing"));
+        QVERIFY(!unpack(DiskImage::systemArchiver(), folder / "missing"));
     }
 };
 

@@ -1,3 +1,4 @@
+#include "Background.h"
 #include "TestDiskImage.h"
 #include "TestHfsVolume.h"
 #include "ToolRunner.h"
@@ -9,7 +10,7 @@
 using namespace ferrolt;
 namespace fs = std::filesystem;
 
-/// The disk image tool's counterpart on a system that has none.
+/// The emulation of hdiutil.
 class DiskImageToolTest : public QObject {
     Q_OBJECT
 
@@ -17,6 +18,10 @@ class DiskImageToolTest : public QObject {
     std::unique_ptr<QTemporaryDir> scratch;
     fs::path folder;
     std::shared_ptr<ToolRunner> runner = systemToolRunner();
+
+    bool hdiutil(const std::vector<std::string> &arguments, const ToolRunner::Progress &progress = {}) {
+        return inBackground([&] { return runner->runTool("/usr/bin/hdiutil", arguments, progress); });
+    }
 
   private Q_SLOTS:
     void init() {
@@ -32,23 +37,22 @@ class DiskImageToolTest : public QObject {
         const auto app = volume.addFolder(TestHfsVolume::rootFolder, QStringLiteral("LibreOffice.app"));
         volume.addFile(app, QStringLiteral("file"), "content");
         writeFile(image, udifImage(volume.bytes(), UdifBlocks::Zlib));
-        bool told = false;
-        QVERIFY(runner->runTool("/usr/bin/hdiutil",
-                                {"attach", image.string(), "-mountpoint", mountPoint.string(), "-nobrowse",
-                                 "-readonly", "-quiet"},
-                                [&](std::uint64_t, std::uint64_t) { told = true; }));
-        QVERIFY(told);
+        bool isReported = false;
+        QVERIFY(hdiutil({"attach", image.string(), "-mountpoint", mountPoint.string(), "-nobrowse",
+                         "-readonly", "-quiet"},
+                        [&](std::uint64_t, std::uint64_t) { isReported = true; }));
+        QVERIFY(isReported);
         QCOMPARE(readFile(mountPoint / "LibreOffice.app/file"), QByteArray("content"));
-        QVERIFY(runner->runTool("/usr/bin/hdiutil", {"detach", mountPoint.string(), "-force"}));
+        QVERIFY(hdiutil({"detach", mountPoint.string(), "-force"}));
         QVERIFY(fs::is_empty(mountPoint));
     }
 
     void theDiskImageToolKnowsNoOtherCommands() {
         writeFile(folder / "precious", "x");
-        QVERIFY(!runner->runTool("/usr/bin/hdiutil", {}));
-        QVERIFY(!runner->runTool("/usr/bin/hdiutil", {"detach", folder.string()}));
-        QVERIFY(!runner->runTool("/usr/bin/hdiutil", {"create", folder.string(), "-force"}));
-        QVERIFY(!runner->runTool("/usr/bin/hdiutil", {"attach", folder.string()}));
+        QVERIFY(!hdiutil({}));
+        QVERIFY(!hdiutil({"detach", folder.string()}));
+        QVERIFY(!hdiutil({"create", folder.string(), "-force"}));
+        QVERIFY(!hdiutil({"attach", folder.string()}));
         QVERIFY(fs::exists(folder / "precious"));
     }
 };

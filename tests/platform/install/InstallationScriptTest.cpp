@@ -21,7 +21,7 @@ namespace {
 
 const QString scriptName = QStringLiteral("install-libreoffice");
 
-/// A user namespace of a single user has nobody else.
+/// A user namespace can hold one user only.
 bool hasOtherUsers() {
     std::ifstream map("/proc/self/uid_map");
     unsigned long inside = 0;
@@ -37,8 +37,7 @@ void run(const QString &program, const QStringList &arguments) {
 
 }  // namespace
 
-/// The script that pkexec runs as root, run as root, with a folder of the test's in the place of
-/// /Applications.
+/// The helper that pkexec runs as root, run as root, with a folder of the test instead of /Applications.
 class InstallationScriptTest : public QObject {
     Q_OBJECT
 
@@ -58,7 +57,7 @@ class InstallationScriptTest : public QObject {
         script.replace(text, by);
     }
     void beforeTheCopy(const QByteArray &commands) { replaceOnce("packed=$({", commands + "\npacked=$({"); }
-    /// Anything in the pipe's place, as a process of the user could put it there.
+    /// Any bytes instead of the archive: a process of the user could write them into the pipe.
     void thePackerGives(const fs::path &archive) {
         replaceOnce("as_user tar -c -f - -C \"$source\" .",
                     "cat '" + QByteArray::fromStdString(archive.string()) + "'");
@@ -146,7 +145,7 @@ class InstallationScriptTest : public QObject {
         giveToUser(staging);
         QCOMPARE(chmod(staging.c_str(), 0700), 0);
 
-        script = QByteArray::fromStdString(PkexecCopy::script());
+        script = QByteArray::fromStdString(PkexecCopy::helperScript());
         replaceOnce("applications=/Applications\n",
                     "applications='" + QByteArray::fromStdString(applications.string()) + "'\n");
         replaceOnce("lock=/run/", "lock=" + QByteArray::fromStdString(folder.string()) + "/");
@@ -339,7 +338,7 @@ class InstallationScriptTest : public QObject {
         QTest::newRow("a file for a hard link")
             << QByteArray("rm \"$source/Contents/PkgInfo\"; ln '%1/secret' \"$source/Contents/PkgInfo\"");
     }
-    /// A process of the same user that swaps one thing for another after it was looked at.
+    /// A process of the same user that replaces a file between the check and the copy.
     void whatTheUserCannotReadIsNotCopied() {
         if (user == 0)
             QSKIP("this user namespace has a single user");
@@ -513,7 +512,7 @@ class InstallationScriptTest : public QObject {
         QVERIFY(!install());
         QVERIFY(installed().size() == 2 || !fs::exists(application));
 
-        // The next one that fails brings the old one back, and the next one that succeeds replaces it.
+        // The next run, even a failing one, puts the old application back; a successful one replaces it.
         script = whole;
         replaceOnce("packed=$({", "exit 1\npacked=$({");
         QVERIFY(!install());
@@ -547,7 +546,7 @@ class InstallationScriptTest : public QObject {
         make(other / "second", "second", 0644);
         giveToUser(other.parent_path().parent_path());
         const auto second = start(other);
-        // It has come as far as the lock when a process that tries for it is among its children.
+        // It waits for the lock when flock is one of its child processes.
         QVERIFY(waitUntil([&] {
             return !readFile("/proc/" + std::to_string(second->processId()) + "/task/" +
                              std::to_string(second->processId()) + "/children")

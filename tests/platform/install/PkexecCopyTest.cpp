@@ -1,3 +1,4 @@
+#include "Background.h"
 #include "PkexecCopy.h"
 #include "TreeSnapshot.h"
 
@@ -10,7 +11,7 @@
 using namespace ferrolt;
 namespace fs = std::filesystem;
 
-/// How the prompt is called; what the script then does is InstallationScriptTest's.
+/// How the prompt is called; what the helper then does is shown by InstallationScriptTest.
 class PkexecCopyTest : public QObject {
     Q_OBJECT
 
@@ -21,7 +22,7 @@ class PkexecCopyTest : public QObject {
     PkexecCopy::Places places;
 
     void promptSays(const QByteArray &commands) { writeScript(places.prompt, commands); }
-    /// Has the prompt write down its arguments, each ended by a zero byte, and its environment.
+    /// Has the prompt record its arguments, each with a zero byte after it, and its environment.
     void promptTakesNotes() {
         const QByteArray path = QByteArray::fromStdString(folder.string());
         promptSays("printf '%s\\0' \"$@\" >'" + path + "/arguments'\n/usr/bin/env >'" + path +
@@ -32,7 +33,10 @@ class PkexecCopyTest : public QObject {
         arguments.removeLast();
         return arguments;
     }
-    bool copy() const { return PkexecCopy(places).privilegedCopy(source, places.application); }
+    bool copyTo(const fs::path &destination) const {
+        return inBackground([&] { return PkexecCopy(places).privilegedCopy(source, destination); });
+    }
+    bool copy() const { return copyTo(places.application); }
 
   private Q_SLOTS:
     void init() {
@@ -83,8 +87,8 @@ class PkexecCopyTest : public QObject {
         QFETCH(int, mode);
         QFETCH(int, folderMode);
         QFETCH(bool, isRoots);
-        // Below a folder of root's alone, so that the row's one reason is the only one. An ordinary user's
-        // files are another user's whatever their modes.
+        // Below a folder that only root can write to, so that each row has one reason only. For an ordinary
+        // user every row fails, since its own files are not root's.
         const fs::path parent = geteuid() == 0 ? fs::path("/var/lib") : folder;
         const QTemporaryDir own(QString::fromStdString((parent / "ferrolt-helper-XXXXXX").string()));
         const fs::path libexec = own.path().toStdString();
@@ -92,24 +96,24 @@ class PkexecCopyTest : public QObject {
         writeScript(places.helper, "exit 0");
         chmod(libexec.c_str(), 0755);
         chmod(places.helper.c_str(), 0755);
-        QCOMPARE(PkexecCopy::isRootsAlone(places.helper), geteuid() == 0);
+        QCOMPARE(PkexecCopy::isWritableByRootOnly(places.helper), geteuid() == 0);
 
         chmod(places.helper.c_str(), static_cast<mode_t>(mode));
         chmod(libexec.c_str(), static_cast<mode_t>(folderMode));
         if (!isRoots && geteuid() == 0)
             QCOMPARE(chown(places.helper.c_str(), 65534, 65534), 0);
-        QVERIFY(!PkexecCopy::isRootsAlone(places.helper));
+        QVERIFY(!PkexecCopy::isWritableByRootOnly(places.helper));
         QVERIFY(copy());
         QCOMPARE(notedArguments().value(1), QByteArray("/bin/sh"));
     }
 
     void aLinkIsNoHelper() {
         const fs::path program = fs::canonical("/usr/bin/env");
-        QVERIFY(PkexecCopy::isRootsAlone(program));
+        QVERIFY(PkexecCopy::isWritableByRootOnly(program));
         fs::create_symlink(program, folder / "helper");
-        QVERIFY(!PkexecCopy::isRootsAlone(folder / "helper"));
-        QVERIFY(!PkexecCopy::isRootsAlone(folder / "missing"));
-        QVERIFY(!PkexecCopy::isRootsAlone("usr/bin/env"));
+        QVERIFY(!PkexecCopy::isWritableByRootOnly(folder / "helper"));
+        QVERIFY(!PkexecCopy::isWritableByRootOnly(folder / "missing"));
+        QVERIFY(!PkexecCopy::isWritableByRootOnly("usr/bin/env"));
     }
 
     void thePromptGetsACleanEnvironment() {
@@ -141,7 +145,7 @@ class PkexecCopyTest : public QObject {
     }
 
     void anyOtherDestinationThanTheScriptsIsRefusedUnasked() {
-        QVERIFY(!PkexecCopy(places).privilegedCopy(source, folder / "LibreOffice.app"));
+        QVERIFY(!copyTo(folder / "LibreOffice.app"));
         QVERIFY(!fs::exists(folder / "arguments"));
     }
 };
