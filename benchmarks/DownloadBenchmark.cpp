@@ -128,7 +128,7 @@ int main(int argc, char **argv) {
             std::thread([&] {
                 reply = HttpSession(configuration).downloadFile(url, image.toStdString());
             }).join();
-            good = reply.isWhole() && QFile(image).size() == size;
+            good = reply.isComplete() && QFile(image).size() == size;
         }));
         memory.push_back(static_cast<double>(statusOf("VmHWM:") - idle) / 1024);
         QFile::remove(image);

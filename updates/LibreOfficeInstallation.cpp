@@ -36,7 +36,7 @@ bool isSha256(const QString &text) {
 
 std::optional<QByteArray> fetchData(HttpSession &session, const QUrl &url) {
     HttpReply reply = session.fetchData(url);
-    if (!reply.isWhole() || reply.statusCode != 200 || reply.body.isEmpty())
+    if (!reply.isComplete() || reply.statusCode != 200 || reply.body.isEmpty())
         return std::nullopt;
     return std::move(reply.body);
 }
@@ -163,7 +163,7 @@ bool LibreOfficeInstallation::downloadVerified(const StagingFolder &staging, con
         session.downloadFile(mirror, image, [this](std::int64_t received, std::int64_t total) {
             tellPhase(InstallProgress::Phase::Downloading, received, total);
         });
-    if (!reply.isWhole() || reply.statusCode != 200)
+    if (!reply.isComplete() || reply.statusCode != 200)
         return false;
 
     std::error_code failure;

@@ -10,6 +10,7 @@
 #include <QSslCertificate>
 #include <QSslConfiguration>
 #include <QTemporaryFile>
+#include <QThread>
 
 #include <condition_variable>
 #include <mutex>
@@ -22,12 +23,12 @@ namespace ferrolt {
 namespace fs = std::filesystem;
 using Error = HttpReply::Error;
 
-/// The sessions that there are, for the end of the application.
+/// All live sessions, so that the end of the application can cancel them.
 struct OpenSessions {
     std::mutex mutex;
     std::condition_variable changed;
     std::vector<HttpSession *> all;
-    bool isClosed = true;  // without an application object, too
+    bool isClosed = true;  // also before there is an application object
 
     /// Never destroyed: a background thread may outlive main().
     static OpenSessions &instance() {
@@ -35,6 +36,7 @@ struct OpenSessions {
         return sessions;
     }
 
+    /// False at the end of the application: the session must not send anything.
     bool add(HttpSession *session) {
         std::lock_guard lock(mutex);
         if (!isClosed)
@@ -68,24 +70,23 @@ struct OpenSessions {
 
 namespace {
 
-void openWithTheApplication() {
+void openAtApplicationStart() {
     OpenSessions::instance().open();
 }
 
-Q_COREAPP_STARTUP_FUNCTION(openWithTheApplication)
+Q_COREAPP_STARTUP_FUNCTION(openAtApplicationStart)
 
-/// A configuration that names authorities trusts these alone, and no longer loads the machine's on demand.
-/// Those are read once in the process, which takes a quarter of a second.
+/// Qt no longer loads the machine's certificates on demand once a configuration names authorities, so they
+/// are added here. Reading them takes a quarter of a second and is done once per process.
 QSslConfiguration trusting(const QByteArray &extraAuthorities) {
-    static const auto &ofTheMachine = *new QList(QSslConfiguration::systemCaCertificates());
+    static const auto &machineAuthorities = *new QList(QSslConfiguration::systemCaCertificates());
     QSslConfiguration tls = QSslConfiguration::defaultConfiguration();
-    tls.setCaCertificates(ofTheMachine + QSslCertificate::fromData(extraAuthorities, QSsl::Pem));
+    tls.setCaCertificates(machineAuthorities + QSslCertificate::fromData(extraAuthorities, QSsl::Pem));
     return tls;
 }
 
-/// A full disk may show only when the last bytes leave the buffer.
 bool moveTo(const fs::path &destination, QTemporaryFile &file) {
-    if (!file.flush())
+    if (!file.flush())  // a full disk may be noticed only here
         return false;
     std::error_code failure;
     fs::remove_all(destination, failure);
@@ -98,13 +99,14 @@ bool moveTo(const fs::path &destination, QTemporaryFile &file) {
 
 HttpSession::HttpSession(HttpConfiguration configuration)
     : configuration(std::move(configuration)), isCancelled(!OpenSessions::instance().add(this)) {
-    Q_ASSERT(!MainQueue::isMainThread());
+    assertNotMainThread();
     if (!isCancelled)
         manager = std::make_unique<QNetworkAccessManager>();
 }
 
 HttpSession::~HttpSession() {
-    manager.reset();  // waits for Qt's own network thread
+    Q_ASSERT(receiver.thread() == QThread::currentThread());
+    manager.reset();  // waits for Qt's own network thread, so before remove()
     OpenSessions::instance().remove(this);
 }
 
@@ -115,7 +117,7 @@ HttpReply HttpSession::fetchData(const QUrl &url) {
         return true;
     };
     HttpReply reply = get(QNetworkRequest(url), {.maxSize = maxBodySize, .store = store, .progress = {}});
-    if (reply.isWhole())
+    if (reply.isComplete())
         reply.body = std::move(bytes);
     return reply;
 }
@@ -125,32 +127,33 @@ HttpReply HttpSession::downloadFile(const QUrl &url, const fs::path &destination
     if (!file.open())
         return {Error::File, 0, {}};
     QNetworkRequest request(url);
-    // An image does not compress any further, and decoded its size would not be known before its end.
+    // An image does not compress any further, and Qt does not know the decoded size in advance.
     request.setRawHeader("Accept-Encoding", "identity");
     const auto store = [&](const char *more, std::int64_t count) { return file.write(more, count) == count; };
     HttpReply reply = get(request, {.maxSize = configuration.maxFileSize,
-                                    .isWantedOnlyOf200 = true,
+                                    .requiresStatus200 = true,
                                     .store = store,
                                     .progress = progress});
-    if (reply.isWhole() && reply.statusCode == 200 && !moveTo(destination, file))
+    if (reply.isComplete() && reply.statusCode == 200 && !moveTo(destination, file))
         reply.error = Error::File;
     return reply;
 }
 
 HttpReply HttpSession::get(QNetworkRequest request, HttpBody body) {
+    Q_ASSERT(receiver.thread() == QThread::currentThread() && transfer == nullptr);
     if (isCancelled)
         return {Error::Cancelled, 0, {}};
-    request.setDecompressedSafetyCheckThreshold(-1);  // the bound on a body is stricter
+    request.setDecompressedSafetyCheckThreshold(-1);  // off: maxSize is the stricter check
     request.setTransferTimeout(static_cast<int>(configuration.requestTimeout.count()));
-    // Over HTTP/2 Qt 6.4 takes in whatever the server sends, whether or not somebody reads it.
+    // Over HTTP/2 Qt 6.4 ignores the read buffer's size: it buffers in memory whatever the server sends.
     request.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
     request.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
     request.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
     if (!configuration.extraAuthorities.isEmpty())
         request.setSslConfiguration(trusting(configuration.extraAuthorities));
-    HttpTransfer own(*manager, std::move(request), std::move(body));
-    transfer = &own;
-    HttpReply reply = own.run(configuration.resourceTimeout);
+    HttpTransfer current(*manager, std::move(request), std::move(body));
+    transfer = &current;
+    HttpReply reply = current.run(configuration.resourceTimeout);
     transfer = nullptr;
     return reply;
 }

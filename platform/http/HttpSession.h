@@ -18,57 +18,56 @@ namespace ferrolt {
 class HttpTransfer;
 struct HttpBody;
 
-/// How the requests of a session behave.
+/// The settings that all requests of a session share.
 struct HttpConfiguration {
-    /// The max time in which nothing arrives; connecting and the TLS handshake are part of the first wait.
+    /// The max time without a single byte; connecting and the TLS handshake count as part of the first wait.
     std::chrono::milliseconds requestTimeout = std::chrono::seconds(60);
-    /// The max time of a request from start to end, its redirects included.
+    /// The max time of a request from start to end, redirects included.
     std::chrono::milliseconds resourceTimeout = std::chrono::minutes(15);
-    /// The max size of a downloaded file in bytes. The images are around 300 MB; without a bound a server
-    /// could fill the disk.
+    /// The max size of a downloaded file in bytes. An image has around 300 MB; without a max a server could
+    /// fill the disk.
     std::int64_t maxFileSize = std::int64_t{2} * 1024 * 1024 * 1024;
-    /// PEM certificates of authorities that are trusted besides the machine's.
+    /// Certificate authorities in PEM that are trusted in addition to the machine's.
     QByteArray extraAuthorities;
 };
 
 /// How a request ended.
 struct HttpReply {
     enum class Error {
-        None,       ///< the reply arrived whole, whatever its status
-        Transport,  ///< no connection, no name, a refused certificate or redirect, a reply that was cut or
-                    ///< damaged
-        TimedOut,   ///< one of the session's two timeouts
-        TooLarge,   ///< more than HttpSession::maxBodySize, or than HttpConfiguration::maxFileSize
-        File,       ///< the downloaded bytes could not be stored or moved to their place
+        None,       ///< the reply arrived completely, with whatever status
+        Transport,  ///< name lookup, connection, certificate or redirect failed, or the reply was incomplete
+        TimedOut,   ///< requestTimeout or resourceTimeout
+        TooLarge,   ///< above HttpSession::maxBodySize or HttpConfiguration::maxFileSize
+        File,       ///< the download could not be written or moved to its destination
         Cancelled,  ///< the program is ending
     };
 
     Error error = Error::None;
-    int statusCode = 0;  ///< 0 when no reply's head arrived
+    int statusCode = 0;  ///< 0 when no header arrived
     QByteArray body;     ///< decoded; empty on any error, and for a download
 
-    bool isWhole() const { return error == Error::None; }
+    bool isComplete() const { return error == Error::None; }
 };
 
-/// HTTP and HTTPS GET requests that share their connections: a QNetworkAccessManager on one background
-/// thread, which makes, uses and destroys the session. Not on the main thread: the calls block, and so does
-/// Qt while the system finds out its proxy settings.
+/// Blocking HTTP and HTTPS GET requests that share connections: a QNetworkAccessManager on one background
+/// thread, which constructs, uses and destroys the session. Never the main thread: the calls block, and so
+/// does Qt while it asks the system for its proxy settings.
 ///
 /// Certificates are always verified against the machine's store. The system's proxies are used. At most 20
-/// redirects are followed, and only where RedirectRule allows it. No cookies, no cache. Other schemes than
-/// http and https fail.
+/// redirects are followed, each checked by decideRedirect(). No cookies, no cache. Schemes other than http
+/// and https fail.
 ///
-/// When the application leaves its event loop, every call ends with Error::Cancelled, those to come included,
-/// and the main thread waits for the sessions to be destroyed, but not longer than maxWaitAtEnd: Qt's network
-/// classes must not be at work while the application object is destroyed.
+/// When the application leaves its event loop, running and later calls end with Error::Cancelled, and the
+/// main thread waits up to maxWaitAtEnd until all sessions are destroyed: Qt's network classes must not run
+/// while the application object is destroyed.
 class HttpSession {
   public:
-    /// The max size of a body that goes to memory, decoded.
+    /// The max size of a body in memory, in bytes after decoding.
     static constexpr std::int64_t maxBodySize = 16 * 1024 * 1024;
     static constexpr std::chrono::milliseconds maxWaitAtEnd{1000};
 
-    /// Bytes received so far, and how many there will be or -1. Within the call, at most ten times a second
-    /// and once for the last byte.
+    /// Bytes received so far, and the total or -1 when the server does not announce it. Called on the
+    /// session's thread, at most every 100 ms, and after the last byte.
     using Progress = std::function<void(std::int64_t received, std::int64_t total)>;
 
     explicit HttpSession(HttpConfiguration configuration = {});
@@ -78,10 +77,9 @@ class HttpSession {
 
     HttpReply fetchData(const QUrl &url);
 
-    /// Streams the body into a temporary file beside `destination`, in constant memory. If it arrives whole
-    /// and with status 200, whatever is at `destination` is deleted and the file moved there; on any other
-    /// outcome nothing of it is left. Success is isWhole() with status 200; the page of another status is not
-    /// read.
+    /// Streams the body into a temporary file beside `destination`, in constant memory. After a complete
+    /// reply with status 200 the file replaces whatever is at `destination`; after anything else it is
+    /// deleted. Success is isComplete() with status 200; the body of any other status is not read.
     HttpReply downloadFile(const QUrl &url, const std::filesystem::path &destination,
                            const Progress &progress = {});
 
@@ -93,9 +91,9 @@ class HttpSession {
 
     const HttpConfiguration configuration;
     bool isCancelled;
-    QObject receiver;  // of cancel(), on the session's thread
+    QObject receiver;  // brings cancel() to the session's thread
     std::unique_ptr<QNetworkAccessManager> manager;
-    HttpTransfer *transfer = nullptr;  // while a call is under way
+    HttpTransfer *transfer = nullptr;  // during a call
 };
 
 }  // namespace ferrolt

@@ -26,8 +26,8 @@ bool isRedirect(int statusCode) {
     return (statusCode >= 301 && statusCode <= 303) || statusCode == 307 || statusCode == 308;
 }
 
-/// Whether Qt's error only repeats a status of 400 or more, whose page arrived like any other.
-bool isOnlyTheStatus(QNetworkReply::NetworkError error, int statusCode) {
+/// Whether Qt's error only repeats an HTTP status of 400 or more; the body arrived as with any other status.
+bool isStatusError(QNetworkReply::NetworkError error, int statusCode) {
     using Qt = QNetworkReply;
     return statusCode >= 400 && ((error >= Qt::ContentAccessDenied && error <= Qt::UnknownContentError) ||
                                  error == Qt::ProtocolInvalidOperationError ||
@@ -43,6 +43,7 @@ HttpTransfer::HttpTransfer(QNetworkAccessManager &manager, QNetworkRequest reque
 }
 
 HttpReply HttpTransfer::run(std::chrono::milliseconds resourceTimeout) {
+    Q_ASSERT(!isOver && !resourceTimer.isActive());
     resourceTimer.start(resourceTimeout);
     start(request.url());
     if (!isOver)
@@ -57,11 +58,12 @@ void HttpTransfer::start(const QUrl &next) {
         return;
     }
     request.setUrl(next);
-    // Redirects are followed here. Of Qt 6.4's policies the one that asks, UserVerifiedRedirectPolicy, gets
-    // lost at the second redirect of a reply, and all of them first read the page of a redirect to its end.
+    // Redirects are followed by follow(). Of Qt 6.4's policies UserVerifiedRedirectPolicy is the one that can
+    // ask, and it fails at the second redirect of a reply; all of them read the body of a redirect to its
+    // end.
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
     reply.reset(manager.get(request));
-    // Without a bound Qt takes all that the server has into memory, however slow the disk may be.
+    // Unbounded by default: with a slow disk Qt would buffer the whole body in memory.
     reply->setReadBufferSize(readSize);
     connect(reply.get(), &QNetworkReply::metaDataChanged, this, &HttpTransfer::readHead);
     connect(reply.get(), &QNetworkReply::readyRead, this, &HttpTransfer::readBody);
@@ -77,7 +79,7 @@ void HttpTransfer::readHead() {
 
 void HttpTransfer::follow(const QUrl &target) {
     reply->disconnect(this);
-    reply.release()->deleteLater();  // this is called by one of its signals
+    reply.release()->deleteLater();  // not at once: one of its signals is calling this function
     result.statusCode = 0;
     if (++redirects > maxRedirects) {
         end(Error::Transport);
@@ -92,7 +94,7 @@ void HttpTransfer::follow(const QUrl &target) {
 }
 
 void HttpTransfer::readBody() {
-    if (body.isWantedOnlyOf200 && result.statusCode != 200) {
+    if (body.requiresStatus200 && result.statusCode != 200) {
         end(Error::None);
         return;
     }
@@ -118,9 +120,9 @@ void HttpTransfer::readBody() {
 void HttpTransfer::replyFinished() {
     const auto error = reply->error();
     if (error == QNetworkReply::OperationCanceledError || error == QNetworkReply::TimeoutError) {
-        end(Error::TimedOut);  // the request's own timeout; nothing else here cancels it
+        end(Error::TimedOut);  // of requestTimeout: nothing else cancels a reply
     } else if (result.statusCode == 0 ||
-               (error != QNetworkReply::NoError && !isOnlyTheStatus(error, result.statusCode))) {
+               (error != QNetworkReply::NoError && !isStatusError(error, result.statusCode))) {
         end(Error::Transport);
     } else {
         readBody();

@@ -16,20 +16,21 @@ class QNetworkAccessManager;
 
 namespace ferrolt {
 
-/// What becomes of a reply's body.
+/// Where a reply's body goes.
 struct HttpBody {
-    std::int64_t maxSize = 0;
-    bool isWantedOnlyOf200 = false;
-    std::function<bool(const char *bytes, std::int64_t count)> store;  ///< false if that failed
+    std::int64_t maxSize = 0;        ///< in bytes
+    bool requiresStatus200 = false;  ///< the body of any other status is not read
+    std::function<bool(const char *bytes, std::int64_t count)> store;  ///< false when that failed
     HttpSession::Progress progress;
 };
 
-/// One request, from its start to its end. Lives on the session's thread.
+/// One request with its redirects. Lives on the session's thread.
 class HttpTransfer : public QObject {
   public:
     HttpTransfer(QNetworkAccessManager &manager, QNetworkRequest request, HttpBody body);
 
-    /// Blocks until the request has ended, with an event loop. The reply has no body.
+    /// Blocks, in an event loop of its own, until the request has ended. To be called once. The reply has no
+    /// body: HttpBody::store got it.
     HttpReply run(std::chrono::milliseconds resourceTimeout);
 
     void cancel() { end(HttpReply::Error::Cancelled); }
@@ -44,7 +45,7 @@ class HttpTransfer : public QObject {
     void end(HttpReply::Error error);
 
     QNetworkAccessManager &manager;
-    QNetworkRequest request;  // its URL is the one that the redirects so far have led to
+    QNetworkRequest request;  // its URL follows the redirects
     const HttpBody body;
     QEventLoop loop;
     QTimer resourceTimer;

@@ -38,7 +38,7 @@ class HttpDownloadTest : public QObject {
         return QDir(folder->path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
     }
 
-    std::optional<std::int64_t> maxFileSize;  // nothing: the session's own bound
+    std::optional<std::int64_t> maxFileSize;  // without a value: the default
 
     HttpReply download(const QString &path, HttpSession::Progress progress = {}) const {
         HttpConfiguration configuration;
@@ -215,7 +215,7 @@ class HttpDownloadTest : public QObject {
         download(path, [&](std::int64_t, std::int64_t) {
             if (isOver)
                 return;
-            // Within this call nothing is stored, like on a disk that is slow.
+            // During this call nothing is stored, as on a slow disk.
             wasTakenIn =
                 waitWithoutEvents([&] { return sent > muchMoreThanBuffersHold; }, std::chrono::seconds(2));
             isOver = true;

@@ -10,8 +10,8 @@
 using namespace ferrolt;
 using Error = HttpReply::Error;
 
-/// A proxy that takes whoever asks for any name to one and the same server. Lives on the main thread, which
-/// the tests keep going.
+/// A proxy that connects every request to one server, whatever the host name. Lives on the main thread, whose
+/// event loop the tests run.
 class OneWayProxy : public QTcpServer {
   public:
     explicit OneWayProxy(quint16 target) : target(target) {
@@ -93,8 +93,8 @@ class HttpProxyTest : public QObject {
         QCOMPARE(get("https://launcher.test/").error, Error::Transport);
     }
 
-    // A proxy is how a server on loopback can be public: its name resolves to a public address, and nobody
-    // connects there.
+    // Behind a proxy a server on loopback can have a public name: it resolves to a public address, to which
+    // no connection is made.
 
     void aPublicServerMayRedirectToAnother() {
         OneWayProxy proxy(server.port());

@@ -43,15 +43,15 @@ void runUntil(Condition isTime, int &argc, char **argv) {
     QCoreApplication::exec();
 }
 
-/// What a thread still does with its session when its call was cancelled.
+/// What a thread does with its session after its call was cancelled.
 constexpr auto lastWork = 300ms;
 
-/// What became of the calls of another thread whose application left its event loop.
+/// The results of another thread's calls when the application leaves its event loop.
 struct ProgramEnd {
     HttpReply during;
     HttpReply next;
     bool isFolderEmpty = false;
-    qint64 waited = 0;  // milliseconds, of the application for the session
+    qint64 waited = 0;  // how long the application waited for the session, in milliseconds
     HttpReply afterwards;
 };
 
@@ -93,7 +93,7 @@ ProgramEnd endDuringADownload(int &argc, char **argv) {
 ProgramEnd endInADownload;
 qint64 endWithAnIdleSession = 0;
 
-/// How long the end takes while a session exists whose thread is busy otherwise.
+/// The duration of the application's end while a session's thread is busy with something else.
 qint64 endWhileASessionIsIdle(int &argc, char **argv) {
     std::atomic<bool> isOpen = false;
     std::atomic<bool> mayGo = false;
@@ -117,7 +117,7 @@ qint64 endWhileASessionIsIdle(int &argc, char **argv) {
     return taken;
 }
 
-/// The program's end, as main() has it, while the look-up of a host name hangs for good. Does not return.
+/// Ends the program as main() does while a host name lookup hangs. Does not return.
 int endDuringALookup() {
     NameLookup::instance().hanging = "stalled.test";
     int argc = 1;
@@ -147,7 +147,7 @@ int countEntries(const char *folder) {
 
 }  // namespace
 
-/// Most of it happens in main(), where an application object is destroyed.
+/// Most cases run in main(), which can destroy an application object.
 class HttpSessionEndTest : public QObject {
     Q_OBJECT
 
@@ -171,7 +171,7 @@ class HttpSessionEndTest : public QObject {
 
     void aNameServerThatDoesNotAnswerDoesNotHoldUpTheEndOfTheProgram() {
         QCOMPARE(codeOfAnEndInALookup, 42);
-        QVERIFY(timeOfAnEndInALookup < 30s);  // of the minute that a child is given
+        QVERIFY(timeOfAnEndInALookup < 30s);  // a child is killed after a minute
     }
 
     void neitherThreadsNorDescriptorsAreLeftBehind() {
@@ -190,7 +190,7 @@ class HttpSessionEndTest : public QObject {
                 return 0;
             });
         };
-        // The first sessions start what Qt and the proxy library keep for the whole run.
+        // The first sessions start threads that Qt and the proxy library keep for the whole process.
         for (int i = 0; i < 3; ++i)
             round();
         const auto settled = [&] { return server.openConnectionCount() == 0; };
@@ -207,7 +207,7 @@ class HttpSessionEndTest : public QObject {
 
 int main(int argc, char **argv) {
     const auto started = std::chrono::steady_clock::now();
-    codeOfAnEndInALookup = inChild(endDuringALookup);  // before this process has any thread
+    codeOfAnEndInALookup = inChild(endDuringALookup);  // before this process has a second thread
     timeOfAnEndInALookup = std::chrono::steady_clock::now() - started;
     endInADownload = endDuringADownload(argc, argv);
     endWithAnIdleSession = endWhileASessionIsIdle(argc, argv);

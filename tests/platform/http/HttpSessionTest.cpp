@@ -238,7 +238,7 @@ class HttpSessionTest : public QObject {
                 exchange.stall();
             else if (kind == 2)
                 exchange.close();
-            else if (exchange.pause(50))  // time for the head to be read before the reset overtakes it
+            else if (exchange.pause(50))  // so that the header is read before the reset
                 exchange.reset();
         });
         server.on(QStringLiteral("/end"), TestHttpsServer::replies(200, "arrived"));
