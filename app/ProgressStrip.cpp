@@ -41,7 +41,7 @@ QString ProgressStrip::text() const {
 }
 
 void ProgressStrip::refresh() {
-    const InstallProgress::Facts &facts = progress->facts();
+    const InstallProgress::Status &facts = progress->status();
     if (facts.total > 0) {
         setRange(0, steps);
         const double share = static_cast<double>(facts.done) / static_cast<double>(facts.total);

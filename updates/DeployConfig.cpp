@@ -10,7 +10,7 @@ namespace ferrolt {
 
 namespace {
 
-/// An optional value: nothing in the outer layer is a decode error, nothing in the inner one an absent value.
+/// Outer std::nullopt: a decode error. Inner std::nullopt: the value is absent.
 template <class Value>
 using Decoded = std::optional<std::optional<Value>>;
 
@@ -21,22 +21,21 @@ bool isAbsent(const QJsonValue &value) {
 Decoded<std::int64_t> wholeNumber(const QJsonValue &value) {
     if (isAbsent(value))
         return std::optional<std::int64_t>();
-    // Qt gives the default for whatever is no whole number of 64 bits; two defaults tell it from a number.
+    // toInteger() returns its default for anything but a 64-bit integer. No number equals two defaults.
     const std::int64_t number = value.toInteger(0);
     if (number != value.toInteger(1))
         return std::nullopt;
     return number;
 }
 
-/// The max length of a version, in UTF-16 code units. Real ones have less than ten; a long one would be
-/// written into the settings and into log lines.
+/// In UTF-16 code units. Real versions have less than ten; the text goes into the settings and the log.
 constexpr qsizetype maxVersionLength = 64;
 
 Decoded<QString> versionText(const QJsonValue &value) {
     if (isAbsent(value))
         return std::optional<QString>();
     const QString string = value.toString();
-    // Half of a character that is written as \uD800 is let through by Qt, and is no text.
+    // Qt accepts an unpaired surrogate, written as \uD800.
     if (!value.isString() || !string.isValidUtf16() || string.size() > maxVersionLength)
         return std::nullopt;
     return string;

@@ -6,15 +6,14 @@
 
 namespace ferrolt {
 
-/// The result of one LibreOffice step.
+/// The result of one LibreOfficeInstaller::install().
 class InstallOutcome {
   public:
     enum class Case {
         Installed,             ///< the new copy is in /Applications; text() is its version
         Failed,                ///< nothing was installed; text() is the reason, without a full stop
-        AlreadyCurrent,        ///< the recorded version is the wanted one, and the application exists
-        SkippedUserInstalled,  ///< there is an application that this launcher did not install; it was left
-                               ///< alone
+        AlreadyCurrent,        ///< the application exists, and the recorded version is the wanted one
+        SkippedUserInstalled,  ///< the user installed the application without this launcher; not touched
     };
 
     static InstallOutcome installed(QString version) { return {Case::Installed, std::move(version)}; }

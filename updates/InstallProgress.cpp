@@ -1,5 +1,7 @@
 #include "InstallProgress.h"
 
+#include "MainQueue.h"
+
 namespace ferrolt {
 
 namespace {
@@ -28,10 +30,11 @@ QString InstallProgress::text() const {
     return {};
 }
 
-void InstallProgress::set(const Facts &facts) {
-    if (facts == current)
+void InstallProgress::set(const Status &status) {
+    assertMainThread();
+    if (status == current)
         return;
-    current = facts;
+    current = status;
     Q_EMIT changed();
 }
 

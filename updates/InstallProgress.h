@@ -7,40 +7,40 @@
 
 namespace ferrolt {
 
-/// How far an installation is: what the log does not say, for whoever wants to watch. Main thread.
+/// The progress of the running installation, for views: the log has no numbers. Main thread only.
 class InstallProgress : public QObject {
     Q_OBJECT
 
   public:
     enum class Phase { Idle, Downloading, Verifying, Installing };
 
-    struct Facts {
+    struct Status {
         Phase phase = Phase::Idle;
         QString version;
         std::int64_t done = 0;    ///< bytes
-        std::int64_t total = -1;  ///< bytes; -1 if nobody knows
+        std::int64_t total = -1;  ///< bytes; -1 when unknown
 
-        friend bool operator==(const Facts &, const Facts &) = default;
+        friend bool operator==(const Status &, const Status &) = default;
     };
 
     using QObject::QObject;
 
-    const Facts &facts() const { return current; }
+    const Status &status() const { return current; }
     bool isIdle() const { return current.phase == Phase::Idle; }
 
-    /// One line for people: "LibreOffice 26.2.4: 143 of 298 MB", then "LibreOffice 26.2.4: verifying", then
+    /// One line for the user: "LibreOffice 26.2.4: 143 of 298 MB", then "LibreOffice 26.2.4: verifying", then
     /// "LibreOffice 26.2.4: installing"; empty while idle.
     QString text() const;
 
-    /// Sets what is so now. For the installer.
-    void set(const Facts &facts);
+    /// Called by the installer.
+    void set(const Status &status);
 
   Q_SIGNALS:
-    /// The facts are no longer what they were. At most some ten times a second.
+    /// After every change; around ten times a second during a download.
     void changed();
 
   private:
-    Facts current;
+    Status current;
 };
 
 }  // namespace ferrolt

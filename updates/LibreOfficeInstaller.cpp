@@ -1,6 +1,6 @@
 #include "LibreOfficeInstaller.h"
 
-#include "LibreOfficeInstallation.h"
+#include "InstallJob.h"
 #include "MainQueue.h"
 #include "ServerAddresses.h"
 #include "StagingFolder.h"
@@ -19,11 +19,10 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// Main thread only, which is all the lock it needs: one installation at a time in the process, whoever asks
-// for it.
+// Allows one installation at a time in the process. Needs no lock: main thread only.
 bool installing = false;
 
-bool isThere(const fs::path &path) {
+bool pathExists(const fs::path &path) {
     std::error_code failure;
     return fs::exists(path, failure);
 }
@@ -32,17 +31,17 @@ bool isThere(const fs::path &path) {
 
 const QString LibreOfficeInstaller::versionKey = QStringLiteral("InstalledLibreOfficeVersion");
 
-/// Shared with the work that is under way, which may outlive the installer.
+/// Shared with the running installation, which may outlive the installer.
 struct LibreOfficeInstaller::State {
     State(Services services, std::weak_ptr<InstallProgress> progress)
         : services(std::move(services)), progress(std::move(progress)) {}
 
     Services services;
     std::weak_ptr<InstallProgress> progress;
-    bool hasSwept = false;
-    std::atomic<bool> isStopped = false;  ///< set on the main thread, read on the work queue too
-    /// A version that counts as installed and that the settings did not take. Without it every check on a
-    /// full disk would download, ask for the password and restart the engine once more.
+    bool hasRemovedAbandoned = false;
+    std::atomic<bool> isStopped = false;  ///< set on the main thread, also read on the work queue
+    /// An installed version that could not be written to the settings. Without it, on a full disk, every
+    /// check would download again, ask for the password and restart the engine.
     std::optional<QString> unwritten;
 
     void record(const QString &version) {
@@ -53,7 +52,7 @@ struct LibreOfficeInstaller::State {
     }
     std::optional<QString> recorded() {
         if (const auto version = unwritten)
-            record(*version);  // there may be room again
+            record(*version);  // the disk may have space again
         return unwritten ? unwritten : services.settings->text(versionKey);
     }
 };
@@ -72,15 +71,22 @@ LibreOfficeInstaller::Services::Services()
 LibreOfficeInstaller::LibreOfficeInstaller(Services services)
     : workQueue(services.workQueue),
       progress(std::make_shared<InstallProgress>()),
-      state(std::make_shared<State>(std::move(services), progress)) {}
+      state(std::make_shared<State>(std::move(services), progress)) {
+    assertMainThread();
+    Q_ASSERT(workQueue);
+}
 
-LibreOfficeInstaller::~LibreOfficeInstaller() = default;
+LibreOfficeInstaller::~LibreOfficeInstaller() {
+    assertMainThread();
+}
 
 void LibreOfficeInstaller::stop() {
+    assertMainThread();
     state->isStopped = true;
 }
 
 bool LibreOfficeInstaller::isInstalling() {
+    assertMainThread();
     return installing;
 }
 
@@ -96,6 +102,7 @@ void LibreOfficeInstaller::install(const QString &version, Log log, Completion c
 
 void LibreOfficeInstaller::gate(const std::shared_ptr<State> &state, const QString &version, Log log,
                                 Completion completion) {
+    assertMainThread();
     const auto finish = [&](const InstallOutcome &outcome) {
         if (completion)
             completion(outcome);
@@ -104,41 +111,41 @@ void LibreOfficeInstaller::gate(const std::shared_ptr<State> &state, const QStri
         return finish(
             InstallOutcome::failed(QStringLiteral("another LibreOffice install is already running")));
     if (state->isStopped)
-        return finish(LibreOfficeInstallation::authorizationDenied());
-    const bool isSwept = sweep(*state);
+        return finish(InstallJob::authorizationDenied());
+    const bool hasThread = removeAbandonedFolders(*state);
 
     const Services &services = state->services;
-    const bool isPresent = isThere(services.application);
+    const bool isPresent = pathExists(services.application);
     const std::optional<QString> recorded = state->recorded();
     if (recorded && isPresent) {
         if (*recorded == version)
             return finish(InstallOutcome::alreadyCurrent());
-        // Any difference is an upgrade, also to a lower number: versions have no order here.
+        // Versions have no order: any difference counts as an upgrade, a lower number too.
         log(QStringLiteral("LibreOffice ") + *recorded + QStringLiteral(" found; upgrading to ") + version +
             QStringLiteral(".\n"));
     } else if (isPresent) {
         log(QStringLiteral(
             "LibreOffice is already installed (not by this launcher); leaving it in place.\n"));
-        // From now on it counts as ours: it is current while the wanted version stays, and replaced when that
-        // changes.
+        // Deliberate: from now on the copy counts as the launcher's. It is current while the wanted version
+        // stays the same, and replaced when that changes.
         state->record(version);
         return finish(InstallOutcome::skippedUserInstalled());
     }
 
     installing = true;
-    const bool isUnderWay = isSwept && services.workQueue->async([state, version, log, completion] {
-        const auto tell = [weak = state->progress](const InstallProgress::Facts &facts) {
-            MainQueue::async([weak, facts] {
-                if (const auto shown = weak.lock())
-                    shown->set(facts);
+    const bool isStarted = hasThread && services.workQueue->async([state, version, log, completion] {
+        const auto report = [weak = state->progress](const InstallProgress::Status &status) {
+            MainQueue::async([weak, status] {
+                if (const auto progress = weak.lock())
+                    progress->set(status);
             });
         };
         const InstallOutcome outcome =
-            LibreOfficeInstallation(state->services, version, log, tell, state->isStopped).run();
-        tell({});
+            InstallJob(state->services, version, log, report, state->isStopped).run();
+        report({});
         MainQueue::async([state, outcome, completion] { deliver(*state, outcome, completion); });
     });
-    if (!isUnderWay)
+    if (!isStarted)
         deliver(*state,
                 InstallOutcome::failed(
                     QStringLiteral("could not create staging directory: ") +
@@ -149,6 +156,7 @@ void LibreOfficeInstaller::gate(const std::shared_ptr<State> &state, const QStri
 
 void LibreOfficeInstaller::deliver(State &state, const InstallOutcome &outcome,
                                    const Completion &completion) {
+    assertMainThread();
     installing = false;
     if (outcome.which() == InstallOutcome::Case::Installed)
         state.record(outcome.text());
@@ -156,18 +164,18 @@ void LibreOfficeInstaller::deliver(State &state, const InstallOutcome &outcome,
         completion(outcome);
 }
 
-/// Once in a run, before the first installation: what an earlier run that ended in the middle has left
-/// behind.
-bool LibreOfficeInstaller::sweep(State &state) {
-    if (state.hasSwept)
+/// Once per process, on the work queue before the first installation: detaches and removes the staging
+/// folders that killed processes have left behind. False when the system has no thread for the queue.
+bool LibreOfficeInstaller::removeAbandonedFolders(State &state) {
+    if (state.hasRemovedAbandoned)
         return true;
-    state.hasSwept = state.services.workQueue->async(
+    state.hasRemovedAbandoned = state.services.workQueue->async(
         [tools = state.services.tools, temporaryFolder = state.services.temporaryFolder] {
-            for (const StagingFolder &left : StagingFolder::abandoned(temporaryFolder))
-                if (isThere(left.mountPoint()))
-                    LibreOfficeInstallation::detachImage(*tools, left.mountPoint());
+            for (const StagingFolder &folder : StagingFolder::abandoned(temporaryFolder))
+                if (pathExists(folder.mountPoint()))
+                    InstallJob::detachImage(*tools, folder.mountPoint());
         });
-    return state.hasSwept;
+    return state.hasRemovedAbandoned;
 }
 
 }  // namespace ferrolt

@@ -16,54 +16,53 @@
 
 namespace ferrolt {
 
-/// Keeps /Applications/LibreOffice.app, from which the engine's workers take their office-document support,
-/// at the version that is asked for. A copy that the user installed without this launcher is not touched.
+/// Keeps /Applications/LibreOffice.app, which gives the engine's workers their office-document support, at
+/// the wanted version. A copy that the user installed without this launcher is not touched, except that it
+/// counts as the launcher's own from then on: see gate().
 ///
-/// States, of the whole process: idle --install(), when there is something to do--> installing --its outcome
-/// is being delivered--> idle. A failed installation leaves an application that was there in place.
+/// States, one for the whole process: idle --install() finds work to do--> installing --the outcome is about
+/// to be delivered--> idle. A failed installation leaves an existing application in place.
 class LibreOfficeInstaller {
   public:
-    /// A finished line, with its line break.
+    /// Receives one line that ends in "\n".
     using Log = std::function<void(const QString &line)>;
     using Completion = std::function<void(const InstallOutcome &outcome)>;
 
-    /// What the installer works with. A default-constructed value is the production one but for the work
-    /// queue.
+    /// The defaults are the production values; `workQueue` has none.
     struct Services {
         Services();
 
-        QString server;          ///< the LibreOffice download server's base URL
-        HttpConfiguration http;  ///< of the session that one installation uses for all its requests
-        std::filesystem::path application;  ///< where it is installed
+        QString server;                     ///< the LibreOffice download server's base URL
+        HttpConfiguration http;             ///< one session with it does all requests of an installation
+        std::filesystem::path application;  ///< the installed application's path
         std::filesystem::path temporaryFolder;
         std::shared_ptr<SettingsStore> settings;
         std::shared_ptr<ToolRunner> tools;
         std::shared_ptr<PrivilegedCopy> privilegedCopy;
-        std::shared_ptr<WorkQueue> workQueue;  ///< serial, of utility priority; the slow work runs on it
+        std::shared_ptr<WorkQueue> workQueue;  ///< for InstallJob; utility priority
     };
 
-    /// The version that is installed, or counts as installed, by this launcher.
+    /// The settings key of the version that this launcher installed, or counts as its own.
     static const QString versionKey;  // "InstalledLibreOfficeVersion"
 
-    /// Main thread, and so is the destructor. An installation that is under way when the object goes runs to
-    /// its end, and is recorded.
+    /// Constructor and destructor: main thread. `services.workQueue` must not be null. An installation that
+    /// is running when the object is destroyed continues, and its version is recorded.
     explicit LibreOfficeInstaller(Services services);
     ~LibreOfficeInstaller();
     LibreOfficeInstaller(const LibreOfficeInstaller &) = delete;
     LibreOfficeInstaller &operator=(const LibreOfficeInstaller &) = delete;
 
-    /// Brings LibreOffice to exactly `version`. Returns at once, any thread. `log` is called on the main
-    /// thread before there is slow work and on the work queue from then on. `completion` is called once, on
-    /// the main thread, never inside this call; not at all if the object goes before the main thread has
-    /// looked at the request.
+    /// Brings LibreOffice to exactly `version`. Returns at once; any thread. `log` is called on the main
+    /// thread by gate() and on the work queue by InstallJob. `completion` is called once, on the main thread,
+    /// never inside this call; never when the object is destroyed before gate() runs.
     void install(const QString &version, Log log, Completion completion = {});
 
-    /// The launcher is stopping: from here on no installation begins, and one that is under way fails before
-    /// it would ask for the user's password; a prompt that is already shown is left to the user. Both count
-    /// as a refused authorization. For good. Main thread.
+    /// The launcher stops: no installation starts any more, and a running one fails instead of asking for the
+    /// password. Both give the outcome of a refused authorisation. A prompt that is already open stays.
+    /// Cannot be undone. Main thread.
     void stop();
 
-    /// Whether an installation is under way in this process. Main thread.
+    /// Whether an installation is running in this process. Main thread.
     static bool isInstalling();
 
     const std::shared_ptr<WorkQueue> workQueue;
@@ -72,10 +71,11 @@ class LibreOfficeInstaller {
   private:
     struct State;
 
+    /// Decides on the main thread whether there is anything to install.
     static void gate(const std::shared_ptr<State> &state, const QString &version, Log log,
                      Completion completion);
     static void deliver(State &state, const InstallOutcome &outcome, const Completion &completion);
-    static bool sweep(State &state);
+    static bool removeAbandonedFolders(State &state);
 
     std::shared_ptr<State> state;
 };

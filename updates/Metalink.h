@@ -9,16 +9,15 @@
 
 namespace ferrolt {
 
-/// What the installer needs of a Metalink document (RFC 5854): where a file can be had, and what it must hash
-/// to.
+/// The part of a Metalink document (RFC 5854) that the installer needs: a file's mirrors and its digest.
 struct Metalink {
     QList<QUrl> mirrors;            ///< http and https only, in document order
-    std::optional<QString> sha256;  ///< lower-case, otherwise unchecked
+    std::optional<QString> sha256;  ///< in lower case, otherwise unchecked
 };
 
-/// Reads a document with QXmlStreamReader. Never fails: where the parser stops, or where the document asks
-/// for more work than its size warrants, what came before counts. The parser lets a few things pass that
-/// XML 1.0 does not allow. Any thread; touches no shared state, fetches nothing.
+/// Never fails: the result holds what was found before the parser stopped, at an XML error or at one of the
+/// limits that keep the parser's time and memory proportional to the document. QXmlStreamReader accepts a few
+/// things that XML 1.0 does not allow. Fetches nothing: external entities are ignored. Any thread.
 Metalink parseMetalink(const QByteArray &data);
 
 }  // namespace ferrolt

@@ -4,8 +4,7 @@
 
 namespace ferrolt {
 
-/// The servers that the launcher downloads from: base URLs, without a slash at the end. A default-constructed
-/// value is what the program was built with.
+/// The servers' base URLs, without a slash at the end. The defaults are those of the build.
 struct ServerAddresses {
     ServerAddresses();
 

@@ -1,6 +1,7 @@
 #include "Sha256.h"
 
 #include "FileDescriptor.h"
+#include "MainQueue.h"
 
 #include <QByteArray>
 
@@ -17,7 +18,7 @@ namespace ferrolt {
 
 namespace {
 
-constexpr std::size_t chunk = 1'048'576;
+constexpr std::size_t chunkSize = 1'048'576;
 
 struct FreeContext {
     void operator()(EVP_MD_CTX *context) const { EVP_MD_CTX_free(context); }
@@ -26,11 +27,12 @@ struct FreeContext {
 }  // namespace
 
 std::optional<QString> sha256OfFile(const std::filesystem::path &path) {
+    assertNotMainThread();
     const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
     const std::unique_ptr<EVP_MD_CTX, FreeContext> context(EVP_MD_CTX_new());
     if (!file.isValid() || !context || EVP_DigestInit_ex(context.get(), EVP_sha256(), nullptr) != 1)
         return std::nullopt;
-    std::vector<char> buffer(chunk);
+    std::vector<char> buffer(chunkSize);
     while (true) {
         const ssize_t count = read(file.get(), buffer.data(), buffer.size());
         if (count < 0 && errno == EINTR)

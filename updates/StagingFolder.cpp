@@ -20,13 +20,13 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// No object: a thread that is still sweeping may outlive what the program's end destroys.
+// A constant without a destructor: a work-queue thread may outlive the static objects at the process's end.
 constexpr std::string_view prefix = "ferrolt-libreoffice-";
 
-/// How many folders may be lost to a run that sweeps; each of them sweeps once.
-constexpr int mostAttempts = 10;
+/// Each attempt can lose its new folder to another process that looks for abandoned ones, once per process.
+constexpr int maxAttempts = 10;
 
-std::string freshUuid() {
+std::string newUuid() {
     return QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper().toStdString();
 }
 
@@ -38,9 +38,9 @@ bool isStagingName(const std::string &name) {
            QUuid::fromString(uuid).toString(QUuid::WithoutBraces).toUpper() == uuid;
 }
 
-/// Opens and locks the folder, if it is one, the user's, and nobody else's in use. The lock goes with the
-/// process.
-FileDescriptor lockFolder(const fs::path &folder) {
+/// Opens and locks an abandoned folder; invalid when it is no folder, another user's, or in use: the process
+/// that uses a folder holds its lock, and the system releases the lock when that process ends.
+FileDescriptor lockAbandonedFolder(const fs::path &folder) {
     FileDescriptor opened(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     struct stat status {};
     if (!opened.isValid() || fstat(opened.get(), &status) != 0 || status.st_uid != geteuid() ||
@@ -49,16 +49,16 @@ FileDescriptor lockFolder(const fs::path &folder) {
     return opened;
 }
 
-/// Locks a folder that was just made. Nothing when another run of the program, which sweeps at this moment,
-/// has taken it for abandoned: that one holds the lock, or has removed the folder already.
-std::optional<FileDescriptor> lockFreshFolder(const fs::path &folder) {
+/// Locks a folder that was just created. Nothing when another process has taken it for abandoned in the
+/// moment between: that process holds the lock, or has removed the folder already.
+std::optional<FileDescriptor> lockNewFolder(const fs::path &folder) {
     FileDescriptor opened(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     if (!opened.isValid())
         return std::nullopt;
     if (flock(opened.get(), LOCK_EX | LOCK_NB) != 0) {
         if (errno == EWOULDBLOCK)
             return std::nullopt;
-        return FileDescriptor();  // some network file systems know no locks
+        return FileDescriptor();  // some network file systems have no locks: go on without one
     }
     std::error_code failure;
     if (!fs::exists(folder, failure))
@@ -73,15 +73,14 @@ std::optional<StagingFolder> StagingFolder::create(const fs::path &temporaryFold
     fs::create_directories(temporaryFolder, failure);
     if (failure)
         return std::nullopt;
-    for (int attempt = 0; attempt < mostAttempts; ++attempt) {
-        const fs::path folder = temporaryFolder / (std::string(prefix) + freshUuid());
-        // The temporary folder may be everyone's, and what is verified in here must not be exchanged
-        // afterwards.
+    for (int attempt = 0; attempt < maxAttempts; ++attempt) {
+        const fs::path folder = temporaryFolder / (std::string(prefix) + newUuid());
+        // Mode 0700: in a shared /tmp another user could otherwise replace the image after its verification.
         if (mkdir(folder.c_str(), S_IRWXU) != 0) {
             failure = std::error_code(errno, std::generic_category());
             return std::nullopt;
         }
-        if (auto lock = lockFreshFolder(folder))
+        if (auto lock = lockNewFolder(folder))
             return StagingFolder(folder, std::move(*lock));
         rmdir(folder.c_str());
     }
@@ -95,7 +94,7 @@ std::vector<StagingFolder> StagingFolder::abandoned(const fs::path &temporaryFol
     for (fs::directory_iterator entry(temporaryFolder, failure), end; !failure && entry != end;
          entry.increment(failure))
         if (isStagingName(entry->path().filename().string()))
-            if (FileDescriptor lock = lockFolder(entry->path()); lock.isValid())
+            if (FileDescriptor lock = lockAbandonedFolder(entry->path()); lock.isValid())
                 found.push_back(StagingFolder(entry->path(), std::move(lock)));
     return found;
 }

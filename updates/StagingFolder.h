@@ -10,24 +10,24 @@
 
 namespace ferrolt {
 
-/// The folder in which one installation keeps its download and mounts it: new, the user's alone, and gone
-/// with this object. While the object lives the folder is locked, so that a later run of the program can tell
-/// a folder in use from one that a run that ended in the middle has left behind.
+/// The folder in which one installation keeps and mounts its download: new, accessible to the user only, and
+/// removed by the destructor. The object holds a lock on the folder, so that abandoned() can tell a folder in
+/// use from one that a killed process has left behind. Any thread.
 class StagingFolder {
   public:
-    /// Makes "ferrolt-libreoffice-" and a fresh UUID below `temporaryFolder`, with intermediate folders.
-    /// Nothing, and the reason in `failure`, if that cannot be done.
+    /// Creates "ferrolt-libreoffice-" + a new UUID below `temporaryFolder`, with intermediate folders.
+    /// Nothing when that fails, with the reason in `failure`.
     static std::optional<StagingFolder> create(const std::filesystem::path &temporaryFolder,
                                                std::error_code &failure);
 
-    /// The folders below `temporaryFolder` that no run of the program uses any more. They are only found, and
-    /// become the caller's own: they go with these objects.
+    /// The folders below `temporaryFolder` that no process uses any more. The caller owns them: they are
+    /// removed when the returned objects are destroyed.
     static std::vector<StagingFolder> abandoned(const std::filesystem::path &temporaryFolder);
 
     StagingFolder(StagingFolder &&other) noexcept
         : folder(std::exchange(other.folder, {})), lock(std::move(other.lock)) {}
     StagingFolder &operator=(StagingFolder &&) = delete;
-    /// Removes the folder with all that is in it; errors are ignored.
+    /// Removes the folder with its contents; errors are ignored.
     ~StagingFolder();
 
     const std::filesystem::path &path() const { return folder; }

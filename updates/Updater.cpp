@@ -4,6 +4,8 @@
 #include "DeployConfig.h"
 #include "MainQueue.h"
 
+#include <QPointer>
+
 #include <utility>
 
 namespace ferrolt {
@@ -12,10 +14,7 @@ Updater::Updater(HttpConfiguration http, const QString &updateServer)
     : _isUpdateCheckComplete(*this, false),
       _libreOfficeVersion(*this, std::nullopt),
       http(std::move(http)),
-      manifestUrl(updateServer + QStringLiteral("/download/updates/macminerdeploy.json"), QUrl::StrictMode),
-      self(std::make_shared<Updater *>(this)) {}
-
-Updater::~Updater() = default;
+      manifestUrl(updateServer + QStringLiteral("/download/updates/macminerdeploy.json"), QUrl::StrictMode) {}
 
 void Updater::runInitialCheck() {
     fetchManifest([](Updater &updater, const DeployConfig *manifest) {
@@ -35,11 +34,12 @@ void Updater::runPeriodicCheck(Completion completion) {
 }
 
 void Updater::fetchManifest(std::function<ManifestHandler> handler) {
-    const auto deliver = [weak = std::weak_ptr(self), handler = std::move(handler)](const QByteArray &body) {
-        auto manifest = std::make_shared<const std::optional<DeployConfig>>(DeployConfig::decode(body));
-        MainQueue::async([weak, handler, manifest] {
-            if (const auto updater = weak.lock())
-                handler(**updater, manifest->has_value() ? &**manifest : nullptr);
+    assertMainThread();
+    // Only the main thread destroys the Updater, so only it may look into the pointer.
+    const auto deliver = [self = QPointer(this), handler = std::move(handler)](const QByteArray &body) {
+        MainQueue::async([self, handler, manifest = DeployConfig::decode(body)] {
+            if (self)
+                handler(*self, manifest ? &*manifest : nullptr);
         });
     };
     const auto fetch = [url = manifestUrl, http = http, deliver] {

@@ -11,32 +11,32 @@ namespace ferrolt {
 
 namespace {
 
-/// Where the XML declaration must end by; nothing but its three short entries may stand in it.
-constexpr qsizetype longestDeclaration = 1024;
+/// The XML declaration has three short entries at most.
+constexpr qsizetype maxDeclarationLength = 1024;
 
 QStringDecoder decoderFor(const QByteArray &data) {
-    // Bytes that stand for '<' in UTF-16 or UTF-32 tell these apart even without a byte order mark.
+    // Finds UTF-16 and UTF-32 by a byte order mark or by the bytes of the '<' that a document begins with.
     if (const auto encoding = QStringConverter::encodingForData(data, u'<'))
         return QStringDecoder(*encoding);
     static const QRegularExpression declared(
         QStringLiteral(R"(^<\?xml\s[^>]*?\sencoding\s*=\s*["']([A-Za-z][A-Za-z0-9._-]*)["'])"));
     const auto match =
-        declared.match(QString::fromLatin1(data.first(std::min(data.size(), longestDeclaration))));
+        declared.match(QString::fromLatin1(data.first(std::min(data.size(), maxDeclarationLength))));
     if (match.hasMatch())
         return QStringDecoder(match.captured(1).toLatin1().constData());
     return QStringDecoder(QStringConverter::Utf8);
 }
 
-/// Walks over markup without understanding it.
+/// Walks from tag to tag without parsing their contents.
 class Scanner {
   public:
     explicit Scanner(QStringView text) : text(text) {}
 
-    qsizetype harmlessLength() {
+    qsizetype linearTimePrefixLength() {
         while ((at = text.indexOf(u'<', at)) >= 0) {
-            if (skips(u"<!--", u"-->") || skips(u"<![CDATA[", u"]]>") || skips(u"<?", u"?>"))
+            if (skip(u"<!--", u"-->") || skip(u"<![CDATA[", u"]]>") || skip(u"<?", u"?>"))
                 continue;
-            if (isDangerousDeclaration() || !skipTag())
+            if (isRefusedDeclaration() || !skipTag())
                 return at;
         }
         return text.size();
@@ -45,7 +45,8 @@ class Scanner {
   private:
     bool startsWith(QStringView mark) const { return text.sliced(at).startsWith(mark); }
 
-    bool skips(QStringView opening, QStringView closing) {
+    /// Moves `at` behind `closing` when `opening` is here; false otherwise.
+    bool skip(QStringView opening, QStringView closing) {
         if (!startsWith(opening))
             return false;
         const qsizetype end = text.indexOf(closing, at + opening.size());
@@ -53,7 +54,7 @@ class Scanner {
         return true;
     }
 
-    bool isDangerousDeclaration() const {
+    bool isRefusedDeclaration() const {
         if (startsWith(u"<!ATTLIST"))
             return true;
         constexpr QStringView entity = u"<!ENTITY";
@@ -65,7 +66,7 @@ class Scanner {
         return next < text.size() && text[next] == u'%';
     }
 
-    /// Leaves `at` behind a tag or a declaration; in front of it, with false, if it has too many attributes.
+    /// Moves `at` behind a tag or declaration; false, and `at` stays, when it has too many attributes.
     bool skipTag() {
         const bool isDocumentType = startsWith(u"<!DOCTYPE");
         int equals = 0;
@@ -75,7 +76,7 @@ class Scanner {
                 next = text.indexOf(character, next + 1);
                 if (next < 0)
                     break;
-            } else if (character == u'=' && ++equals > mostAttributes) {
+            } else if (character == u'=' && ++equals > maxAttributes) {
                 return false;
             } else if (character == u'>' || (isDocumentType && character == u'[')) {
                 at = next + 1;
@@ -102,8 +103,8 @@ QString decodeXml(const QByteArray &data) {
     };
     if (auto text = decode(data.size()))
         return *std::move(text);
-    // The longest beginning without an error. What stands in the text for bytes that are none cannot be
-    // searched for: U+FFFD may be there by right, and some encodings have another character for it.
+    // A binary search for the longest prefix without an error. The decoded text cannot be searched for
+    // U+FFFD: it may be part of the document, and some decoders use another replacement.
     qsizetype good = 0;
     for (qsizetype bad = data.size(); bad - good > 1;) {
         const qsizetype middle = good + (bad - good) / 2;
@@ -112,8 +113,8 @@ QString decodeXml(const QByteArray &data) {
     return decode(good).value_or(QString());
 }
 
-qsizetype harmlessLength(QStringView document) {
-    return Scanner(document).harmlessLength();
+qsizetype linearTimePrefixLength(QStringView document) {
+    return Scanner(document).linearTimePrefixLength();
 }
 
 }  // namespace ferrolt

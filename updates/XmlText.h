@@ -6,17 +6,18 @@
 
 namespace ferrolt {
 
-/// The characters of an XML document: by its byte order mark, by the look of its first bytes, or by the
-/// encoding that it declares, else UTF-8. Ends before the first bytes that are not of that encoding; empty if
-/// nobody knows it.
+/// An XML document as text. The encoding is found by the byte order mark, by the first bytes or by the XML
+/// declaration, in this order, else it is UTF-8. The text ends before the first bytes that are invalid in it,
+/// and is empty for an encoding that Qt does not know. Any thread.
 QString decodeXml(const QByteArray &data);
 
-/// How much of a document, from its beginning, a parser can walk through in a time that goes with its length.
-/// Qt's compares each attribute of a tag with all others, and each tag with every attribute that the document
-/// declares, so the prefix ends before the first tag with more than `mostAttributes` attributes, and before
-/// the first declaration of an attribute list or a parameter entity, which could bring one.
-qsizetype harmlessLength(QStringView document);
+/// The length of the longest prefix that QXmlStreamReader (Qt 6.4) parses in linear time. It compares every
+/// attribute of a tag with all others, and every tag with all declared attributes: quadratic in a hostile
+/// document. So the prefix ends before the first tag with more than `maxAttributes` attributes, and before
+/// the first declaration of an attribute list or of a parameter entity, which could expand to one. Any
+/// thread.
+qsizetype linearTimePrefixLength(QStringView document);
 
-constexpr int mostAttributes = 256;
+constexpr int maxAttributes = 256;
 
 }  // namespace ferrolt

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <cstdlib>
 
-/// Any bytes at all, through the parser and past its promises.
+/// Parses any bytes and checks the properties of every result.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     const auto bytes =
         QByteArray::fromRawData(reinterpret_cast<const char *>(data), static_cast<qsizetype>(size));

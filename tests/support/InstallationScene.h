@@ -23,8 +23,7 @@ namespace ferrolt {
 /// For a comparison that fails.
 char *toString(const std::optional<InstallOutcome> &outcome);
 
-/// Stands in for the tools: notes what was asked for, and "mounts" an application without looking at the
-/// image.
+/// Replaces the tools: records the calls, and "mounts" an application without reading the image.
 class SubstituteTools : public ToolRunner {
   public:
     using Call = std::vector<std::string>;  ///< the executable, then the arguments
@@ -36,15 +35,15 @@ class SubstituteTools : public ToolRunner {
 
     std::vector<Call> calls() const;
 
-    std::string missing;  ///< what is not installed
+    std::string missing;  ///< a program that is not installed
 
-    /// What an attach tells of its progress before anything else.
+    /// If set, called first by an attach, to report progress.
     std::function<void(const Progress &progress)> report;
 
-    /// What an attach does; by default it puts an application below the mount point.
+    /// If set, replaces the default attach, which creates an application below the mount point.
     std::function<bool(const std::filesystem::path &image, const std::filesystem::path &mountPoint)> attach;
 
-    /// What a detach does besides.
+    /// If set, called by a detach.
     std::function<void(const std::filesystem::path &mountPoint)> detach;
 
   private:
@@ -52,7 +51,7 @@ class SubstituteTools : public ToolRunner {
     std::vector<Call> noted;
 };
 
-/// Stands in for the prompt: the user agrees and the copy is made, unless the test has other ideas.
+/// Replaces the prompt: by default the user agrees and the copy is made.
 class SubstitutePrompt : public PrivilegedCopy {
   public:
     bool privilegedCopy(const std::filesystem::path &source,
@@ -61,17 +60,17 @@ class SubstitutePrompt : public PrivilegedCopy {
     std::string missingProgram() const override { return missing; }
 
     std::function<bool(const std::filesystem::path &source, const std::filesystem::path &destination)> answer;
-    std::string missing;  ///< what is not installed
+    std::string missing;  ///< a program that is not installed
     int asked = 0;
 };
 
-/// Everything around an installer: a download server with real TLS, a temporary folder, a settings file, an
-/// Applications folder, and what was logged.
+/// The surroundings of an installer: a download server with real TLS, a temporary folder, a settings file, an
+/// Applications folder, and the log.
 class InstallationScene {
   public:
     InstallationScene();
 
-    // Made first, so that they go last.
+    // First, so that they are destroyed last.
     QTemporaryDir scratch;
     const std::filesystem::path folder = scratch.path().toStdString();
     const std::filesystem::path temporary = folder / "tmp";
@@ -83,7 +82,7 @@ class InstallationScene {
     std::shared_ptr<SubstituteTools> tools = std::make_shared<SubstituteTools>();
     std::shared_ptr<SubstitutePrompt> prompt = std::make_shared<SubstitutePrompt>();
 
-    /// What every good mirror serves: large enough to be an image, and nothing else.
+    /// The body from every good mirror: no real image, but above the minimum size.
     const QByteArray image;
 
     static QString metalinkPath(const QString &version = QStringLiteral("26.2.4"));
@@ -95,11 +94,11 @@ class InstallationScene {
     /// The URL of a path on the server, which serves the image there.
     QString goodMirror(const QString &path = QStringLiteral("/good.dmg"));
 
-    /// Installs the version and waits for the outcome; nothing if there is none within a minute: longer than
-    /// any one request that a machine without a name server lets stand.
+    /// Installs the version and waits for the outcome; nothing after a minute, which is longer than any
+    /// single request takes on a machine without a name server.
     std::optional<InstallOutcome> install(const QString &version = QStringLiteral("26.2.4"));
 
-    /// The same with an installer that stays, as in the launcher.
+    /// The same with an existing installer.
     std::optional<InstallOutcome> install(LibreOfficeInstaller &installer,
                                           const QString &version = QStringLiteral("26.2.4"));
 

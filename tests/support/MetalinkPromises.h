@@ -6,7 +6,7 @@
 
 namespace ferrolt {
 
-/// What holds for every result, whatever the document was.
+/// Whether a result has the properties that hold for every document.
 inline bool keepsItsPromises(const Metalink &metalink) {
     const bool web = std::ranges::all_of(metalink.mirrors, [](const QUrl &url) {
         return url.isValid() &&

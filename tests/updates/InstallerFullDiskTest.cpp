@@ -20,8 +20,8 @@ const QString version = QStringLiteral("26.2.4");
 
 constexpr int mayNotMount = 100;
 
-/// In a process of its own, which alone has the small disk in the temporary folder's place. Prints the last
-/// line and the reason.
+/// Runs in a child process in which a small disk is mounted as the temporary folder. Prints the last log line
+/// and the reason of the failure.
 int installOnASmallDisk(const QStringList &arguments) {
     const fs::path folder = arguments.value(1).toStdString();
     const fs::path temporary = folder / "tmp";
@@ -46,7 +46,7 @@ int installOnASmallDisk(const QStringList &arguments) {
 
 }  // namespace
 
-/// An installation in a temporary folder whose disk, a real one in memory, runs full.
+/// An installation whose temporary folder is on a disk, a real one in memory, that becomes full.
 class InstallerFullDiskTest : public QObject {
     Q_OBJECT
 

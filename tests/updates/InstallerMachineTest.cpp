@@ -17,7 +17,7 @@ const QString version = QStringLiteral("26.2.4");
 
 }  // namespace
 
-/// A machine that does not play along.
+/// Failures of the machine: tools, disk, permissions, settings, name server.
 class InstallerMachineTest : public QObject {
     Q_OBJECT
 
@@ -32,14 +32,14 @@ class InstallerMachineTest : public QObject {
         QCOMPARE(scene->installedContent(), QByteArray("old"));
         QCOMPARE(scene->recorded(), std::optional(QStringLiteral("7.6.4")));
     }
-    /// The reason, and that nothing else has changed.
+    /// The installation fails with this reason and changes nothing.
     void failsWith(const QString &reason, const QString &lastLine) {
         anOldVersionIsThere();
         QCOMPARE(scene->install(), InstallOutcome::failed(reason));
         QCOMPARE(scene->log().last(), lastLine);
         theOldVersionIsUntouched();
     }
-    /// As failsWith(), with something done to the machine when a line is logged.
+    /// As failsWith(), after a change to the machine at the moment when a certain line is logged.
     void failsWith(const QString &reason, const QString &line, const std::function<void()> &trouble) {
         anOldVersionIsThere();
         const auto log = scene->logger();
@@ -80,7 +80,7 @@ class InstallerMachineTest : public QObject {
         QCOMPARE(scene->log().size(), 2);  // and the version gate's
         QCOMPARE(scene->server.requestCount(InstallationScene::metalinkPath()), 0);
         QVERIFY(scene->isTemporaryFolderEmpty());
-        // It is looked for anew each time.
+        // Every installation looks for it again.
         (isArchiver ? scene->tools->missing : scene->prompt->missing).clear();
         QCOMPARE(scene->install(), InstallOutcome::installed(version));
     }
@@ -126,7 +126,7 @@ class InstallerMachineTest : public QObject {
         setUpProcess();
         rlimit before{};
         getrlimit(RLIMIT_FSIZE, &before);
-        const rlimit small{1'100'000, before.rlim_max};  // what is written would be long enough for an image
+        const rlimit small{1'100'000, before.rlim_max};  // more than the minimum size of an image
         setrlimit(RLIMIT_FSIZE, &small);
         failsWith(QStringLiteral("could not download a verified LibreOffice DMG from any mirror"),
                   InstallationScene::downloading());
@@ -156,7 +156,7 @@ class InstallerMachineTest : public QObject {
     }
 
     void settingsThatCannotBeWrittenDoNotHaveTheSameVersionInstalledAgainAndAgain() {
-        // As large as the store reads: readable, but not to be written with anything longer.
+        // As large as the store can read: any longer version cannot be written.
         const fs::path file = scene->folder / "large.json";
         const QByteArray entries = R"({"InstalledLibreOfficeVersion":"7.6.4","filler":""})";
         writeFile(file, QByteArray(entries).insert(entries.size() - 2,
@@ -175,7 +175,7 @@ class InstallerMachineTest : public QObject {
         QCOMPARE(scene->prompt->asked, 1);
         QCOMPARE(scene->server.requestCount(QStringLiteral("/good.dmg")), 1);
 
-        // Another version is still an upgrade, from the one that is really there.
+        // Another version is still an upgrade, from the version that was installed.
         scene->publish({scene->goodMirror()}, QStringLiteral("26.8.0"));
         QCOMPARE(scene->install(installer, QStringLiteral("26.8.0")),
                  InstallOutcome::installed(QStringLiteral("26.8.0")));
@@ -191,7 +191,7 @@ class InstallerMachineTest : public QObject {
     void whatTheSettingsDidNotTakeIsWrittenAsSoonAsTheyDo() {
         QFETCH(bool, isAdopted);
         const fs::path file = scene->folder / "settings.ini";
-        fs::create_directories(file);  // a folder in the file's place
+        fs::create_directories(file);  // a folder with the name of the file
         scene->publish({scene->goodMirror()});
         if (isAdopted)
             scene->installBefore();
@@ -205,7 +205,7 @@ class InstallerMachineTest : public QObject {
         QCOMPARE(scene->install(installer), InstallOutcome::alreadyCurrent());
         QCOMPARE(scene->recorded(), std::optional(version));
         QCOMPARE(scene->log(), lines);
-        // From then on the settings are what counts again.
+        // From then on the settings hold the version again.
         scene->record(QStringLiteral("7.6.4"));
         QCOMPARE(scene->install(installer), InstallOutcome::installed(version));
     }
@@ -219,7 +219,7 @@ class InstallerMachineTest : public QObject {
         clock.start();
         QCOMPARE(scene->install(),
                  InstallOutcome::failed(QStringLiteral("failed to download Metalink file")));
-        QVERIFY(clock.elapsed() < 45'000);  // where no name server answers, the request's own half minute
+        QVERIFY(clock.elapsed() < 45'000);  // without a name server, the request times out after 30 s
         QCOMPARE(scene->log(),
                  QStringList{QStringLiteral("Fetching LibreOffice 26.2.4 download info\u2026\n")});
         QVERIFY(scene->isTemporaryFolderEmpty());
@@ -244,7 +244,7 @@ class InstallerMachineTest : public QObject {
         scene->install();
         QTRY_VERIFY(!fs::exists(left));
         QCOMPARE(readFile(scene->temporary / "mine"), QByteArray("stays"));
-        // Whatever is still mounted in there comes off first.
+        // An image that is still mounted there is detached first.
         QVERIFY(scene->tools->calls().front() ==
                 (SubstituteTools::Call{"/usr/bin/hdiutil", "detach", (left / "mnt").string(), "-force"}));
     }

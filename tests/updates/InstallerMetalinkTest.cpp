@@ -1,5 +1,5 @@
+#include "InstallJob.h"
 #include "InstallationScene.h"
-#include "LibreOfficeInstallation.h"
 #include "TreeSnapshot.h"
 
 #include <QRegularExpression>
@@ -30,7 +30,7 @@ QString hash(const QString &text, const QString &type = QStringLiteral("sha-256"
 
 }  // namespace
 
-/// What an installation makes of a Metalink document, and of a version text, that is not as it should be.
+/// Installations with a faulty Metalink document or version text.
 class InstallerMetalinkTest : public QObject {
     Q_OBJECT
 
@@ -167,13 +167,13 @@ class InstallerMetalinkTest : public QObject {
     }
 
     void theMetalinkUrlNamesTheVersionTwiceAndAlwaysTheSameProcessor() {
-        QCOMPARE(LibreOfficeInstallation::metalinkURL(QStringLiteral("https://downloads.ferrolt.example"),
-                                                      QStringLiteral("26.2.4")),
+        QCOMPARE(InstallJob::metalinkURL(QStringLiteral("https://downloads.ferrolt.example"),
+                                         QStringLiteral("26.2.4")),
                  QStringLiteral("https://downloads.ferrolt.example/libreoffice/stable/26.2.4/mac/aarch64/"
                                 "LibreOffice_26.2.4_MacOS_aarch64.dmg.meta4"));
     }
 
-    // A version is whatever the manifest says.
+    // The manifest can name any version text.
 
     void aVersionThatMakesNoUrlIsAFailureBeforeAnythingElse_data() {
         QTest::addColumn<QString>("version");
@@ -231,10 +231,10 @@ class InstallerMetalinkTest : public QObject {
     }
     void whateverTheVersionNoPathAndNoArgumentIsMadeOfIt() {
         QFETCH(QString, version);
-        // Any document will do: the server answers every path.
+        // The server answers every path with this document.
         const QByteArray any =
             InstallationScene::metalink({scene->goodMirror()}, InstallationScene::sha256(scene->image));
-        const QUrl url(LibreOfficeInstallation::metalinkURL(scene->server.base(), version), QUrl::StrictMode);
+        const QUrl url(InstallJob::metalinkURL(scene->server.base(), version), QUrl::StrictMode);
         // A request goes out with its dots resolved.
         for (const QUrl &asked : {url, url.adjusted(QUrl::NormalizePathSegments)})
             scene->server.on(asked.path(QUrl::FullyEncoded), TestHttpsServer::replies(200, any));
@@ -247,7 +247,7 @@ class InstallerMetalinkTest : public QObject {
             return true;
         };
         QCOMPARE(scene->install(version), InstallOutcome::installed(version));
-        // All that is not fixed in them is the staging folder's name, which knows nothing of the version.
+        // The only variable part is the name of the staging folder, which does not depend on the version.
         const fs::path staging = source.parent_path().parent_path();
         const QRegularExpression name(QStringLiteral("^ferrolt-libreoffice-[0-9A-F-]{36}$"));
         QVERIFY(name.match(QString::fromStdString(staging.filename().string())).hasMatch());

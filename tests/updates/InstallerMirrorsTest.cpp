@@ -17,7 +17,7 @@ const QString mismatch = QStringLiteral("Checksum mismatch from this mirror; try
 
 }  // namespace
 
-/// Mirrors that do not deliver. Each stands before a good one, and each alone.
+/// Mirrors that fail. Each is tried before a good one, and each alone.
 class InstallerMirrorsTest : public QObject {
     Q_OBJECT
 
@@ -29,7 +29,7 @@ class InstallerMirrorsTest : public QObject {
         return scene->server.url(QStringLiteral("/bad.dmg")).toString();
     }
 
-    /// The bad mirror's lines, then those of the good one; and with the bad one alone a failure that changes
+    /// With a good mirror after it: its `lines`, then those of the good one. Alone: a failure that changes
     /// nothing.
     void isPassedOver(const QString &mirror, const QStringList &lines = {InstallationScene::downloading()}) {
         scene->publish({mirror, scene->goodMirror()});
@@ -203,22 +203,22 @@ class InstallerMirrorsTest : public QObject {
         QVERIFY(scene->isTemporaryFolderEmpty());
     }
 
-    // The installer's own times are half a minute and a quarter of an hour.
+    // The installer's own timeouts are 30 seconds and 15 minutes.
 
     void aMirrorThatStallsIsGivenUp() {
-        scene->services.http.requestTimeout = 3s;
+        scene->services.http.requestTimeout = 2s;
         isPassedOver(bad(TestHttpsServer::stallsAfter(100'000, scene->image)));
     }
 
     void aMirrorThatNeverEndsIsGivenUp() {
-        scene->services.http.resourceTimeout = 5s;
+        scene->services.http.resourceTimeout = 3s;
         isPassedOver(bad([](TestExchange &exchange) {
             exchange.head(200, {{"Content-Length", "100000000"}});
             for (int i = 0; i < 3000 && exchange.send("x") && exchange.pause(5); ++i) {
             }
             exchange.close();
         }));
-        // Both times; to its end it would have sent for half a minute.
+        // Once in each installation. The server would go on for 15 seconds.
         QVERIFY(scene->server.requestCount(QStringLiteral("/bad.dmg")) == 2);
     }
 

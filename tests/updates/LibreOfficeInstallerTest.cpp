@@ -105,7 +105,7 @@ class LibreOfficeInstallerTest : public QObject {
 
         const auto failure =
             InstallOutcome::failed(QStringLiteral("another LibreOffice install is already running"));
-        QCOMPARE(scene->install(), failure);  // another installer: the rule holds for the process
+        QCOMPARE(scene->install(), failure);  // by another installer: one installation per process
         std::optional<InstallOutcome> again;
         first.install(version, scene->logger(), [&](const InstallOutcome &result) { again = result; });
         QVERIFY(waitUntil([&] { return again.has_value(); }));
@@ -166,7 +166,7 @@ class LibreOfficeInstallerTest : public QObject {
         LibreOfficeInstaller installer(scene->services);
         std::optional<InstallOutcome> outcome;
         installer.install(version, scene->logger(), [&](const InstallOutcome &result) { outcome = result; });
-        installer.stop();  // before the main thread has looked at the request
+        installer.stop();  // before gate() runs
         QVERIFY(waitUntil([&] { return outcome.has_value(); }));
         const auto denied =
             InstallOutcome::failed(QStringLiteral("authorization was denied or the privileged copy failed"));
@@ -207,7 +207,7 @@ class LibreOfficeInstallerTest : public QObject {
         QCOMPARE(scene->installedContent(), QByteArray("the user's own"));
         QVERIFY(scene->isTemporaryFolderEmpty());
 
-        // From then on it counts as the launcher's own.
+        // From now on it counts as the launcher's own.
         scene->publish({scene->goodMirror()}, QStringLiteral("26.8.0"));
         QCOMPARE(scene->install(QStringLiteral("26.8.0")),
                  InstallOutcome::installed(QStringLiteral("26.8.0")));
@@ -381,7 +381,9 @@ class LibreOfficeInstallerTest : public QObject {
         QCOMPARE(onMain, QStringList{QStringLiteral("LibreOffice 7.6.4 found; upgrading to 26.2.4.\n")});
         QCOMPARE(elsewhere.size(), InstallationScene::linesOfAnInstallation({{}}).size());
         for (const QByteArray &name : elsewhere)
-            QCOMPARE(name, QByteArray("libreoffice-ins"));  // the queue's, as far as the system keeps a name
+            QCOMPARE(name,
+                     QByteArray(
+                         "libreoffice-ins"));  // the queue's thread name, cut to 15 characters by the system
     }
 
     void theSessionOfAnInstallation() {
@@ -458,13 +460,14 @@ class LibreOfficeInstallerTest : public QObject {
         scene->publish({scene->goodMirror()});
         scene->tools->report = [](const ToolRunner::Progress &progress) {
             progress(1, 2);
-            std::this_thread::sleep_for(std::chrono::milliseconds(110));  // it is told ten times a second
+            std::this_thread::sleep_for(
+                std::chrono::milliseconds(110));  // progress is reported ten times a second
             progress(2, 2);
         };
         LibreOfficeInstaller installer(scene->services);
-        QList<InstallProgress::Facts> seen;
+        QList<InstallProgress::Status> seen;
         QObject::connect(installer.progress.get(), &InstallProgress::changed, installer.progress.get(),
-                         [&] { seen.append(installer.progress->facts()); });
+                         [&] { seen.append(installer.progress->status()); });
         QCOMPARE(scene->install(installer), InstallOutcome::installed(version));
         QVERIFY(waitUntil([&] { return installer.progress->isIdle(); }));
         using Phase = InstallProgress::Phase;

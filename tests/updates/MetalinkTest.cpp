@@ -157,9 +157,9 @@ class MetalinkTest : public QObject {
         QCOMPARE(mirrorsOf("<a><url>https://lost.example/<b>x</b>https://kept.example/</url></a>"),
                  QStringList{QStringLiteral("https://kept.example/")});
         QCOMPARE(mirrorsOf("<a><url>https://lost.example/<b/></url></a>"), QStringList());
-        // The inner element does not end the hash that it stands in.
+        // An inner element does not end the hash around it.
         QCOMPARE(hashOf("<a><hash type='sha-256'>lost<b>x</b>kept</hash></a>"), text("kept"));
-        // An inner hash does: what follows it belongs to none.
+        // An inner hash does: the text after it belongs to no hash.
         QCOMPARE(hashOf("<a><hash type='sha-256'><hash type='md5'>x</hash>lost</hash></a>"), std::nullopt);
     }
 

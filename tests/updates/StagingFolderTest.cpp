@@ -22,23 +22,22 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// What happens just before a lock is asked for, which a test cannot be quick enough for otherwise: 0, or the
-/// error that the system answers with.
+/// Called just before flock(), for races that a test could not hit otherwise. Returns 0, or the errno with
+/// which flock() is to fail.
 std::function<int()> atTheNextLock;
 
-/// Who the process takes itself for; nothing for who it is. An ordinary user can make no folder of another
-/// user's.
+/// The answer of geteuid(), if set: an ordinary user cannot create a folder that belongs to another user.
 std::optional<uid_t> pretendedUser;
 
 }  // namespace
 
-/// Stands before the system's own.
+/// Replaces the C library's function.
 extern "C" uid_t geteuid() noexcept {
     static const auto system = reinterpret_cast<uid_t (*)()>(dlsym(RTLD_NEXT, "geteuid"));
     return pretendedUser ? *pretendedUser : system();
 }
 
-/// Stands before the system's own.
+/// Replaces the C library's function.
 extern "C" int flock(int file, int operation) noexcept {
     static const auto system = reinterpret_cast<int (*)(int, int)>(dlsym(RTLD_NEXT, "flock"));
     const auto act = atTheNextLock;  // which may replace itself
@@ -112,7 +111,7 @@ class StagingFolderTest : public QObject {
     }
 
     void whatAnEarlierRunLeftIsFoundAndGoes() {
-        // A run that ends in the middle: a process that leaves without running any destructor.
+        // A killed run: a process that ends without running destructors.
         const pid_t child = fork();
         if (child == 0) {
             const auto staging = StagingFolder::create(temporary, failure);

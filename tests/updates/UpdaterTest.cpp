@@ -39,7 +39,7 @@ class UpdaterTest : public QObject {
         updater->runInitialCheck();
         return waitUntil([&] { return updater->_isUpdateCheckComplete.get(); });
     }
-    /// What a periodic check hands over, having made sure that it does so once and on the main thread.
+    /// The interval of a periodic check, which must call back once, on the main thread.
     Interval check() {
         int calls = 0;
         Interval interval;
@@ -51,7 +51,9 @@ class UpdaterTest : public QObject {
         });
         const bool insideTheCall = calls > 0;
         const bool came = waitUntil([&] { return calls > 0; });
-        QTest::qWait(20);
+        bool hasTurned = false;
+        MainQueue::async([&] { hasTurned = true; });
+        waitUntil([&] { return hasTurned; });
         [&] {
             QVERIFY(came);
             QVERIFY(onMain);
@@ -181,7 +183,7 @@ class UpdaterTest : public QObject {
         const QByteArray body = R"({"libreofficeversion":"26.2.4"})" + QByteArray(500, ' ');
         server->on(manifestPath, TestHttpsServer::trickles(body, 20));
         QVERIFY(initialCheckEnds());
-        QCOMPARE(version(), std::nullopt);  // which would come 10 seconds after it was asked for
+        QCOMPARE(version(), std::nullopt);  // the whole manifest would arrive after 10 seconds
     }
 
     void anAddressThatIsNoUrlCompletesTheCheckWithoutARequest_data() {
@@ -315,7 +317,7 @@ class UpdaterTest : public QObject {
             create(server->base());
             updater->runInitialCheck();
             updater->runPeriodicCheck([&](Interval) { ++calls; });
-            // From before the request up to a reply that only waits for its turn on the main thread.
+            // From before the request is sent until its result waits in the main queue.
             std::this_thread::sleep_for(std::chrono::milliseconds(turns));
             updater.reset();
             QTest::qWait(5);

@@ -1,5 +1,6 @@
-#include "LibreOfficeInstallation.h"
+#include "InstallJob.h"
 
+#include "MainQueue.h"
 #include "Sha256.h"
 #include "StagingFolder.h"
 
@@ -14,17 +15,18 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// No object: the work queue's thread may go on while the program's end destroys what is static.
+// Constants without a destructor: the work queue's thread may outlive the static objects at the process's
+// end.
 constexpr const char *diskImageTool = "/usr/bin/hdiutil";
 constexpr const char *mountFailed = "failed to mount the LibreOffice disk image";
 
-// A smaller file is an error page that a server sent with status 200.
-constexpr std::uintmax_t smallestImage = 1'000'001;
+/// In bytes. A smaller file is an error page that a server sent with status 200.
+constexpr std::uintmax_t minImageSize = 1'000'001;
 
-/// Each mirror may take the session's 15 minutes.
+/// Each mirror may take up to 15 minutes, the session's resource timeout.
 constexpr qsizetype maxMirrors = 1000;
 
-/// The max length of a mirror's name in a log line. A host name has no more than 253 characters.
+/// In a log line. A host name has at most 253 characters.
 constexpr qsizetype maxMirrorNameLength = 255;
 
 bool isSha256(const QString &text) {
@@ -43,34 +45,35 @@ std::optional<QByteArray> fetchData(HttpSession &session, const QUrl &url) {
 
 }  // namespace
 
-LibreOfficeInstallation::LibreOfficeInstallation(const Services &services, QString version,
-                                                 LibreOfficeInstaller::Log log, Tell tell,
-                                                 const std::atomic<bool> &isStopped)
+InstallJob::InstallJob(const Services &services, QString version, LibreOfficeInstaller::Log log,
+                       Report report, const std::atomic<bool> &isStopped)
     : services(services),
       version(std::move(version)),
       log(std::move(log)),
-      tell(std::move(tell)),
+      report(std::move(report)),
       isStopped(isStopped) {}
 
-InstallOutcome LibreOfficeInstallation::authorizationDenied() {
+InstallOutcome InstallJob::authorizationDenied() {
     return InstallOutcome::failed(QStringLiteral("authorization was denied or the privileged copy failed"));
 }
 
-QString LibreOfficeInstallation::metalinkURL(const QString &server, const QString &version) {
+QString InstallJob::metalinkURL(const QString &server, const QString &version) {
     return server + QStringLiteral("/libreoffice/stable/") + version +
            QStringLiteral("/mac/aarch64/LibreOffice_") + version + QStringLiteral("_MacOS_aarch64.dmg.meta4");
 }
 
-void LibreOfficeInstallation::detachImage(ToolRunner &tools, const fs::path &mountPoint) {
+void InstallJob::detachImage(ToolRunner &tools, const fs::path &mountPoint) {
     tools.runTool(diskImageTool, {"detach", mountPoint.string(), "-force"});
 }
 
-void LibreOfficeInstallation::tellPhase(InstallProgress::Phase phase, std::int64_t done, std::int64_t total) {
-    tell({.phase = phase, .version = version, .done = done, .total = total});
+void InstallJob::reportPhase(InstallProgress::Phase phase, std::int64_t done, std::int64_t total) {
+    report({.phase = phase, .version = version, .done = done, .total = total});
 }
 
-InstallOutcome LibreOfficeInstallation::run() {
-    // Strict: a blank, a quote or a line break makes no URL, and is not quietly encoded into one either.
+InstallOutcome InstallJob::run() {
+    assertNotMainThread();
+    // StrictMode: a version with a blank, a quote or a line break makes an invalid URL. TolerantMode would
+    // encode these characters.
     const QUrl url(metalinkURL(services.server, version), QUrl::StrictMode);
     if (!url.isValid() || url.host().isEmpty())
         return InstallOutcome::failed(QStringLiteral("could not build Metalink URL for version ") + version);
@@ -91,8 +94,8 @@ InstallOutcome LibreOfficeInstallation::run() {
     return installFrom(metalink, *metalink.sha256, std::move(session));
 }
 
-InstallOutcome LibreOfficeInstallation::installFrom(const Metalink &metalink, const QString &hash,
-                                                    std::unique_ptr<HttpSession> session) {
+InstallOutcome InstallJob::installFrom(const Metalink &metalink, const QString &hash,
+                                       std::unique_ptr<HttpSession> session) {
     std::error_code failure;
     const auto staging = StagingFolder::create(services.temporaryFolder, failure);
     if (!staging)
@@ -103,7 +106,7 @@ InstallOutcome LibreOfficeInstallation::installFrom(const Metalink &metalink, co
     const bool isVerified = std::any_of(mirrors.begin(), mirrors.end(), [&](const QUrl &mirror) {
         return downloadVerified(*staging, mirror, hash, *session);
     });
-    session.reset();  // closes its connections before the minutes that follow
+    session.reset();  // closes its connections: the remaining steps may take minutes
     if (!isVerified)
         return InstallOutcome::failed(
             QStringLiteral("could not download a verified LibreOffice DMG from any mirror"));
@@ -113,7 +116,8 @@ InstallOutcome LibreOfficeInstallation::installFrom(const Metalink &metalink, co
     if (!attachImage(*staging))
         return InstallOutcome::failed(QString::fromLatin1(mountFailed));
 
-    // A link of that name would have the administrator copy whatever the image's author points it at.
+    // symlink_status: with a link of this name the administrator would copy whatever the image's author
+    // chose.
     if (fs::symlink_status(staging->applicationInImage(), failure).type() != fs::file_type::directory) {
         detachImage(*services.tools, staging->mountPoint());
         return InstallOutcome::failed(QStringLiteral("LibreOffice.app not found in the mounted image"));
@@ -125,7 +129,7 @@ InstallOutcome LibreOfficeInstallation::installFrom(const Metalink &metalink, co
     }
     log(QStringLiteral(
         "Installing LibreOffice to /Applications (administrator authorization required)\u2026\n"));
-    tellPhase(InstallProgress::Phase::Installing);
+    reportPhase(InstallProgress::Phase::Installing);
     if (!services.privilegedCopy->privilegedCopy(staging->applicationInImage(), services.application)) {
         detachImage(*services.tools, staging->mountPoint());
         return authorizationDenied();
@@ -135,10 +139,9 @@ InstallOutcome LibreOfficeInstallation::installFrom(const Metalink &metalink, co
     return InstallOutcome::installed(version);
 }
 
-/// Looked for before anything is downloaded: the missing program is as missing after 300 MB, and again at
-/// every check. The outcome is the one that its absence would have had later; the log names the program, for
-/// that is what the user can do something about.
-std::optional<InstallOutcome> LibreOfficeInstallation::missingProgram() {
+/// Called before the download, so that 300 MB are not fetched in vain at every check. The outcome is the same
+/// as when the program turns out to be missing later; the log line names the program for the user.
+std::optional<InstallOutcome> InstallJob::missingProgram() {
     const auto failure = [this](const std::string &program, const QString &reason) {
         log(QStringLiteral("LibreOffice cannot be installed: ") + QString::fromStdString(program) +
             QStringLiteral(" is missing on this computer.\n"));
@@ -151,26 +154,26 @@ std::optional<InstallOutcome> LibreOfficeInstallation::missingProgram() {
     return std::nullopt;
 }
 
-/// One mirror, once. Leaves the image in the staging folder only if it is the right one.
-bool LibreOfficeInstallation::downloadVerified(const StagingFolder &staging, const QUrl &mirror,
-                                               const QString &hash, HttpSession &session) {
+/// Tries one mirror once. The image stays in the staging folder only when its digest is right.
+bool InstallJob::downloadVerified(const StagingFolder &staging, const QUrl &mirror, const QString &hash,
+                                  HttpSession &session) {
     const QString host = mirror.host().isEmpty() ? mirror.toString() : mirror.host();
     log(QStringLiteral("Downloading LibreOffice from ") + host.left(maxMirrorNameLength) +
         QStringLiteral("\u2026\n"));
-    tellPhase(InstallProgress::Phase::Downloading);
+    reportPhase(InstallProgress::Phase::Downloading);
     const fs::path image = staging.image();
     const HttpReply reply =
         session.downloadFile(mirror, image, [this](std::int64_t received, std::int64_t total) {
-            tellPhase(InstallProgress::Phase::Downloading, received, total);
+            reportPhase(InstallProgress::Phase::Downloading, received, total);
         });
     if (!reply.isComplete() || reply.statusCode != 200)
         return false;
 
     std::error_code failure;
     const std::uintmax_t size = fs::file_size(image, failure);
-    if (!failure && size >= smallestImage) {
+    if (!failure && size >= minImageSize) {
         log(QStringLiteral("Verifying download\u2026\n"));
-        tellPhase(InstallProgress::Phase::Verifying);
+        reportPhase(InstallProgress::Phase::Verifying);
         const auto digest = sha256OfFile(image);
         if (digest == hash)
             return true;
@@ -181,17 +184,17 @@ bool LibreOfficeInstallation::downloadVerified(const StagingFolder &staging, con
     return false;
 }
 
-bool LibreOfficeInstallation::attachImage(const StagingFolder &staging) {
+bool InstallJob::attachImage(const StagingFolder &staging) {
     using namespace std::chrono_literals;
-    tellPhase(InstallProgress::Phase::Installing);
-    auto lastTold = std::chrono::steady_clock::now();
+    reportPhase(InstallProgress::Phase::Installing);
+    auto lastReport = std::chrono::steady_clock::now();
     const auto progress = [&](std::uint64_t done, std::uint64_t total) {
         const auto now = std::chrono::steady_clock::now();
-        if (now - lastTold < 100ms)
+        if (now - lastReport < 100ms)
             return;
-        lastTold = now;
-        tellPhase(InstallProgress::Phase::Installing, static_cast<std::int64_t>(done),
-                  static_cast<std::int64_t>(total));
+        lastReport = now;
+        reportPhase(InstallProgress::Phase::Installing, static_cast<std::int64_t>(done),
+                    static_cast<std::int64_t>(total));
     };
     return services.tools->runTool(diskImageTool,
                                    {"attach", staging.image().string(), "-mountpoint",

@@ -16,30 +16,29 @@ namespace ferrolt {
 
 class StagingFolder;
 
-/// One installation's slow work, from the Metalink document to the installed application. On the work queue.
+/// The slow part of one installation, from the Metalink document to the installed application. Runs on the
+/// work queue.
 ///
-/// The wanted version is a text from the network: it becomes part of a URL and of log lines, and of nothing
-/// else.
-class LibreOfficeInstallation {
+/// `version` comes from the network. It is used in a URL and in log lines only, never in a path or a command.
+class InstallJob {
   public:
     using Services = LibreOfficeInstaller::Services;
-    using Tell = std::function<void(const InstallProgress::Facts &)>;
+    using Report = std::function<void(const InstallProgress::Status &)>;
 
-    /// `tell` is called on the work queue's thread. Once `isStopped` is true the user is not asked for a
-    /// password any more.
-    LibreOfficeInstallation(const Services &services, QString version, LibreOfficeInstaller::Log log,
-                            Tell tell, const std::atomic<bool> &isStopped);
+    /// `log` and `report` are called on the work queue's thread. `services` and `isStopped` must outlive the
+    /// job. Once `isStopped` is true the user is no longer asked for a password.
+    InstallJob(const Services &services, QString version, LibreOfficeInstaller::Log log, Report report,
+               const std::atomic<bool> &isStopped);
 
-    /// Blocks until it is done. Whatever was staged is gone then.
+    /// Blocks until the installation has ended; its staging folder is removed by then. To be called once.
     InstallOutcome run();
 
-    /// The text of the Metalink document's URL. The image for Apple processors is right for every Mac: the
-    /// launcher for Intel ones asks for the same.
+    /// The URL of the Metalink document. Deliberately always for "aarch64", on Intel processors too.
     static QString metalinkURL(const QString &server, const QString &version);
 
     static InstallOutcome authorizationDenied();
 
-    /// Takes the image off the mount point; whether that worked is of no interest.
+    /// Unmounts the image; a failure is ignored.
     static void detachImage(ToolRunner &tools, const std::filesystem::path &mountPoint);
 
   private:
@@ -49,12 +48,12 @@ class LibreOfficeInstallation {
     bool downloadVerified(const StagingFolder &staging, const QUrl &mirror, const QString &hash,
                           HttpSession &session);
     bool attachImage(const StagingFolder &staging);
-    void tellPhase(InstallProgress::Phase phase, std::int64_t done = 0, std::int64_t total = -1);
+    void reportPhase(InstallProgress::Phase phase, std::int64_t done = 0, std::int64_t total = -1);
 
     const Services &services;
     const QString version;
     const LibreOfficeInstaller::Log log;
-    const Tell tell;
+    const Report report;
     const std::atomic<bool> &isStopped;
 };
 
