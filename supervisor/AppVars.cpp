@@ -1,6 +1,5 @@
 #include "AppVars.h"
 
-#include "AppVarsChildren.h"
 #include "LibreOfficeInstaller.h"
 #include "LoadProps.h"
 #include "MainQueue.h"
@@ -35,7 +34,7 @@ std::unique_ptr<Updater> newUpdater(const Seams &seams) {
 }
 
 std::unique_ptr<LibreOfficeInstaller> newInstaller(const Seams &seams) {
-    usePathRoots(seams.paths);  // for the application's path, and for every later one
+    usePathRoots(seams.paths);  // before the first path is asked for
     LibreOfficeInstaller::Services services;
     services.server = seams.servers.libreOfficeServer;
     services.http.extraAuthorities = seams.extraAuthorities;
@@ -61,12 +60,15 @@ AppVars::AppVars(Seams given)
       _isPermanentlyStopped(*this, false),
       _selectedTab(*this, std::nullopt),
       seams(std::move(given)) {
+    assertMainThread();
     _selectedTab.set(initialTab());
-    // The connection ends with this object: the updater never outlives its hold on it.
+    // Holds this object weakly: the connection ends with it.
     cancellable = connect(updater.get(), &Updater::objectWillChange, this, &AppVars::announceChange);
 }
 
-AppVars::~AppVars() = default;
+AppVars::~AppVars() {
+    assertMainThread();
+}
 
 void AppVars::appendLog(LogElement text, LogTarget buffer) {
     std::vector<LogElement> one;
@@ -99,6 +101,8 @@ void AppVars::appendStatusLine(const QString &line, const Child &child) {
 }
 
 void AppVars::selectTab(const QString &tab) {
+    assertMainThread();
+    Q_ASSERT(tab == homeTab || tab == settingsTab);
     _selectedTab.set(tab);
 }
 

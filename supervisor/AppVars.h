@@ -26,30 +26,29 @@ class LibreOfficeInstaller;
 enum class LogTarget { Lumora, QorClient };
 
 /// The launcher's single observable state, and the supervisor of its two children: the Lumora Core engine and
-/// the Qor Client. One lives for the whole run, owned by the application.
+/// the Qor Client. The application owns one for the whole run.
 ///
-/// Main thread only. What other threads, timers and notifications hold of it is weak. `objectWillChange`
-/// comes on the main thread before every change of a field whose name has a leading underscore, and says what
-/// is to change: a child's output comes a thousand times a second, and is nothing to those who show its
-/// state.
+/// Main thread only. Work on other threads, timers and callbacks hold it weakly. `objectWillChange` is
+/// emitted before every change of a field with a leading underscore and names the kind of change: a child's
+/// output can arrive a thousand times a second, and views of the state ignore it.
 ///
-/// What runs: nothing, until startServices(); then the engine (_isLumRunning), while the client waits for its
-/// identity or, for at most 30 seconds, for the engine's port (isAwaitingOrbixPort); then both
-/// (_isQorClientRunning). What may be started is decided by `stop` alone: who asked for the current stop.
+/// Start sequence: startServices() starts the engine (_isLumRunning). The client is started when the identity
+/// is complete and the engine's port is open, or after 30 seconds (isAwaitingOrbixPort); then both run
+/// (_isQorClientRunning). Only `stop`, the cause of the current stop, decides what may start:
 ///
-///   stop           asked for by                  engine  client  check or installation
+///   stop           cause                         engine  client  check or installation
 ///   None           nobody                        yes     yes     yes
 ///   EngineRestart  an installed LibreOffice      no      yes     yes, but the timer's tick is put off
 ///   ChildEnded     a child that ended by itself  no      no      no
 ///   FatalError     a start that failed           no      no      no
 ///   Quit           the user or the session       no      no      no
 ///
-/// Transitions: None -> EngineRestart by reloadEngine(), and back when the old engine has ended. None or
-/// EngineRestart -> ChildEnded, FatalError or Quit; the first of these three to come stays for good.
-/// _isPermanentlyStopped is true exactly in ChildEnded.
+/// Transitions: None -> EngineRestart by reloadEngine(), back to None when the old engine has ended. None or
+/// EngineRestart -> ChildEnded, FatalError or Quit; the first of these three is final. _isPermanentlyStopped
+/// is true exactly in ChildEnded.
 ///
-/// The implementation is one file for each concern: AppVars.cpp (state and log rule), AppVarsStart.cpp (start
-/// sequence), AppVarsTermination.cpp (termination and stop), AppVarsUpdateCycle.cpp (reload and updates).
+/// One source file per concern: AppVars.cpp (state and logs), AppVarsStart.cpp (start sequence),
+/// AppVarsTermination.cpp (termination and stop), AppVarsUpdateCycle.cpp (engine restart and updates).
 class AppVars : public QObject, public std::enable_shared_from_this<AppVars> {
     Q_OBJECT
 
@@ -58,15 +57,14 @@ class AppVars : public QObject, public std::enable_shared_from_this<AppVars> {
     static const QString homeTab;
     static const QString settingsTab;
 
-    /// `State` is every field but the logs.
+    /// `State` stands for every field but the two logs.
     enum class Change { State, LumoraLog, QorClientLog };
 
-    /// To be owned by a std::shared_ptr, which the weak references need. Roots the path resolvers at the
-    /// seams' paths and reads the client configuration once, for the initial tab.
+    /// Must be owned by a std::shared_ptr, for the weak references. Hands the seams' paths to the path
+    /// resolvers and reads the client configuration, for the initial tab.
     explicit AppVars(Seams seams);
     ~AppVars() override;
 
-    // The fields, in the order in which they are initialised.
     const std::unique_ptr<Updater> updater;
     const std::unique_ptr<LibreOfficeInstaller> libreOfficeInstaller;
 
@@ -90,26 +88,27 @@ class AppVars : public QObject, public std::enable_shared_from_this<AppVars> {
 
     void selectTab(const QString &tab);
 
-    /// Starts what does not run yet: the engine, then, once its port is open or 30 seconds have passed, the
-    /// client, if the identity is complete. Does nothing after any stop, nor while the engine is being
-    /// restarted: the end of that restart calls this again. A failure ends in fatalError().
+    /// Starts the children that do not run: the engine, then, when the identity is complete, the client, once
+    /// the engine's port is open or 30 seconds have passed. Does nothing unless `stop` is None; the end of an
+    /// engine restart calls it again. A failure ends in fatalError().
     void startServices();
-    /// One wait at a time; its result comes as onEnginePortResult().
+    /// Waits in the background, then calls onEnginePortResult(). Does nothing during such a wait, when the
+    /// client runs and after a final stop.
     void awaitEnginePort();
 
-    /// The application quits. Sends both children the terminate request and forgets them, without waiting for
-    /// either. For good: from here on nothing is started or installed, and no child's end is a failure. An
-    /// installation that is under way asks for no password any more. After another stop a repetition.
+    /// The application quits, or a final stop has begun. Sends both children the terminate request, drops
+    /// them and returns without waiting. From now on nothing is started or installed, and a child's end is no
+    /// failure; a running installation no longer asks for the password. A second call does nothing more.
     void stopAll();
 
-    /// Restarts the engine alone, so that it takes up a new LibreOffice; the client runs on. Does nothing
-    /// while a reload is under way, while the engine is down, and after the permanent stop.
+    /// Restarts the engine alone, so that it finds a new LibreOffice; the client keeps running. Does nothing
+    /// during another restart, without a running engine and after a final stop.
     void reloadEngine();
-    /// Arms the update timer anew: one check, updateCheckIntervalHours from now. Every check ends by calling
-    /// this.
+    /// Restarts the one-shot update timer: one check, updateCheckIntervalHours from now. Every check ends
+    /// with a call of this, so that a changed interval holds from there on.
     void scheduleUpdateTimer();
-    /// Asks for the LibreOffice version that the manifest names. Progress and failure come in the engine's
-    /// log. Does nothing after any stop but the engine's restart.
+    /// Installs the LibreOffice version that the manifest names, or the default one. Progress and failure
+    /// appear in the engine's log. Does nothing after a final stop.
     void ensureLibreOffice();
 
   Q_SIGNALS:
@@ -120,14 +119,21 @@ class AppVars : public QObject, public std::enable_shared_from_this<AppVars> {
     friend class Published;
     void announceChange() { Q_EMIT objectWillChange(Change::State); }
 
-    /// Who asked for the current stop; see the table above.
+    /// The cause of the current stop; see the table above. From ChildEnded on a stop is final.
     enum class Stop { None, EngineRestart, ChildEnded, FatalError, Quit };
     void setStop(Stop next);
     bool isOrbixReloadInProgress() const { return stop == Stop::EngineRestart; }
-    /// Stopped for good: nothing is started again in this run.
+    /// After a final stop nothing is started again in this run.
     bool isShuttingDown() const { return stop > Stop::EngineRestart; }
 
-    struct Child;
+    /// The supervisor's view of one child: everything in which the two differ.
+    struct Child {
+        QString name;
+        LogTarget log;
+        Published<std::shared_ptr<Process>, AppVars> AppVars::*process;
+        Published<bool, AppVars> AppVars::*isRunning;
+        ObserverToken AppVars::*observer;
+    };
     static const Child engineChild;
     static const Child clientChild;
 
@@ -136,11 +142,11 @@ class AppVars : public QObject, public std::enable_shared_from_this<AppVars> {
 
     void startEngine(const std::filesystem::path &binFolder, const std::filesystem::path &executablePath);
     void startClient(const std::filesystem::path &workingFolder, const std::filesystem::path &executablePath);
-    /// Nothing when it runs; else what fatalError() is to say.
+    /// Nothing when the child runs; else the error for fatalError().
     std::optional<LaunchError> launchChild(const Child &child, const std::filesystem::path &executablePath,
                                            const std::filesystem::path &workingFolder,
                                            std::vector<std::string> arguments);
-    /// One wait for the port, until the deadline on the time seam's clock.
+    /// Waits for the port until `deadline` on the time seam's clock.
     void probeEnginePort(std::int64_t port, TimeSource::Duration deadline);
     void onEnginePortResult(bool reachable, const std::string &host, std::int64_t port,
                             TimeSource::Duration timeout);

@@ -1,5 +1,4 @@
 #include "AppVars.h"
-#include "AppVarsChildren.h"
 #include "BackgroundQueue.h"
 #include "EnginePort.h"
 #include "LoadProps.h"
@@ -29,7 +28,7 @@ QString text(const fs::path &path) {
     return QFile::decodeName(path.c_str());
 }
 
-bool isThere(const fs::path &path) {
+bool pathExists(const fs::path &path) {
     std::error_code failure;
     return fs::exists(path, failure) && !failure;
 }
@@ -37,14 +36,15 @@ bool isThere(const fs::path &path) {
 }  // namespace
 
 void AppVars::startServices() {
-    // A press of the settings form's button may have been queued before the stop. While the engine is being
-    // restarted the old one still holds the port; its end calls this function again.
+    assertMainThread();
+    // The settings form may have queued this call before the stop. During an engine restart the old engine
+    // still holds the port; its end calls this function again.
     if (stop != Stop::None)
         return;
     if (!_isLumRunning) {
         const fs::path binFolder = engineBinFolder(engineFolder());
         const fs::path executable = binFolder / "Orbix";
-        if (!isThere(executable)) {
+        if (!pathExists(executable)) {
             fatalError(QStringLiteral("Orbix binary not found at ") + text(executable));
             return;
         }
@@ -54,7 +54,7 @@ void AppVars::startServices() {
     }
     if (!LoadProps::isIdentityComplete() || _isQorClientRunning)
         return;
-    if (isThere(clientExecutablePath()))
+    if (pathExists(clientExecutablePath()))
         awaitEnginePort();
     else
         fatalError(QStringLiteral("Qor Client executable not found at ") + text(clientExecutablePath()));
@@ -70,7 +70,7 @@ void AppVars::startEngine(const fs::path &binFolder, const fs::path &executableP
 void AppVars::startClient(const fs::path &workingFolder, const fs::path &executablePath) {
     Q_ASSERT(!isShuttingDown() && !_isQorClientRunning);
     const fs::path variableFolder = clientVarFolder();
-    std::error_code ignored;  // the client says itself what it misses
+    std::error_code ignored;  // the client reports a missing folder itself
     fs::create_directories(variableFolder, ignored);
     if (const auto error =
             launchChild(clientChild, executablePath, workingFolder, {"--vardir", variableFolder}))
@@ -107,7 +107,8 @@ std::optional<LaunchError> AppVars::launchChild(const Child &child, const fs::pa
     if (!observer)
         return LaunchError{errno};
     process->setStartHook([observer] { return observer->begin(); });
-    // All of the child's output is read before its end is reported, and so comes before the line about it.
+    // On the platform's thread, before the termination handler: all of the child's output is read before its
+    // end is reported, and so comes before the line about it.
     process->setExitHook([observer] { observer->childHasEnded(); });
     this->*child.observer = std::move(observer);
 
@@ -121,6 +122,7 @@ std::optional<LaunchError> AppVars::launchChild(const Child &child, const fs::pa
 }
 
 void AppVars::awaitEnginePort() {
+    assertMainThread();
     if (_isQorClientRunning || isAwaitingOrbixPort || isShuttingDown())
         return;
     isAwaitingOrbixPort = true;
@@ -131,7 +133,7 @@ void AppVars::probeEnginePort(std::int64_t port, TimeSource::Duration deadline) 
     const std::string host = "127.0.0.1";
     const auto probe = [weakSelf = weak_from_this(), time = seams.time, host, port, deadline] {
         bool reachable = false;
-        // Nobody waits for the answer any more once the launcher's state is gone.
+        // The answer is not needed when AppVars has been destroyed.
         while (time->now() < deadline && !weakSelf.expired()) {
             reachable = probePort(host, port);
             if (reachable)
@@ -145,7 +147,7 @@ void AppVars::probeEnginePort(std::int64_t port, TimeSource::Duration deadline) 
     };
     if (BackgroundQueue::async(QualityOfService::Default, probe))
         return;
-    // The system has no thread to spare just now; the wait goes on all the same, and ends when it is over.
+    // The system has no thread at the moment: try again until the deadline.
     if (seams.time->now() >= deadline)
         onEnginePortResult(false, host, port, portTimeout);
     else
@@ -157,6 +159,8 @@ void AppVars::probeEnginePort(std::int64_t port, TimeSource::Duration deadline) 
 
 void AppVars::onEnginePortResult(bool reachable, const std::string &host, std::int64_t port,
                                  TimeSource::Duration timeout) {
+    assertMainThread();
+    Q_ASSERT(isAwaitingOrbixPort);
     isAwaitingOrbixPort = false;
     if (_isQorClientRunning || isShuttingDown())
         return;
@@ -175,6 +179,7 @@ void AppVars::onEnginePortResult(bool reachable, const std::string &host, std::i
 }
 
 void AppVars::fatalError(const QString &message) {
+    assertMainThread();
     setStop(Stop::FatalError);
     stopAll();
     MainQueue::async([weakSelf = weak_from_this(), message] {

@@ -1,17 +1,18 @@
 #include "AppVars.h"
-#include "AppVarsChildren.h"
 #include "LibreOfficeInstaller.h"
+#include "MainQueue.h"
 
 #include <utility>
 
 namespace ferrolt {
 
 void AppVars::onChildTerminated(const Child &child, Process::Status status) {
+    assertMainThread();
     const QString number = QString::number(status);
     appendStatusLine(child.name + QStringLiteral(" terminated with status ") + number + u'\n', child);
     if (isShuttingDown())
         return;
-    // A child that ended by itself is never started again: what made it end would only end it again, unseen.
+    // Never started again: the cause would most likely end it again, and nobody would see it.
     setStop(Stop::ChildEnded);
     _isPermanentlyStopped.set(true);
     stopAll();
@@ -27,15 +28,27 @@ void AppVars::onChildTerminated(const Child &child, Process::Status status) {
 }
 
 void AppVars::setStop(Stop next) {
-    Q_ASSERT(!isShuttingDown());
-    Q_ASSERT((next == Stop::None) == (stop == Stop::EngineRestart) || next > Stop::EngineRestart);
+    switch (next) {
+        case Stop::None:
+            Q_ASSERT(stop == Stop::EngineRestart);
+            break;
+        case Stop::EngineRestart:
+            Q_ASSERT(stop == Stop::None);
+            break;
+        case Stop::ChildEnded:
+        case Stop::FatalError:
+        case Stop::Quit:
+            Q_ASSERT(!isShuttingDown());
+            break;
+    }
     stop = next;
 }
 
 void AppVars::stopAll() {
+    assertMainThread();
     if (!isShuttingDown())
         setStop(Stop::Quit);
-    libreOfficeInstaller->stop();  // a check that began before may still ask for an installation
+    libreOfficeInstaller->stop();  // a running check may still ask for an installation
     for (const Child *child : {&engineChild, &clientChild}) {
         if (const auto process = (this->*child->process).get(); process && process->isRunning())
             process->terminate();

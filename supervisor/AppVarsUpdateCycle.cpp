@@ -1,5 +1,4 @@
 #include "AppVars.h"
-#include "AppVarsChildren.h"
 #include "BackgroundQueue.h"
 #include "LibreOfficeInstaller.h"
 #include "MainQueue.h"
@@ -13,27 +12,28 @@ namespace ferrolt {
 
 namespace {
 
-/// What is installed while no manifest asks for anything else.
+/// Installed when no manifest names a version.
 QString defaultLibreOfficeVersion() {
     return QStringLiteral("26.2.4");
 }
 
-// The manifest may name any number; two million hours are 228 years, and a few more would overflow the clock.
-constexpr std::int64_t shortestInterval = 1;
-constexpr std::int64_t longestInterval = 2'000'000;
+// In hours. The manifest may name any number: 2 million hours are 228 years, and the clock overflows at 292.
+constexpr std::int64_t minInterval = 1;
+constexpr std::int64_t maxInterval = 2'000'000;
 
 }  // namespace
 
 void AppVars::reloadEngine() {
+    assertMainThread();
     const std::shared_ptr<Process> old = _lump.get();
-    // Only in Stop::None: every stop has taken the engine's process away.
+    // Implies Stop::None: every stop clears _lump.
     if (!_isLumRunning || !old)
         return;
     setStop(Stop::EngineRestart);
     appendStatusLine(QStringLiteral("LibreOffice installed; restarting Lumora Core so its workers pick up "
                                     "office-document support.\n"),
                      engineChild);
-    // This stop is meant: without its handler it is neither logged as an end nor taken for a failure.
+    // Without its handler this intended stop is neither logged as a termination nor treated as a failure.
     old->removeTerminationHandler();
     if (const ObserverToken observer = std::exchange(lumObserver, nullptr))
         observer->detach();
@@ -55,7 +55,7 @@ void AppVars::awaitOldEngine(const std::shared_ptr<Process> &old) {
     };
     if (BackgroundQueue::async(QualityOfService::Utility, wait))
         return;
-    // The system has no thread to spare just now, and without the wait there is no engine again.
+    // The system has no thread at the moment. Try again: without this wait the engine would never restart.
     seams.time->callAfter(std::chrono::milliseconds(250), [weakSelf = weak_from_this(), old] {
         if (const auto self = weakSelf.lock())
             self->awaitOldEngine(old);
@@ -70,7 +70,7 @@ void AppVars::onOldEngineExited() {
 }
 
 void AppVars::onInstallOutcome(const InstallOutcome &outcome) {
-    // No check follows in this run: "Will retry on the next check" would be wrong.
+    // "Will retry on the next check" would be wrong: there are no more checks in this run.
     if (isShuttingDown())
         return;
     switch (outcome.which()) {
@@ -88,11 +88,9 @@ void AppVars::onInstallOutcome(const InstallOutcome &outcome) {
     }
 }
 
-/// One shot, armed anew at the end of every check: so an interval that a check has changed holds from there
-/// on.
 void AppVars::scheduleUpdateTimer() {
-    const std::chrono::hours interval(
-        std::clamp(updateCheckIntervalHours, shortestInterval, longestInterval));
+    assertMainThread();
+    const std::chrono::hours interval(std::clamp(updateCheckIntervalHours, minInterval, maxInterval));
     updateTimer = seams.time->startTimer(interval, [weakSelf = weak_from_this()] {
         if (const auto self = weakSelf.lock())
             self->runUpdateCheck();
@@ -120,10 +118,11 @@ void AppVars::onUpdateCheckResult(std::optional<std::int64_t> interval) {
 }
 
 void AppVars::ensureLibreOffice() {
+    assertMainThread();
     const QString version = updater->_libreOfficeVersion.get().value_or(defaultLibreOfficeVersion());
     const std::weak_ptr<AppVars> weakSelf = weak_from_this();
-    // The installer's lines come from its work queue too. Only the main thread may hold this object, for
-    // whoever lets go of it last destroys it.
+    // The installer also logs from its work queue. Only the main thread may hold a strong reference: the
+    // thread that drops the last one runs the destructor.
     const auto append = [weakSelf](const QString &line) {
         if (const auto self = weakSelf.lock())
             self->appendStatusLine(line, engineChild);

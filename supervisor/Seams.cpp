@@ -10,6 +10,8 @@ namespace ferrolt {
 Seams::Seams(std::shared_ptr<AlertPresenter> alerts)
     : alerts(std::move(alerts)),
       temporaryFolder(QDir::tempPath().toStdString()),
-      terminateApplication([] { QCoreApplication::quit(); }) {}
+      terminateApplication([] { QCoreApplication::quit(); }) {
+    Q_ASSERT(this->alerts);
+}
 
 }  // namespace ferrolt

@@ -16,21 +16,22 @@
 
 namespace ferrolt {
 
-/// What AppVars is handed at construction and a test may replace. Every default is the production value.
+/// The dependencies of AppVars that a test may replace. Every default is the production value.
 struct Seams {
-    /// `alerts` must not be null: the windows that show them belong to a room that this one does not know.
+    /// `alerts` must not be null. It has no default: its windows belong to a module that this one does not
+    /// link.
     explicit Seams(std::shared_ptr<AlertPresenter> alerts);
 
     std::shared_ptr<AlertPresenter> alerts;
     PathRoots paths;
     std::shared_ptr<TimeSource> time = systemTime();
     ServerAddresses servers;
-    QByteArray extraAuthorities;  ///< PEM certificates that the servers may show besides the system's
+    QByteArray extraAuthorities;  ///< PEM; trusted in addition to the system's certificate authorities
     std::shared_ptr<SettingsStore> settings = SettingsStore::ofUser();
     std::shared_ptr<ToolRunner> tools = systemToolRunner();
     std::shared_ptr<PrivilegedCopy> privilegedCopy = systemPrivilegedCopy();
-    std::filesystem::path temporaryFolder;  ///< the user's own, or the system's
-    std::function<void()> terminateApplication;
+    std::filesystem::path temporaryFolder;       ///< QDir::tempPath()
+    std::function<void()> terminateApplication;  ///< QCoreApplication::quit()
 };
 
 }  // namespace ferrolt

@@ -22,7 +22,7 @@ Resolved &resolved() {
     return instance;
 }
 
-bool isThere(const fs::path &path) {
+bool pathExists(const fs::path &path) {
     std::error_code failure;
     return fs::exists(path, failure) && !failure;
 }
@@ -39,15 +39,15 @@ const PathRoots &pathRoots() {
 
 fs::path engineFolder() {
     const PathRoots &roots = pathRoots();
-    if (auto installed = roots.root / "Library/Application Support/Ferrolt/LumoraCore"; isThere(installed))
+    if (auto installed = roots.root / "Library/Application Support/Ferrolt/LumoraCore"; pathExists(installed))
         return installed;
-    if (auto bundled = roots.resources / "Tandril/LumoraCore"; isThere(bundled))
+    if (auto bundled = roots.resources / "Tandril/LumoraCore"; pathExists(bundled))
         return bundled;
     return roots.developmentFolder / "Tandril/LumoraCore";
 }
 
 fs::path engineBinFolder(const fs::path &engineFolder) {
-    if (auto folder = engineFolder / "MediaEngine"; isThere(folder / "Orbix"))
+    if (auto folder = engineFolder / "MediaEngine"; pathExists(folder / "Orbix"))
         return folder;
     return engineFolder / "Bin/MediaEngine";
 }
@@ -60,7 +60,7 @@ fs::path clientExecutablePath() {
     auto &cached = resolved().clientExecutable;
     if (!cached) {
         const auto beside = pathRoots().executableFolder / "qorclient";
-        cached = isThere(beside) ? beside : pathRoots().developmentFolder / "Client/qorclient";
+        cached = pathExists(beside) ? beside : pathRoots().developmentFolder / "Client/qorclient";
     }
     return *cached;
 }
@@ -69,7 +69,7 @@ fs::path clientWorkingFolder() {
     auto &cached = resolved().clientWorkingFolder;
     if (!cached) {
         const auto shared = pathRoots().root / "Users/Shared/Ferrolt/qorclient";
-        cached = isThere(shared) ? shared : pathRoots().developmentFolder / "Client";
+        cached = pathExists(shared) ? shared : pathRoots().developmentFolder / "Client";
     }
     return *cached;
 }

@@ -4,12 +4,12 @@
 
 #include <filesystem>
 
-/// Where the launcher finds the engine, the client and the client's files. All of it is main-thread only.
-/// Existence tests never throw: a path that cannot be examined counts as absent.
+/// The paths of the engine, the client and their files. Main thread only. A path that cannot be examined
+/// counts as absent.
 namespace ferrolt {
 
-/// Roots every resolver anew and forgets what was computed once. AppVars calls it with its seam before it
-/// asks for a path; without a call the production roots hold.
+/// Sets the roots of all paths and clears what was computed once. AppVars calls it before any path is asked
+/// for; without a call the production roots are in use.
 void usePathRoots(PathRoots roots);
 const PathRoots &pathRoots();
 
@@ -17,11 +17,11 @@ const PathRoots &pathRoots();
 /// "Tandril/LumoraCore" if it exists, else the development folder's. Examined on every call.
 std::filesystem::path engineFolder();
 
-/// "MediaEngine" below the engine folder if that holds the file "Orbix", else "Bin/MediaEngine", which is not
-/// tested: the start sequence reports a missing executable.
+/// "MediaEngine" below the engine folder if it holds the file "Orbix", else "Bin/MediaEngine", whether or not
+/// that exists: the start sequence reports a missing executable.
 std::filesystem::path engineBinFolder(const std::filesystem::path &engineFolder);
 
-/// The engine's own settings, which name its port.
+/// The engine's own settings file, which names its port.
 std::filesystem::path localPropertiesPath();
 
 /// "qorclient" beside the launcher's own executable if it exists, else the development folder's. Computed

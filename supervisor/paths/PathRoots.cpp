@@ -6,7 +6,7 @@ namespace ferrolt {
 
 namespace {
 
-/// A session without HOME is provided for by setUpProcess().
+/// setUpProcess() has set HOME if the session has none.
 std::filesystem::path homeFolder() {
     const char *home = std::getenv("HOME");
     return home != nullptr ? home : "/nonexistent";

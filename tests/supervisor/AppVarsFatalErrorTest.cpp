@@ -13,7 +13,7 @@
 using namespace ferrolt;
 namespace fs = std::filesystem;
 
-/// What cannot be started: one alert, and nothing is left running.
+/// Failed starts: one alert each, and no child is left running.
 class AppVarsFatalErrorTest : public QObject {
     Q_OBJECT
 
@@ -49,10 +49,10 @@ class AppVarsFatalErrorTest : public QObject {
                 fs::permissions(engine, fs::perms::owner_all);
             }
         }
-        // Without the file, the folder that is not tested is the one that is named.
+        // The message names the fallback folder, which is not tested for existence.
         const fs::path named = s.tree.path() / "dev/Tandril/LumoraCore/Bin/MediaEngine/Orbix";
         AppVars &vars = s.start();
-        QVERIFY(s.alerts->shown.empty());  // it comes after the current work
+        QVERIFY(s.alerts->shown.empty());  // it is queued behind the current work
         QVERIFY(waitUntil([&] { return !s.alerts->shown.empty(); }));
         const Alert alert = s.alerts->shown.front();
         QCOMPARE(alert.style, AlertStyle::Critical);
@@ -104,7 +104,7 @@ class AppVarsFatalErrorTest : public QObject {
     }
     void anEngineThatCannotStartIsWaitedForByNobody() {
         QFETCH(bool, isThere);
-        const Listener port;  // a wait would be over at once, and a client that can start would start
+        const Listener port;  // a port wait would end at once and start the client
         Supervision s;
         s.tree.writeEnginePort(std::to_string(port.port));
         if (isThere)

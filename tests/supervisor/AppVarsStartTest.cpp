@@ -170,7 +170,7 @@ class AppVarsStartTest : public QObject {
     }
 
     void withAnIncompleteIdentityTheEngineRunsAloneAndNothingIsSaid() {
-        const Listener port;  // a client that is not to start would start at once
+        const Listener port;  // with it a wrong start of the client would come at once
         Supervision s;
         s.tree.writeEnginePort(std::to_string(port.port));
         s.tree.writeIdentity("ada@example.org", " \t ");
@@ -180,7 +180,7 @@ class AppVarsStartTest : public QObject {
         QVERIFY(!vars._isQorClientRunning);
         QVERIFY(vars.qorClientLog().isEmpty());
         QVERIFY(s.alerts->shown.empty());
-        // The form was filled in: the next request starts the client alone.
+        // With a complete identity the next call starts the client alone.
         s.tree.writeIdentity("ada@example.org", "Ada Lovelace");
         const int engine = vars._lump.get()->processIdentifier();
         vars.startServices();
@@ -253,11 +253,11 @@ class AppVarsStartTest : public QObject {
         s.vars->stopAll();
         const std::weak_ptr<AppVars> observer = s.vars;
         s.vars.reset();
-        QVERIFY(observer.expired());  // nothing but the application holds it
+        QVERIFY(observer.expired());  // only the application holds it strongly
         s.time->advance(1s);
         QVERIFY(waitUntil([&] { return s.time->sleeping() == 0; }));
         QCOMPARE(engine->waitUntilExit(), SIGTERM);
-        Supervision::letTheBackgroundEnd();  // its result comes to nobody
+        Supervision::letTheBackgroundEnd();  // its result is dropped
     }
 };
 

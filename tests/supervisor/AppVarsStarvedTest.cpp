@@ -10,11 +10,11 @@
 using namespace ferrolt;
 using namespace std::chrono_literals;
 
-/// On a system that has no thread to spare, which a miner's own threads may bring about.
+/// A system that has no thread left, as when the miner uses all of them.
 class AppVarsStarvedTest : public QObject {
     Q_OBJECT
 
-    /// While this stands, no thread and no process can be made.
+    /// While this object lives, no thread and no process can be created.
     struct Starvation {
         rlimit before{};
         Starvation() {
@@ -26,7 +26,8 @@ class AppVarsStarvedTest : public QObject {
         ~Starvation() { setrlimit(RLIMIT_NPROC, &before); }
     };
 
-    /// Runs a step of a supervision as a user whom limits bind; the number of the first one that failed.
+    /// Runs the steps in a child process as an ordinary user, since limits do not apply to root. Returns the
+    /// number of the first step that failed.
     template <class Steps>
     static int supervised(Steps steps) {
         return inChild([&] {

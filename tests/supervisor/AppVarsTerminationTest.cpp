@@ -22,8 +22,8 @@ bool waitsForEnds = false;
 
 }  // namespace
 
-// It stands in for the C library's. It may return from a terminate request only when the child has ended and
-// what it said has been read.
+// Replaces the C library's function. With `waitsForEnds` it returns from a terminate request only after the
+// child has ended and its output was read.
 extern "C" int kill(pid_t process, int signal) noexcept {
     if (signal == SIGTERM)
         asked.push_back(process);
@@ -43,7 +43,7 @@ std::size_t count(const std::string &text, const std::string &part) {
     return found;
 }
 
-/// A supervisor with both children running, each past its start.
+/// A supervisor with both children running.
 struct BothRunning : Supervision {
     const Listener port;
 
@@ -138,7 +138,7 @@ class AppVarsTerminationTest : public QObject {
         QVERIFY(!s.vars->_isLumRunning);
         QVERIFY(s.waitForClientLog("Qor Client terminated with status 15\n"));
         QVERIFY(!isAlive(client));
-        QVERIFY(isAlive(engine));  // nobody escalates to a forced kill
+        QVERIFY(isAlive(engine));  // there is no escalation to SIGKILL
         kill(engine, SIGKILL);
         QVERIFY(s.waitForEngineLog("Lumora Core terminated with status 9\n"));
         QVERIFY(s.alerts->shown.empty());
@@ -175,7 +175,7 @@ class AppVarsTerminationTest : public QObject {
         const auto client = s.vars->_qorcp.get();
         kill(engine->processIdentifier(), SIGKILL);
         kill(client->processIdentifier(), SIGKILL);
-        engine->waitUntilExit();  // both reports wait for the main thread now
+        engine->waitUntilExit();  // both reports are in the main queue now
         client->waitUntilExit();
         QVERIFY(s.waitForEngineLog("terminated with status 9"));
         QVERIFY(s.waitForClientLog("terminated with status 9"));
@@ -193,7 +193,7 @@ class AppVarsTerminationTest : public QObject {
         BothRunning s("slow-term 50");
         QVERIFY(s.ready());
         s.vars->stopAll();
-        // Its status is its own: it was not killed by a pipe that nobody reads.
+        // Status 15: it was not killed by SIGPIPE.
         QVERIFY(s.waitForEngineLog("Lumora Core terminated with status 15\n"));
         QCOMPARE(count(s.engineLog(), "ending"), 0U);
     }
@@ -256,10 +256,10 @@ class AppVarsTerminationTest : public QObject {
     }
 
     void manyLivesOfASupervisorLeaveNoThreadNoDescriptorAndNoZombie() {
-        QVERIFY(waitUntil([&] { return threadsNamed("child-") == 0; }));  // of whatever was before
+        QVERIFY(waitUntil([&] { return threadsNamed("child-") == 0; }));  // threads of the tests before
         Supervision::letTheBackgroundEnd();
         const int descriptors = openDescriptors();
-        for (int i = 0; i < 100; ++i) {
+        for (int i = 0; i < 40; ++i) {
             Supervision s(i % 2 == 0 ? "wait" : "flood");
             s.start();
             if (i % 3 == 0)

@@ -185,7 +185,7 @@ class AppVarsTest : public QObject {
         bool isAnnounced = false;
         int unannounced = 0;
         int changes = 0;
-        // Between two looks at the state there is an announcement, or it is the same.
+        // Whenever the state differs from the last look, an announcement came in between.
         const auto look = [&] {
             const auto now = state();
             if (now != last) {
@@ -195,7 +195,7 @@ class AppVarsTest : public QObject {
                 last = now;
             }
         };
-        QObject watching;  // until here: the state outlives what is looked at
+        QObject watching;  // ends the connection before the objects that it uses
         connect(&vars, &AppVars::objectWillChange, &watching, [&] {
             look();
             isAnnounced = true;

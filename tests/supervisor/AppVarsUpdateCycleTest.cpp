@@ -32,7 +32,7 @@ std::size_t count(const std::string &text, const std::string &part) {
     return found;
 }
 
-/// A supervisor beside an update server and a download server, which are one.
+/// A supervisor and a server that is both the update server and the download server.
 struct UpdateScene : Supervision {
     InstallationScene downloads;
     const Listener port;
@@ -49,11 +49,11 @@ struct UpdateScene : Supervision {
             seams.temporaryFolder = downloads.temporary;
         };
     }
-    /// Nothing of this scene's may be at work when the next one begins.
+    /// Waits until nothing of this scene is running.
     ~UpdateScene() {
         waitUntil([] { return !LibreOfficeInstaller::isInstalling(); });
         if (vars && engineId() != 0)
-            kill(engineId(), SIGKILL);  // it may be one that ignores requests
+            kill(engineId(), SIGKILL);  // it may ignore SIGTERM
     }
 
     bool bothRun() {
@@ -71,7 +71,7 @@ struct UpdateScene : Supervision {
     qsizetype checks() const { return downloads.server.requestCount(manifestPath); }
     fs::path application() const { return tree.path() / "root/Applications/LibreOffice.app"; }
 
-    /// One tick of the update timer, and the check that it starts.
+    /// Lets the update timer tick, and waits for the end of the check.
     bool tick() {
         // The time-outs of a session that has just ended go a moment after its result has come.
         if (!waitUntil([&] { return time->pending() == 1; }))
@@ -136,7 +136,7 @@ class AppVarsUpdateCycleTest : public QObject {
             QVERIFY(s.time->nextDelay() == 1h);
             s.time->advance(1h);
         }
-        QCOMPARE(s.time->pending(), 1U);  // a check that had begun would have disarmed the timer
+        QCOMPARE(s.time->pending(), 1U);  // during a check there would be no timer
         QCOMPARE(s.engineStarts(), 1U);
 
         kill(engine, SIGKILL);
@@ -215,7 +215,7 @@ class AppVarsUpdateCycleTest : public QObject {
         s.time->advance(1h);
         QVERIFY(waitUntil([&] { return s.checks() == 1; }));
         QCOMPARE(s.time->pending(), 0U);
-        // Only someone who armed the timer meanwhile makes it tick now.
+        // During a check the timer is off; started again, it ticks.
         s.vars->scheduleUpdateTimer();
         s.time->advance(1h);
         QCOMPARE(s.time->pending(), 1U);
@@ -233,7 +233,7 @@ class AppVarsUpdateCycleTest : public QObject {
         kill(s.clientId(), SIGKILL);
         QVERIFY(waitUntil([&] { return s.vars->_isPermanentlyStopped.get(); }));
         s.time->advance(1h);
-        QCOMPARE(s.time->pending(), 1U);  // a check that had begun would have disarmed the timer
+        QCOMPARE(s.time->pending(), 1U);  // during a check there would be no timer
         QVERIFY(s.time->nextDelay() == 1h);
         s.vars->reloadEngine();
         QCOMPARE(count(s.engineLog(), restarting), 0U);
@@ -359,7 +359,7 @@ class AppVarsUpdateCycleTest : public QObject {
         QVERIFY(waitUntil([] { return threadsNamed("utility") == 0; }));
         s.letTheMainQueueTurn();
         QCOMPARE(s.engineStarts(), 1U);
-        QCOMPARE(count(s.engineLog(), "terminated"), 0U);  // its handler is gone
+        QCOMPARE(count(s.engineLog(), "terminated"), 0U);  // its termination handler is removed
         QVERIFY(s.alerts->shown.empty());
     }
 
@@ -381,7 +381,7 @@ class AppVarsUpdateCycleTest : public QObject {
         QVERIFY(s.bothRun());
         const auto old = s.vars->_lump.get();
         kill(old->processIdentifier(), SIGSEGV);
-        old->waitUntilExit();  // its report waits for the main thread now
+        old->waitUntilExit();  // its report is in the main queue now
         s.vars->reloadEngine();
         QVERIFY(s.waitForEngineLog("Lumora Core terminated with status 11\n"));
         QVERIFY(s.vars->_isPermanentlyStopped);
@@ -427,7 +427,7 @@ class AppVarsUpdateCycleTest : public QObject {
         UpdateScene s;
         fs::remove(s.tree.engine());
         s.start();
-        s.vars->ensureLibreOffice();  // the next step of the start, which does not ask how this one ended
+        s.vars->ensureLibreOffice();  // the next step of the start, whatever the result of this one
         s.letTheMainQueueTurn();
         QVERIFY(!LibreOfficeInstaller::isInstalling());
         QCOMPARE(s.engineLog(), std::string());
@@ -455,7 +455,7 @@ class AppVarsUpdateCycleTest : public QObject {
         s.letTheMainQueueTurn();
         QCOMPARE(s.downloads.prompt->asked, 0);
         QVERIFY(!s.downloads.recorded());
-        // Neither that a password is required nor that there will be another try.
+        // No line about the password, and none about a retry.
         QCOMPARE(count(s.engineLog(), "administrator authorization"), 0U);
         QCOMPARE(count(s.engineLog(), "install skipped"), 0U);
         QVERIFY(s.downloads.isTemporaryFolderEmpty());
@@ -466,7 +466,7 @@ class AppVarsUpdateCycleTest : public QObject {
         QVERIFY(s.bothRun());
         const int old = s.engineId();
         s.vars->reloadEngine();
-        s.vars->startServices();  // what the settings form asks for after a save
+        s.vars->startServices();  // as the settings form does after a save
         QCOMPARE(s.engineStarts(), 1U);
         QVERIFY(isAlive(old));
         QVERIFY(!s.vars->_isLumRunning);
@@ -503,7 +503,7 @@ class AppVarsUpdateCycleTest : public QObject {
         QVERIFY(waitUntil([&] { return s.vars->_isPermanentlyStopped.get(); }));
         kill(engine, SIGKILL);
         QVERIFY(waitUntil([&] { return !isAlive(engine); }));
-        // The thread that waited for its end is done, and what it handed over has run.
+        // The thread that waited for its end has finished, and its result was handled.
         QVERIFY(waitUntil([] { return threadsNamed("utility") == 0; }));
         s.letTheMainQueueTurn();
         QCOMPARE(s.engineStarts(), 1U);

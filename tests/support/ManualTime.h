@@ -12,8 +12,8 @@
 
 namespace ferrolt {
 
-/// Time that stands still until the test moves it. Timers run inside advance(), on the main thread, in the
-/// order of their moments; a background thread that sleeps wakes when the time has been moved far enough.
+/// Time that stands still until the test advances it. Timers run inside advance(), on the main thread, in the
+/// order of their times; a sleeping background thread wakes when its time has come.
 class ManualTime : public TimeSource {
   public:
     ~ManualTime() override = default;
@@ -27,10 +27,8 @@ class ManualTime : public TimeSource {
         std::unique_lock lock(mutex);
         const Duration end = current + duration;
         lastLength = duration;
-        ++sleepers;
-        changed.notify_all();
+        sleepers.push_back(end);
         changed.wait(lock, [&] { return current >= end; });
-        --sleepers;
     }
 
     std::unique_ptr<Timer> startTimer(Duration delay, std::function<void()> work) override {
@@ -61,13 +59,13 @@ class ManualTime : public TimeSource {
         moveTo(end);
     }
 
-    /// Timers and delayed calls that are still to come.
+    /// The number of pending timers and delayed calls.
     std::size_t pending() const {
         return static_cast<std::size_t>(std::count_if(
             entries.begin(), entries.end(), [](const auto &entry) { return entry->work != nullptr; }));
     }
 
-    /// The delay, from now, of the next one of them; negative when there is none.
+    /// The time until the next of them; negative when there is none.
     Duration nextDelay() const {
         Duration next{-1};
         for (const auto &entry : entries) {
@@ -77,13 +75,13 @@ class ManualTime : public TimeSource {
         return next;
     }
 
-    /// Threads that sleep on this clock at the moment.
+    /// The number of threads in sleepFor() whose time has not come.
     int sleeping() const {
         std::lock_guard lock(mutex);
-        return sleepers;
+        return static_cast<int>(sleepers.size());
     }
 
-    /// How long the thread that was the last to begin to sleep wants to.
+    /// The duration of the latest sleepFor().
     Duration lastSleep() const {
         std::lock_guard lock(mutex);
         return lastLength;
@@ -106,6 +104,7 @@ class ManualTime : public TimeSource {
     void moveTo(Duration moment) {
         std::lock_guard lock(mutex);
         current = moment;
+        sleepers.remove_if([&](Duration end) { return end <= current; });
         changed.notify_all();
     }
 
@@ -113,7 +112,7 @@ class ManualTime : public TimeSource {
     std::condition_variable changed;
     Duration current{0};
     Duration lastLength{0};
-    int sleepers = 0;
+    std::list<Duration> sleepers;  ///< when each is to wake
     std::list<std::shared_ptr<Entry>> entries;
 };
 

@@ -18,7 +18,7 @@
 
 namespace ferrolt {
 
-/// A whole supervisor over practice children in a tree of its own. Time stands still unless a test moves it.
+/// A supervisor with practice children in a file tree of its own. Time stands still unless a test moves it.
 struct Supervision {
     TestTree tree;
     std::shared_ptr<ManualTime> time = std::make_shared<ManualTime>();
@@ -43,8 +43,7 @@ struct Supervision {
             if (child)
                 child->waitUntilExit();
         }
-        // A wait for the port that is under way ends at its next look, and not in the middle of the next
-        // test.
+        // Ends a running port wait, which would otherwise go on during the next test.
         vars.reset();
         time->advance(std::chrono::seconds(1));
     }
@@ -53,7 +52,7 @@ struct Supervision {
         Seams seams(alerts);
         seams.paths = tree.roots();
         seams.time = time;
-        seams.servers.updateServer.clear();  // no valid address: a check ends without a look at the network
+        seams.servers.updateServer.clear();  // an invalid address: a check ends without the network
         seams.terminateApplication = [this] { ++terminations; };
         adjustSeams(seams);
         vars = std::make_shared<AppVars>(std::move(seams));
@@ -76,7 +75,7 @@ struct Supervision {
         return waitUntil([&] { return clientLog().find(part) != std::string::npos; });
     }
 
-    /// What was handed to the main thread so far, and what that handed over in turn, has run.
+    /// Runs everything that is in the main queue, and what that adds to it.
     static void letTheMainQueueTurn() {
         for (int turn = 0; turn < 2; ++turn) {
             bool isOver = false;
@@ -85,20 +84,23 @@ struct Supervision {
         }
     }
 
-    /// The port waits that are under way have come to their ends, and to what follows from them.
+    /// Waits for the end of running port waits and for their results.
     static void letTheBackgroundEnd() {
         letTheMainQueueTurn();
         waitUntil([] { return threadsNamed("background") == 0; });
         letTheMainQueueTurn();
     }
 
-    /// Lets the port wait run out, in steps that its probes can follow.
+    /// Lets the port wait time out, one probe interval at a time.
     bool letThePortWaitRunOut() const {
-        return waitUntil([&] {
-            if (time->sleeping() > 0)
-                time->advance(std::chrono::milliseconds(250));
-            return clientLog().find("did not open") != std::string::npos;
-        });
+        // Without the event loop, whose turns would take seconds for the 120 probes.
+        if (!waitWithoutEvents([&] { return time->sleeping() > 0; }))
+            return false;
+        while (time->sleeping() > 0) {
+            time->advance(std::chrono::milliseconds(250));
+            waitWithoutEvents([&] { return time->sleeping() > 0 || threadsNamed("background") == 0; });
+        }
+        return waitForClientLog("did not open");
     }
 };
 
