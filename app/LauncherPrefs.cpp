@@ -1,7 +1,6 @@
 #include "LauncherPrefs.h"
 
 #include "Card.h"
-#include "ProminentButton.h"
 #include "StatusLine.h"
 #include "SymbolView.h"
 #include "TextField.h"
@@ -9,6 +8,7 @@
 #include "ThemedLabel.h"
 
 #include <QHBoxLayout>
+#include <QPushButton>
 #include <QScrollArea>
 #include <QShowEvent>
 #include <QVBoxLayout>
@@ -52,7 +52,7 @@ LauncherPrefs::LauncherPrefs(std::function<void()> startServices, std::shared_pt
     auto *scrollArea = new QScrollArea(this);
     scrollArea->setFrameShape(QFrame::NoFrame);
     scrollArea->setWidgetResizable(true);
-    // The controls inside take the keyboard, and are scrolled into view as they do.
+    // The controls inside take the focus, and are scrolled into view then.
     scrollArea->setFocusPolicy(Qt::NoFocus);
     scrollArea->setWidget(content);
     makeStack(this, 0, 0)->addWidget(scrollArea);
@@ -85,8 +85,13 @@ QWidget *LauncherPrefs::makeIdentityGroup() {
 QWidget *LauncherPrefs::makeApplyGroup() {
     auto *card = new Card;
     QVBoxLayout *stack = makeStack(card, rowSpacing, Theme::padding);
-    auto *apply = new ProminentButton(Symbol::Paperplane, QStringLiteral("Save & Apply Configuration"));
-    connect(apply, &ProminentButton::clicked, this, [this] { model.saveAndApply(); });
+    auto *apply = new QPushButton(symbolIcon(Symbol::Paperplane, Theme::primaryText),
+                                  QStringLiteral("Save && Apply Configuration"));
+    apply->setAccessibleName(QStringLiteral("Save & Apply Configuration"));  // Qt would drop the "&"
+    apply->setDefault(true);
+    apply->setAutoDefault(false);  // stays the default one when it loses the focus
+    apply->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+    connect(apply, &QPushButton::clicked, this, [this] { model.saveAndApply(); });
     stack->addWidget(apply);
     success = new StatusLine(Symbol::CheckmarkCircle, QStringLiteral("Settings applied successfully!"),
                              Theme::subheadline, Theme::green);
@@ -100,7 +105,7 @@ QWidget *LauncherPrefs::makeApplyGroup() {
 
 TextField *LauncherPrefs::makeField(const QString &placeholder, QString LauncherPrefsModel::*target) {
     auto *field = new TextField(placeholder);
-    // textChanged and not textEdited: a screen reader sets the whole text.
+    // Not textEdited(): a screen reader sets the whole text.
     connect(field, &QLineEdit::textChanged, this, [this, target](const QString &text) {
         if (isLoading)
             return;
@@ -112,7 +117,7 @@ TextField *LauncherPrefs::makeField(const QString &placeholder, QString Launcher
 
 void LauncherPrefs::showEvent(QShowEvent *event) {
     QWidget::showEvent(event);
-    // Spontaneous: the window comes back from the dock or from another desktop, and was shown all the time.
+    // Spontaneous: the window was minimized or on another desktop, not closed.
     if (event->spontaneous())
         return;
     model.load();
@@ -130,11 +135,11 @@ void LauncherPrefs::showStatusLine() {
     const LauncherPrefsModel::StatusLine line = model.statusLine();
     const bool isSuccess = line == LauncherPrefsModel::StatusLine::Success;
     const bool isMissing = line == LauncherPrefsModel::StatusLine::MissingCredentials;
-    // Hide one before showing the other: with both visible the card would grow for a moment.
+    // Hide first: with both visible, the card would grow for a moment.
     (isSuccess ? missingCredentials : success)->setVisible(false);
-    const bool isNews = isSuccess && success->isHidden();
+    const bool isNew = isSuccess && success->isHidden();
     success->setVisible(isSuccess);
-    if (isNews)
+    if (isNew)
         success->speak();
     missingCredentials->setVisible(isMissing);
 }

@@ -13,14 +13,14 @@ class StatusLine;
 class TextField;
 class TimeSource;
 
-/// The settings form: the miner's identity in three fields, the button that saves it and a line that says how
-/// that went or what is missing. The fields are loaded anew each time that the form is shown; what was typed
-/// and not saved is then lost.
+/// The settings form: the miner's identity in three fields, a button that saves it, and a line that says that
+/// it was saved or what is missing. Each time the form is shown the fields are loaded from the file; unsaved
+/// edits are lost. Main thread.
 class LauncherPrefs : public QWidget {
     Q_OBJECT
 
   public:
-    /// `startServices` is called on the main thread, soon after each press of the button.
+    /// `startServices` is called on the main thread, from the event loop after each press of the button.
     LauncherPrefs(std::function<void()> startServices, std::shared_ptr<TimeSource> time,
                   QWidget *parent = nullptr);
 

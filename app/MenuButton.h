@@ -1,15 +1,13 @@
 #pragma once
 
-#include "FocusRing.h"
-
-#include <QToolButton>
+#include <QPushButton>
 
 namespace ferrolt {
 
 /// Opens the window's menu where the desktop has no menu bar of its own. It can always be clicked, reached
-/// with Tab and found by a screen reader, but is drawn only while the pointer is over the part of the window
-/// that it belongs to (its parent), while it has the keyboard or while its menu is open.
-class MenuButton : public QToolButton {
+/// with Tab and found by a screen reader, but is drawn only while the pointer is over its parent, while it
+/// has the focus and while its menu is open. Main thread.
+class MenuButton : public QPushButton {
     Q_OBJECT
 
   public:
@@ -22,16 +20,7 @@ class MenuButton : public QToolButton {
 
   protected:
     void paintEvent(QPaintEvent *event) override;
-    void changeEvent(QEvent *event) override;
-    void focusInEvent(QFocusEvent *event) override;
-    void focusOutEvent(QFocusEvent *event) override;
     bool eventFilter(QObject *watched, QEvent *event) override;
-
-  private:
-    bool isMenuItsOwn() const;
-    int lineLength() const;
-
-    FocusRing ring;
 };
 
 }  // namespace ferrolt

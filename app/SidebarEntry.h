@@ -1,24 +1,25 @@
 #pragma once
 
-#include "DrawnButton.h"
 #include "Symbols.h"
+
+#include <QToolButton>
 
 namespace ferrolt {
 
-/// One line of the sidebar that leads somewhere: a symbol and a text in the accent colour, on a rounded
-/// highlight while selected. One of its siblings is selected at a time; the arrow keys go from one to the
-/// next.
-class SidebarEntry : public DrawnButton {
+/// A row of the sidebar that opens a page: a symbol and a text in the accent colour. One of the rows with the
+/// same parent is selected at a time; the arrow keys select the one above or below.
+///
+/// A button, not an item of a QListWidget: Qt 6.4 gives list items neither an action nor a selection that a
+/// screen reader could use. Main thread.
+class SidebarEntry : public QToolButton {
     Q_OBJECT
 
   public:
     SidebarEntry(Symbol symbol, const QString &text, QWidget *parent);
 
-    QSize sizeHint() const override;
-    QSize minimumSizeHint() const override;
-
   protected:
-    void paintEvent(QPaintEvent *event) override;
+    void initStyleOption(QStyleOptionToolButton *option) const override;
+    void keyPressEvent(QKeyEvent *event) override;
 
   private:
     Symbol symbol;

@@ -2,13 +2,13 @@
 
 #include "LauncherFigures.h"
 #include "Scene.h"
-#include "SymbolButton.h"
 #include "WindowFixture.h"
 
 #include <QEventLoop>
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QMouseEvent>
+#include <QPushButton>
 #include <QTimer>
 
 #include <thread>
@@ -79,7 +79,7 @@ double worstKey(Scene &scene) {
 double worstCopy(Scene &scene) {
     scene.vars().selectTab(AppVars::homeTab);
     runFor(300ms);
-    auto *const button = scene.home().lumoraConsole()->findChild<SymbolButton *>();
+    auto *const button = scene.home().lumoraConsole()->findChild<QPushButton *>();
     double worst = 0;
     for (int i = 0; i < inputs; ++i) {
         int clicks = 0;

@@ -3,12 +3,12 @@
 #include "LauncherFigures.h"
 #include "Peers.h"
 #include "Scene.h"
-#include "SymbolButton.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QPlainTextEdit>
 #include <QProcess>
+#include <QPushButton>
 #include <QTimer>
 
 #include <unistd.h>
@@ -69,7 +69,7 @@ void fullView(const Options &options) {
         show.push_back(worstFrame(probe, 1s, [&] { scene.window->show(); }));
         resize.push_back(worstResize(probe, *scene.window));
         memory.push_back(residentMegabytes(getpid()));
-        auto *const button = scene.home().lumoraConsole()->findChild<SymbolButton *>();
+        auto *const button = scene.home().lumoraConsole()->findChild<QPushButton *>();
         copy.push_back(worstFrame(probe, 200ms, [&] { button->click(); }));
 
         // Another program asks for what was copied.

@@ -2,55 +2,67 @@
 
 #include "Announcement.h"
 #include "Drawing.h"
-#include "FlatButton.h"
+#include "Symbols.h"
 #include "TextField.h"
 #include "Theme.h"
 
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QPainter>
+#include <QPushButton>
 
 namespace ferrolt {
 namespace {
 
-constexpr int paddingAlong = 6;
-constexpr int paddingAtEnd =
-    6;  ///< which brings the last button's text, not its edge, in line with the header
-constexpr int longestText = 1000;
+constexpr int verticalPadding = 6;
+constexpr int endPadding = 6;  ///< brings the last button's text, not its edge, in line with the header
+constexpr int minButtonWidth = 28;
+constexpr int maxTextLength = 1000;
 
 }  // namespace
 
 FindBar::FindBar(QWidget *parent)
     : QWidget(parent),
       field(new TextField(tr("Find"), this)),
-      result(new Announcement(QString(), Theme::body, Theme::secondaryText, this)),
-      previous(new FlatButton(Qt::UpArrow, tr("Find Previous"), this)),
-      next(new FlatButton(Qt::DownArrow, tr("Find Next"), this)) {
-    field->setMaxLength(longestText);
+      result(new Announcement(QString(), Theme::body, Theme::secondaryText, this)) {
+    field->setMaxLength(maxTextLength);
     field->installEventFilter(this);
     result->setObjectName(QStringLiteral("findResult"));
     result->setMinimumWidth(1);
-    auto *const done = new FlatButton(tr("Done"), this);
 
     auto *const row = new QHBoxLayout(this);
-    row->setContentsMargins(Theme::padding, paddingAlong, paddingAtEnd, paddingAlong + 1);
+    row->setContentsMargins(Theme::padding, verticalPadding, endPadding, verticalPadding + 1);
     row->setSpacing(Theme::spacing);
     row->addWidget(field, 1);
     row->addWidget(result);
-    row->addWidget(previous);
-    row->addWidget(next);
-    row->addWidget(done);
+    const auto addArrow = [this](Symbol symbol, const QString &name, void (FindBar::*pressed)()) {
+        QPushButton *const arrow = addButton(pressed);
+        arrow->setIcon(symbolIcon(symbol, Theme::primaryText));
+        arrow->setToolTip(name);
+        arrow->setAccessibleName(name);
+    };
+    addArrow(Symbol::ChevronUp, tr("Find Previous"), &FindBar::previousWanted);
+    addArrow(Symbol::ChevronDown, tr("Find Next"), &FindBar::nextWanted);
+    addButton(&FindBar::closeWanted)->setText(tr("Done"));
 
     connect(field, &QLineEdit::textChanged, this, &FindBar::textChanged);
-    connect(previous, &FlatButton::clicked, this, &FindBar::previousWanted);
-    connect(next, &FlatButton::clicked, this, &FindBar::nextWanted);
-    connect(done, &FlatButton::clicked, this, &FindBar::closeWanted);
+}
+
+QPushButton *FindBar::addButton(void (FindBar::*pressed)()) {
+    auto *const button = new QPushButton(this);
+    button->setFlat(true);
+    button->setAutoDefault(true);  // Enter presses it, as Space does
+    button->setMinimumWidth(minButtonWidth);
+    button->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Ignored);  // as high as the field
+    layout()->addWidget(button);
+    connect(button, &QPushButton::clicked, this, pressed);
+    return button;
 }
 
 void FindBar::showEvent(QShowEvent *event) {
     QWidget::showEvent(event);
-    // Its symbol makes Qt look through the desktop's icon themes, and the start of a program that may never
-    // be asked to search would wait for that.
+    // Not in the constructor: Qt searches the desktop's icon themes for the clear button's icon, which would
+    // delay the program's start.
     field->setClearButtonEnabled(true);
 }
 

@@ -2,14 +2,15 @@
 
 #include <QWidget>
 
+class QPushButton;
+
 namespace ferrolt {
 
 class Announcement;
-class FlatButton;
 class TextField;
 
-/// The row of controls above a log with which a text is looked for. Only asks; what is found is shown
-/// elsewhere.
+/// The row of controls above a log for searching it. Emits what the user wants; the search is done elsewhere.
+/// Main thread.
 class FindBar : public QWidget {
     Q_OBJECT
 
@@ -17,11 +18,11 @@ class FindBar : public QWidget {
     explicit FindBar(QWidget *parent = nullptr);
 
     QString text() const;
-    /// Puts the cursor into the field, everything in it selected.
+    /// Gives the field the focus and selects its text.
     void focusField();
-    /// What came of the search, in words.
+    /// Shows the search's result, such as "1 of 3".
     void setResult(const QString &words);
-    /// Has screen readers say it: the keyboard stays in the field.
+    /// Makes screen readers say the result, while the focus stays in the field.
     void speakResult();
 
   Q_SIGNALS:
@@ -36,10 +37,10 @@ class FindBar : public QWidget {
     void showEvent(QShowEvent *event) override;
 
   private:
+    QPushButton *addButton(void (FindBar::*pressed)());
+
     TextField *const field;
     Announcement *const result;
-    FlatButton *const previous;
-    FlatButton *const next;
 };
 
 }  // namespace ferrolt

@@ -6,7 +6,7 @@
 #include "LogTextArea.h"
 #include "MainQueue.h"
 #include "StatusBadge.h"
-#include "SymbolButton.h"
+#include "Symbols.h"
 #include "Theme.h"
 
 #include <QEvent>
@@ -15,6 +15,7 @@
 #include <QLabel>
 #include <QPainter>
 #include <QPointer>
+#include <QPushButton>
 #include <QVBoxLayout>
 
 namespace ferrolt {
@@ -38,8 +39,7 @@ LogConsoleView::LogConsoleView(const QString &title, const LogBuffer &lines, con
       time(time),
       header(new QWidget(this)),
       titleLabel(new QLabel(title, header)),
-      copyButton(
-          new SymbolButton(tr("Copy this log to the clipboard"), Symbol::DocOnDoc, Theme::accent, header)),
+      copyButton(new QPushButton(header)),
       badge(new StatusBadge(header)),
       divider(new QWidget(this)),
       area(new LogTextArea(lines, bottomId, clipboard, this)),
@@ -50,6 +50,12 @@ LogConsoleView::LogConsoleView(const QString &title, const LogBuffer &lines, con
     titleLabel->setTextFormat(Qt::PlainText);
     // A title that is too long is cut, so that it does not push the badge out of the panel.
     titleLabel->setMinimumWidth(1);
+    copyButton->setFlat(true);
+    copyButton->setAutoDefault(true);  // Enter presses it, as Space does
+    copyButton->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+    copyButton->setToolTip(tr("Copy this log to the clipboard"));
+    copyButton->setAccessibleName(copyButton->toolTip());
+    setDidCopy(false);
     area->setAccessibleName(title);
 
     auto *const row = new QHBoxLayout(header);
@@ -148,10 +154,8 @@ void LogConsoleView::copyLog() {
 
 void LogConsoleView::setDidCopy(bool didCopy) {
     _didCopy = didCopy;
-    if (_didCopy)
-        copyButton->setSymbol(Symbol::Checkmark, Theme::green);
-    else
-        copyButton->setSymbol(Symbol::DocOnDoc, Theme::accent);
+    copyButton->setIcon(_didCopy ? symbolIcon(Symbol::Checkmark, Theme::green)
+                                 : symbolIcon(Symbol::DocOnDoc, Theme::accent));
 }
 
 void LogConsoleView::paintEvent(QPaintEvent *) {

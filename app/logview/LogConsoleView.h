@@ -7,6 +7,7 @@
 #include <QWidget>
 
 class QLabel;
+class QPushButton;
 class QVBoxLayout;
 
 namespace ferrolt {
@@ -14,7 +15,6 @@ namespace ferrolt {
 class LogSearch;
 class LogTextArea;
 class StatusBadge;
-class SymbolButton;
 
 /// One service's log as a framed panel: a header with the service's name, a button that copies the whole log
 /// and a badge that says whether the service runs; below it the log itself, which follows its newest entry.
@@ -64,7 +64,7 @@ class LogConsoleView : public QWidget {
 
     QWidget *const header;
     QLabel *const titleLabel;
-    SymbolButton *const copyButton;
+    QPushButton *const copyButton;
     StatusBadge *const badge;
     QWidget *const divider;
     LogTextArea *const area;

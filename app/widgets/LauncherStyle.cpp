@@ -1,28 +1,173 @@
 #include "LauncherStyle.h"
 
 #include "Drawing.h"
-#include "FocusRing.h"
+#include "SymbolView.h"
 #include "Theme.h"
 
 #include <QAbstractScrollArea>
 #include <QApplication>
+#include <QFocusEvent>
 #include <QPainter>
-#include <QStyleOptionButton>
-#include <QStyleOptionSlider>
+#include <QStyleOption>
 
 #include <algorithm>
 
 namespace ferrolt {
 namespace {
 
+constexpr qreal cornerRadius = 6;
+constexpr qreal ringWidth = 2;
+
 constexpr int scrollBarWidth = 14;
 constexpr int handleMargin = 3;  ///< between the handle and the bar's edges
 constexpr int minHandleLength = 28;
-constexpr qreal cornerRadius = 6;
-constexpr QSize minButtonSize(80, 32);
-constexpr int roomBesideLabel = 14;
 
-/// What a scroll bar stands on is what its area shows beside it.
+constexpr QSize minButtonSize(80, 32);
+constexpr QSize buttonMargins(14, 8);
+/// Line edits, flat buttons and rows are equally high, so that they line up beside each other.
+constexpr int minRowHeight = 28;
+constexpr QSize rowMargins(10, 6);
+constexpr int symbolMargin = 3;  ///< around a button that is a symbol alone: room for the focus ring
+constexpr int fieldMargin = 7;   ///< between a line edit's edge and its text
+constexpr int menuMargin = 4;    ///< between a menu's edge and the highlight of an item
+
+bool showsFocus(const QStyleOption &option) {
+    return option.state.testFlag(QStyle::State_HasFocus) &&
+           option.state.testFlag(QStyle::State_KeyboardFocusChange);
+}
+
+void drawRing(QPainter &painter, const QRectF &rectangle, qreal radius, const QColor &color) {
+    const QRectF outer = Drawing::snapped(painter, rectangle);
+    QPainterPath ring = Drawing::continuousRectangle(outer, radius);
+    if (std::min(outer.width(), outer.height()) > 2 * ringWidth)
+        ring.addPath(Drawing::continuousRectangle(
+            outer.adjusted(ringWidth, ringWidth, -ringWidth, -ringWidth), std::max(radius - ringWidth, 0.0)));
+    ring.setFillRule(Qt::OddEvenFill);
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.fillPath(ring, color);
+    painter.restore();
+}
+
+/// A symbol, a text, or both beside each other.
+struct Label {
+    QIcon icon;
+    QSize iconSize;
+    QString text;
+
+    int gap() const { return icon.isNull() || text.isEmpty() ? 0 : Theme::spacing; }
+    QSize symbolSize() const { return icon.isNull() ? QSize(0, 0) : iconSize; }
+    QSize size(const QFontMetrics &metrics) const {
+        const QSize textSize = metrics.size(Qt::TextShowMnemonic, text);
+        return QSize(symbolSize().width() + gap() + textSize.width(),
+                     std::max(symbolSize().height(), textSize.height()));
+    }
+};
+
+template <class Option>
+Label labelOf(const Option &option) {
+    return {option.icon, option.iconSize, option.text};
+}
+
+/// Draws a button's label into `area`, at its leading edge or centred. The symbol keeps its own colour unless
+/// `symbolTint` is valid.
+void drawLabel(QPainter &painter, const QStyleOption &button, const Label &label, const QRect &area,
+               Qt::Alignment alignment, const QColor &ink, const QColor &symbolTint = {}) {
+    QRect textArea = area;
+    if (!label.icon.isNull()) {
+        const int free = std::max(area.width() - label.size(painter.fontMetrics()).width(), 0);
+        const int left = area.left() + (alignment == Qt::AlignHCenter ? free / 2 : 0);
+        const QSize size = label.symbolSize();
+        const QRect place(QPoint(left, area.top() + (area.height() - size.height()) / 2), size);
+        const QRectF target =
+            Drawing::snapped(painter, QStyle::visualRect(button.direction, button.rect, place));
+        const QSize pixels = painter.deviceTransform().mapRect(target).size().toSize();
+        const bool isEnabled = button.state.testFlag(QStyle::State_Enabled);
+        QPixmap pixmap = label.icon.pixmap(pixels, 1.0, isEnabled ? QIcon::Normal : QIcon::Disabled);
+        if (symbolTint.isValid()) {
+            QPainter tinting(&pixmap);
+            tinting.setCompositionMode(QPainter::CompositionMode_SourceIn);
+            tinting.fillRect(pixmap.rect(), symbolTint);
+        }
+        painter.drawPixmap(target, pixmap, QRectF(pixmap.rect()));
+        textArea.setLeft(left + size.width() + label.gap());
+        alignment = Qt::AlignLeading;
+    }
+    painter.setPen(ink);
+    painter.drawText(
+        QStyle::visualRect(button.direction, button.rect, textArea),
+        static_cast<int>(QStyle::visualAlignment(button.direction, alignment | Qt::AlignVCenter)) |
+            Qt::TextShowMnemonic | Qt::TextSingleLine,
+        painter.fontMetrics().elidedText(label.text, Qt::ElideRight, textArea.width(), Qt::TextShowMnemonic));
+}
+
+QColor inkOf(const QStyleOption &option, const QColor &whenEnabled) {
+    return option.state.testFlag(QStyle::State_Enabled)
+               ? whenEnabled
+               : option.palette.color(QPalette::Disabled, QPalette::ButtonText);
+}
+
+QColor shaded(const QColor &surface, QStyle::State state) {
+    if (state.testFlag(QStyle::State_Sunken))
+        return surface.darker(125);
+    return state.testFlag(QStyle::State_MouseOver) ? surface.darker(108) : surface;
+}
+
+void drawFlatButton(const QStyleOptionButton &button, QPainter &painter) {
+    const QPalette &palette = button.palette;
+    const bool isEnabled = button.state.testFlag(QStyle::State_Enabled);
+    if (isEnabled && (button.state & (QStyle::State_Sunken | QStyle::State_MouseOver)))
+        Drawing::fillRounded(painter, button.rect, cornerRadius, Theme::separator(palette));
+    if (showsFocus(button))
+        drawRing(painter, button.rect, cornerRadius, Theme::accent(palette));
+    drawLabel(painter, button, labelOf(button), button.rect, Qt::AlignHCenter,
+              inkOf(button, Theme::primaryText(palette)));
+}
+
+void drawPushButton(const QStyleOptionButton &button, QPainter &painter) {
+    const QPalette &palette = button.palette;
+    const bool isProminent = button.features.testFlag(QStyleOptionButton::DefaultButton) &&
+                             button.state.testFlag(QStyle::State_Enabled);
+    if (!isProminent) {
+        Drawing::fillRounded(painter, button.rect, cornerRadius,
+                             shaded(Theme::controlBackground(palette), button.state));
+        if (showsFocus(button))
+            drawRing(painter, button.rect, cornerRadius, Theme::accent(palette));
+        else
+            Drawing::strokeRounded(painter, button.rect, cornerRadius, Theme::separator(palette));
+        drawLabel(painter, button, labelOf(button), button.rect, Qt::AlignHCenter,
+                  inkOf(button, Theme::primaryText(palette)));
+        return;
+    }
+    const QColor ink = Theme::onAccent(palette);
+    Drawing::fillRounded(painter, button.rect, cornerRadius, shaded(Theme::accent(palette), button.state));
+    if (showsFocus(button))  // in the label's colour and off the edge: the accent colour would not show here
+        drawRing(painter, button.rect.adjusted(2, 2, -2, -2), cornerRadius - 2, ink);
+    QFont font = painter.font();
+    font.setWeight(QFont::Medium);
+    painter.setFont(font);
+    drawLabel(painter, button, labelOf(button), button.rect, Qt::AlignHCenter, ink, ink);
+}
+
+void drawListRow(const QStyleOptionToolButton &row, QPainter &painter) {
+    const QPalette &palette = row.palette;
+    if (row.state & (QStyle::State_On | QStyle::State_Sunken))
+        Drawing::fillRounded(painter, row.rect, cornerRadius, Theme::selection(palette));
+    if (showsFocus(row))
+        drawRing(painter, row.rect, cornerRadius, Theme::accent(palette));
+    drawLabel(painter, row, labelOf(row), row.rect.adjusted(rowMargins.width(), 0, -rowMargins.width(), 0),
+              Qt::AlignLeading, inkOf(row, palette.color(QPalette::ButtonText)));
+}
+
+void drawLineEdit(const QStyleOptionFrame &field, QPainter &painter) {
+    Drawing::fillRounded(painter, field.rect, cornerRadius, Theme::textBackground(field.palette));
+    if (field.state.testFlag(QStyle::State_HasFocus))
+        drawRing(painter, field.rect, cornerRadius, Theme::accent(field.palette));
+    else
+        Drawing::strokeRounded(painter, field.rect, cornerRadius, Theme::separator(field.palette));
+}
+
+/// The background that the scroll bar's area has beside it.
 QColor groundOf(const QWidget *scrollBar, const QPalette &palette) {
     const QWidget *parent = scrollBar;
     while (parent != nullptr && qobject_cast<const QAbstractScrollArea *>(parent) == nullptr)
@@ -59,35 +204,32 @@ void drawScrollBar(const QStyleOptionSlider &bar, QPainter &painter, const QWidg
                          Theme::handleOn(ground, isHeld));
 }
 
-bool isDefault(const QStyleOptionButton &button) {
-    return button.features.testFlag(QStyleOptionButton::DefaultButton);
-}
-
-QColor inkOf(const QStyleOptionButton &button) {
-    return isDefault(button) ? Theme::onAccent(button.palette) : Theme::primaryText(button.palette);
-}
-
-void drawButtonSurface(const QStyleOptionButton &button, QPainter &painter) {
-    QColor surface =
-        isDefault(button) ? Theme::accent(button.palette) : Theme::controlBackground(button.palette);
-    if (button.state.testFlag(QStyle::State_Sunken))
-        surface = surface.darker(125);
-    else if (button.state.testFlag(QStyle::State_MouseOver))
-        surface = surface.darker(108);
-    Drawing::fillRounded(painter, button.rect, cornerRadius, surface);
-    if (!isDefault(button))
-        Drawing::strokeRounded(painter, button.rect, cornerRadius, Theme::separator(button.palette));
-}
-
-void drawButtonFocus(const QStyleOptionButton &button, QPainter &painter) {
-    if (!isDefault(button)) {
-        FocusRing::draw(painter, button.rect, cornerRadius, button.palette);
-        return;
+QRect partOfScrollBar(const QStyleOptionSlider &bar, QStyle::SubControl part) {
+    const bool isUpright = bar.orientation == Qt::Vertical;
+    QRect place = bar.rect;
+    const QRect handle = handleOf(bar);
+    switch (part) {
+        case QStyle::SC_ScrollBarGroove:
+            break;
+        case QStyle::SC_ScrollBarSlider:
+            place = handle;
+            break;
+        case QStyle::SC_ScrollBarSubPage:
+            if (isUpright)
+                place.setBottom(handle.top() - 1);
+            else
+                place.setRight(handle.left() - 1);
+            break;
+        case QStyle::SC_ScrollBarAddPage:
+            if (isUpright)
+                place.setTop(handle.bottom() + 1);
+            else
+                place.setLeft(handle.right() + 1);
+            break;
+        default:  // arrow buttons
+            return QRect();
     }
-    // In the label's colour and off the edge: a ring of the accent colour would not show here.
-    for (const int inset : {2, 3})
-        Drawing::strokeRounded(painter, button.rect.adjusted(inset, inset, -inset, -inset),
-                               cornerRadius - inset, inkOf(button));
+    return QStyle::visualRect(bar.direction, bar.rect, place);
 }
 
 }  // namespace
@@ -99,76 +241,147 @@ void LauncherStyle::install() {
         QApplication::setStyle(new LauncherStyle);
 }
 
-void LauncherStyle::drawComplexControl(ComplexControl control, const QStyleOptionComplex *option,
-                                       QPainter *painter, const QWidget *widget) const {
-    const auto *const bar = qstyleoption_cast<const QStyleOptionSlider *>(option);
-    if (control == CC_ScrollBar && bar != nullptr)
-        drawScrollBar(*bar, *painter, widget);
-    else
-        QProxyStyle::drawComplexControl(control, option, painter, widget);
+void LauncherStyle::polish(QApplication *application) {
+    QProxyStyle::polish(application);
+    application->installEventFilter(this);
 }
 
-QRect LauncherStyle::subControlRect(ComplexControl control, const QStyleOptionComplex *option,
-                                    SubControl part, const QWidget *widget) const {
-    const auto *const bar = qstyleoption_cast<const QStyleOptionSlider *>(option);
-    if (control != CC_ScrollBar || bar == nullptr)
-        return QProxyStyle::subControlRect(control, option, part, widget);
-    const bool isUpright = bar->orientation == Qt::Vertical;
-    QRect place = bar->rect;
-    const QRect handle = handleOf(*bar);
-    switch (part) {
-        case SC_ScrollBarGroove:
-            break;
-        case SC_ScrollBarSlider:
-            place = handle;
-            break;
-        case SC_ScrollBarSubPage:
-            if (isUpright)
-                place.setBottom(handle.top() - 1);
-            else
-                place.setRight(handle.left() - 1);
-            break;
-        case SC_ScrollBarAddPage:
-            if (isUpright)
-                place.setTop(handle.bottom() + 1);
-            else
-                place.setLeft(handle.right() + 1);
-            break;
-        default:  // arrow buttons
-            return QRect();
+void LauncherStyle::unpolish(QApplication *application) {
+    application->removeEventFilter(this);
+    QProxyStyle::unpolish(application);
+}
+
+bool LauncherStyle::eventFilter(QObject *watched, QEvent *event) {
+    // Qt 6.4 sets the attribute on the first Tab and never clears it: every click would leave a ring then.
+    if (event->type() == QEvent::FocusIn && watched->isWidgetType()) {
+        QWidget *const window = static_cast<QWidget *>(watched)->window();
+        switch (static_cast<QFocusEvent *>(event)->reason()) {
+            case Qt::TabFocusReason:
+            case Qt::BacktabFocusReason:
+            case Qt::ShortcutFocusReason:
+                window->setAttribute(Qt::WA_KeyboardFocusChange, true);
+                break;
+            case Qt::ActiveWindowFocusReason:
+            case Qt::PopupFocusReason:
+            case Qt::MenuBarFocusReason:
+                break;  // the focus comes back to where it was
+            default:
+                window->setAttribute(Qt::WA_KeyboardFocusChange, false);
+        }
     }
-    return visualRect(bar->direction, bar->rect, place);
+    return QProxyStyle::eventFilter(watched, event);
+}
+
+void LauncherStyle::drawPrimitive(PrimitiveElement element, const QStyleOption *option, QPainter *painter,
+                                  const QWidget *widget) const {
+    const auto *const field = qstyleoption_cast<const QStyleOptionFrame *>(option);
+    if (element == PE_PanelLineEdit && field != nullptr) {
+        drawLineEdit(*field, *painter);
+    } else if (element == PE_FrameFocusRect) {
+        if (option->state.testFlag(State_KeyboardFocusChange))
+            drawRing(*painter, option->rect, 0, Theme::accent(option->palette));
+    } else if (element == PE_PanelMenu) {
+        painter->fillRect(option->rect, Theme::controlBackground(option->palette));
+        Drawing::strokeRectangle(*painter, option->rect, Theme::separator(option->palette));
+    } else {
+        QProxyStyle::drawPrimitive(element, option, painter, widget);
+    }
 }
 
 void LauncherStyle::drawControl(ControlElement element, const QStyleOption *option, QPainter *painter,
                                 const QWidget *widget) const {
     const auto *const button = qstyleoption_cast<const QStyleOptionButton *>(option);
-    if (element != CE_PushButton || button == nullptr) {
+    const auto *const item = qstyleoption_cast<const QStyleOptionMenuItem *>(option);
+    if (element == CE_PushButton && button != nullptr) {
+        if (button->features.testFlag(QStyleOptionButton::Flat))
+            drawFlatButton(*button, *painter);
+        else
+            drawPushButton(*button, *painter);
+    } else if (element == CE_Splitter) {
+        // The panes' own borders divide them.
+    } else if (element == CE_MenuItem && item != nullptr && item->state.testFlag(State_Selected) &&
+               item->state.testFlag(State_Enabled)) {
+        Drawing::fillRounded(*painter, item->rect.adjusted(menuMargin, 0, -menuMargin, 0), cornerRadius - 2,
+                             Theme::accent(item->palette));
+        QStyleOptionMenuItem label(*item);
+        label.state &= ~State_Selected;  // Fusion would fill the whole width
+        label.palette.setColor(QPalette::Text, Theme::onAccent(item->palette));
+        QProxyStyle::drawControl(element, &label, painter, widget);
+    } else {
         QProxyStyle::drawControl(element, option, painter, widget);
-        return;
     }
-    drawButtonSurface(*button, *painter);
-    QStyleOptionButton label(*button);
-    label.rect = subElementRect(SE_PushButtonContents, button, widget);
-    if (button->state.testFlag(State_Enabled))
-        label.palette.setColor(QPalette::ButtonText, inkOf(*button));
-    QProxyStyle::drawControl(CE_PushButtonLabel, &label, painter, widget);
-    if (button->state.testFlag(State_HasFocus) && button->state.testFlag(State_KeyboardFocusChange))
-        drawButtonFocus(*button, *painter);
+}
+
+void LauncherStyle::drawComplexControl(ComplexControl control, const QStyleOptionComplex *option,
+                                       QPainter *painter, const QWidget *widget) const {
+    const auto *const bar = qstyleoption_cast<const QStyleOptionSlider *>(option);
+    const auto *const row = qstyleoption_cast<const QStyleOptionToolButton *>(option);
+    if (control == CC_ScrollBar && bar != nullptr)
+        drawScrollBar(*bar, *painter, widget);
+    else if (control == CC_ToolButton && row != nullptr)
+        drawListRow(*row, *painter);
+    else
+        QProxyStyle::drawComplexControl(control, option, painter, widget);
+}
+
+QRect LauncherStyle::subElementRect(SubElement element, const QStyleOption *option,
+                                    const QWidget *widget) const {
+    if (element == SE_LineEditContents)
+        return option->rect.adjusted(fieldMargin, 0, -fieldMargin, 0);
+    return QProxyStyle::subElementRect(element, option, widget);
+}
+
+QRect LauncherStyle::subControlRect(ComplexControl control, const QStyleOptionComplex *option,
+                                    SubControl part, const QWidget *widget) const {
+    const auto *const bar = qstyleoption_cast<const QStyleOptionSlider *>(option);
+    if (control == CC_ScrollBar && bar != nullptr)
+        return partOfScrollBar(*bar, part);
+    return QProxyStyle::subControlRect(control, option, part, widget);
 }
 
 QSize LauncherStyle::sizeFromContents(ContentsType type, const QStyleOption *option, const QSize &size,
                                       const QWidget *widget) const {
-    if (type != CT_PushButton)
-        return QProxyStyle::sizeFromContents(type, option, size, widget);
-    return QSize(size.width() + 2 * roomBesideLabel, size.height() + roomBesideLabel)
-        .expandedTo(minButtonSize);
+    const auto *const button = qstyleoption_cast<const QStyleOptionButton *>(option);
+    const auto *const row = qstyleoption_cast<const QStyleOptionToolButton *>(option);
+    const auto rowSize = [option](const QSize &contents) {
+        return QSize(contents.width() + 2 * rowMargins.width(),
+                     std::max(option->fontMetrics.height() + 2 * rowMargins.height(), minRowHeight));
+    };
+    if (type == CT_PushButton && button != nullptr) {
+        const Label label = labelOf(*button);
+        const QSize contents = label.size(button->fontMetrics);
+        if (!button->features.testFlag(QStyleOptionButton::Flat))
+            return (contents + 2 * buttonMargins).expandedTo(minButtonSize);
+        if (label.text.isEmpty())
+            return contents + QSize(2 * symbolMargin, 2 * symbolMargin);
+        return rowSize(contents);
+    }
+    if (type == CT_ToolButton && row != nullptr)
+        return rowSize(labelOf(*row).size(row->fontMetrics));
+    if (type == CT_LineEdit)
+        return QSize(size.width() + 2 * fieldMargin, rowSize(size).height());
+    return QProxyStyle::sizeFromContents(type, option, size, widget);
 }
 
 int LauncherStyle::pixelMetric(PixelMetric metric, const QStyleOption *option, const QWidget *widget) const {
-    if (metric == PM_ScrollBarExtent)
-        return scrollBarWidth;
-    return QProxyStyle::pixelMetric(metric, option, widget);
+    switch (metric) {
+        case PM_ScrollBarExtent:
+            return scrollBarWidth;
+        case PM_ButtonIconSize:
+            return SymbolView::sideBeside(widget != nullptr ? widget->font() : Theme::body());
+        case PM_MenuVMargin:
+            return menuMargin;
+        default:
+            return QProxyStyle::pixelMetric(metric, option, widget);
+    }
+}
+
+int LauncherStyle::styleHint(StyleHint hint, const QStyleOption *option, const QWidget *widget,
+                             QStyleHintReturn *returned) const {
+    // Fusion draws a shadow below the text of a disabled menu item.
+    if (hint == SH_EtchDisabledText)
+        return 0;
+    return QProxyStyle::styleHint(hint, option, widget, returned);
 }
 
 }  // namespace ferrolt

@@ -2,16 +2,18 @@
 
 #include "Drawing.h"
 
+#include <QGuiApplication>
 #include <QIconEngine>
 #include <QPainter>
+#include <QPalette>
 #include <QPixmapCache>
 #include <QSvgRenderer>
 
 #include <algorithm>
-#include <cmath>
+#include <utility>
 
-// A resource in a static library is left out of the program unless something asks for it, from outside of any
-// namespace.
+// The linker drops a static library's resource unless this macro is used, which must be outside of
+// namespaces.
 static void initSymbolResource() {
     Q_INIT_RESOURCE(symbols);
 }
@@ -47,44 +49,51 @@ QString fileOf(Symbol symbol) {
             return QStringLiteral("exclamationmark.triangle.fill");
         case Symbol::ErrorOctagon:
             return QStringLiteral("xmark.octagon.fill");
+        case Symbol::ChevronUp:
+            return QStringLiteral("chevron.up");
+        case Symbol::ChevronDown:
+            return QStringLiteral("chevron.down");
+        case Symbol::Menu:
+            return QStringLiteral("line.3.horizontal");
     }
     return QString();
 }
 
 class SymbolIconEngine : public QIconEngine {
   public:
-    SymbolIconEngine(Symbol symbol, const QColor &tint) : symbol(symbol), tint(tint) {}
+    SymbolIconEngine(Symbol symbol, std::function<QColor(const QPalette &)> colorRole)
+        : symbol(symbol), colorRole(std::move(colorRole)) {}
 
-    QIconEngine *clone() const override { return new SymbolIconEngine(symbol, tint); }
+    QIconEngine *clone() const override { return new SymbolIconEngine(symbol, colorRole); }
+
+    QString iconName() override { return fileOf(symbol); }
 
     void paint(QPainter *painter, const QRect &rectangle, QIcon::Mode mode, QIcon::State) override {
-        const qreal scale = painter->device() ? painter->device()->devicePixelRatio() : 1.0;
-        painter->drawPixmap(rectangle.topLeft(),
-                            symbolPixmap(symbol, rectangle.size(), tintFor(mode), scale));
+        drawSymbol(*painter, symbol, rectangle, tintFor(mode));
     }
 
     QPixmap pixmap(const QSize &size, QIcon::Mode mode, QIcon::State state) override {
         return scaledPixmap(size, mode, state, 1.0);
     }
 
-    // The size is in device pixels here, and the caller sets the ratio.
+    // Qt 6.4 passes device pixels, and sets the ratio itself.
     QPixmap scaledPixmap(const QSize &size, QIcon::Mode mode, QIcon::State, qreal) override {
         return symbolPixmap(symbol, size, tintFor(mode), 1.0);
     }
 
   private:
     QColor tintFor(QIcon::Mode mode) const {
-        QColor color = tint;
+        QColor color = colorRole(QGuiApplication::palette());
         if (mode == QIcon::Disabled)
             color.setAlphaF(color.alphaF() * 0.35F);
         return color;
     }
 
     Symbol symbol;
-    QColor tint;
+    std::function<QColor(const QPalette &)> colorRole;
 };
 
-/// The program's icon, drawn anew for each size. Only what window managers and task bars ask for is offered.
+/// The program's icon, drawn anew for each size. Offers the sizes that window managers and task bars use.
 class ApplicationIconEngine : public QIconEngine {
   public:
     explicit ApplicationIconEngine(const QString &drawing) : drawing(drawing) {}
@@ -160,8 +169,8 @@ QIcon stoppedApplicationIcon() {
     return QIcon(new ApplicationIconEngine(QStringLiteral(":/symbols/ferrolt-miner-launcher-stopped.svg")));
 }
 
-QIcon symbolIcon(Symbol symbol, const QColor &tint) {
-    return QIcon(new SymbolIconEngine(symbol, tint));
+QIcon symbolIcon(Symbol symbol, std::function<QColor(const QPalette &)> colorRole) {
+    return QIcon(new SymbolIconEngine(symbol, std::move(colorRole)));
 }
 
 }  // namespace ferrolt

@@ -6,7 +6,10 @@
 #include <QRectF>
 #include <QSize>
 
+#include <functional>
+
 class QPainter;
+class QPalette;
 
 namespace ferrolt {
 
@@ -23,23 +26,27 @@ enum class Symbol {
     CheckmarkCircle,
     InfoCircle,
     WarningTriangle,
-    ErrorOctagon
+    ErrorOctagon,
+    ChevronUp,
+    ChevronDown,
+    Menu
 };
 
-/// The symbol in one colour on a clear ground, centred in `logicalSize` and drawn for `devicePixelRatio`,
-/// which is also the pixmap's own. Drawn once for each combination and then kept. Main thread.
+/// The symbol in one colour on a transparent background, centred in `logicalSize`. The pixmap is drawn for,
+/// and has, `devicePixelRatio`. It is cached. Main thread.
 QPixmap symbolPixmap(Symbol symbol, QSize logicalSize, const QColor &tint, qreal devicePixelRatio);
 
-/// Draws the symbol into `rectangle`, moved to the nearest device pixels so that it stays crisp.
+/// Draws the symbol into `rectangle`, whose edges are moved to the nearest device pixels to keep it crisp.
 void drawSymbol(QPainter &painter, Symbol symbol, const QRectF &rectangle, const QColor &tint);
 
-/// The symbol as an icon that is drawn anew for whatever size and scale it is shown at; faint when disabled.
-QIcon symbolIcon(Symbol symbol, const QColor &tint);
+/// The symbol as an icon in one of Theme's colours (or any function of the palette). Drawn anew for the
+/// application's current palette and each size and scale; faint when disabled. Its name is the drawing's.
+QIcon symbolIcon(Symbol symbol, std::function<QColor(const QPalette &)> colorRole);
 
 /// The program's own icon.
 QIcon applicationIcon();
 
-/// The same with a stop mark where that has its green dot.
+/// The program's icon with a stop mark instead of the green dot.
 QIcon stoppedApplicationIcon();
 
 }  // namespace ferrolt

@@ -1,8 +1,8 @@
 #include "ApplicationLook.h"
 #include "FatalError.h"
 #include "LauncherPrefs.h"
+#include "LauncherStyle.h"
 #include "PathResolvers.h"
-#include "ProminentButton.h"
 #include "SymbolPlace.h"
 #include "SymbolView.h"
 #include "TextField.h"
@@ -11,6 +11,7 @@
 
 #include <QClipboard>
 #include <QLabel>
+#include <QPushButton>
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QTest>
@@ -47,9 +48,7 @@ class LauncherPrefsTest : public QObject {
         TextField *email() const { return named<TextField>(*prefs, "E-Mail Address"); }
         TextField *entity() const { return named<TextField>(*prefs, "User / Company Name"); }
         TextField *displayName() const { return named<TextField>(*prefs, "Machine Display Name (Optional)"); }
-        ProminentButton *button() const {
-            return named<ProminentButton>(*prefs, "Save & Apply Configuration");
-        }
+        QPushButton *button() const { return named<QPushButton>(*prefs, "Save & Apply Configuration"); }
 
         void press() const { QTest::mouseClick(button(), Qt::LeftButton); }
 
@@ -80,6 +79,8 @@ class LauncherPrefsTest : public QObject {
     static constexpr auto complete = "MinerEmailAddress = ada@example.org\nMinerEntityName = Ada Lovelace\n";
 
   private Q_SLOTS:
+    void initTestCase() { LauncherStyle::install(); }
+
     void theFirstLaunchHasEmptyFieldsAndSavingCreatesTheFile() {
         Form form;
         for (const TextField *field : {form.email(), form.entity(), form.displayName()})

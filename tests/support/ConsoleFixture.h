@@ -2,14 +2,15 @@
 
 #include "Clipboard.h"
 #include "FindShortcuts.h"
+#include "LauncherStyle.h"
 #include "LogBuffer.h"
 #include "LogConsoleView.h"
 #include "LogTextArea.h"
 #include "ManualTime.h"
-#include "SymbolButton.h"
 
 #include <QAbstractEventDispatcher>
 #include <QApplication>
+#include <QPushButton>
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QTest>
@@ -53,7 +54,9 @@ class RecordingClipboard : public Clipboard {
 /// A console in a window, with everything that it refers to.
 struct ConsoleFixture {
     explicit ConsoleFixture(const QString &title = QStringLiteral("Lumora Core Engine"))
-        : view(title, log, QStringLiteral("lumBottom"), clipboard, time) {}
+        : view(title, log, QStringLiteral("lumBottom"), clipboard, time) {
+        LauncherStyle::install();
+    }
 
     /// Keeps the newest 1000 elements, as the launcher does.
     void append(const QByteArray &element) {
@@ -91,7 +94,7 @@ struct ConsoleFixture {
     }
     int scrolled() { return area().verticalScrollBar()->value(); }
     LogTextArea &area() { return view.textArea(); }
-    SymbolButton &copyButton() { return *view.findChild<SymbolButton *>(); }
+    QPushButton &copyButton() { return *view.findChild<QPushButton *>(); }
     QWidget &marker() { return *view.findChild<QWidget *>(QStringLiteral("lumBottom")); }
 
     LogBuffer log;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "LauncherStyle.h"
 #include "MainWindow.h"
 #include "QtClipboard.h"
 #include "Supervision.h"
@@ -48,6 +49,8 @@ struct WindowFixture : Supervision {
     std::unique_ptr<MainWindow> window;
 
     QString stateFile() const { return state.filePath("below/window.json"); }
+
+    WindowFixture() { LauncherStyle::install(); }
 
     MainWindow &open() {
         if (!vars)

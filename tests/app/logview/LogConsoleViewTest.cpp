@@ -4,6 +4,7 @@
 #include "QtClipboard.h"
 #include "StatusBadge.h"
 #include "SymbolPlace.h"
+#include "SymbolView.h"
 #include "Theme.h"
 
 #include <QClipboard>
@@ -86,7 +87,7 @@ class LogConsoleViewTest : public QObject {
         checkBadge("Running", Theme::green(palette));
 
         // The button before a copy and after it.
-        const int side = std::max(QFontMetrics(Theme::body()).height(), 12);
+        const int side = SymbolView::sideBeside(Theme::body());
         const auto buttonHas = [&](Symbol symbol, const QColor &tint) {
             return placeOfSymbol(console.view.grab().toImage(), place(&console.copyButton()), side, symbol,
                                  tint)
@@ -168,18 +169,18 @@ class LogConsoleViewTest : public QObject {
         ConsoleFixture console;
         console.append("text\n");
         console.show();
-        QCOMPARE(console.copyButton().symbol(), Symbol::DocOnDoc);
+        QCOMPARE(console.copyButton().icon().name(), QString("doc.on.doc"));
         QTest::mouseClick(&console.copyButton(), Qt::LeftButton);
-        QCOMPARE(console.copyButton().symbol(), Symbol::Checkmark);
+        QCOMPARE(console.copyButton().icon().name(), QString("checkmark"));
         console.time.advance(700ms);
         QTest::mouseClick(&console.copyButton(), Qt::LeftButton);
-        QCOMPARE(console.copyButton().symbol(), Symbol::Checkmark);
+        QCOMPARE(console.copyButton().icon().name(), QString("checkmark"));
         console.time.advance(499ms);
-        QCOMPARE(console.copyButton().symbol(), Symbol::Checkmark);
+        QCOMPARE(console.copyButton().icon().name(), QString("checkmark"));
         console.time.advance(1ms);
-        QCOMPARE(console.copyButton().symbol(), Symbol::DocOnDoc);
+        QCOMPARE(console.copyButton().icon().name(), QString("doc.on.doc"));
         console.time.advance(700ms);
-        QCOMPARE(console.copyButton().symbol(), Symbol::DocOnDoc);
+        QCOMPARE(console.copyButton().icon().name(), QString("doc.on.doc"));
         QCOMPARE(console.time.pending(), 0U);
     }
 
@@ -192,7 +193,7 @@ class LogConsoleViewTest : public QObject {
             LogConsoleView view(QStringLiteral("Qor Client"), log, QStringLiteral("qorBottom"), clipboard,
                                 time);
             view.show();
-            view.findChild<SymbolButton *>()->click();
+            view.findChild<QPushButton *>()->click();
         }
         time.advance(2s);
         QCOMPARE(clipboard.text, "text\n");
@@ -206,8 +207,8 @@ class LogConsoleViewTest : public QObject {
         engine.show();
         client.show();
         QTest::mouseClick(&engine.copyButton(), Qt::LeftButton);
-        QCOMPARE(engine.copyButton().symbol(), Symbol::Checkmark);
-        QCOMPARE(client.copyButton().symbol(), Symbol::DocOnDoc);
+        QCOMPARE(engine.copyButton().icon().name(), QString("checkmark"));
+        QCOMPARE(client.copyButton().icon().name(), QString("doc.on.doc"));
     }
 
     void theBadgeChangesAtOnceWhenTheServiceStartsOrStops() {
@@ -363,7 +364,7 @@ class LogConsoleViewTest : public QObject {
         view.show();
         QElapsedTimer clock;
         clock.start();
-        view.findChild<SymbolButton *>()->click();
+        view.findChild<QPushButton *>()->click();
         QVERIFY2(clock.elapsed() < 100, qPrintable(QString::number(clock.elapsed())));
         const QMimeData *const data = QGuiApplication::clipboard()->mimeData();
         QVERIFY(data->hasText());

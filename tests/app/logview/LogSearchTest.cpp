@@ -1,7 +1,6 @@
 #include "ApplicationLook.h"
 #include "ConsoleFixture.h"
 #include "FindBar.h"
-#include "FlatButton.h"
 #include "LogFinder.h"
 #include "LogSearch.h"
 #include "LogText.h"
@@ -12,6 +11,7 @@
 #include <QElapsedTimer>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPushButton>
 #include <QScopeGuard>
 #include <QScrollBar>
 #include <QSignalSpy>
@@ -27,7 +27,7 @@ class LogSearchTest : public QObject {
     static QLineEdit &field(ConsoleFixture &console) { return *bar(console).findChild<QLineEdit *>(); }
     static QString result(ConsoleFixture &console) { return bar(console).findChild<QLabel *>()->text(); }
     static QWidget *button(ConsoleFixture &console, const QString &name) {
-        for (FlatButton *each : bar(console).findChildren<FlatButton *>()) {
+        for (QPushButton *each : bar(console).findChildren<QPushButton *>()) {
             if (QAccessible::queryAccessibleInterface(each)->text(QAccessible::Name) == name)
                 return each;
         }
@@ -338,7 +338,7 @@ class LogSearchTest : public QObject {
         for (const QWidget *child :
              bar(console).findChildren<QWidget *>(QString(), Qt::FindDirectChildrenOnly))
             QVERIFY(child->geometry().right() < bar(console).width());
-        for (const FlatButton *each : bar(console).findChildren<FlatButton *>()) {
+        for (const QPushButton *each : bar(console).findChildren<QPushButton *>()) {
             QVERIFY(each->width() >= each->sizeHint().width());
             QVERIFY(each->height() >= each->fontMetrics().height());
             QCOMPARE(each->height(), field(console).height());

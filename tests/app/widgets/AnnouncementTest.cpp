@@ -4,12 +4,12 @@
 #include "FindBar.h"
 #include "LauncherPrefs.h"
 #include "PathResolvers.h"
-#include "ProminentButton.h"
 #include "Theme.h"
 #include "ToldToScreenReaders.h"
 #include "WindowFixture.h"
 
 #include <QLineEdit>
+#include <QPushButton>
 #include <QTest>
 
 using namespace ferrolt;
@@ -94,7 +94,7 @@ class AnnouncementTest : public QObject {
         const auto time = std::make_shared<ManualTime>();
         LauncherPrefs prefs([] {}, time);
         WindowFixture::show(prefs);
-        auto *const button = named<ProminentButton>(prefs, "Save & Apply Configuration");
+        auto *const button = named<QPushButton>(prefs, "Save & Apply Configuration");
         const ToldToScreenReaders told;
         QTest::mouseClick(button, Qt::LeftButton);
         QTRY_COMPARE(alerts(success), 1);

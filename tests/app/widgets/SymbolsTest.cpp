@@ -9,11 +9,14 @@ using namespace ferrolt;
 class SymbolsTest : public QObject {
     Q_OBJECT
 
-    static constexpr Symbol all[] = {Symbol::House,           Symbol::Gear,       Symbol::CircleFill,
-                                     Symbol::DocOnDoc,        Symbol::Checkmark,  Symbol::Envelope,
-                                     Symbol::Person,          Symbol::Desktop,    Symbol::Paperplane,
-                                     Symbol::CheckmarkCircle, Symbol::InfoCircle, Symbol::WarningTriangle,
-                                     Symbol::ErrorOctagon};
+    static constexpr Symbol all[] = {Symbol::House,        Symbol::Gear,
+                                     Symbol::CircleFill,   Symbol::DocOnDoc,
+                                     Symbol::Checkmark,    Symbol::Envelope,
+                                     Symbol::Person,       Symbol::Desktop,
+                                     Symbol::Paperplane,   Symbol::CheckmarkCircle,
+                                     Symbol::InfoCircle,   Symbol::WarningTriangle,
+                                     Symbol::ErrorOctagon, Symbol::ChevronUp,
+                                     Symbol::ChevronDown,  Symbol::Menu};
 
   private Q_SLOTS:
     void everySymbolIsDrawnInItsTintAndNothingElse() {
@@ -70,7 +73,7 @@ class SymbolsTest : public QObject {
     }
 
     void anIconIsFaintWhenDisabled() {
-        const QIcon icon = symbolIcon(Symbol::CircleFill, Qt::black);
+        const QIcon icon = symbolIcon(Symbol::CircleFill, [](const QPalette &) { return QColor(Qt::black); });
         QCOMPARE(qAlpha(icon.pixmap(QSize(16, 16), 1.0).toImage().pixel(8, 8)), 255);
         const int faint = qAlpha(icon.pixmap(QSize(16, 16), 1.0, QIcon::Disabled).toImage().pixel(8, 8));
         QVERIFY(faint > 40 && faint < 140);
