@@ -1,17 +1,14 @@
 #include "PaneSplitter.h"
 
-#include "Drawing.h"
-#include "Theme.h"
-
-#include <QEvent>
 #include <QKeyEvent>
 #include <QPainter>
+#include <QStyleOptionFocusRect>
 
 namespace ferrolt {
 namespace {
 
 constexpr int keyStep = 16;
-constexpr qreal focusLineWidth = 2;
+constexpr int focusLineWidth = 2;
 
 class PaneSplitterHandle : public QSplitterHandle {
   public:
@@ -21,54 +18,47 @@ class PaneSplitterHandle : public QSplitterHandle {
     }
 
   protected:
-    void paintEvent(QPaintEvent *) override {
+    void paintEvent(QPaintEvent *event) override {
+        QSplitterHandle::paintEvent(event);
         if (!hasFocus())
             return;
-        QPainter painter(this);
-        QRectF line = rect();
+        // Qt 6.4 does not tell the style that a handle has the focus.
+        QStyleOptionFocusRect line;
+        line.initFrom(this);
         if (orientation() == Qt::Horizontal)
-            line.adjust((width() - focusLineWidth) / 2, 0, -(width() - focusLineWidth) / 2, 0);
+            line.rect = QRect((width() - focusLineWidth) / 2, 0, focusLineWidth, height());
         else
-            line.adjust(0, (height() - focusLineWidth) / 2, 0, -(height() - focusLineWidth) / 2);
-        painter.fillRect(Drawing::snapped(painter, line), Theme::accent(palette()));
+            line.rect = QRect(0, (height() - focusLineWidth) / 2, width(), focusLineWidth);
+        QPainter painter(this);
+        style()->drawPrimitive(QStyle::PE_FrameFocusRect, &line, &painter, this);
     }
 
     void keyPressEvent(QKeyEvent *event) override {
-        const bool sideways = orientation() == Qt::Horizontal;
+        const bool isHorizontal = orientation() == Qt::Horizontal;
         int step = 0;
-        if (event->key() == (sideways ? Qt::Key_Left : Qt::Key_Up))
+        if (event->key() == (isHorizontal ? Qt::Key_Left : Qt::Key_Up))
             step = -keyStep;
-        else if (event->key() == (sideways ? Qt::Key_Right : Qt::Key_Down))
+        else if (event->key() == (isHorizontal ? Qt::Key_Right : Qt::Key_Down))
             step = keyStep;
         if (step == 0) {
             QSplitterHandle::keyPressEvent(event);
             return;
         }
-        moveSplitter((sideways ? x() + width() / 2 : y() + height() / 2) - splitter()->handleWidth() / 2 +
+        moveSplitter((isHorizontal ? x() + width() / 2 : y() + height() / 2) - splitter()->handleWidth() / 2 +
                      step);
-    }
-
-    void focusInEvent(QFocusEvent *event) override {
-        QSplitterHandle::focusInEvent(event);
-        update();
-    }
-
-    void focusOutEvent(QFocusEvent *event) override {
-        QSplitterHandle::focusOutEvent(event);
-        update();
     }
 };
 
 }  // namespace
 
-PaneSplitter::PaneSplitter(Qt::Orientation orientation, const QString &dividerName, QWidget *parent)
-    : QSplitter(orientation, parent), dividerName(dividerName) {
+PaneSplitter::PaneSplitter(Qt::Orientation orientation, const QString &handleName, QWidget *parent)
+    : QSplitter(orientation, parent), handleName(handleName) {
     setChildrenCollapsible(false);
 }
 
 QSplitterHandle *PaneSplitter::createHandle() {
     auto *handle = new PaneSplitterHandle(orientation(), this);
-    handle->setAccessibleName(dividerName);
+    handle->setAccessibleName(handleName);
     return handle;
 }
 

@@ -4,20 +4,20 @@
 
 namespace ferrolt {
 
-/// A splitter between two panes, neither of which can be dragged below its minimum. The divider shows nothing
-/// but the background, and can be moved with the arrow keys once it was reached with Tab.
+/// A splitter with two panes, neither of which can be collapsed. Its handle can be reached with Tab and moved
+/// with the arrow keys. Main thread.
 class PaneSplitter : public QSplitter {
     Q_OBJECT
 
   public:
-    /// `dividerName` is how screen readers call the divider.
-    PaneSplitter(Qt::Orientation orientation, const QString &dividerName, QWidget *parent = nullptr);
+    /// `handleName` is the handle's accessible name.
+    PaneSplitter(Qt::Orientation orientation, const QString &handleName, QWidget *parent = nullptr);
 
   protected:
     QSplitterHandle *createHandle() override;
 
   private:
-    QString dividerName;
+    QString handleName;
 };
 
 }  // namespace ferrolt

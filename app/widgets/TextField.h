@@ -5,40 +5,31 @@
 
 namespace ferrolt {
 
-/// A single-line text field with a rounded border. Takes any text: of what is pasted, dropped or set, a line
-/// break becomes a space (none at either end) and a NUL goes, since no line of text can hold them; everything
-/// else is kept as it is. Enter does nothing here.
+/// A line edit for text that may be pasted from anywhere. In pasted, dropped and set text, a line break
+/// becomes a space (or nothing, at either end) and a NUL is removed; everything else is kept. Enter does
+/// nothing here.
 ///
-/// A clipboard that has nothing to give, because the program that copied has ended or does not answer, pastes
-/// nothing and leaves what is selected.
+/// Pasting from an empty clipboard, or from a program that has ended or does not answer, keeps the selected
+/// text. Main thread.
 class TextField : public QLineEdit {
     Q_OBJECT
 
   public:
-    /// Far more than anybody types, few enough for the field to answer in a moment. A text that is longer is
-    /// cut, and the user told so.
-    static constexpr int longestText = 1 << 21;
+    /// In UTF-16 units. The field still responds at once with this much text. Longer text is cut, and a tool
+    /// tip says so.
+    static constexpr int maxTextLength = 1 << 21;
 
-    /// Screen readers know the field by its placeholder.
+    /// The placeholder is also the field's accessible name.
     explicit TextField(const QString &placeholder, QWidget *parent = nullptr);
 
-    /// In logical pixels, for a field in a font of this size.
-    static int heightFor(const QFontMetrics &metrics);
-
-    QSize sizeHint() const override;
-    QSize minimumSizeHint() const override;
-
   protected:
-    void paintEvent(QPaintEvent *event) override;
-    void initStyleOption(QStyleOptionFrame *option) const override;
-    void changeEvent(QEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
     void contextMenuEvent(QContextMenuEvent *event) override;
 
   private:
     void pasteFrom(QClipboard::Mode mode);
     void beginUndoStep();
-    void tellThatTextWasCut();
+    void showThatTextWasCut();
 };
 
 }  // namespace ferrolt

@@ -1,4 +1,5 @@
 #include "ApplicationLook.h"
+#include "LauncherStyle.h"
 #include "TextField.h"
 
 #include <QAccessible>
@@ -42,6 +43,8 @@ class TextFieldTest : public QObject {
     }
 
   private Q_SLOTS:
+    void initTestCase() { LauncherStyle::install(); }
+
     void aPastedMegabyteIsTakenWholeAndTheFieldStillAnswers_data() {
         QTest::addColumn<QString>("text");
         QTest::addRow("words") << QString("ada@example.org ").repeated(65536);
@@ -68,10 +71,10 @@ class TextFieldTest : public QObject {
     void aTextTooLongIsCutAndTheUserToldSo() {
         TextField field("E-Mail Address");
         show(field);
-        field.setText(QString(TextField::longestText - 2, 'x'));
+        field.setText(QString(TextField::maxTextLength - 2, 'x'));
         QVERIFY(!QToolTip::isVisible());
         paste(field, "abc");
-        QCOMPARE(field.text().size(), TextField::longestText);
+        QCOMPARE(field.text().size(), TextField::maxTextLength);
         QTRY_VERIFY(QToolTip::isVisible());
         QVERIFY(QToolTip::text().contains("too long"));
         QToolTip::hideText();
