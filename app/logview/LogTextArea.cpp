@@ -3,7 +3,6 @@
 #include "LogAccessible.h"
 #include "LogAnnouncer.h"
 #include "LogDrag.h"
-#include "LogScrollBar.h"
 #include "LogText.h"
 #include "MainQueue.h"
 #include "Theme.h"
@@ -17,7 +16,9 @@
 #include <QMouseEvent>
 #include <QPaintEvent>
 #include <QPainter>
+#include <QScopedValueRollback>
 #include <QScreen>
+#include <QScrollBar>
 #include <QStyle>
 #include <QTimerEvent>
 #include <QWindow>
@@ -91,13 +92,11 @@ LogTextArea::LogTextArea(const LogBuffer &log, const QString &bottomId, Clipboar
       caret(layout, view, selected, geometry),
       follower(view, [this] { showView(); }),
       drag(new LogDrag(viewport())),
-      marker(new QWidget(viewport())),
-      bar(new LogScrollBar) {
+      marker(new QWidget(viewport())) {
     Q_ASSERT(MainQueue::isMainThread());
     installConsoleRoles();
     setFrameStyle(QFrame::NoFrame);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    setVerticalScrollBar(bar);
     setFocusPolicy(Qt::StrongFocus);
     viewport()->setAttribute(Qt::WA_OpaquePaintEvent);
     viewport()->setCursor(Qt::IBeamCursor);
@@ -315,19 +314,20 @@ void LogTextArea::setSelectionIsHit(bool isHit) {
 
 void LogTextArea::updateScrollBar() {
     barUnit = view.maximum() / maxBarValue + 1;
-    bar->change([this] {
-        bar->setSingleStep(static_cast<int>(std::max<qint64>(layout.rowHeight() / barUnit, 1)));
-        bar->setPageStep(
-            static_cast<int>(std::max<qint64>((view.viewHeight() - layout.rowHeight()) / barUnit, 1)));
-        bar->setRange(0, static_cast<int>(view.maximum() / barUnit));
-        // The new range may have shown or hidden the bar, which changes the width and so every offset.
-        bar->setValue(static_cast<int>(view.offset() / barUnit));
-    });
+    const QScopedValueRollback updating(isUpdatingBar, true);
+    QScrollBar *const bar = verticalScrollBar();
+    bar->setSingleStep(static_cast<int>(std::max<qint64>(layout.rowHeight() / barUnit, 1)));
+    bar->setPageStep(
+        static_cast<int>(std::max<qint64>((view.viewHeight() - layout.rowHeight()) / barUnit, 1)));
+    bar->setRange(0, static_cast<int>(view.maximum() / barUnit));
+    // The new range may have shown or hidden the bar, which changes the width and so every offset.
+    bar->setValue(static_cast<int>(view.offset() / barUnit));
 }
 
 void LogTextArea::scrollContentsBy(int, int) {
-    if (bar->isBeingChanged())
+    if (isUpdatingBar)
         return;
+    const QScrollBar *const bar = verticalScrollBar();
     scrollByUser(bar->value() == bar->maximum() ? view.maximum() : bar->value() * barUnit);
 }
 

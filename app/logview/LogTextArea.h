@@ -21,7 +21,6 @@
 namespace ferrolt {
 
 class LogDrag;
-class LogScrollBar;
 
 /// A log as a scrolling text that can be selected but not changed. Draws only the rows on screen. Reads the
 /// log at most at every fourth screen refresh, and not at all while it is not on screen.
@@ -133,9 +132,9 @@ class LogTextArea : public QAbstractScrollArea {
     LogDrag *const drag;
     std::vector<LogViewport::VisibleRow> rows;  ///< on screen
     QWidget *const marker;
-    LogScrollBar *const bar;
     /// Pixels for each step of the scroll bar, which counts in int: too little for a huge log.
     qint64 barUnit = 1;
+    bool isUpdatingBar = false;  ///< the scroll bar's changes are ours, not the user's
     HitsOfRow hits;
     bool selectionIsHit = false;
 

@@ -1,4 +1,4 @@
-foreach(test LogConsoleLookTest LogRowTextTest LogScrollBarTest LogSearchTest LogTextAreaSelectionTest
+foreach(test LogConsoleLookTest LogRowTextTest LogSearchTest LogTextAreaSelectionTest
         LogTextAreaTest)
     ferrolt_test(app/logview ${test} LINKS ferrolt_logview ferrolt_text WINDOW)
 endforeach()
