@@ -2,9 +2,8 @@
 
 namespace ferrolt {
 
-/// Tells screen readers what the widgets drawn by ourselves are: a sidebar entry is an item of a list that
-/// can be pressed, a status row is text, an announcement a notification. Once is enough; more do no harm.
-/// Main thread.
+/// Gives screen readers roles that Qt does not know of: a sidebar entry is a list item that can be pressed, a
+/// status row is text, an announcement is a notification. May be called repeatedly. Main thread.
 void installAccessibleRoles();
 
 }  // namespace ferrolt

@@ -17,13 +17,13 @@
 namespace ferrolt {
 namespace {
 
-constexpr int inset = 10;  // that of the status rows above it
+constexpr int textInset = 10;  // as the status rows above
 constexpr int barHeight = 4;
 constexpr int gap = 5;
 constexpr int steps = 1000;
 
-constexpr double wanderingShare = 0.3;
-constexpr qint64 wanderingMilliseconds = 1600;
+constexpr double movingShare = 0.3;
+constexpr qint64 cycleMilliseconds = 1600;
 constexpr int frameMilliseconds = 33;
 
 }  // namespace
@@ -36,7 +36,7 @@ ProgressStrip::ProgressStrip(std::shared_ptr<InstallProgress> progress, QWidget 
 }
 
 QString ProgressStrip::text() const {
-    // A version may be any text; a line of it is enough.
+    // The version comes from the server and may have line breaks.
     return progress->text().simplified();
 }
 
@@ -51,17 +51,17 @@ void ProgressStrip::refresh() {
     }
     if (const QString now = text(); accessibleName() != now)
         setAccessibleName(now);
-    breakText();
-    wanderIfNeeded();
+    updateLines();
+    animateIfNeeded();
     setHidden(progress->isIdle());
     update();
 }
 
-/// A text that is too long for the column is broken behind its first part, and stays so: it would jump back
-/// and forth as its digits change.
-void ProgressStrip::breakText() {
+/// Breaks a text that is too long for the column after its colon. It stays broken while it is shown: as its
+/// digits change, it would otherwise change between one line and two.
+void ProgressStrip::updateLines() {
     const QFontMetrics metrics(Theme::caption());
-    const int room = width() - 2 * inset;
+    const int room = width() - 2 * textInset;
     const QString whole = text();
     const qsizetype colon = whole.lastIndexOf(QLatin1String(": "));
     const bool wasBroken = lines.size() == 2;
@@ -75,7 +75,7 @@ void ProgressStrip::breakText() {
 
 QSize ProgressStrip::sizeHint() const {
     const int textHeight = static_cast<int>(lines.size()) * QFontMetrics(Theme::caption()).height();
-    return QSize(2 * inset, 2 * gap + textHeight + barHeight + gap);
+    return QSize(2 * textInset, 2 * gap + textHeight + barHeight + gap);
 }
 
 QSize ProgressStrip::minimumSizeHint() const {
@@ -83,13 +83,14 @@ QSize ProgressStrip::minimumSizeHint() const {
 }
 
 QRectF ProgressStrip::filledPart(const QRectF &track) const {
-    if (!isWandering())
+    if (!isIndeterminate())
         return QRectF(track.left(), track.top(), track.width() * value() / steps, track.height());
-    const double length = track.width() * wanderingShare;
+    const double length = track.width() * movingShare;
     const double turn =
-        static_cast<double>(wandering.isValid() ? wandering.elapsed() % wanderingMilliseconds : 0) /
-        static_cast<double>(wanderingMilliseconds);
-    // From out of sight on the one side to out of sight on the other.
+        static_cast<double>(sinceAnimationStart.isValid() ? sinceAnimationStart.elapsed() % cycleMilliseconds
+                                                          : 0) /
+        static_cast<double>(cycleMilliseconds);
+    // From beyond one edge to beyond the other.
     const double left = track.left() - length + turn * (track.width() + length);
     return QRectF(left, track.top(), length, track.height()).intersected(track);
 }
@@ -102,12 +103,12 @@ void ProgressStrip::paintEvent(QPaintEvent *) {
     const QFontMetrics metrics = painter.fontMetrics();
     int top = gap;
     for (const QString &line : std::as_const(lines)) {
-        const QRect place(inset, top, width() - 2 * inset, metrics.height());
+        const QRect place(textInset, top, width() - 2 * textInset, metrics.height());
         painter.drawText(place, Qt::AlignLeading | Qt::AlignVCenter | Qt::TextSingleLine,
                          metrics.elidedText(line, Qt::ElideMiddle, place.width()));
         top += metrics.height();
     }
-    const QRectF track(inset, top + gap, width() - 2 * inset, barHeight);
+    const QRectF track(textInset, top + gap, width() - 2 * textInset, barHeight);
     Drawing::fillRounded(painter, track, barHeight / 2.0, Theme::separator(palette()));
     QRectF filled = filledPart(track);
     if (layoutDirection() == Qt::RightToLeft)
@@ -118,13 +119,13 @@ void ProgressStrip::paintEvent(QPaintEvent *) {
     }
 }
 
-void ProgressStrip::wanderIfNeeded() {
-    const bool isMoving = isWandering() && isVisible() && !progress->isIdle();
+void ProgressStrip::animateIfNeeded() {
+    const bool isMoving = isIndeterminate() && isVisible() && !progress->isIdle();
     if (!isMoving) {
         frames.stop();
     } else if (!frames.isActive() &&
                style()->styleHint(QStyle::SH_Widget_Animation_Duration, nullptr, this) > 0) {
-        wandering.start();
+        sinceAnimationStart.start();
         frames.start(frameMilliseconds, Qt::CoarseTimer, this);
     }
 }
@@ -133,14 +134,14 @@ void ProgressStrip::resizeEvent(QResizeEvent *event) {
     QProgressBar::resizeEvent(event);
     if (event->size().width() == event->oldSize().width())
         return;
-    lines.clear();  // what was broken may fit now
-    breakText();
+    lines.clear();  // it may fit in one line now
+    updateLines();
     updateGeometry();
 }
 
 void ProgressStrip::showEvent(QShowEvent *event) {
     QProgressBar::showEvent(event);
-    wanderIfNeeded();
+    animateIfNeeded();
 }
 
 void ProgressStrip::hideEvent(QHideEvent *event) {
@@ -161,7 +162,7 @@ void ProgressStrip::changeEvent(QEvent *event) {
     QProgressBar::changeEvent(event);
     if (event->type() == QEvent::FontChange) {
         lines.clear();
-        breakText();
+        updateLines();
         updateGeometry();
     }
     update();

@@ -10,9 +10,9 @@ namespace ferrolt {
 
 class InstallProgress;
 
-/// A slim line of text over a slim bar that says how far an installation is. Hidden while none runs.
+/// A line of text over a thin bar that shows the progress of an installation. Hidden while none runs.
 ///
-/// Where nobody knows how much is left, a piece of the bar wanders, but only while somebody can see it. Main
+/// While the total is unknown, a part of the bar moves across it, but only while the strip is visible. Main
 /// thread.
 class ProgressStrip : public QProgressBar {
     Q_OBJECT
@@ -34,15 +34,15 @@ class ProgressStrip : public QProgressBar {
 
   private:
     void refresh();
-    void breakText();
-    void wanderIfNeeded();
-    bool isWandering() const { return maximum() == 0; }
+    void updateLines();
+    void animateIfNeeded();
+    bool isIndeterminate() const { return maximum() == 0; }
     QRectF filledPart(const QRectF &track) const;
 
     std::shared_ptr<InstallProgress> progress;
     QStringList lines;
     QBasicTimer frames;
-    QElapsedTimer wandering;
+    QElapsedTimer sinceAnimationStart;
 };
 
 }  // namespace ferrolt

@@ -57,7 +57,7 @@ Sidebar::Sidebar(QWidget *parent) : QWidget(parent) {
     button->hide();
 
     column = new QVBoxLayout(this);
-    // The column's last pixel is its separator.
+    // The last pixel of the column is the separator.
     column->setContentsMargins(margin, margin, margin + 1, margin);
     column->setSpacing(0);
     column->addWidget(list);

@@ -14,7 +14,7 @@ class SidebarEntry;
 class StatusRow;
 class ThemedLabel;
 
-/// The list of entries, for screen readers.
+/// Groups the entries. AccessibleRoles gives it the role of a list.
 class SidebarList : public QWidget {
     Q_OBJECT
 
@@ -23,6 +23,7 @@ class SidebarList : public QWidget {
 };
 
 /// The window's left column: the entries "Home" and "Settings", and below them the status of both services.
+/// Main thread.
 class Sidebar : public QWidget {
     Q_OBJECT
 
@@ -33,18 +34,18 @@ class Sidebar : public QWidget {
 
     explicit Sidebar(QWidget *parent = nullptr);
 
-    /// Highlights the entry with that tag. Without a tag, what was highlighted stays so.
+    /// Highlights the entry with the tag `tab`; none changes nothing.
     void showSelectedTab(const std::optional<QString> &tab);
     void showLumoraCore(bool isRunning);
     void showQorClient(bool isRunning);
-    /// A line below both that says that the launcher is stopped until it is started again.
+    /// Shows or hides a text below both that says that the launcher is stopped until it is restarted.
     void showPermanentStop(bool isStopped);
 
-    /// The menu behind the button at the foot and behind a right click. Not owned.
+    /// The menu that the button at the bottom and a right click open. Not owned.
     void setMenu(QMenu *menu);
     MenuButton *menuButton() const { return button; }
 
-    /// Room at the foot, as wide as the column, for what runs in the background. Takes ownership.
+    /// Adds a widget at the bottom, above the menu button. Takes ownership.
     void setFoot(QWidget *foot);
 
   Q_SIGNALS:

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "SymbolView.h"
+#include "Symbols.h"
+#include "Theme.h"
 
 #include <QWidget>
 
@@ -13,10 +14,10 @@ class StatusLine : public QWidget {
     Q_OBJECT
 
   public:
-    StatusLine(Symbol symbol, const QString &text, SymbolView::FontRole fontRole,
-               SymbolView::ColorRole colorRole, QWidget *parent = nullptr);
+    StatusLine(Symbol symbol, const QString &text, Theme::FontRole fontRole, Theme::ColorRole colorRole,
+               QWidget *parent = nullptr);
 
-    /// Has screen readers say it, in whatever place they are.
+    /// Makes screen readers say the text, wherever the focus is.
     void speak();
 
   private:

@@ -12,25 +12,25 @@ namespace {
 
 constexpr int inset = 10;
 constexpr int dotSide = 8;
-constexpr int roomAroundText = 11;
+constexpr int verticalMargins = 11;
 
 }  // namespace
 
 StatusRow::StatusRow(const QString &serviceName, QWidget *parent)
     : QWidget(parent), serviceName(serviceName) {
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
-    nameForScreenReaders();
+    updateAccessibleName();
 }
 
 void StatusRow::setRunning(bool isRunning) {
     if (isServiceRunning == isRunning)
         return;
     isServiceRunning = isRunning;
-    nameForScreenReaders();
+    updateAccessibleName();
     update();
 }
 
-void StatusRow::nameForScreenReaders() {
+void StatusRow::updateAccessibleName() {
     setAccessibleName(words(serviceName, isServiceRunning));
 }
 
@@ -41,7 +41,7 @@ QString StatusRow::words(const QString &serviceName, bool isRunning) {
 QSize StatusRow::sizeHint() const {
     const QFontMetrics metrics(Theme::subheadline());
     return QSize(2 * inset + dotSide + Theme::spacing + metrics.horizontalAdvance(serviceName),
-                 metrics.height() + roomAroundText);
+                 metrics.height() + verticalMargins);
 }
 
 QSize StatusRow::minimumSizeHint() const {

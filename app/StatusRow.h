@@ -4,8 +4,8 @@
 
 namespace ferrolt {
 
-/// Says of one service whether it runs: a green or gray dot and the service's name. Screen readers, which see
-/// no colour, get it in words.
+/// Shows whether a service runs: a green or gray dot and the service's name. The accessible name says it in
+/// words. Main thread.
 class StatusRow : public QWidget {
     Q_OBJECT
 
@@ -14,7 +14,7 @@ class StatusRow : public QWidget {
 
     void setRunning(bool isRunning);
 
-    /// What it says, in words: "Lumora Core, running".
+    /// Such as "Lumora Core, running".
     static QString words(const QString &serviceName, bool isRunning);
 
     QSize sizeHint() const override;
@@ -25,7 +25,7 @@ class StatusRow : public QWidget {
     void changeEvent(QEvent *event) override;
 
   private:
-    void nameForScreenReaders();
+    void updateAccessibleName();
 
     QString serviceName;
     bool isServiceRunning = false;

@@ -18,7 +18,7 @@ namespace ferrolt {
 namespace {
 
 constexpr int iconSide = 40;
-constexpr int widestExplanation = 520;  ///< a line that is longer is broken
+constexpr int maxExplanationWidth = 520;  ///< longer lines are wrapped
 constexpr qint64 keysIgnoredMilliseconds = 1000;
 
 struct Look {
@@ -43,7 +43,7 @@ Look lookOf(AlertStyle style, const QPalette &palette) {
     return {};
 }
 
-/// The desktop's own icon, where it has one.
+/// Uses the icon theme's icon if there is one, else our symbol.
 void setIcon(QMessageBox &box, AlertStyle style) {
     const Look look = lookOf(style, box.palette());
     box.setIcon(look.icon);
@@ -52,11 +52,11 @@ void setIcon(QMessageBox &box, AlertStyle style) {
             symbolPixmap(look.symbol, QSize(iconSide, iconSide), look.tint, box.devicePixelRatioF()));
 }
 
-/// The message stands out from its explanation, whose lines are broken where the text says.
+/// The message is bold. The explanation keeps its own line breaks.
 void setTexts(QMessageBox &box, const Alert &alert) {
     box.setText(alert.messageText);
     box.setInformativeText(alert.informativeText);
-    // The texts may carry what the system said, which may look like markup.
+    // An error text of the system may look like markup.
     for (QLabel *label : box.findChildren<QLabel *>())
         label->setTextFormat(Qt::PlainText);
     if (auto *message = box.findChild<QLabel *>(QStringLiteral("qt_msgbox_label")))
@@ -64,16 +64,16 @@ void setTexts(QMessageBox &box, const Alert &alert) {
     if (auto *explanation = box.findChild<QLabel *>(QStringLiteral("qt_msgbox_informativelabel"))) {
         const int wanted =
             explanation->fontMetrics().boundingRect(QRect(), Qt::AlignLeft, alert.informativeText).width();
-        explanation->setMinimumWidth(std::min(wanted, widestExplanation));
-        // A label that may break its lines leaves room for breaks that do not come.
-        explanation->setWordWrap(wanted > widestExplanation);
+        explanation->setMinimumWidth(std::min(wanted, maxExplanationWidth));
+        // A label that may wrap reserves height for wrapped lines even when none is.
+        explanation->setWordWrap(wanted > maxExplanationWidth);
     }
 }
 
 }  // namespace
 
 QtAlertPresenter::~QtAlertPresenter() {
-    // The events of the box's own destruction reach the filter too, when it is no message box any more.
+    // While the box is destroyed its events still reach the filter, which must not use it then.
     QMessageBox *const last = box;
     box = nullptr;
     delete last;
@@ -94,8 +94,8 @@ void QtAlertPresenter::showNext() {
         alert.style != AlertStyle::Warning || QGuiApplication::focusWindow() != nullptr;
     box->setAttribute(Qt::WA_ShowWithoutActivating, !takesKeyboard);
     box->setAttribute(Qt::WA_DeleteOnClose);
-    // Qt 6.4 asks for the keyboard for every modal window that appears on X11, whatever that attribute says.
-    // There is nothing to block before one of the program's other windows gets the keyboard.
+    // On X11 Qt 6.4 activates every modal window, WA_ShowWithoutActivating or not. A warning becomes modal
+    // once another window of the program is activated.
     box->setWindowModality(takesKeyboard ? Qt::ApplicationModal : Qt::NonModal);
     box->setWindowTitle(QGuiApplication::applicationDisplayName());
     box->setWindowIcon(applicationIcon());
@@ -113,7 +113,7 @@ void QtAlertPresenter::showNext() {
     if (takesKeyboard)
         box->activateWindow();
     QApplication::alert(box);
-    // A task bar may list only the main window.
+    // Some task bars list only the main window.
     if (mainWindow && mainWindow->isVisible())
         QApplication::alert(mainWindow);
     box->installEventFilter(this);
@@ -131,7 +131,7 @@ void QtAlertPresenter::setMainWindow(QWidget *window) {
 }
 
 void QtAlertPresenter::attach() {
-    box->winId();  // without a native window there is no window handle
+    box->winId();  // creates the window handle
     const bool isMainWindowShown = mainWindow && mainWindow->isVisible();
     box->windowHandle()->setTransientParent(isMainWindowShown ? mainWindow->windowHandle() : nullptr);
 }
@@ -148,11 +148,11 @@ void QtAlertPresenter::appearAgain() {
     box->activateWindow();
 }
 
-/// An alert may stand for days, and the desktop may change meanwhile.
+/// Follows the main window and, while an alert is shown (which may be for days), the desktop's look.
 bool QtAlertPresenter::eventFilter(QObject *watched, QEvent *event) {
     const QEvent::Type type = event->type();
     if (watched == mainWindow) {
-        // Afterwards: the window is not on screen yet.
+        // Queued: the window is not on screen yet.
         if (type == QEvent::Show && !event->spontaneous() && box)
             QMetaObject::invokeMethod(this, &QtAlertPresenter::appearAgain, Qt::QueuedConnection);
         return QObject::eventFilter(watched, event);
@@ -160,7 +160,7 @@ bool QtAlertPresenter::eventFilter(QObject *watched, QEvent *event) {
     if (box && (type == QEvent::KeyPress || type == QEvent::KeyRelease))
         return pending.front().alert.style != AlertStyle::Informational &&
                !sinceShown.hasExpired(keysIgnoredMilliseconds);
-    // Afterwards: the box has answers of its own to these.
+    // Queued: the box handles these events itself first.
     if (watched == box && (type == QEvent::PaletteChange || type == QEvent::FontChange ||
                            type == QEvent::ApplicationFontChange || type == QEvent::StyleChange))
         QMetaObject::invokeMethod(this, &QtAlertPresenter::adapt, Qt::QueuedConnection);
@@ -175,13 +175,13 @@ void QtAlertPresenter::adapt() {
 }
 
 void QtAlertPresenter::answered() {
-    // The answer may bring the next alert, or end the program, or both.
+    // `dismissed` may present the next alert, end the program, or both.
     const Pending answered = std::exchange(pending.front(), {});
     pending.pop_front();
     box->disconnect(this);
     box->deleteLater();
     box = nullptr;
-    // The next one comes from the event loop: not at all when the answer ended that.
+    // Queued: the next alert is not shown if `dismissed` ends the event loop.
     QMetaObject::invokeMethod(this, &QtAlertPresenter::showNext, Qt::QueuedConnection);
     if (answered.dismissed)
         answered.dismissed();

@@ -14,27 +14,27 @@ class QMessageBox;
 namespace ferrolt {
 
 /// Shows alerts as message boxes that block the application's windows but not its event loop. An alert stays
-/// above the main window whenever that is shown; it appears also while it is not, and stays when it is
-/// closed.
+/// above the main window. It also appears while the main window is hidden, and stays when it is closed.
 ///
-/// A warning does not take the keyboard from another program: it asks for attention, and blocks the main
-/// window once the user turns to that. Warnings and critical alerts take no keys in their first second, which
-/// may be meant for the window that had the keyboard before. (Wayland lets no program appear without the
-/// keyboard where the compositor gives it to every new window.)
+/// A warning does not take the keyboard focus from another program: it asks for attention, and blocks the
+/// main window once the user activates that. Warnings and critical alerts ignore keys in their first second:
+/// they may be meant for the window that had the focus. (A Wayland compositor that focuses every new window
+/// focuses a warning, too.)
 ///
-/// States: idle --present()--> showing, others waiting in their order --answered--> showing the next, or
-/// idle.
+/// States: idle --present()--> showing, with others queued --answered--> showing the next, or idle.
+///
+/// Main thread.
 class QtAlertPresenter : public QObject, public AlertPresenter {
     Q_OBJECT
 
   public:
     QtAlertPresenter() = default;
-    /// What is shown or waits goes, unanswered.
+    /// Closes the alert that is shown and drops the queued ones; `dismissed` is not called.
     ~QtAlertPresenter() override;
 
     void present(const Alert &alert, std::function<void()> dismissed) override;
 
-    /// The window above which alerts stay. Not owned.
+    /// Alerts stay above this window. Not owned; call once.
     void setMainWindow(QWidget *window);
 
   private:
@@ -45,15 +45,15 @@ class QtAlertPresenter : public QObject, public AlertPresenter {
 
     bool eventFilter(QObject *watched, QEvent *event) override;
     void showNext();
-    /// Tells the window manager above which window the alert is to stay; heard only when the alert appears.
+    /// Makes the main window the alert's transient parent. Window managers read that when the alert appears.
     void attach();
-    /// Once more, above a main window that was shown or got the keyboard after it.
+    /// Shows the alert again, above a main window that was shown or activated after it.
     void appearAgain();
-    /// The icon, the fonts and the widths as the desktop wants them now.
+    /// Updates the icon, fonts and widths after a change of palette, font, style or screen.
     void adapt();
     void answered();
 
-    std::deque<Pending> pending;  ///< the first one is on screen
+    std::deque<Pending> pending;  ///< the first one is shown
     QPointer<QMessageBox> box;
     QElapsedTimer sinceShown;
     QPointer<QWidget> mainWindow;

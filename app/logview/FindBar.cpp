@@ -14,7 +14,7 @@
 namespace ferrolt {
 namespace {
 
-constexpr int verticalPadding = 6;
+constexpr int barPadding = 6;
 constexpr int endPadding = 6;  ///< brings the last button's text, not its edge, in line with the header
 constexpr int minButtonWidth = 28;
 constexpr int maxTextLength = 1000;
@@ -31,7 +31,7 @@ FindBar::FindBar(QWidget *parent)
     result->setMinimumWidth(1);
 
     auto *const row = new QHBoxLayout(this);
-    row->setContentsMargins(Theme::padding, verticalPadding, endPadding, verticalPadding + 1);
+    row->setContentsMargins(Theme::padding, barPadding, endPadding, barPadding + 1);
     row->setSpacing(Theme::spacing);
     row->addWidget(field, 1);
     row->addWidget(result);

@@ -16,8 +16,8 @@ namespace {
 
 constexpr int dotSize = 8;
 constexpr int spacing = 4;
-constexpr int paddingAcross = 8;
-constexpr int paddingAlong = 4;
+constexpr int horizontalPadding = 8;
+constexpr int verticalPadding = 4;
 constexpr qreal cornerRadius = 6;
 
 }  // namespace
@@ -49,8 +49,8 @@ QFont StatusBadge::captionFont() const {
 
 QSize StatusBadge::sizeHint() const {
     const QFontMetrics metrics(captionFont());
-    return {2 * paddingAcross + dotSize + spacing + metrics.horizontalAdvance(text()),
-            2 * paddingAlong + std::max(metrics.height(), dotSize)};
+    return {2 * horizontalPadding + dotSize + spacing + metrics.horizontalAdvance(text()),
+            2 * verticalPadding + std::max(metrics.height(), dotSize)};
 }
 
 bool StatusBadge::event(QEvent *event) {
@@ -67,11 +67,11 @@ void StatusBadge::paintEvent(QPaintEvent *) {
     painter.setPen(Qt::NoPen);
     painter.setBrush(color);
     const bool isMirrored = layoutDirection() == Qt::RightToLeft;
-    const qreal dotLeft = isMirrored ? width() - paddingAcross - dotSize : paddingAcross;
+    const qreal dotLeft = isMirrored ? width() - horizontalPadding - dotSize : horizontalPadding;
     painter.drawEllipse(QRectF(dotLeft, (height() - dotSize) / 2.0, dotSize, dotSize));
     painter.setPen(color);
     painter.setFont(captionFont());
-    const QRect textPlace = rect().adjusted(paddingAcross + dotSize + spacing, 0, -paddingAcross, 0);
+    const QRect textPlace = rect().adjusted(horizontalPadding + dotSize + spacing, 0, -horizontalPadding, 0);
     painter.drawText(QStyle::visualRect(layoutDirection(), rect(), textPlace),
                      Qt::AlignLeading | Qt::AlignVCenter, text());
 }

@@ -4,7 +4,7 @@
 
 namespace ferrolt {
 
-/// A small rounded card that says "Running" or "Stopped", with a dot before it.
+/// A small rounded card with a dot and the text "Running" or "Stopped". Main thread.
 class StatusBadge : public QWidget {
     Q_OBJECT
 

@@ -7,8 +7,8 @@ namespace ferrolt {
 void Announcement::speak() {
     if (!QAccessible::isActive() || !isVisible() || text().isEmpty())
         return;
-    // The one is an announcement by its name. Where it is not passed on, a notification is read as it
-    // appears.
+    // Alert is the event for announcements. Where it does not reach the screen reader, ObjectShow makes it
+    // read this as a notification.
     for (const QAccessible::Event kind : {QAccessible::Alert, QAccessible::ObjectShow}) {
         QAccessibleEvent event(this, kind);
         QAccessible::updateAccessibility(&event);

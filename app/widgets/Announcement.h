@@ -4,15 +4,14 @@
 
 namespace ferrolt {
 
-/// A text that comes up by itself, in answer to something that was done elsewhere: what has the keyboard is
-/// another thing, and a screen reader would say nothing of it.
+/// A text that appears while the focus is elsewhere, where a screen reader would not notice it.
 class Announcement : public ThemedLabel {
     Q_OBJECT
 
   public:
     using ThemedLabel::ThemedLabel;
 
-    /// Has screen readers say it now. Main thread.
+    /// Makes screen readers say the text now, if it is visible. Main thread.
     void speak();
 };
 

@@ -8,16 +8,18 @@ class QWidget;
 
 namespace ferrolt {
 
-/// Redraws a view after changes that are announced before they happen. However many announcements come in one
-/// turn of the event loop, the view is refreshed once, after all of them; while it is hidden, not at all, and
-/// then when it is shown, before its first paint. Main thread; a child of its view.
+/// Refreshes a view after changes that are announced before they happen. Batches the announcements of one
+/// turn of the event loop into one refresh. A hidden view is not refreshed until it is shown, before its
+/// first paint.
+///
+/// Main thread. Owned by the view.
 class ChangeFollower : public QObject {
     Q_OBJECT
 
   public:
     ChangeFollower(QWidget *view, std::function<void()> refresh);
 
-    /// To be connected to the announcement.
+    /// Connect the announcement to this.
     void changeAnnounced();
 
   protected:

@@ -9,7 +9,7 @@
 namespace ferrolt {
 namespace {
 
-constexpr int pointsOfCorner = 12;
+constexpr int stepsPerCorner = 12;
 
 }  // namespace
 
@@ -21,13 +21,14 @@ QPainterPath Drawing::continuousRectangle(const QRectF &rectangle, qreal radius)
         path.addRect(rectangle);
         return path;
     }
-    // Halfway round, the curve passes where the circle of the same radius does.
+    // The curve meets the circle of the same radius in the middle of the corner.
     const qreal removed = std::min(radius, reach) * (1 - 1 / std::numbers::sqrt2);
     const qreal exponent = -1 / std::log2(1 - removed / reach);
 
-    // The four corners in drawing order: where the corner's box has its inner corner, and the way out of it.
+    // In drawing order. `center` is where the circle's centre would be; the curve is in the direction of
+    // `outwardX` and `outwardY` from there.
     struct Corner {
-        QPointF inner;
+        QPointF center;
         qreal outwardX, outwardY;
         bool beginsAtSide;  ///< drawn from the vertical side to the horizontal one
     };
@@ -37,12 +38,12 @@ QPainterPath Drawing::continuousRectangle(const QRectF &rectangle, qreal radius)
                               {inner.bottomRight(), 1, 1, true},
                               {inner.bottomLeft(), -1, 1, false}};
     for (const Corner &corner : corners) {
-        for (int step = 0; step <= pointsOfCorner; ++step) {
-            const int along = corner.beginsAtSide ? step : pointsOfCorner - step;
-            const qreal angle = along * std::numbers::pi / 2 / pointsOfCorner;
+        for (int step = 0; step <= stepsPerCorner; ++step) {
+            const int along = corner.beginsAtSide ? step : stepsPerCorner - step;
+            const qreal angle = along * std::numbers::pi / 2 / stepsPerCorner;
             const qreal x = std::pow(std::max(std::cos(angle), 0.0), 2 / exponent) * reach;
             const qreal y = std::pow(std::max(std::sin(angle), 0.0), 2 / exponent) * reach;
-            const QPointF point = corner.inner + QPointF(corner.outwardX * x, corner.outwardY * y);
+            const QPointF point = corner.center + QPointF(corner.outwardX * x, corner.outwardY * y);
             if (path.elementCount() == 0)
                 path.moveTo(point);
             else
@@ -88,7 +89,7 @@ qreal Drawing::borderWidth(const QPainter &painter) {
 }
 
 QRectF Drawing::snapped(const QPainter &painter, const QRectF &rectangle) {
-    // A widget at an odd place starts between two device pixels when the scale factor is not whole.
+    // At a fractional scale factor a widget may begin between two device pixels.
     const QTransform toDevice = painter.deviceTransform();
     const QRectF device = toDevice.mapRect(rectangle);
     const QRectF whole(QPointF(std::round(device.left()), std::round(device.top())),

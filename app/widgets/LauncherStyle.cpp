@@ -15,7 +15,7 @@
 namespace ferrolt {
 namespace {
 
-constexpr qreal cornerRadius = 6;
+constexpr qreal controlRadius = 6;
 constexpr qreal ringWidth = 2;
 
 constexpr int scrollBarWidth = 14;
@@ -117,9 +117,9 @@ void drawFlatButton(const QStyleOptionButton &button, QPainter &painter) {
     const QPalette &palette = button.palette;
     const bool isEnabled = button.state.testFlag(QStyle::State_Enabled);
     if (isEnabled && (button.state & (QStyle::State_Sunken | QStyle::State_MouseOver)))
-        Drawing::fillRounded(painter, button.rect, cornerRadius, Theme::separator(palette));
+        Drawing::fillRounded(painter, button.rect, controlRadius, Theme::separator(palette));
     if (showsFocus(button))
-        drawRing(painter, button.rect, cornerRadius, Theme::accent(palette));
+        drawRing(painter, button.rect, controlRadius, Theme::accent(palette));
     drawLabel(painter, button, labelOf(button), button.rect, Qt::AlignHCenter,
               inkOf(button, Theme::primaryText(palette)));
 }
@@ -129,20 +129,20 @@ void drawPushButton(const QStyleOptionButton &button, QPainter &painter) {
     const bool isProminent = button.features.testFlag(QStyleOptionButton::DefaultButton) &&
                              button.state.testFlag(QStyle::State_Enabled);
     if (!isProminent) {
-        Drawing::fillRounded(painter, button.rect, cornerRadius,
+        Drawing::fillRounded(painter, button.rect, controlRadius,
                              shaded(Theme::controlBackground(palette), button.state));
         if (showsFocus(button))
-            drawRing(painter, button.rect, cornerRadius, Theme::accent(palette));
+            drawRing(painter, button.rect, controlRadius, Theme::accent(palette));
         else
-            Drawing::strokeRounded(painter, button.rect, cornerRadius, Theme::separator(palette));
+            Drawing::strokeRounded(painter, button.rect, controlRadius, Theme::separator(palette));
         drawLabel(painter, button, labelOf(button), button.rect, Qt::AlignHCenter,
                   inkOf(button, Theme::primaryText(palette)));
         return;
     }
     const QColor ink = Theme::onAccent(palette);
-    Drawing::fillRounded(painter, button.rect, cornerRadius, shaded(Theme::accent(palette), button.state));
+    Drawing::fillRounded(painter, button.rect, controlRadius, shaded(Theme::accent(palette), button.state));
     if (showsFocus(button))  // in the label's colour and off the edge: the accent colour would not show here
-        drawRing(painter, button.rect.adjusted(2, 2, -2, -2), cornerRadius - 2, ink);
+        drawRing(painter, button.rect.adjusted(2, 2, -2, -2), controlRadius - 2, ink);
     QFont font = painter.font();
     font.setWeight(QFont::Medium);
     painter.setFont(font);
@@ -152,23 +152,23 @@ void drawPushButton(const QStyleOptionButton &button, QPainter &painter) {
 void drawListRow(const QStyleOptionToolButton &row, QPainter &painter) {
     const QPalette &palette = row.palette;
     if (row.state & (QStyle::State_On | QStyle::State_Sunken))
-        Drawing::fillRounded(painter, row.rect, cornerRadius, Theme::selection(palette));
+        Drawing::fillRounded(painter, row.rect, controlRadius, Theme::selection(palette));
     if (showsFocus(row))
-        drawRing(painter, row.rect, cornerRadius, Theme::accent(palette));
+        drawRing(painter, row.rect, controlRadius, Theme::accent(palette));
     drawLabel(painter, row, labelOf(row), row.rect.adjusted(rowMargins.width(), 0, -rowMargins.width(), 0),
               Qt::AlignLeading, inkOf(row, palette.color(QPalette::ButtonText)));
 }
 
 void drawLineEdit(const QStyleOptionFrame &field, QPainter &painter) {
-    Drawing::fillRounded(painter, field.rect, cornerRadius, Theme::textBackground(field.palette));
+    Drawing::fillRounded(painter, field.rect, controlRadius, Theme::textBackground(field.palette));
     if (field.state.testFlag(QStyle::State_HasFocus))
-        drawRing(painter, field.rect, cornerRadius, Theme::accent(field.palette));
+        drawRing(painter, field.rect, controlRadius, Theme::accent(field.palette));
     else
-        Drawing::strokeRounded(painter, field.rect, cornerRadius, Theme::separator(field.palette));
+        Drawing::strokeRounded(painter, field.rect, controlRadius, Theme::separator(field.palette));
 }
 
 /// The background that the scroll bar's area has beside it.
-QColor groundOf(const QWidget *scrollBar, const QPalette &palette) {
+QColor backgroundOf(const QWidget *scrollBar, const QPalette &palette) {
     const QWidget *parent = scrollBar;
     while (parent != nullptr && qobject_cast<const QAbstractScrollArea *>(parent) == nullptr)
         parent = parent->parentWidget();
@@ -192,16 +192,16 @@ QRect handleOf(const QStyleOptionSlider &bar) {
 }
 
 void drawScrollBar(const QStyleOptionSlider &bar, QPainter &painter, const QWidget *widget) {
-    const QColor ground = groundOf(widget, bar.palette);
+    const QColor ground = backgroundOf(widget, bar.palette);
     painter.fillRect(bar.rect, ground);
     if (bar.maximum <= bar.minimum)
         return;
-    const bool isHeld = bar.activeSubControls.testFlag(QStyle::SC_ScrollBarSlider) &&
-                        (bar.state & (QStyle::State_Sunken | QStyle::State_MouseOver));
+    const bool isActive = bar.activeSubControls.testFlag(QStyle::SC_ScrollBarSlider) &&
+                          (bar.state & (QStyle::State_Sunken | QStyle::State_MouseOver));
     const QRect handle = QStyle::visualRect(bar.direction, bar.rect, handleOf(bar))
                              .adjusted(handleMargin, handleMargin, -handleMargin, -handleMargin);
     Drawing::fillRounded(painter, handle, (scrollBarWidth - 2 * handleMargin) / 2.0,
-                         Theme::handleOn(ground, isHeld));
+                         isActive ? Theme::activeHandleOn(ground) : Theme::handleOn(ground));
 }
 
 QRect partOfScrollBar(const QStyleOptionSlider &bar, QStyle::SubControl part) {
@@ -237,6 +237,7 @@ QRect partOfScrollBar(const QStyleOptionSlider &bar, QStyle::SubControl part) {
 LauncherStyle::LauncherStyle() : QProxyStyle(QStringLiteral("fusion")) {}
 
 void LauncherStyle::install() {
+    Q_ASSERT(qApp);
     if (QApplication::style()->name() == QStringLiteral("fusion"))
         QApplication::setStyle(new LauncherStyle);
 }
@@ -301,7 +302,7 @@ void LauncherStyle::drawControl(ControlElement element, const QStyleOption *opti
         // The panes' own borders divide them.
     } else if (element == CE_MenuItem && item != nullptr && item->state.testFlag(State_Selected) &&
                item->state.testFlag(State_Enabled)) {
-        Drawing::fillRounded(*painter, item->rect.adjusted(menuMargin, 0, -menuMargin, 0), cornerRadius - 2,
+        Drawing::fillRounded(*painter, item->rect.adjusted(menuMargin, 0, -menuMargin, 0), controlRadius - 2,
                              Theme::accent(item->palette));
         QStyleOptionMenuItem label(*item);
         label.state &= ~State_Selected;  // Fusion would fill the whole width

@@ -20,17 +20,17 @@ bool isLineBreak(QChar character) {
     }
 }
 
-bool mustGo(QChar character) {
+bool isForbidden(QChar character) {
     return character.isNull() || isLineBreak(character);
 }
 
 }  // namespace
 
 void SingleLineText::makeSingleLine(QString &text, int &cursor) {
-    if (std::none_of(text.cbegin(), text.cend(), mustGo))
+    if (std::none_of(text.cbegin(), text.cend(), isForbidden))
         return;
-    const auto begin = std::find_if_not(text.cbegin(), text.cend(), mustGo);
-    const auto end = std::find_if_not(text.crbegin(), text.crend(), mustGo).base();
+    const auto begin = std::find_if_not(text.cbegin(), text.cend(), isForbidden);
+    const auto end = std::find_if_not(text.crbegin(), text.crend(), isForbidden).base();
     QString line;
     line.reserve(text.size());
     qsizetype newCursor = 0;

@@ -4,15 +4,15 @@
 
 namespace ferrolt {
 
-/// Turns whatever is put into a text field into one line, and accepts it.
+/// A validator that turns any text into a single line and accepts it.
 class SingleLineText : public QValidator {
     Q_OBJECT
 
   public:
     using QValidator::QValidator;
 
-    /// Replaces a line break (CR LF counts as one) within `text` by a space and drops those at either end, as
-    /// well as every NUL. `cursor` stays before the character that it was before.
+    /// Replaces each line break (CR LF is one) in `text` by a space, and removes line breaks at either end
+    /// and NULs. `cursor` stays before the same character.
     static void makeSingleLine(QString &text, int &cursor);
 
     State validate(QString &text, int &cursor) const override;

@@ -9,7 +9,8 @@
 
 namespace ferrolt {
 
-SymbolView::SymbolView(Symbol symbol, FontRole fontRole, ColorRole colorRole, int frameWidth, QWidget *parent)
+SymbolView::SymbolView(Symbol symbol, Theme::FontRole fontRole, Theme::ColorRole colorRole, int frameWidth,
+                       QWidget *parent)
     : QWidget(parent), symbol(symbol), fontRole(fontRole), colorRole(colorRole), frameWidth(frameWidth) {
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
 }

@@ -1,24 +1,22 @@
 #pragma once
 
 #include "Symbols.h"
+#include "Theme.h"
 
 #include <QWidget>
 
 namespace ferrolt {
 
-/// A symbol beside a text, in one of Theme's colours and as large as the text's font asks for.
+/// A symbol beside a text, in one of Theme's colours and in the size of the text's font.
 class SymbolView : public QWidget {
     Q_OBJECT
 
   public:
-    using FontRole = QFont (*)();
-    using ColorRole = QColor (*)(const QPalette &);
-
-    /// `frameWidth` is how much room the symbol takes sideways, centred in it; 0 for as much as it needs.
-    SymbolView(Symbol symbol, FontRole fontRole, ColorRole colorRole, int frameWidth = 0,
+    /// The symbol is centred in `frameWidth` logical pixels; 0 stands for the symbol's own width.
+    SymbolView(Symbol symbol, Theme::FontRole fontRole, Theme::ColorRole colorRole, int frameWidth = 0,
                QWidget *parent = nullptr);
 
-    /// How wide and high a symbol is beside a text in that font.
+    /// The width and height of a symbol beside a text in `font`, in logical pixels.
     static int sideBeside(const QFont &font);
 
     QSize sizeHint() const override;
@@ -30,8 +28,8 @@ class SymbolView : public QWidget {
 
   private:
     Symbol symbol;
-    FontRole fontRole;
-    ColorRole colorRole;
+    Theme::FontRole fontRole;
+    Theme::ColorRole colorRole;
     int frameWidth;
 };
 

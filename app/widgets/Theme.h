@@ -6,14 +6,16 @@
 
 namespace ferrolt {
 
-/// The window's colours, type and distances by role. Colours are derived from the palette at hand, so they
-/// are right on a dark desktop as on a light one, and right again after the user switches: ask for them while
-/// painting, or again on QEvent::PaletteChange. Fonts likewise, or again on QEvent::FontChange, which comes
-/// only to widgets that have no font of their own.
+/// The window's colours, fonts and distances by role. Colours are derived from a palette and suit dark and
+/// light desktops. Do not keep colours or fonts: ask for them while painting, or again on
+/// QEvent::PaletteChange and QEvent::FontChange (a widget with a font of its own gets no FontChange).
 ///
 /// Main thread, after the application object was created.
 class Theme {
   public:
+    using ColorRole = QColor (*)(const QPalette &);
+    using FontRole = QFont (*)();
+
     static bool isDark(const QPalette &palette);
 
     static QColor windowBackground(const QPalette &palette);
@@ -23,18 +25,20 @@ class Theme {
     /// Text fields and logs.
     static QColor textBackground(const QPalette &palette);
     static QColor separator(const QPalette &palette);
-    /// The desktop's own, shifted where needed until it reads as text on the window background.
+    /// The desktop's accent colour, with enough contrast for text on the window background.
     static QColor accent(const QPalette &palette);
-    /// The accent colour as text on a `background` other than the window's.
+    /// The accent colour with enough contrast for text on `background`.
     static QColor accentOn(const QPalette &palette, const QColor &background);
     /// Text and symbols on a surface of the accent colour.
     static QColor onAccent(const QPalette &palette);
-    /// A scroll bar's handle on a `background`; `isHeld` for one that the pointer is at.
-    static QColor handleOn(const QColor &background, bool isHeld);
-    /// The surface behind the selected entry of a list.
+    /// A scroll bar's handle, at least 3:1 against `background`.
+    static QColor handleOn(const QColor &background);
+    /// The handle under the pointer, at least 5:1.
+    static QColor activeHandleOn(const QColor &background);
+    /// The background of a list's selected row.
     static QColor selection(const QPalette &palette);
     static QColor primaryText(const QPalette &palette);
-    /// On the text background: a desktop's views may be dark where its windows are light.
+    /// Text on textBackground(). Some desktops have dark views in light windows.
     static QColor logText(const QPalette &palette);
     static QColor secondaryText(const QPalette &palette);
     static QColor green(const QPalette &palette);
@@ -53,11 +57,11 @@ class Theme {
     static constexpr int padding = 16;
     static constexpr int spacing = 8;
 
-    /// The palettes for a desktop that gives none of its own.
+    /// The palettes for a desktop that provides none.
     static QPalette lightPalette();
     static QPalette darkPalette();
 
-    /// How well the one reads on the other, from 1 (not at all) to 21, as WCAG 2 defines it.
+    /// The contrast ratio of WCAG 2, from 1 to 21.
     static double contrast(const QColor &first, const QColor &second);
 };
 

@@ -13,15 +13,16 @@ constexpr int unbounded = std::numeric_limits<short>::max();
 
 }  // namespace
 
-ThemedLabel::ThemedLabel(const QString &text, FontRole fontRole, ColorRole colorRole, QWidget *parent)
+ThemedLabel::ThemedLabel(const QString &text, Theme::FontRole fontRole, Theme::ColorRole colorRole,
+                         QWidget *parent)
     : QLabel(parent), fontRole(fontRole), colorRole(colorRole) {
     setTextFormat(Qt::PlainText);
     setText(text);
 }
 
 int ThemedLabel::flags() const {
-    // All texts are English. In a layout from right to left only their place is another: a full stop stays at
-    // the end, and "1 of 2" is no "of 2 1".
+    // All texts are English. A right-to-left layout moves them but must not reorder them: "1 of 2" would
+    // become "of 2 1".
     return static_cast<int>(QStyle::visualAlignment(layoutDirection(), alignment())) |
            Qt::TextForceLeftToRight | (wordWrap() ? Qt::TextWordWrap : Qt::TextSingleLine);
 }
@@ -40,7 +41,7 @@ QSize ThemedLabel::sizeHint() const {
 QSize ThemedLabel::minimumSizeHint() const {
     if (!wordWrap())
         return sizeHint();
-    // As narrow as its longest word.
+    // The width of the longest word.
     const QFontMetrics metrics(fontRole());
     return QSize(metrics.boundingRect(0, 0, 1, unbounded, flags(), text()).width(), sizeHint().height()) +
            QSize(marginSize().width(), 0);

@@ -1,23 +1,19 @@
 #pragma once
 
+#include "Theme.h"
+
 #include <QLabel>
-#include <QPalette>
 
 namespace ferrolt {
 
-/// A text in one of Theme's fonts and colours that follows the desktop's font and palette. Shown as it is: no
-/// markup, no mnemonics.
-///
-/// Both are asked for while measuring and painting. A font or a palette of the widget's own would not hear of
-/// the desktop's next one.
+/// A plain text, without markup or mnemonics, in one of Theme's fonts and colours. It asks for them whenever
+/// it measures and paints: with a font or palette of its own, a widget would not follow the desktop's.
 class ThemedLabel : public QLabel {
     Q_OBJECT
 
   public:
-    using FontRole = QFont (*)();
-    using ColorRole = QColor (*)(const QPalette &);
-
-    ThemedLabel(const QString &text, FontRole fontRole, ColorRole colorRole, QWidget *parent = nullptr);
+    ThemedLabel(const QString &text, Theme::FontRole fontRole, Theme::ColorRole colorRole,
+                QWidget *parent = nullptr);
 
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
@@ -30,8 +26,8 @@ class ThemedLabel : public QLabel {
     int flags() const;
     QSize marginSize() const;
 
-    FontRole fontRole;
-    ColorRole colorRole;
+    Theme::FontRole fontRole;
+    Theme::ColorRole colorRole;
 };
 
 }  // namespace ferrolt
