@@ -2,6 +2,7 @@
 
 #include "ContentView.h"
 #include "HomeLogView.h"
+#include "LauncherStyle.h"
 #include "Listener.h"
 #include "LogConsoleView.h"
 #include "LogTextArea.h"
@@ -41,6 +42,7 @@ struct Scene {
             fill(LogTarget::Lumora, 65536);
         if (!fillsItself(client))
             fill(LogTarget::QorClient, 65536);
+        LauncherStyle::install();
         window = std::make_unique<MainWindow>(launcher.vars, launcher.time, std::make_shared<QtClipboard>(),
                                               state.filePath(QStringLiteral("window.json")));
         window->resize(1000, 640);
