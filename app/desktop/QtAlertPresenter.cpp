@@ -1,5 +1,6 @@
 #include "QtAlertPresenter.h"
 
+#include "MainQueue.h"
 #include "Symbols.h"
 #include "Theme.h"
 
@@ -80,6 +81,7 @@ QtAlertPresenter::~QtAlertPresenter() {
 }
 
 void QtAlertPresenter::present(const Alert &alert, std::function<void()> dismissed) {
+    Q_ASSERT(MainQueue::isMainThread());
     pending.push_back({alert, std::move(dismissed)});
     if (!box)
         showNext();
@@ -122,6 +124,7 @@ void QtAlertPresenter::showNext() {
 }
 
 void QtAlertPresenter::setMainWindow(QWidget *window) {
+    Q_ASSERT(window != nullptr && mainWindow == nullptr);
     mainWindow = window;
     window->installEventFilter(this);
     connect(qApp, &QGuiApplication::focusWindowChanged, this, [this](const QWindow *focused) {

@@ -10,6 +10,7 @@ namespace ferrolt {
 
 ChangeFollower::ChangeFollower(QWidget *view, std::function<void()> refresh)
     : QObject(view), view(view), refresh(std::move(refresh)) {
+    Q_ASSERT(this->refresh);
     view->installEventFilter(this);
 }
 

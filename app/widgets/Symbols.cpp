@@ -8,6 +8,7 @@
 #include <QPalette>
 #include <QPixmapCache>
 #include <QSvgRenderer>
+#include <QThread>
 
 #include <algorithm>
 #include <utility>
@@ -124,6 +125,9 @@ class ApplicationIconEngine : public QIconEngine {
 }  // namespace
 
 QPixmap symbolPixmap(Symbol symbol, QSize logicalSize, const QColor &tint, qreal devicePixelRatio) {
+    // The cache of pixmaps serves the main thread only.
+    Q_ASSERT(QCoreApplication::instance() != nullptr &&
+             QThread::currentThread() == QCoreApplication::instance()->thread());
     const QSize pixels = (QSizeF(logicalSize) * devicePixelRatio).toSize();
     if (pixels.isEmpty())
         return QPixmap();
