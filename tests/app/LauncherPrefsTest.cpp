@@ -26,11 +26,11 @@ using namespace std::chrono_literals;
 class LauncherPrefsTest : public QObject {
     Q_OBJECT
 
-    /// The form by itself, over a configuration of its own.
+    /// The form without a window around it, with its own configuration file.
     struct Form {
         TestTree tree;
         std::shared_ptr<ManualTime> time = std::make_shared<ManualTime>();
-        // A request is on its way still when the form that made it has gone.
+        // Shared: a queued start may run after the form was destroyed.
         std::shared_ptr<int> starts = std::make_shared<int>();
         std::unique_ptr<LauncherPrefs> prefs;
 
@@ -202,7 +202,7 @@ class LauncherPrefsTest : public QObject {
 
     void theSuccessLineComesAlsoWhenTheFileCannotBeWritten() {
         Form form;
-        // A file where the folder should be.
+        // A file stands where the folder should be.
         TestTree::write(form.tree.path() / "home/.qor", "in the way");
         form.press();
         QTRY_COMPARE(form.statusLine(), success);
@@ -366,7 +366,7 @@ class LauncherPrefsTest : public QObject {
         QVERIFY(!scrollArea->verticalScrollBar()->isVisible());
         form.prefs->resize(560, 160);
         QTRY_VERIFY(scrollArea->verticalScrollBar()->isVisible());
-        // The keyboard brings into view what it goes to.
+        // A control that gets the focus is scrolled into view.
         form.email()->setFocus();
         for (int i = 0; i < 3; ++i)
             QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);

@@ -31,7 +31,7 @@ void waitFor(const std::function<bool()> &condition) {
         qFatal("what was to be pictured did not come");
 }
 
-/// Saves what the widget looks like once nothing moves in it any more.
+/// Saves a picture of the widget once it has stopped changing.
 void save(QWidget &widget, const QString &name) {
     QImage last;
     int unchanged = 0;
@@ -71,7 +71,7 @@ void takeHome(const QString &prefix) {
                                 LogTarget::Lumora);
     }
     LogConsoleView *console = window.findChild<HomeLogView *>()->lumoraConsole();
-    // A movement to the newest entry would take the hit off the screen again.
+    // Scrolling to the newest entry would move the hit off the screen.
     const QScrollBar *const bar = console->textArea().verticalScrollBar();
     waitFor([&] {
         return bar->maximum() > 1000 && bar->maximum() - bar->value() < 50 &&
@@ -95,7 +95,7 @@ void takeSettings(const QString &prefix) {
     save(window, prefix + "settings-applied");
 }
 
-/// Null while there is none. One that comes by itself is not modal while the user works elsewhere.
+/// Null if none is shown. Not activeModalWidget(): a warning may be shown without being modal.
 QMessageBox *shownAlert() {
     for (QWidget *const window : QApplication::topLevelWidgets())
         if (auto *const box = qobject_cast<QMessageBox *>(window); box != nullptr && box->isVisible())
@@ -125,12 +125,12 @@ void takeAlerts(const QString &prefix) {
         waitFor([] { return shownAlert() != nullptr; });
         QMessageBox *const box = shownAlert();
         save(*box, prefix + name);
-        QTest::mouseClick(box->defaultButton(), Qt::LeftButton);  // keys are ignored at first
+        QTest::mouseClick(box->defaultButton(), Qt::LeftButton);  // keys are ignored in the first second
         waitFor([&] { return shownAlert() != box; });
     }
 }
 
-/// Everything in one palette at one font size.
+/// Takes all pictures in one palette and font size.
 int take(const QString &folder, const QString &palette, qreal points) {
     LauncherStyle::install();
     QFont font = QApplication::font();
@@ -146,8 +146,7 @@ int take(const QString &folder, const QString &palette, qreal points) {
 
 }  // namespace
 
-/// Leaves pictures of the windows in the build folder, to be looked at. Checks what a program can see of
-/// them.
+/// Leaves pictures of the windows in the build folder for people to look at, and checks some of their pixels.
 class PicturesTest : public QObject {
     Q_OBJECT
 
@@ -156,7 +155,7 @@ class PicturesTest : public QObject {
         QTest::addColumn<QString>("palette");
         QTest::addColumn<qreal>("scale");
         QTest::addColumn<qreal>("points");
-        if (FERROLT_SANITIZED) {  // the others take the same way, some of them ten times as long
+        if (FERROLT_SANITIZED) {  // the others run the same code, some for ten times as long
             QTest::addRow("dark-1x") << "dark" << 1.0 << 10.0;
             return;
         }
@@ -205,7 +204,7 @@ class PicturesTest : public QObject {
             QCOMPARE(at(600, 480), name.startsWith("settings") ? Theme::windowBackground(colors)
                                                                : Theme::textBackground(colors));
         }
-        // The hit that the search stands at is in view, in the colour that it has alone.
+        // The current hit is in view. No other text has its colour.
         const QImage found(folder.filePath("full-console-find.png"));
         int ofTheHit = 0;
         for (int y = 0; y < found.height(); ++y) {

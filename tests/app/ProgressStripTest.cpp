@@ -22,7 +22,7 @@ class ProgressStripTest : public QObject {
         return {Phase::Downloading, version, done, total};
     }
 
-    /// How many pixels of the bar's row are of the accent colour, and the first of them.
+    /// The number of pixels in the bar's row that have the accent colour, and the first one.
     static std::pair<int, int> filled(ProgressStrip &strip) {
         const QImage image = strip.grab().toImage();
         const QRgb accent = Theme::accent(strip.palette()).rgb();

@@ -9,9 +9,9 @@
 
 namespace ferrolt {
 
-/// Where in a part of a picture a symbol of that side stands in that colour: the first place at which the
-/// picture has the colour wherever the symbol is solid, and nowhere where it is clear. For pictures with one
-/// pixel for each unit.
+/// Finds a symbol of `side` pixels in the colour `tint`: the first place in `within` where the picture has
+/// the colour at all opaque pixels of the symbol and at none of its transparent ones. For pictures at
+/// scale 1.
 inline std::optional<QPoint> placeOfSymbol(const QImage &picture, const QRect &within, int side,
                                            Symbol symbol, const QColor &tint) {
     const QImage wanted =
@@ -39,7 +39,7 @@ inline std::optional<QPoint> placeOfSymbol(const QImage &picture, const QRect &w
     return std::nullopt;
 }
 
-/// Whether some pixel in a part of a picture has that colour.
+/// Whether any pixel in `within` has that colour.
 inline bool hasColor(const QImage &picture, const QRect &within, const QColor &color) {
     const QRect part = within & picture.rect();
     for (int y = part.top(); y <= part.bottom(); ++y) {

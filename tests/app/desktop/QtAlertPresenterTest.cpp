@@ -52,7 +52,7 @@ class QtAlertPresenterTest : public QObject {
                            .button = "Exit"},
                           [&] { dismissed = true; });
         QMessageBox *box = shown();
-        QVERIFY(box);  // and present() has returned
+        QVERIFY(box);  // shown, though present() has returned
         QVERIFY(QTest::qWaitForWindowActive(box));
         QCOMPARE(box->windowModality(), Qt::ApplicationModal);
         QVERIFY(!box->parent());
@@ -219,7 +219,7 @@ class QtAlertPresenterTest : public QObject {
         const QPointer<QMessageBox> box = shown();
         QVERIFY(QTest::qWaitForWindowExposed(box));
         QCOMPARE(box->windowHandle()->transientParent() != nullptr, isShownBefore);
-        // It closes, the alert stays, and it comes back.
+        // The window is closed, the alert stays, and the window is shown again.
         window.close();
         QCoreApplication::processEvents();
         QCOMPARE(shown(), box.data());
@@ -231,7 +231,7 @@ class QtAlertPresenterTest : public QObject {
         QTRY_COMPARE(dismissed, 1);
     }
 
-    /// An alert may stand for days.
+    /// An alert may be shown for days.
     void anAlertThatStandsFollowsThePaletteAndTheFont() {
         ApplicationLook look;
         QtAlertPresenter presenter;

@@ -15,7 +15,7 @@
 using namespace ferrolt;
 using namespace std::chrono_literals;
 
-/// What comes up while the keyboard is at something else, of which alone a screen reader would tell.
+/// Texts that appear while the focus is elsewhere, where a screen reader would not notice them.
 class AnnouncementTest : public QObject {
     Q_OBJECT
 
@@ -73,7 +73,7 @@ class AnnouncementTest : public QObject {
         QTest::keyClicks(field, QStringLiteral("line 1"));
         QTRY_COMPARE(told.events(label, QAccessible::Alert).size(), 1);
         QCOMPARE(alerts("1 of 11"), 1);
-        // What the log makes of it by itself is not told.
+        // A result that changes because the log grew is not spoken.
         console.append("line 1\n");
         QTRY_COMPARE(label->text(), QString("1 of 12"));
         QTest::keyClick(field, Qt::Key_Return);
@@ -100,7 +100,7 @@ class AnnouncementTest : public QObject {
         QTRY_COMPARE(alerts(success), 1);
         QTest::mouseClick(button, Qt::LeftButton);
         QCoreApplication::processEvents();
-        QCOMPARE(alerts(success), 1);  // it stands there still
+        QCOMPARE(alerts(success), 1);  // it is still shown
         time->advance(3s);
         QTRY_VERIFY(!named(prefs, success)->isVisible());
         QTest::mouseClick(button, Qt::LeftButton);

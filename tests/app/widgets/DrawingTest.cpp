@@ -8,7 +8,7 @@ using namespace ferrolt;
 class DrawingTest : public QObject {
     Q_OBJECT
 
-    /// A canvas of 100 by 60 logical pixels, and a painter that starts where a widget at an odd place does.
+    /// A canvas of 100 by 60 logical pixels. `origin` is where a widget in it begins.
     struct Canvas {
         explicit Canvas(qreal scale, QPointF origin = {})
             : image(qRound(100 * scale), qRound(60 * scale), QImage::Format_ARGB32_Premultiplied) {
@@ -79,7 +79,7 @@ class DrawingTest : public QObject {
         const qreal cut = radius * (1 - 1 / std::sqrt(2.0));
         QVERIFY(!path.contains(QPointF(cut - 0.2, cut - 0.2)));
         QVERIFY(path.contains(QPointF(cut + 0.2, cut + 0.2)));
-        // It begins to bend earlier than a circle would, which is the point of it.
+        // It begins to bend earlier than a circle would.
         QVERIFY(!path.contains(QPointF(radius, 0.01)));
         QVERIFY(path.contains(QPointF(radius * 1.5, 0.01)));
         QCOMPARE(path.boundingRect(), QRectF(0, 0, 100, 60));

@@ -17,7 +17,7 @@ using namespace ferrolt;
 class LauncherStyleTest : public QObject {
     Q_OBJECT
 
-    /// A page that is three times as high as its view.
+    /// A scroll area with a page three times as high as the view.
     struct Scene {
         QScrollArea area;
         Scene() {
@@ -60,7 +60,7 @@ class LauncherStyleTest : public QObject {
         QCOMPARE(ground, Theme::windowBackground(palette));
         const double contrast = Theme::contrast(s.colourAt(50), ground);
         QVERIFY2(contrast >= 3, qPrintable(QString::number(contrast)));
-        // It shows how much there is, and where one is.
+        // Its length and place show the visible part of the page.
         QCOMPARE(s.partOf(QStyle::SC_ScrollBarSlider), QRect(0, 0, s.bar().width(), 100));
         s.bar().setValue(s.bar().maximum());
         QTRY_COMPARE(s.colourAt(50), ground);
@@ -72,7 +72,7 @@ class LauncherStyleTest : public QObject {
         QVERIFY(s.isShown());
         QVERIFY(s.partOf(QStyle::SC_ScrollBarAddLine).isEmpty());
         QVERIFY(s.partOf(QStyle::SC_ScrollBarSubLine).isEmpty());
-        // A click at the very end goes on by a page.
+        // A click at the end scrolls by a page.
         QTest::mouseClick(&s.bar(), Qt::LeftButton, {}, QPoint(7, s.bar().height() - 1));
         QCOMPARE(s.bar().value(), s.bar().pageStep());
         QTest::mouseClick(&s.bar(), Qt::LeftButton, {}, QPoint(7, 0));
@@ -112,6 +112,55 @@ class LauncherStyleTest : public QObject {
         QTest::keyClick(&other, Qt::Key_Backtab, Qt::ShiftModifier);
         QTRY_VERIFY(button.hasFocus());
         QVERIFY(button.grab().toImage() != plain);
+    }
+
+    void aDisabledDefaultButtonIsNotFilled() {
+        QApplication::setPalette(Theme::lightPalette());
+        QPushButton button("Save");
+        button.setDefault(true);
+        button.setEnabled(false);
+        QCOMPARE(button.grab().toImage().pixelColor(6, button.height() / 2),
+                 Theme::controlBackground(Theme::lightPalette()));
+    }
+
+    void aFlatButtonHasASurfaceOnlyUnderThePointer() {
+        QApplication::setPalette(Theme::lightPalette());
+        QWidget window;
+        QPushButton button("Done", &window);
+        button.setFlat(true);
+        button.setAutoDefault(true);  // and so the default one while it has the focus
+        window.resize(300, 100);
+        window.show();
+        window.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        QTest::mouseMove(window.windowHandle(), QPoint(250, 80));
+        button.setFocus();
+        const auto surface = [&] { return window.grab().toImage().pixelColor(6, button.height() / 2); };
+        QTRY_COMPARE(surface(), Theme::windowBackground(Theme::lightPalette()));
+        QTest::mouseMove(window.windowHandle(), button.geometry().center());
+        QTRY_COMPARE(surface(), Theme::separator(Theme::lightPalette()));
+    }
+
+    void aClickAfterTabLeavesNoFocusRing() {
+        QWidget window;
+        QPushButton first("First", &window);
+        QPushButton second("Second", &window);
+        second.move(150, 0);
+        window.resize(300, 100);
+        window.show();
+        window.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        const auto edge = [&] { return window.grab().toImage().pixelColor(151, second.height() / 2); };
+        first.setFocus();
+        const QColor without = edge();
+        QTest::keyClick(&first, Qt::Key_Tab);
+        QVERIFY(second.hasFocus());
+        QVERIFY(edge() != without);
+        QTest::mouseClick(&first, Qt::LeftButton);
+        QTest::mouseClick(&second, Qt::LeftButton);
+        QVERIFY(second.hasFocus());
+        QTest::mouseMove(window.windowHandle(), QPoint(20, 80));
+        QTRY_COMPARE(edge(), without);
     }
 
     void theDesktopsOwnStyleStays() {

@@ -18,13 +18,13 @@ using namespace ferrolt;
 class TextFieldTest : public QObject {
     Q_OBJECT
 
-    /// Pastes as a user does.
+    /// Pastes with the keyboard.
     static void paste(TextField &field, const QString &text) {
         QApplication::clipboard()->setText(text);
         QTest::keySequence(&field, QKeySequence::Paste);
     }
 
-    /// As a click does.
+    /// Clicks a menu item.
     static void choose(QMenu *menu, const QString &text) {
         QVERIFY(menu);
         for (QAction *action : menu->actions()) {
@@ -63,7 +63,7 @@ class TextFieldTest : public QObject {
         paste(field, text);
         QTest::keyClicks(&field, "z");
         field.repaint();
-        // Far above what it takes, also under a sanitizer; far below what anybody would call hanging.
+        // Far more than it takes, even with a sanitizer; far less than a freeze.
         QVERIFY2(took.elapsed() < 20000, qPrintable(QString("%1 ms").arg(took.elapsed())));
         QCOMPARE(field.text(), text.replace("\r\n", " ") + "z");
     }
@@ -112,7 +112,7 @@ class TextFieldTest : public QObject {
         show(field);
         field.setText("ada@example.org");
         field.selectAll();
-        // The menu offers what is there when it opens, and the owner goes meanwhile.
+        // The clipboard's owner ends while the menu is open.
         QApplication::clipboard()->setText("soon gone");
         QMenu *menu = nullptr;
         if (keys.isEmpty()) {

@@ -44,7 +44,7 @@ class ThemeTest : public QObject {
             for (const auto &[palette, wanted] :
                  {std::pair(Theme::lightPalette(), row.light), {Theme::darkPalette(), row.dark}}) {
                 const QColor color = row.role(palette);
-                // Roles that are derived come near; nobody sees a difference of a few steps.
+                // Derived roles come close; a difference of a few steps is invisible.
                 for (const int difference : {color.red() - qRed(wanted), color.green() - qGreen(wanted),
                                              color.blue() - qBlue(wanted)})
                     QVERIFY2(qAbs(difference) <= 4,
