@@ -20,6 +20,7 @@
 #include <QScreen>
 #include <QScrollBar>
 #include <QStyle>
+#include <QStyleOptionFocusRect>
 #include <QTimerEvent>
 #include <QWindow>
 
@@ -296,8 +297,12 @@ void LogTextArea::paintEvent(QPaintEvent *event) {
         .left = geometry.textLeft(),
         .width = geometry.textWidth()};
     logPainter.paint(painter, rows);
-    if (active && focusRing.isShown())
-        FocusRing::draw(painter, viewport()->rect(), 0, palette());
+    if (active) {
+        QStyleOptionFocusRect focus;
+        focus.initFrom(this);
+        focus.rect = viewport()->rect();
+        style()->drawPrimitive(QStyle::PE_FrameFocusRect, &focus, &painter, this);
+    }
 }
 
 void LogTextArea::setHits(HitsOfRow hitsOfRow) {
@@ -457,13 +462,11 @@ void LogTextArea::offerSelection() {
 // The keyboard.
 
 void LogTextArea::focusInEvent(QFocusEvent *event) {
-    focusRing.focusIn(event->reason());
     QAbstractScrollArea::focusInEvent(event);
     viewport()->update();
 }
 
 void LogTextArea::focusOutEvent(QFocusEvent *event) {
-    focusRing.focusOut(event->reason());
     QAbstractScrollArea::focusOutEvent(event);
     viewport()->update();
 }

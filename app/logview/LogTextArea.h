@@ -2,7 +2,6 @@
 
 #include "Clipboard.h"
 #include "ConsoleFont.h"
-#include "FocusRing.h"
 #include "LogCaret.h"
 #include "LogFollower.h"
 #include "LogGeometry.h"
@@ -143,7 +142,6 @@ class LogTextArea : public QAbstractScrollArea {
     QBasicTimer refreshTimer;
     QElapsedTimer sinceRefresh;
     QBasicTimer countTimer;
-    FocusRing focusRing;
 };
 
 }  // namespace ferrolt
