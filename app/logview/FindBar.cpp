@@ -10,6 +10,7 @@
 #include <QKeyEvent>
 #include <QPainter>
 #include <QPushButton>
+#include <QToolButton>
 
 namespace ferrolt {
 namespace {
@@ -27,6 +28,8 @@ FindBar::FindBar(QWidget *parent)
       result(new Announcement(QString(), Theme::body, Theme::secondaryText, this)) {
     field->setMaxLength(maxTextLength);
     field->installEventFilter(this);
+    field->setClearButtonEnabled(true);
+    field->findChild<QToolButton *>()->setAccessibleName(tr("Clear"));  // Qt 6.4 gives it none
     result->setObjectName(QStringLiteral("findResult"));
     result->setMinimumWidth(1);
 
@@ -57,13 +60,6 @@ QPushButton *FindBar::addButton(void (FindBar::*pressed)()) {
     layout()->addWidget(button);
     connect(button, &QPushButton::clicked, this, pressed);
     return button;
-}
-
-void FindBar::showEvent(QShowEvent *event) {
-    QWidget::showEvent(event);
-    // Not in the constructor: Qt searches the desktop's icon themes for the clear button's icon, which would
-    // delay the program's start.
-    field->setClearButtonEnabled(true);
 }
 
 QString FindBar::text() const {

@@ -34,7 +34,6 @@ class FindBar : public QWidget {
   protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
-    void showEvent(QShowEvent *event) override;
 
   private:
     QPushButton *addButton(void (FindBar::*pressed)());

@@ -2,6 +2,7 @@
 
 #include "Drawing.h"
 #include "SymbolView.h"
+#include "Symbols.h"
 #include "Theme.h"
 
 #include <QAbstractScrollArea>
@@ -375,6 +376,14 @@ int LauncherStyle::pixelMetric(PixelMetric metric, const QStyleOption *option, c
         default:
             return QProxyStyle::pixelMetric(metric, option, widget);
     }
+}
+
+QIcon LauncherStyle::standardIcon(StandardPixmap icon, const QStyleOption *option,
+                                  const QWidget *widget) const {
+    // Qt 6.4's own is a picture of one size, which it looks for in the icon themes first.
+    if (icon == SP_LineEditClearButton)
+        return symbolIcon(Symbol::XmarkCircle, Theme::secondaryText);
+    return QProxyStyle::standardIcon(icon, option, widget);
 }
 
 int LauncherStyle::styleHint(StyleHint hint, const QStyleOption *option, const QWidget *widget,

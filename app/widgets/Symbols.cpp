@@ -50,6 +50,8 @@ QString fileOf(Symbol symbol) {
             return QStringLiteral("exclamationmark.triangle.fill");
         case Symbol::ErrorOctagon:
             return QStringLiteral("xmark.octagon.fill");
+        case Symbol::XmarkCircle:
+            return QStringLiteral("xmark.circle.fill");
         case Symbol::ChevronUp:
             return QStringLiteral("chevron.up");
         case Symbol::ChevronDown:

@@ -27,6 +27,7 @@ enum class Symbol {
     InfoCircle,
     WarningTriangle,
     ErrorOctagon,
+    XmarkCircle,
     ChevronUp,
     ChevronDown,
     Menu

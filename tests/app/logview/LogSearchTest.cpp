@@ -305,6 +305,21 @@ class LogSearchTest : public QObject {
         QVERIFY(!bar(console).isVisible());
     }
 
+    void theClearButtonEmptiesTheFieldAndHasAName() {
+        ConsoleFixture console;
+        console.append("text\n");
+        console.show();
+        openBar(console);
+        QTest::keyClicks(&field(console), QStringLiteral("text"));
+        auto *const clear = field(console).findChild<QAbstractButton *>();
+        QVERIFY(clear);
+        QCOMPARE(QAccessible::queryAccessibleInterface(clear)->text(QAccessible::Name),
+                 QStringLiteral("Clear"));
+        QTest::mouseClick(clear, Qt::LeftButton);
+        QTRY_VERIFY(field(console).text().isEmpty());
+        QVERIFY(field(console).hasFocus());
+    }
+
     void theButtonsWorkWithTheKeyboard() {
         ConsoleFixture console;
         console.append("hit hit hit\n");

@@ -16,7 +16,8 @@ class SymbolsTest : public QObject {
                                      Symbol::Paperplane,   Symbol::CheckmarkCircle,
                                      Symbol::InfoCircle,   Symbol::WarningTriangle,
                                      Symbol::ErrorOctagon, Symbol::ChevronUp,
-                                     Symbol::ChevronDown,  Symbol::Menu};
+                                     Symbol::ChevronDown,  Symbol::Menu,
+                                     Symbol::XmarkCircle};
 
   private Q_SLOTS:
     void everySymbolIsDrawnInItsTintAndNothingElse() {
