@@ -26,6 +26,7 @@ struct LogRow {
 
 /// The drawn text of a row. The log must hold its element.
 inline QByteArrayView textOf(const LogBuffer &log, const LogRow &row) {
+    Q_ASSERT(log.holds(row.sequence));
     const auto begin = static_cast<qsizetype>(count(row.begin));
     return QByteArrayView(log.bySequence(row.sequence))
         .sliced(begin, static_cast<qsizetype>(count(row.textEnd)) - begin);
