@@ -116,8 +116,13 @@ pid_t startSleeper() {
 
 int runAsAnother(const char *home, const std::string &then) {
     SingleInstance instance(home);
-    if (then.starts_with("remember "))
+    if (then.starts_with("remember ")) {
+        int argc = 1;
+        char name[] = "launcher";
+        char *argv[] = {name, nullptr};
+        const QCoreApplication application(argc, argv);
         instance.rememberChild(std::stoi(then.substr(9)));
+    }
     if (then == "stay" && instance.start() == SingleInstance::Start::First) {
         [[maybe_unused]] const auto written = write(STDOUT_FILENO, "first\n", 6);
         pause();
