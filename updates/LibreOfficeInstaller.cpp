@@ -136,8 +136,8 @@ void LibreOfficeInstaller::gate(const std::shared_ptr<State> &state, const QStri
     const bool isStarted = hasThread && services.workQueue->async([state, version, log, completion] {
         const auto report = [weak = state->progress](const InstallProgress::Status &status) {
             MainQueue::async([weak, status] {
-                if (const auto progress = weak.lock())
-                    progress->set(status);
+                if (const auto receiver = weak.lock())
+                    receiver->set(status);
             });
         };
         const InstallOutcome outcome =

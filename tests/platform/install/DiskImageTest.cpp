@@ -83,8 +83,8 @@ class DiskImageTest : public QObject {
     fs::path mountPoint;
     fs::path image;
 
-    bool unpack(const fs::path &archiver, const fs::path &folder, const ToolRunner::Progress &progress = {}) {
-        return inBackground([&] { return DiskImage({archiver}).attach(image, folder, progress); });
+    bool unpack(const fs::path &archiver, const fs::path &target, const ToolRunner::Progress &progress = {}) {
+        return inBackground([&] { return DiskImage({archiver}).attach(image, target, progress); });
     }
     bool attach(const QByteArray &content, const ToolRunner::Progress &progress = {}) {
         writeFile(image, content);
