@@ -72,11 +72,11 @@ class CheckIncludesTest(unittest.TestCase):
         self.replace("README.md", "    http       -> platform\n", "")
         self.assertIn("README.md does not draw http -> platform, which CMake has", self.complaints())
 
-    def compiles(self, room, header):
-        """Whether a source of a room would compile with this header."""
+    def compiles(self, module, header):
+        """Whether a source of a module would compile with this header."""
         with open(os.path.join(BUILD, "compile_commands.json"), encoding="utf-8") as file:
             commands = json.load(file)
-        folder = os.path.join(CHECKOUT, room)
+        folder = os.path.join(CHECKOUT, module)
         command = next(entry for entry in commands if os.path.dirname(entry["file"]) == folder)
         arguments = [word for word in shlex.split(command["command"]) if word != command["file"]]
         arguments = arguments[: arguments.index("-o")] + ["-fsyntax-only", "-x", "c++", "-"]
@@ -86,11 +86,11 @@ class CheckIncludesTest(unittest.TestCase):
         return result.returncode == 0, result.stderr
 
     def test_a_module_without_a_user_interface_does_not_compile_with_one(self):
-        for room in ("platform", "config", "updates", "supervisor"):
-            self.assertTrue(self.compiles(room, "QString")[0], room)
+        for module in ("platform", "config", "updates", "supervisor"):
+            self.assertTrue(self.compiles(module, "QString")[0], module)
             for header in ("QtWidgets/QWidget", "QtGui/QImage"):
-                compiles, message = self.compiles(room, header)
-                self.assertFalse(compiles, f"{room}, {header}")
+                compiles, message = self.compiles(module, header)
+                self.assertFalse(compiles, f"{module}, {header}")
                 self.assertIn("no user interface", message)
 
 

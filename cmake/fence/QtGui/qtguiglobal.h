@@ -1,1 +1,1 @@
-#error "this room has no user interface: Qt Gui belongs to app/"
+#error "this module has no user interface: Qt Gui belongs to app/"

@@ -1,1 +1,1 @@
-#error "this room has no user interface: Qt Widgets belongs to app/"
+#error "this module has no user interface: Qt Widgets belongs to app/"

@@ -15,22 +15,22 @@ if(FERROLT_SANITIZE)
     target_link_options(ferrolt_build INTERFACE -fsanitize=${FERROLT_SANITIZE})
 endif()
 
-# Qt keeps the headers of all its modules under one folder, so a room that links Qt Core could still reach a
-# window's header. These folders stand first on the path of every room but app/ and stop the compiler there.
+# Qt keeps the headers of all its modules under one folder, so a module that links Qt Core could still reach a
+# window's header. These folders stand first on the path of every module but app/ and stop the compiler there.
 add_library(ferrolt_no_user_interface INTERFACE)
 target_include_directories(ferrolt_no_user_interface BEFORE INTERFACE ${PROJECT_SOURCE_DIR}/cmake/fence)
 
-# ferrolt_room(NAME SOURCES ... [SHOWS ...] [LINKS ...] [USER_INTERFACE]): a module. SHOWS names the modules that its
+# ferrolt_module(NAME SOURCES ... [SHOWS ...] [LINKS ...] [USER_INTERFACE]): a module. SHOWS names the modules that its
 # headers include, LINKS those that only its sources include.
-function(ferrolt_room name)
-    cmake_parse_arguments(ROOM "USER_INTERFACE" "" "SOURCES;SHOWS;LINKS" ${ARGN})
-    add_library(ferrolt_${name} STATIC ${ROOM_SOURCES})
+function(ferrolt_module name)
+    cmake_parse_arguments(MODULE "USER_INTERFACE" "" "SOURCES;SHOWS;LINKS" ${ARGN})
+    add_library(ferrolt_${name} STATIC ${MODULE_SOURCES})
     target_include_directories(ferrolt_${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
-    target_link_libraries(ferrolt_${name} PUBLIC ${ROOM_SHOWS} PRIVATE ${ROOM_LINKS} ferrolt_build)
+    target_link_libraries(ferrolt_${name} PUBLIC ${MODULE_SHOWS} PRIVATE ${MODULE_LINKS} ferrolt_build)
     # Text that a person sees is UTF-16 by intent, never by accident. Tests may write it as it comes.
     target_compile_definitions(ferrolt_${name} PRIVATE
         QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING QT_USE_QSTRINGBUILDER)
-    if(NOT ROOM_USER_INTERFACE)
+    if(NOT MODULE_USER_INTERFACE)
         target_link_libraries(ferrolt_${name} PRIVATE ferrolt_no_user_interface)
         # Under a sanitizer nobody builds a single source again and again: joined, they take a quarter of the time.
         # What has a user interface has its headers precompiled instead.
