@@ -9,9 +9,11 @@
 #include "SidebarEntry.h"
 #include "SymbolPlace.h"
 #include "SymbolView.h"
+#include "TestProgram.h"
 #include "Theme.h"
 #include "WindowFixture.h"
 
+#include <QApplication>
 #include <QLineEdit>
 #include <QSignalSpy>
 #include <QSplitter>
@@ -520,5 +522,5 @@ class ContentViewTest : public QObject {
     }
 };
 
-QTEST_MAIN(ContentViewTest)
+TEST_CLASS(ContentViewTest, QApplication)
 #include "ContentViewTest.moc"

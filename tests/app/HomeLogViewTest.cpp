@@ -2,9 +2,11 @@
 #include "HomeLogView.h"
 #include "LogConsoleView.h"
 #include "LogTextArea.h"
+#include "TestProgram.h"
 #include "Theme.h"
 #include "WindowFixture.h"
 
+#include <QApplication>
 #include <QSplitter>
 #include <QTest>
 
@@ -108,5 +110,5 @@ class HomeLogViewTest : public QObject {
     }
 };
 
-QTEST_MAIN(HomeLogViewTest)
+TEST_CLASS(HomeLogViewTest, QApplication)
 #include "HomeLogViewTest.moc"

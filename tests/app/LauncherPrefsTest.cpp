@@ -5,10 +5,12 @@
 #include "PathResolvers.h"
 #include "SymbolPlace.h"
 #include "SymbolView.h"
+#include "TestProgram.h"
 #include "TextField.h"
 #include "Theme.h"
 #include "WindowFixture.h"
 
+#include <QApplication>
 #include <QClipboard>
 #include <QLabel>
 #include <QPushButton>
@@ -381,5 +383,5 @@ class LauncherPrefsTest : public QObject {
     }
 };
 
-QTEST_MAIN(LauncherPrefsTest)
+TEST_CLASS(LauncherPrefsTest, QApplication)
 #include "LauncherPrefsTest.moc"

@@ -5,8 +5,10 @@
 #include "Supervision.h"
 #include "TestAuthority.h"
 #include "TestHttpsServer.h"
+#include "TestProgram.h"
 #include "Updater.h"
 
+#include <QApplication>
 #include <QTest>
 #include <QWidget>
 
@@ -221,5 +223,5 @@ class LifecycleTest : public QObject {
     }
 };
 
-QTEST_MAIN(LifecycleTest)
+TEST_CLASS(LifecycleTest, QApplication)
 #include "LifecycleTest.moc"

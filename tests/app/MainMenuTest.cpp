@@ -1,5 +1,7 @@
 #include "MainMenu.h"
+#include "TestProgram.h"
 
+#include <QApplication>
 #include <QMenu>
 #include <QMenuBar>
 #include <QSignalSpy>
@@ -68,5 +70,5 @@ class MainMenuTest : public QObject {
     }
 };
 
-QTEST_MAIN(MainMenuTest)
+TEST_CLASS(MainMenuTest, QApplication)
 #include "MainMenuTest.moc"

@@ -6,6 +6,7 @@
 #include "MenuButton.h"
 #include "QtAlertPresenter.h"
 #include "Sidebar.h"
+#include "TestProgram.h"
 #include "WindowFixture.h"
 #include "WindowState.h"
 
@@ -340,7 +341,7 @@ class MainWindowTest : public QObject {
     }
 };
 
-int main(int argc, char **argv) {
+TEST_MAIN(MainWindowTest, argc, argv) {
     useLargeScreen();
     QApplication application(argc, argv);
     MainWindowTest test;

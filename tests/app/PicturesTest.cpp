@@ -6,6 +6,7 @@
 #include "LogConsoleView.h"
 #include "LogTextArea.h"
 #include "QtAlertPresenter.h"
+#include "TestProgram.h"
 #include "Theme.h"
 #include "WindowFixture.h"
 
@@ -184,7 +185,7 @@ class PicturesTest : public QObject {
         program.setProcessEnvironment(environment);
         program.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         program.start(QCoreApplication::applicationFilePath(),
-                      {"--take", folder.path(), palette, QString::number(points)});
+                      {"PicturesTest", "--take", folder.path(), palette, QString::number(points)});
         QVERIFY(program.waitForFinished(100000));
         QCOMPARE(program.exitStatus(), QProcess::NormalExit);
         QCOMPARE(program.exitCode(), 0);
@@ -217,7 +218,7 @@ class PicturesTest : public QObject {
     }
 };
 
-int main(int argc, char **argv) {
+TEST_MAIN(PicturesTest, argc, argv) {
     const QByteArray platform = qgetenv("QT_QPA_PLATFORM");
     useLargeScreen();
     QApplication application(argc, argv);

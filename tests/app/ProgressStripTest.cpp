@@ -3,6 +3,7 @@
 #include "LibreOfficeInstaller.h"
 #include "ProgressStrip.h"
 #include "Sidebar.h"
+#include "TestProgram.h"
 #include "Theme.h"
 #include "WindowFixture.h"
 
@@ -156,7 +157,7 @@ class ProgressStripTest : public QObject {
     }
 };
 
-int main(int argc, char **argv) {
+TEST_MAIN(ProgressStripTest, argc, argv) {
     useLargeScreen();
     QApplication application(argc, argv);
     ProgressStripTest test;

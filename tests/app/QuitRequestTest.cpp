@@ -1,4 +1,5 @@
 #include "QuitRequest.h"
+#include "TestProgram.h"
 
 #include <QApplication>
 #include <QCloseEvent>
@@ -66,5 +67,5 @@ class QuitRequestTest : public QObject {
     }
 };
 
-QTEST_MAIN(QuitRequestTest)
+TEST_CLASS(QuitRequestTest, QApplication)
 #include "QuitRequestTest.moc"

@@ -1,5 +1,6 @@
 #include "Ferrolt_Miner_LauncherApp.h"
 #include "Supervision.h"
+#include "TestProgram.h"
 #include "Updater.h"
 
 #include <QTest>
@@ -41,5 +42,5 @@ class UnitTestHostTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(UnitTestHostTest)
+TEST_CLASS(UnitTestHostTest, QCoreApplication)
 #include "UnitTestHostTest.moc"

@@ -1,3 +1,4 @@
+#include "TestProgram.h"
 #include "WindowState.h"
 
 #include <QDir>
@@ -85,5 +86,5 @@ class WindowStateTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(WindowStateTest)
+TEST_CLASS(WindowStateTest, QCoreApplication)
 #include "WindowStateTest.moc"

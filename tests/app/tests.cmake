@@ -1,10 +1,14 @@
 set(app_modules ferrolt_app ferrolt_desktop ferrolt_logview ferrolt_updates ferrolt_widgets)
+ferrolt_test_program(app-tests LINKS ${app_modules} ferrolt_test_installation
+    DEFINITIONS FERROLT_PICTURES="${PROJECT_BINARY_DIR}/pictures")
 foreach(test ContentViewTest HomeLogViewTest LauncherPrefsTest MainMenuTest MainWindowTest ProgressStripTest QuitRequestTest)
-    ferrolt_test(app ${test} LINKS ${app_modules} WINDOW)
+    ferrolt_test(app ${test} WINDOW)
 endforeach()
-ferrolt_test(app PicturesTest LINKS ${app_modules} WINDOW TIMEOUT 300)
-target_compile_definitions(PicturesTest PRIVATE FERROLT_PICTURES="${PROJECT_BINARY_DIR}/pictures")
-ferrolt_test(app WindowStateTest LINKS ferrolt_app)
-ferrolt_test(app LifecycleTest LINKS ${app_modules} ferrolt_test_installation WINDOW)
-ferrolt_test(app UnitTestHostTest LINKS ${app_modules})
-set_target_properties(UnitTestHostTest PROPERTIES ENABLE_EXPORTS ON)  # a name that the process can be asked for
+ferrolt_test(app LifecycleTest WINDOW TLS)
+ferrolt_test(app PicturesTest WINDOW TIMEOUT 300 COST 20)
+ferrolt_test(app WindowStateTest)
+
+# It exports a name that makes its process a unit-test host.
+ferrolt_test_program(UnitTestHostTest LINKS ${app_modules})
+set_target_properties(UnitTestHostTest PROPERTIES ENABLE_EXPORTS ON)
+ferrolt_test(app UnitTestHostTest PROGRAM UnitTestHostTest)

@@ -1,4 +1,5 @@
 #include "Figures.h"
+#include "TestProgram.h"
 
 #include <QTest>
 
@@ -96,5 +97,5 @@ class FiguresTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(FiguresTest)
+TEST_CLASS(FiguresTest, QCoreApplication)
 #include "FiguresTest.moc"

@@ -1,3 +1,4 @@
+#include "TestProgram.h"
 #include "ThreadSwitches.h"
 
 #include <QTest>
@@ -27,5 +28,5 @@ class ThreadSwitchesTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(ThreadSwitchesTest)
+TEST_CLASS(ThreadSwitchesTest, QCoreApplication)
 #include "ThreadSwitchesTest.moc"

@@ -1,5 +1,7 @@
 # What the benchmarks make of their samples; what they measure is measured by ./bench.
-foreach(test Figures ThreadSwitches)
-    ferrolt_test(benchmarks ${test}Test LINKS Qt6::Core SOURCES ${PROJECT_SOURCE_DIR}/benchmarks/${test}.cpp)
-    target_include_directories(${test}Test PRIVATE ${PROJECT_SOURCE_DIR}/benchmarks)
+ferrolt_test_program(benchmarks-tests LINKS Qt6::Core
+    SOURCES ${PROJECT_SOURCE_DIR}/benchmarks/Figures.cpp ${PROJECT_SOURCE_DIR}/benchmarks/ThreadSwitches.cpp)
+target_include_directories(benchmarks-tests PRIVATE ${PROJECT_SOURCE_DIR}/benchmarks)
+foreach(test FiguresTest ThreadSwitchesTest)
+    ferrolt_test(benchmarks ${test})
 endforeach()

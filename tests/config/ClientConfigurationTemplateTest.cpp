@@ -1,4 +1,5 @@
 #include "ClientConfigurationTemplate.h"
+#include "TestProgram.h"
 
 #include <QByteArray>
 #include <QByteArrayList>
@@ -95,5 +96,5 @@ void ClientConfigurationTemplateTest::bothHostsAreTheGivenOne() {
 
 }  // namespace ferrolt
 
-QTEST_GUILESS_MAIN(ferrolt::ClientConfigurationTemplateTest)
+TEST_CLASS(ferrolt::ClientConfigurationTemplateTest, QCoreApplication)
 #include "ClientConfigurationTemplateTest.moc"

@@ -16,6 +16,11 @@
 
 namespace ferrolt {
 
+/// The identity that the tests save.
+inline const QString email = QStringLiteral("miner@example.org");
+inline const QString entity = QStringLiteral("Acme");
+inline const QString displayName = QStringLiteral("rig");
+
 /// A temporary tree for the path resolvers. It is in memory if there is enough, so that thousands of saves do
 /// not wait for a disk.
 class ClientHome {

@@ -1,5 +1,6 @@
 #include "ClientHome.h"
 #include "SaveProps.h"
+#include "TestProgram.h"
 #include "TextFile.h"
 
 #include <QElapsedTimer>
@@ -70,5 +71,5 @@ void ConcurrentReaderTest::aReaderThroughTenThousandSavesNeverSeesATornFile() {
 
 }  // namespace ferrolt
 
-QTEST_GUILESS_MAIN(ferrolt::ConcurrentReaderTest)
+TEST_CLASS(ferrolt::ConcurrentReaderTest, QCoreApplication)
 #include "ConcurrentReaderTest.moc"

@@ -1,5 +1,6 @@
 #include "ClientHome.h"
 #include "EnginePort.h"
+#include "TestProgram.h"
 
 #include <QElapsedTimer>
 #include <QtTest>
@@ -141,5 +142,5 @@ void EnginePortTest::aNumberOfTenMegabytesIsReadQuickly() {
 
 }  // namespace ferrolt
 
-QTEST_GUILESS_MAIN(ferrolt::EnginePortTest)
+TEST_CLASS(ferrolt::EnginePortTest, QCoreApplication)
 #include "EnginePortTest.moc"

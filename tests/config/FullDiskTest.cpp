@@ -2,6 +2,7 @@
 #include "InChild.h"
 #include "SaveProps.h"
 #include "SmallDisk.h"
+#include "TestProgram.h"
 
 #include <QFile>
 #include <QtTest>
@@ -56,5 +57,5 @@ void FullDiskTest::onAFullFileSystemTheOldFileStaysWholeAndTheNextSaveWithRoomSu
 
 }  // namespace ferrolt
 
-QTEST_GUILESS_MAIN(ferrolt::FullDiskTest)
+TEST_CLASS(ferrolt::FullDiskTest, QCoreApplication)
 #include "FullDiskTest.moc"

@@ -2,6 +2,7 @@
 #include "FatalError.h"
 #include "LauncherPrefsModel.h"
 #include "LoadProps.h"
+#include "TestProgram.h"
 
 #include <QElapsedTimer>
 #include <QScopeGuard>
@@ -335,5 +336,5 @@ void LauncherPrefsModelTest::withoutAServiceStartTheProgramEnds() {
 
 }  // namespace ferrolt
 
-QTEST_GUILESS_MAIN(ferrolt::LauncherPrefsModelTest)
+TEST_CLASS(ferrolt::LauncherPrefsModelTest, QCoreApplication)
 #include "LauncherPrefsModelTest.moc"

@@ -1,6 +1,7 @@
 #include "ClientHome.h"
 #include "InChild.h"
 #include "LoadProps.h"
+#include "TestProgram.h"
 
 #include <QElapsedTimer>
 #include <QtTest>
@@ -257,5 +258,5 @@ void LoadPropsTest::theIdentityIsCompleteWithBothValues() {
 
 }  // namespace ferrolt
 
-QTEST_GUILESS_MAIN(ferrolt::LoadPropsTest)
+TEST_CLASS(ferrolt::LoadPropsTest, QCoreApplication)
 #include "LoadPropsTest.moc"

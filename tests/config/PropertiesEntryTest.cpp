@@ -1,4 +1,5 @@
 #include "PropertiesEntry.h"
+#include "TestProgram.h"
 
 #include <QtTest>
 
@@ -63,5 +64,5 @@ void PropertiesEntryTest::aValueOfOnlyALineBreakIsNotEmpty() {
 
 }  // namespace ferrolt
 
-QTEST_GUILESS_MAIN(ferrolt::PropertiesEntryTest)
+TEST_CLASS(ferrolt::PropertiesEntryTest, QCoreApplication)
 #include "PropertiesEntryTest.moc"

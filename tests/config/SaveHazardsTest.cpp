@@ -2,6 +2,7 @@
 #include "InChild.h"
 #include "ProcessSetup.h"
 #include "SaveProps.h"
+#include "TestProgram.h"
 #include "TextFile.h"
 
 #include <QtTest>
@@ -26,10 +27,6 @@ QByteArray fileWith(const QString &email, const QString &entity, const QString &
            "\nMinerEntityName         = " + entity.toUtf8() +
            "\nMinerDisplayName        = " + displayName.toUtf8() + "\nLast = 2\n";
 }
-
-const QString email = QStringLiteral("miner@example.org");
-const QString entity = QStringLiteral("Acme");
-const QString displayName = QStringLiteral("rig");
 
 void save() {
     SaveProps::save(email, entity, displayName);
@@ -269,5 +266,5 @@ void SaveHazardsTest::nothingIsLeftBesideTheFile() {
 
 }  // namespace ferrolt
 
-QTEST_GUILESS_MAIN(ferrolt::SaveHazardsTest)
+TEST_CLASS(ferrolt::SaveHazardsTest, QCoreApplication)
 #include "SaveHazardsTest.moc"

@@ -2,6 +2,7 @@
 #include "ClientHome.h"
 #include "LoadProps.h"
 #include "SaveProps.h"
+#include "TestProgram.h"
 
 #include <QElapsedTimer>
 #include <QtTest>
@@ -14,10 +15,6 @@ namespace ferrolt {
 namespace fs = std::filesystem;
 
 namespace {
-
-const QString email = QStringLiteral("miner@example.org");
-const QString entity = QStringLiteral("Acme");
-const QString displayName = QStringLiteral("rig");
 
 const QByteArray emailLine = "MinerEmailAddress       = miner@example.org";
 const QByteArray entityLine = "MinerEntityName         = Acme";
@@ -226,5 +223,5 @@ void SavePropsTest::aLineOfTenMegabytesStaysWhole() {
 
 }  // namespace ferrolt
 
-QTEST_GUILESS_MAIN(ferrolt::SavePropsTest)
+TEST_CLASS(ferrolt::SavePropsTest, QCoreApplication)
 #include "SavePropsTest.moc"

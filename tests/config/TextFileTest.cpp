@@ -1,6 +1,7 @@
 #include "ClientHome.h"
 #include "FileDescriptor.h"
 #include "InChild.h"
+#include "TestProgram.h"
 #include "TextFile.h"
 
 #include <QElapsedTimer>
@@ -235,5 +236,5 @@ void TextFileTest::fiftyMegabytesAreReadWhole() {
 
 }  // namespace ferrolt
 
-QTEST_GUILESS_MAIN(ferrolt::TextFileTest)
+TEST_CLASS(ferrolt::TextFileTest, QCoreApplication)
 #include "TextFileTest.moc"

@@ -2,6 +2,7 @@
 #include "FileDescriptor.h"
 #include "LoadProps.h"
 #include "SaveProps.h"
+#include "TestProgram.h"
 
 #include <QtTest>
 
@@ -43,5 +44,5 @@ void UnopenedPipeTest::aNamedPipeIsNotEvenOpened() {
 
 }  // namespace ferrolt
 
-QTEST_GUILESS_MAIN(ferrolt::UnopenedPipeTest)
+TEST_CLASS(ferrolt::UnopenedPipeTest, QCoreApplication)
 #include "UnopenedPipeTest.moc"

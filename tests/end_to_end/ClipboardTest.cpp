@@ -1,6 +1,7 @@
 #include "InstalledTree.h"
 #include "Launcher.h"
 #include "Listener.h"
+#include "TestProgram.h"
 #include "Waiting.h"
 
 #include <QElapsedTimer>
@@ -134,5 +135,5 @@ class ClipboardTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(ClipboardTest)
+TEST_CLASS(ClipboardTest, QCoreApplication)
 #include "ClipboardTest.moc"

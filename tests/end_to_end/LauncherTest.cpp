@@ -2,6 +2,7 @@
 #include "Launcher.h"
 #include "Listener.h"
 #include "ProcessFacts.h"
+#include "TestProgram.h"
 #include "Waiting.h"
 
 #include <QElapsedTimer>
@@ -410,5 +411,5 @@ class LauncherTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(LauncherTest)
+TEST_CLASS(LauncherTest, QCoreApplication)
 #include "LauncherTest.moc"

@@ -1,6 +1,7 @@
 #include "InstalledTree.h"
 #include "Launcher.h"
 #include "Listener.h"
+#include "TestProgram.h"
 #include "Waiting.h"
 
 #include <QTest>
@@ -82,5 +83,5 @@ class ProductionAlertTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(ProductionAlertTest)
+TEST_CLASS(ProductionAlertTest, QCoreApplication)
 #include "ProductionAlertTest.moc"

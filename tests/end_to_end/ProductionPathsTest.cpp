@@ -2,6 +2,7 @@
 #include "Launcher.h"
 #include "Listener.h"
 #include "PrivateSystem.h"
+#include "TestProgram.h"
 #include "Waiting.h"
 
 #include <QCoreApplication>
@@ -80,7 +81,7 @@ class ProductionPathsTest : public QObject {
     }
 };
 
-int main(int argc, char **argv) {
+TEST_MAIN(ProductionPathsTest, argc, argv) {
     return PrivateSystem::run("exit 127\n", [&](const std::string &trouble) {
         QCoreApplication qt(argc, argv);
         ProductionPathsTest test(trouble);

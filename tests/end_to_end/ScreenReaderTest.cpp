@@ -1,6 +1,7 @@
 #include "InstalledTree.h"
 #include "Launcher.h"
 #include "Listener.h"
+#include "TestProgram.h"
 #include "Waiting.h"
 
 #include <QFile>
@@ -82,5 +83,5 @@ class ScreenReaderTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(ScreenReaderTest)
+TEST_CLASS(ScreenReaderTest, QCoreApplication)
 #include "ScreenReaderTest.moc"

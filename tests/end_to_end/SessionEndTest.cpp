@@ -3,6 +3,7 @@
 #include "Listener.h"
 #include "ProcessFacts.h"
 #include "SessionManager.h"
+#include "TestProgram.h"
 #include "Waiting.h"
 
 #include <QFile>
@@ -131,5 +132,5 @@ class SessionEndTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(SessionEndTest)
+TEST_CLASS(SessionEndTest, QCoreApplication)
 #include "SessionEndTest.moc"

@@ -3,6 +3,7 @@
 #include "Listener.h"
 #include "NotifierTray.h"
 #include "ProcessFacts.h"
+#include "TestProgram.h"
 #include "Waiting.h"
 
 #include <QTest>
@@ -180,5 +181,5 @@ class TrayTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(TrayTest)
+TEST_CLASS(TrayTest, QCoreApplication)
 #include "TrayTest.moc"

@@ -9,6 +9,7 @@
 #include "TestAuthority.h"
 #include "TestDiskImage.h"
 #include "TestHttpsServer.h"
+#include "TestProgram.h"
 #include "TreeSnapshot.h"
 #include "Waiting.h"
 
@@ -334,7 +335,7 @@ class UpdateTest : public QObject {
     }
 };
 
-int main(int argc, char **argv) {
+TEST_MAIN(UpdateTest, argc, argv) {
     // pkexec's own option is "--disable-internal-agent"; it sets PKEXEC_UID to the user who asked.
     return PrivateSystem::run("shift\nPKEXEC_UID=$(id -u) exec \"$@\"\n", [&](const std::string &trouble) {
         const TestAuthority authority;

@@ -1,4 +1,5 @@
 #include "ProcessFacts.h"
+#include "TestProgram.h"
 #include "VirtualDesktop.h"
 #include "Waiting.h"
 
@@ -43,7 +44,7 @@ class VirtualDesktopTest : public QObject {
   private Q_SLOTS:
     void itEndsWithItsProcessInWhateverWayThatEnds() {
         QProcess process;
-        process.start(QCoreApplication::applicationFilePath(), {"--stay"});
+        process.start(QCoreApplication::applicationFilePath(), {"VirtualDesktopTest", "--stay"});
         QVERIFY(waitUntil([&] { return process.canReadLine(); }, std::chrono::seconds(60)));
         QCOMPARE(process.readLine().trimmed(), QByteArray("open"));
         const std::vector<pid_t> services = childrenOf(process.processId());
@@ -55,7 +56,7 @@ class VirtualDesktopTest : public QObject {
     }
 };
 
-int main(int argc, char **argv) {
+TEST_MAIN(VirtualDesktopTest, argc, argv) {
     QCoreApplication application(argc, argv);
     if (QCoreApplication::arguments().value(1) == QStringLiteral("--stay"))
         return stayOnADesktop();

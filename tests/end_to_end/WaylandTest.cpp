@@ -2,6 +2,7 @@
 #include "Launcher.h"
 #include "Listener.h"
 #include "ProcessFacts.h"
+#include "TestProgram.h"
 #include "Waiting.h"
 
 #include <QDir>
@@ -129,5 +130,5 @@ class WaylandTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(WaylandTest)
+TEST_CLASS(WaylandTest, QCoreApplication)
 #include "WaylandTest.moc"

@@ -1,6 +1,7 @@
 #include "InstalledTree.h"
 #include "Launcher.h"
 #include "Listener.h"
+#include "TestProgram.h"
 #include "Waiting.h"
 #include "XClient.h"
 
@@ -285,5 +286,5 @@ class WindowTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(WindowTest)
+TEST_CLASS(WindowTest, QCoreApplication)
 #include "WindowTest.moc"

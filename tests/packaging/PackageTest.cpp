@@ -1,3 +1,4 @@
+#include "TestProgram.h"
 #include "Waiting.h"
 
 #include <QDir>
@@ -192,5 +193,5 @@ class PackageTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(PackageTest)
+TEST_CLASS(PackageTest, QCoreApplication)
 #include "PackageTest.moc"

@@ -1,5 +1,6 @@
 #include "FileReplacement.h"
 #include "InChild.h"
+#include "TestProgram.h"
 
 #include <QtTest>
 
@@ -245,5 +246,5 @@ void FileReplacementTest::aDiskThatFailsToWriteThroughLeavesTheOldFile() {
 
 }  // namespace ferrolt
 
-QTEST_GUILESS_MAIN(ferrolt::FileReplacementTest)
+TEST_CLASS(ferrolt::FileReplacementTest, QCoreApplication)
 #include "FileReplacementTest.moc"

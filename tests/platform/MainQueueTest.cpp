@@ -1,4 +1,5 @@
 #include "MainQueue.h"
+#include "TestProgram.h"
 #include "Waiting.h"
 
 #include <QCoreApplication>
@@ -166,7 +167,7 @@ bool survivesApplicationsThatComeAndGo() {
 
 }  // namespace
 
-int main(int argc, char **argv) {
+TEST_MAIN(MainQueueTest, argc, argv) {
     if (!survivesWithoutApplication()) {
         qCritical("the queue does not survive the time without an application");
         return 1;

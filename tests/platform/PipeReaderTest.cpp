@@ -2,6 +2,7 @@
 #include "PipeReader.h"
 #include "ProcessFacts.h"
 #include "StartReader.h"
+#include "TestProgram.h"
 #include "Waiting.h"
 
 #include <QTest>
@@ -167,5 +168,5 @@ class PipeReaderTest : public QObject {
     int descriptors = 0;
 };
 
-QTEST_GUILESS_MAIN(PipeReaderTest)
+TEST_CLASS(PipeReaderTest, QCoreApplication)
 #include "PipeReaderTest.moc"

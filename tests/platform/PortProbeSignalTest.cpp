@@ -1,5 +1,6 @@
 #include "Listener.h"
 #include "PortProbe.h"
+#include "TestProgram.h"
 
 #include <QTest>
 
@@ -71,5 +72,5 @@ class PortProbeSignalTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(PortProbeSignalTest)
+TEST_CLASS(PortProbeSignalTest, QCoreApplication)
 #include "PortProbeSignalTest.moc"

@@ -3,6 +3,7 @@
 #include "Listener.h"
 #include "PortProbe.h"
 #include "ProcessFacts.h"
+#include "TestProgram.h"
 
 #include <QTest>
 
@@ -95,5 +96,5 @@ class PortProbeTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(PortProbeTest)
+TEST_CLASS(PortProbeTest, QCoreApplication)
 #include "PortProbeTest.moc"

@@ -1,5 +1,6 @@
 #include "InChild.h"
 #include "ProcessSetup.h"
+#include "TestProgram.h"
 
 #include <QDir>
 #include <QTemporaryDir>
@@ -137,5 +138,5 @@ class ProcessSetupTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(ProcessSetupTest)
+TEST_CLASS(ProcessSetupTest, QCoreApplication)
 #include "ProcessSetupTest.moc"

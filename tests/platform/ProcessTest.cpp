@@ -3,6 +3,7 @@
 #include "PipeReader.h"
 #include "Process.h"
 #include "ProcessFacts.h"
+#include "TestProgram.h"
 #include "TestTree.h"
 #include "Waiting.h"
 
@@ -95,7 +96,7 @@ int runAsLauncher(const char *word) {
     if (child.launch() || !child.waitForOutput("ready"))
         return 1;
     const std::string line = std::to_string(child.process.processIdentifier()) + '\n';
-    [[maybe_unused]] const auto written = write(STDOUT_FILENO, line.data(), line.size());
+    [[maybe_unused]] const auto written = ::write(STDOUT_FILENO, line.data(), line.size());
     for (;;)
         pause();
 }
@@ -429,7 +430,7 @@ class ProcessTest : public QObject {
         const pid_t launcher = fork();
         if (launcher == 0) {
             dup2(ends[1], STDOUT_FILENO);
-            execl(ownPath.c_str(), ownPath.c_str(), "--launch", "wait", nullptr);
+            execl(ownPath.c_str(), ownPath.c_str(), "ProcessTest", "--launch", "wait", nullptr);
             _exit(99);
         }
         close(ends[1]);
@@ -467,7 +468,7 @@ class ProcessTest : public QObject {
     }
 };
 
-int main(int argc, char **argv) {
+TEST_MAIN(ProcessTest, argc, argv) {
     ownPath = fs::read_symlink("/proc/self/exe");
     if (argc == 3 && std::string(argv[1]) == "--launch")
         return runAsLauncher(argv[2]);

@@ -1,5 +1,6 @@
 #include "InChild.h"
 #include "RemoveTree.h"
+#include "TestProgram.h"
 #include "TreeSnapshot.h"
 
 #include <QTemporaryDir>
@@ -97,5 +98,5 @@ class RemoveTreeTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(RemoveTreeTest)
+TEST_CLASS(RemoveTreeTest, QCoreApplication)
 #include "RemoveTreeTest.moc"

@@ -1,6 +1,7 @@
 #include "ProcessSetup.h"
 #include "ReverseDomain.h"
 #include "SettingsStore.h"
+#include "TestProgram.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -233,5 +234,5 @@ class SettingsStoreTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(SettingsStoreTest)
+TEST_CLASS(SettingsStoreTest, QCoreApplication)
 #include "SettingsStoreTest.moc"

@@ -1,6 +1,7 @@
 #include "ProcessFacts.h"
 #include "Rights.h"
 #include "SingleInstance.h"
+#include "TestProgram.h"
 #include "Waiting.h"
 
 #include <QCoreApplication>
@@ -39,7 +40,7 @@ int asExitCode(SingleInstance::Start start) {
     return 10 + static_cast<int>(start);
 }
 
-std::string ownPath;
+std::string ownProgram;
 
 /// Forks a process of another user that does `work` and then sleeps. Returns when `work` is done. The caller
 /// kills the process.
@@ -51,7 +52,7 @@ pid_t startAsAnotherUser(Work work) {
     const pid_t child = fork();
     if (child == 0) {
         if (setgid(nobody) == 0 && setuid(nobody) == 0 && prctl(PR_SET_PDEATHSIG, SIGKILL) == 0 && work()) {
-            [[maybe_unused]] const auto written = write(ends[1], "x", 1);
+            [[maybe_unused]] const auto written = ::write(ends[1], "x", 1);
             pause();
         }
         _exit(99);
@@ -85,7 +86,8 @@ void say(int connection, const std::string &message) {
 pid_t startAnother(const std::filesystem::path &home, const char *then = "leave") {
     const pid_t child = fork();
     if (child == 0) {
-        execl(ownPath.c_str(), ownPath.c_str(), "--claim", home.c_str(), then, nullptr);
+        execl(ownProgram.c_str(), ownProgram.c_str(), "SingleInstanceTest", "--claim", home.c_str(), then,
+              nullptr);
         _exit(99);
     }
     return child;
@@ -124,7 +126,7 @@ int runAsAnother(const char *home, const std::string &then) {
         instance.rememberChild(std::stoi(then.substr(9)));
     }
     if (then == "stay" && instance.start() == SingleInstance::Start::First) {
-        [[maybe_unused]] const auto written = write(STDOUT_FILENO, "first\n", 6);
+        [[maybe_unused]] const auto written = ::write(STDOUT_FILENO, "first\n", 6);
         pause();
     }
     return asExitCode(instance.start());
@@ -146,7 +148,8 @@ class SingleInstanceTest : public QObject {
         const pid_t child = fork();
         if (child == 0) {
             dup2(ends[1], STDOUT_FILENO);
-            execl(ownPath.c_str(), ownPath.c_str(), "--claim", home().c_str(), "stay", nullptr);
+            execl(ownProgram.c_str(), ownProgram.c_str(), "SingleInstanceTest", "--claim", home().c_str(),
+                  "stay", nullptr);
             _exit(99);
         }
         ::close(ends[1]);
@@ -496,8 +499,8 @@ class SingleInstanceTest : public QObject {
     }
 };
 
-int main(int argc, char **argv) {
-    ownPath = std::filesystem::read_symlink("/proc/self/exe");
+TEST_MAIN(SingleInstanceTest, argc, argv) {
+    ownProgram = std::filesystem::read_symlink("/proc/self/exe");
     if (argc == 4 && std::string(argv[1]) == "--claim")
         return runAsAnother(argv[2], argv[3]);
     QCoreApplication application(argc, argv);

@@ -1,5 +1,6 @@
 #include "Process.h"
 #include "ProcessFacts.h"
+#include "TestProgram.h"
 #include "Waiting.h"
 
 #include <QScopeGuard>
@@ -60,5 +61,5 @@ class StoppedChildTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(StoppedChildTest)
+TEST_CLASS(StoppedChildTest, QCoreApplication)
 #include "StoppedChildTest.moc"

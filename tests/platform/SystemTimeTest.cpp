@@ -1,5 +1,6 @@
 #include "MainQueue.h"
 #include "SystemTime.h"
+#include "TestProgram.h"
 #include "Waiting.h"
 
 #include <QTest>
@@ -107,5 +108,5 @@ class SystemTimeTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(SystemTimeTest)
+TEST_CLASS(SystemTimeTest, QCoreApplication)
 #include "SystemTimeTest.moc"

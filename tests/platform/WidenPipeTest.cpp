@@ -2,6 +2,7 @@
 #include "Pipe.h"
 #include "PipeReader.h"
 #include "StartReader.h"
+#include "TestProgram.h"
 #include "Waiting.h"
 
 #include <QTest>
@@ -109,5 +110,5 @@ class WidenPipeTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(WidenPipeTest)
+TEST_CLASS(WidenPipeTest, QCoreApplication)
 #include "WidenPipeTest.moc"

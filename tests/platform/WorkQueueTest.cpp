@@ -1,3 +1,4 @@
+#include "TestProgram.h"
 #include "Waiting.h"
 #include "WorkQueue.h"
 
@@ -134,5 +135,5 @@ class WorkQueueTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(WorkQueueTest)
+TEST_CLASS(WorkQueueTest, QCoreApplication)
 #include "WorkQueueTest.moc"

@@ -1,4 +1,5 @@
 #include "PracticeTree.h"
+#include "TestProgram.h"
 
 #include <QTest>
 
@@ -111,5 +112,5 @@ void PracticeClientTest::theTerminateRequestEndsItByThatSignal() {
     QCOMPARE(client.process.exitCode(), SIGTERM);
 }
 
-QTEST_GUILESS_MAIN(PracticeClientTest)
+TEST_CLASS(PracticeClientTest, QCoreApplication)
 #include "PracticeClientTest.moc"

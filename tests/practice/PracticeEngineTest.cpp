@@ -1,4 +1,5 @@
 #include "PracticeTree.h"
+#include "TestProgram.h"
 
 #include <QElapsedTimer>
 #include <QTcpSocket>
@@ -200,5 +201,5 @@ void PracticeEngineTest::theTerminateRequestEndsItThoughNobodyReadsItsLog() {
     deaf.waitForFinished();
 }
 
-QTEST_GUILESS_MAIN(PracticeEngineTest)
+TEST_CLASS(PracticeEngineTest, QCoreApplication)
 #include "PracticeEngineTest.moc"

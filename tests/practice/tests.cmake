@@ -1,3 +1,5 @@
+ferrolt_test_program(practice-tests LINKS Qt6::Network DEFINITIONS FERROLT_PRACTICE_TREE="${PROJECT_BINARY_DIR}/practice")
+add_dependencies(practice-tests practice-child)
 foreach(test PracticeEngineTest PracticeClientTest)
-    ferrolt_test(practice ${test} LINKS Qt6::Network)
+    ferrolt_test(practice ${test})
 endforeach()

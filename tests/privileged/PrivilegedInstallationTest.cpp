@@ -1,6 +1,7 @@
 #include "InstallationScene.h"
 #include "TestDiskImage.h"
 #include "TestHfsVolume.h"
+#include "TestProgram.h"
 #include "TreeSnapshot.h"
 
 #include <QCoreApplication>
@@ -19,7 +20,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-const QString version = QStringLiteral("26.2.4");
 const fs::path application = "/Applications/LibreOffice.app";
 
 QByteArray noise(qsizetype size) {
@@ -175,7 +175,7 @@ class PrivilegedInstallationTest : public QObject {
     }
 };
 
-int main(int argc, char **argv) {
+TEST_MAIN(PrivilegedInstallationTest, argc, argv) {
     QCoreApplication qt(argc, argv);
     const QString user = QString::fromLocal8Bit(getpwuid(getuid())->pw_name);
     QStringList arguments = QCoreApplication::arguments();

@@ -5,11 +5,12 @@ target_link_options(pkexec-stand-in PRIVATE -static)
 
 # One run of the test for each of the users of private_system.sh.
 set(private_system ${CMAKE_CURRENT_SOURCE_DIR}/privileged/private_system.sh ${PROJECT_BINARY_DIR})
-ferrolt_test(privileged PrivilegedInstallationTest LINKS ferrolt_test_installation RUN_BY ${private_system} installed)
-add_dependencies(PrivilegedInstallationTest ferrolt-miner-launcher pkexec-stand-in)
+ferrolt_test_program(privileged-tests LINKS ferrolt_test_installation)
+add_dependencies(privileged-tests ferrolt-miner-launcher pkexec-stand-in)
+ferrolt_test(privileged PrivilegedInstallationTest TLS RUN_BY ${private_system} installed)
 foreach(user checkout refused unasked bare stand-in)
     add_test(NAME privileged.PrivilegedInstallationTest-${user}
-        COMMAND ${private_system} ${user} $<TARGET_FILE:PrivilegedInstallationTest>)
+        COMMAND ${private_system} ${user} $<TARGET_FILE:privileged-tests> PrivilegedInstallationTest)
     set_tests_properties(privileged.PrivilegedInstallationTest-${user} PROPERTIES
         TIMEOUT 120 LABELS privileged SKIP_RETURN_CODE 200)
 endforeach()

@@ -2,6 +2,7 @@
 #include "Listener.h"
 #include "ProcessFacts.h"
 #include "Supervision.h"
+#include "TestProgram.h"
 
 #include <QTest>
 
@@ -186,5 +187,5 @@ class AppVarsFatalErrorTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(AppVarsFatalErrorTest)
+TEST_CLASS(AppVarsFatalErrorTest, QCoreApplication)
 #include "AppVarsFatalErrorTest.moc"

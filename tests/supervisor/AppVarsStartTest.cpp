@@ -2,6 +2,7 @@
 #include "Listener.h"
 #include "ProcessFacts.h"
 #include "Supervision.h"
+#include "TestProgram.h"
 
 #include <QTest>
 
@@ -261,5 +262,5 @@ class AppVarsStartTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(AppVarsStartTest)
+TEST_CLASS(AppVarsStartTest, QCoreApplication)
 #include "AppVarsStartTest.moc"

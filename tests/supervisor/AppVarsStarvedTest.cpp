@@ -2,6 +2,7 @@
 #include "InChild.h"
 #include "Listener.h"
 #include "Supervision.h"
+#include "TestProgram.h"
 
 #include <QTest>
 
@@ -108,5 +109,5 @@ class AppVarsStarvedTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(AppVarsStarvedTest)
+TEST_CLASS(AppVarsStarvedTest, QCoreApplication)
 #include "AppVarsStarvedTest.moc"

@@ -2,6 +2,7 @@
 #include "Listener.h"
 #include "ProcessFacts.h"
 #include "Supervision.h"
+#include "TestProgram.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -271,5 +272,5 @@ class AppVarsTerminationTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(AppVarsTerminationTest)
+TEST_CLASS(AppVarsTerminationTest, QCoreApplication)
 #include "AppVarsTerminationTest.moc"

@@ -2,6 +2,7 @@
 #include "Listener.h"
 #include "RecordingAlerts.h"
 #include "Supervision.h"
+#include "TestProgram.h"
 #include "TestTree.h"
 #include "Updater.h"
 
@@ -226,5 +227,5 @@ class AppVarsTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(AppVarsTest)
+TEST_CLASS(AppVarsTest, QCoreApplication)
 #include "AppVarsTest.moc"

@@ -5,6 +5,7 @@
 #include "MainQueue.h"
 #include "ProcessFacts.h"
 #include "Supervision.h"
+#include "TestProgram.h"
 #include "Updater.h"
 #include "Waiting.h"
 
@@ -539,5 +540,5 @@ class AppVarsUpdateCycleTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(AppVarsUpdateCycleTest)
+TEST_CLASS(AppVarsUpdateCycleTest, QCoreApplication)
 #include "AppVarsUpdateCycleTest.moc"

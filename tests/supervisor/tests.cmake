@@ -1,7 +1,11 @@
-ferrolt_test(supervisor AppVarsFatalErrorTest LINKS ferrolt_supervisor)
-ferrolt_test(supervisor AppVarsStartTest OWN_NETWORK LINKS ferrolt_supervisor)
-ferrolt_test(supervisor AppVarsStarvedTest LINKS ferrolt_supervisor)
-ferrolt_test(supervisor AppVarsTerminationTest LINKS ferrolt_supervisor)
-ferrolt_test(supervisor AppVarsTest LINKS ferrolt_supervisor)
-ferrolt_test(supervisor AppVarsUpdateCycleTest LINKS ferrolt_supervisor ferrolt_test_installation)
+ferrolt_test_program(supervisor-tests LINKS ferrolt_supervisor ferrolt_test_installation)
+foreach(test AppVarsFatalErrorTest AppVarsStarvedTest AppVarsTest)
+    ferrolt_test(supervisor ${test})
+endforeach()
+ferrolt_test(supervisor AppVarsStartTest OWN_NETWORK COST 10)
 set_tests_properties(supervisor.AppVarsStartTest PROPERTIES RESOURCE_LOCK port-9877)
+ferrolt_test(supervisor AppVarsUpdateCycleTest TLS COST 10)
+
+# It puts a kill() of its own in place of the C library's, for all of its program.
+ferrolt_test_program(AppVarsTerminationTest LINKS ferrolt_supervisor)
+ferrolt_test(supervisor AppVarsTerminationTest PROGRAM AppVarsTerminationTest COST 10)

@@ -20,6 +20,9 @@
 
 namespace ferrolt {
 
+/// The version of LibreOffice that the tests install.
+inline const QString version = QStringLiteral("26.2.4");
+
 /// For a comparison that fails.
 char *toString(const std::optional<InstallOutcome> &outcome);
 

@@ -1,3 +1,4 @@
+#include "TestProgram.h"
 #include "TextLines.h"
 
 #include <QByteArrayList>
@@ -84,5 +85,5 @@ void TextLinesTest::nulIsACharacterLikeAnyOther() {
 
 }  // namespace ferrolt
 
-QTEST_GUILESS_MAIN(ferrolt::TextLinesTest)
+TEST_CLASS(ferrolt::TextLinesTest, QCoreApplication)
 #include "TextLinesTest.moc"

@@ -1,1 +1,2 @@
-ferrolt_test(text TextLinesTest LINKS ferrolt_text)
+ferrolt_test_program(text-tests LINKS ferrolt_text)
+ferrolt_test(text TextLinesTest)

@@ -63,7 +63,7 @@ class CheckIncludesTest(unittest.TestCase):
             "updates/Metalink.h includes QtWidgets/QLabel of Qt6::Widgets, which ferrolt_updates does not link",
             "supervisor/AppVars.cpp includes QTcpServer of Qt6::Network, which ferrolt_supervisor does not link",
             "platform/install/macos/SystemTools.mm includes LoadProps.h of ferrolt_config, which ferrolt_install does not link",
-            "tests/support/TestTree.h includes MainWindow.h of ferrolt_app, which AppVarsTest does not link",
+            "tests/support/TestTree.h includes MainWindow.h of ferrolt_app, which supervisor-tests does not link",
             "README.md draws app -> updates, which CMake has not",
         ):
             self.assertIn(line, found)
@@ -76,8 +76,7 @@ class CheckIncludesTest(unittest.TestCase):
         """Whether a source of a module would compile with this header."""
         with open(os.path.join(BUILD, "compile_commands.json"), encoding="utf-8") as file:
             commands = json.load(file)
-        folder = os.path.join(CHECKOUT, module)
-        command = next(entry for entry in commands if os.path.dirname(entry["file"]) == folder)
+        command = next(entry for entry in commands if f" -o {module}/CMakeFiles/ferrolt_" in entry["command"])
         arguments = [word for word in shlex.split(command["command"]) if word != command["file"]]
         arguments = arguments[: arguments.index("-o")] + ["-fsyntax-only", "-x", "c++", "-"]
         if arguments[0].endswith("ccache"):

@@ -10,8 +10,8 @@ ferrolt_script_test(skipped_tests)
 ferrolt_script_test(figures_table)
 add_test(NAME tools.check_includes
     COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/tools/check_includes_test.py ${PROJECT_BINARY_DIR})
-set_tests_properties(tools.check_includes PROPERTIES TIMEOUT 600 LABELS tools)
+set_tests_properties(tools.check_includes PROPERTIES TIMEOUT 600 LABELS tools COST 20)
 if(PROJECT_BINARY_DIR STREQUAL "${PROJECT_SOURCE_DIR}/build/dev")
     ferrolt_script_test(run in-own-network)  # it opens what the preset dev has built
-    set_tests_properties(tools.run PROPERTIES RUN_SERIAL ON)
+    set_tests_properties(tools.run PROPERTIES COST 30)
 endif()

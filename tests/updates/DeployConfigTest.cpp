@@ -1,4 +1,5 @@
 #include "DeployConfig.h"
+#include "TestProgram.h"
 
 #include <QTest>
 
@@ -150,5 +151,5 @@ class DeployConfigTest : public QObject {
     }
 };
 
-QTEST_APPLESS_MAIN(DeployConfigTest)
+TEST_CLASS(DeployConfigTest, NoApplication)
 #include "DeployConfigTest.moc"

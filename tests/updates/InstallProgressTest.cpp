@@ -1,4 +1,5 @@
 #include "InstallProgress.h"
+#include "TestProgram.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -48,5 +49,5 @@ class InstallProgressTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(InstallProgressTest)
+TEST_CLASS(InstallProgressTest, QCoreApplication)
 #include "InstallProgressTest.moc"

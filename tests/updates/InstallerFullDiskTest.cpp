@@ -2,6 +2,7 @@
 #include "SmallDisk.h"
 #include "TestDiskImage.h"
 #include "TestHfsVolume.h"
+#include "TestProgram.h"
 #include "TreeSnapshot.h"
 
 #include <QCoreApplication>
@@ -15,8 +16,6 @@ using namespace ferrolt;
 namespace fs = std::filesystem;
 
 namespace {
-
-const QString version = QStringLiteral("26.2.4");
 
 constexpr int mayNotMount = 100;
 
@@ -86,8 +85,8 @@ class InstallerFullDiskTest : public QObject {
         QProcess program;
         const auto install = [&] {
             program.start(QCoreApplication::applicationFilePath(),
-                          {QStringLiteral("--on-a-small-disk"), scene.server.base(),
-                           QString::fromStdString(scene.folder.string())});
+                          {QStringLiteral("InstallerFullDiskTest"), QStringLiteral("--on-a-small-disk"),
+                           scene.server.base(), QString::fromStdString(scene.folder.string())});
             return program.waitForFinished(60'000);
         };
         program.setChildProcessModifier([&disk] {
@@ -109,7 +108,7 @@ class InstallerFullDiskTest : public QObject {
     }
 };
 
-int main(int argc, char **argv) {
+TEST_MAIN(InstallerFullDiskTest, argc, argv) {
     QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
     if (arguments.value(1) == QStringLiteral("--on-a-small-disk"))

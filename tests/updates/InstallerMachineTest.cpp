@@ -1,5 +1,6 @@
 #include "InstallationScene.h"
 #include "ProcessSetup.h"
+#include "TestProgram.h"
 #include "TreeSnapshot.h"
 
 #include <QTest>
@@ -10,12 +11,6 @@
 
 using namespace ferrolt;
 namespace fs = std::filesystem;
-
-namespace {
-
-const QString version = QStringLiteral("26.2.4");
-
-}  // namespace
 
 /// Failures of the machine: tools, disk, permissions, settings, name server.
 class InstallerMachineTest : public QObject {
@@ -250,5 +245,5 @@ class InstallerMachineTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(InstallerMachineTest)
+TEST_CLASS(InstallerMachineTest, QCoreApplication)
 #include "InstallerMachineTest.moc"

@@ -1,5 +1,6 @@
 #include "InstallJob.h"
 #include "InstallationScene.h"
+#include "TestProgram.h"
 #include "TreeSnapshot.h"
 
 #include <QRegularExpression>
@@ -269,5 +270,5 @@ class InstallerMetalinkTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(InstallerMetalinkTest)
+TEST_CLASS(InstallerMetalinkTest, QCoreApplication)
 #include "InstallerMetalinkTest.moc"

@@ -1,4 +1,5 @@
 #include "InstallationScene.h"
+#include "TestProgram.h"
 
 #include <QTest>
 
@@ -11,7 +12,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-const QString version = QStringLiteral("26.2.4");
 const QString verifying = QStringLiteral("Verifying download\u2026\n");
 const QString mismatch = QStringLiteral("Checksum mismatch from this mirror; trying another.\n");
 
@@ -269,5 +269,5 @@ class InstallerMirrorsTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(InstallerMirrorsTest)
+TEST_CLASS(InstallerMirrorsTest, QCoreApplication)
 #include "InstallerMirrorsTest.moc"

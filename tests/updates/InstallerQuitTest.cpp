@@ -6,6 +6,7 @@
 #include "ProcessFacts.h"
 #include "TestDiskImage.h"
 #include "TestHfsVolume.h"
+#include "TestProgram.h"
 #include "TreeSnapshot.h"
 #include "Waiting.h"
 
@@ -23,8 +24,6 @@ using namespace ferrolt;
 namespace fs = std::filesystem;
 
 namespace {
-
-const QString version = QStringLiteral("26.2.4");
 
 /// The child process that quits during an installation: it leaves its event loop, as a quit does, while the
 /// work queue is busy. With a log line given, it quits at that line, and the installation blocks there.
@@ -107,8 +106,8 @@ class InstallerQuitTest : public QObject {
         QProcess program;
         program.setProcessChannelMode(QProcess::ForwardedChannels);
         program.start(QCoreApplication::applicationFilePath(),
-                      {QStringLiteral("--quit-in-the-middle"), scene.server.base(),
-                       QString::fromStdString(scene.folder.string()), line});
+                      {QStringLiteral("InstallerQuitTest"), QStringLiteral("--quit-in-the-middle"),
+                       scene.server.base(), QString::fromStdString(scene.folder.string()), line});
         QVERIFY(program.waitForFinished(20'000));
         QCOMPARE(program.exitStatus(), QProcess::NormalExit);
         QCOMPARE(program.exitCode(), 42);
@@ -163,8 +162,8 @@ class InstallerQuitTest : public QObject {
         QProcess program;
         program.setProcessChannelMode(QProcess::ForwardedChannels);
         program.start(QCoreApplication::applicationFilePath(),
-                      {QStringLiteral("--quit-in-the-middle"), scene.server.base(),
-                       QString::fromStdString(scene.folder.string())});
+                      {QStringLiteral("InstallerQuitTest"), QStringLiteral("--quit-in-the-middle"),
+                       scene.server.base(), QString::fromStdString(scene.folder.string())});
         QVERIFY(waitUntil([&] { return isTool ? tool() != 0 : isStalling.load(); }));
         program.write("quit\n");
         QVERIFY(program.waitForFinished(3000));  // instead of the 30 or 60 s that its work takes
@@ -181,7 +180,7 @@ class InstallerQuitTest : public QObject {
     }
 };
 
-int main(int argc, char **argv) {
+TEST_MAIN(InstallerQuitTest, argc, argv) {
     QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
     if (arguments.value(1) == QStringLiteral("--quit-in-the-middle"))

@@ -2,6 +2,7 @@
 #include "InstallationScene.h"
 #include "LibreOfficeInstaller.h"
 #include "MainQueue.h"
+#include "TestProgram.h"
 #include "TreeSnapshot.h"
 #include "Waiting.h"
 
@@ -21,8 +22,6 @@ using namespace ferrolt;
 namespace fs = std::filesystem;
 
 namespace {
-
-const QString version = QStringLiteral("26.2.4");
 
 QByteArray threadName() {
     char name[16] = {};
@@ -485,5 +484,5 @@ class LibreOfficeInstallerTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(LibreOfficeInstallerTest)
+TEST_CLASS(LibreOfficeInstallerTest, QCoreApplication)
 #include "LibreOfficeInstallerTest.moc"

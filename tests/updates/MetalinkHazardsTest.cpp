@@ -1,5 +1,6 @@
 #include "MetalinkPromises.h"
 #include "TestHttpsServer.h"
+#include "TestProgram.h"
 
 #include <QTest>
 
@@ -11,7 +12,7 @@ using namespace ferrolt;
 
 namespace {
 
-const QByteArray good = "<url>https://one.example/</url><hash type='sha-256'>aa</hash>";
+const QByteArray goodElements = "<url>https://one.example/</url><hash type='sha-256'>aa</hash>";
 
 bool isGood(const Metalink &metalink) {
     return metalink.mirrors.size() == 1 && metalink.sha256 == QStringLiteral("aa");
@@ -46,13 +47,13 @@ class MetalinkHazardsTest : public QObject {
         for (int i = 1; i < 10; ++i)
             document += "<!ENTITY l" + QByteArray::number(i) + " \"" +
                         QByteArray("&l" + QByteArray::number(i - 1) + ";").repeated(10) + "\">";
-        document += "]><a>" + good + "<b>&l9;</b><url>https://two.example/</url></a>";
+        document += "]><a>" + goodElements + "<b>&l9;</b><url>https://two.example/</url></a>";
         QVERIFY(isGood(parseMetalink(document)));
     }
 
     void anEntityThatNamesItselfEndsTheDocumentEarly() {
-        QVERIFY(isGood(parseMetalink("<!DOCTYPE a [<!ENTITY x \"&y;\"><!ENTITY y \"&x;\">]><a>" + good +
-                                     "<b>&x;</b><url>https://two.example/</url></a>")));
+        QVERIFY(isGood(parseMetalink("<!DOCTYPE a [<!ENTITY x \"&y;\"><!ENTITY y \"&x;\">]><a>" +
+                                     goodElements + "<b>&x;</b><url>https://two.example/</url></a>")));
     }
 
     void aSmallEntityOfTheDocumentsOwnIsExpanded() {
@@ -89,7 +90,7 @@ class MetalinkHazardsTest : public QObject {
         QTest::addColumn<QByteArray>("document");
         constexpr qsizetype size = 2 * 1024 * 1024;
         const auto row = [](const char *name, const QByteArray &rest) {
-            QTest::newRow(name) << QByteArray("<a>" + good + rest);
+            QTest::newRow(name) << QByteArray("<a>" + goodElements + rest);
         };
         row("attributes", "<b " + numbered(" a", "=''", size) + "/>");
         row("just so many attributes", repeated("<b" + numbered(" a", "=''", 1600) + "/>", size));
@@ -112,8 +113,8 @@ class MetalinkHazardsTest : public QObject {
         row("openings", QByteArray(size, '<'));
         const auto declared = [](const char *name, const QByteArray &declarations,
                                  const QByteArray &content) {
-            QTest::newRow(name) << QByteArray("<!DOCTYPE a [" + declarations + "]><a>" + good + content +
-                                              "</a>");
+            QTest::newRow(name) << QByteArray("<!DOCTYPE a [" + declarations + "]><a>" + goodElements +
+                                              content + "</a>");
         };
         const QByteArray large(4000, 'x');
         declared("one large entity", "<!ENTITY e \"" + large + "\">", repeated("&e;", size));
@@ -156,7 +157,7 @@ class MetalinkHazardsTest : public QObject {
     void twentyThousandMutatedDocumentsKeepEveryPromise() {
         const QList<QByteArray> seeds{
             "<?xml version='1.0' encoding='UTF-8'?><metalink xmlns='urn:x'><file name='a'><size>1</size>" +
-                good + "<url priority='1'> http://two.example/a?b&amp;c </url></file></metalink>",
+                goodElements + "<url priority='1'> http://two.example/a?b&amp;c </url></file></metalink>",
             "<!DOCTYPE a [<!ENTITY h \"one.example\"><!ENTITY i "
             "'&h;&h;'>]><a><url>https://&h;/<![CDATA[x]]>&#65;</url>"
             "<!-- c --><hash type='SHA256'>&i;</hash></a>"};
@@ -215,5 +216,5 @@ class MetalinkHazardsTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(MetalinkHazardsTest)
+TEST_CLASS(MetalinkHazardsTest, QCoreApplication)
 #include "MetalinkHazardsTest.moc"

@@ -1,4 +1,5 @@
 #include "Metalink.h"
+#include "TestProgram.h"
 
 #include <QStringEncoder>
 #include <QTest>
@@ -288,5 +289,5 @@ class MetalinkTest : public QObject {
     }
 };
 
-QTEST_APPLESS_MAIN(MetalinkTest)
+TEST_CLASS(MetalinkTest, NoApplication)
 #include "MetalinkTest.moc"

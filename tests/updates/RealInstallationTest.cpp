@@ -3,18 +3,13 @@
 #include "PkexecCopy.h"
 #include "TestDiskImage.h"
 #include "TestHfsVolume.h"
+#include "TestProgram.h"
 #include "TreeSnapshot.h"
 
 #include <QTest>
 
 using namespace ferrolt;
 namespace fs = std::filesystem;
-
-namespace {
-
-const QString version = QStringLiteral("26.2.4");
-
-}  // namespace
 
 /// A real disk image and the system's archiver, up to a prompt that is never accepted.
 /// PrivilegedInstallationTest goes on from there.
@@ -129,5 +124,5 @@ class RealInstallationTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(RealInstallationTest)
+TEST_CLASS(RealInstallationTest, QCoreApplication)
 #include "RealInstallationTest.moc"

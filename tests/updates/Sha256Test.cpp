@@ -1,5 +1,6 @@
 #include "Background.h"
 #include "Sha256.h"
+#include "TestProgram.h"
 #include "TreeSnapshot.h"
 
 #include <QCryptographicHash>
@@ -56,5 +57,5 @@ class Sha256Test : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(Sha256Test)
+TEST_CLASS(Sha256Test, QCoreApplication)
 #include "Sha256Test.moc"

@@ -1,5 +1,6 @@
 #include "FileDescriptor.h"
 #include "StagingFolder.h"
+#include "TestProgram.h"
 #include "TreeSnapshot.h"
 
 #include <QRegularExpression>
@@ -204,5 +205,5 @@ class StagingFolderTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(StagingFolderTest)
+TEST_CLASS(StagingFolderTest, QCoreApplication)
 #include "StagingFolderTest.moc"

@@ -2,6 +2,7 @@
 #include "HttpSession.h"
 #include "MainQueue.h"
 #include "TestHttpsServer.h"
+#include "TestProgram.h"
 #include "Updater.h"
 #include "Waiting.h"
 
@@ -336,5 +337,5 @@ class UpdaterTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(UpdaterTest)
+TEST_CLASS(UpdaterTest, QCoreApplication)
 #include "UpdaterTest.moc"

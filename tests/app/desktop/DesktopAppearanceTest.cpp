@@ -1,4 +1,5 @@
 #include "DesktopAppearance.h"
+#include "TestProgram.h"
 #include "Theme.h"
 
 #include <QApplication>
@@ -158,5 +159,5 @@ class DesktopAppearanceTest : public QObject {
     }
 };
 
-QTEST_MAIN(DesktopAppearanceTest)
+TEST_CLASS(DesktopAppearanceTest, QApplication)
 #include "DesktopAppearanceTest.moc"

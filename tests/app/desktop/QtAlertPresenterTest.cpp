@@ -1,5 +1,6 @@
 #include "ApplicationLook.h"
 #include "QtAlertPresenter.h"
+#include "TestProgram.h"
 #include "Theme.h"
 #include "Waiting.h"
 
@@ -309,5 +310,5 @@ class QtAlertPresenterTest : public QObject {
     }
 };
 
-QTEST_MAIN(QtAlertPresenterTest)
+TEST_CLASS(QtAlertPresenterTest, QApplication)
 #include "QtAlertPresenterTest.moc"

@@ -1,4 +1,5 @@
 #include "StateFolder.h"
+#include "TestProgram.h"
 
 #include <QDir>
 #include <QTest>
@@ -27,5 +28,5 @@ class StateFolderTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(StateFolderTest)
+TEST_CLASS(StateFolderTest, QCoreApplication)
 #include "StateFolderTest.moc"

@@ -1,6 +1,7 @@
 #include "ConsoleFixture.h"
 #include "LogText.h"
 #include "StatusBadge.h"
+#include "TestProgram.h"
 #include "ToldToScreenReaders.h"
 #include "Utf16.h"
 #include "Utf16Index.h"
@@ -308,5 +309,5 @@ class LogAccessibleTest : public QObject {
     }
 };
 
-QTEST_MAIN(LogAccessibleTest)
+TEST_CLASS(LogAccessibleTest, QApplication)
 #include "LogAccessibleTest.moc"

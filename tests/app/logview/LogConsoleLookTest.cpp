@@ -1,6 +1,7 @@
 #include "ApplicationLook.h"
 #include "ConsoleFixture.h"
 #include "StatusBadge.h"
+#include "TestProgram.h"
 #include "Theme.h"
 
 #include <QDir>
@@ -150,5 +151,5 @@ class LogConsoleLookTest : public QObject {
     }
 };
 
-QTEST_MAIN(LogConsoleLookTest)
+TEST_CLASS(LogConsoleLookTest, QApplication)
 #include "LogConsoleLookTest.moc"

@@ -5,6 +5,7 @@
 #include "StatusBadge.h"
 #include "SymbolPlace.h"
 #include "SymbolView.h"
+#include "TestProgram.h"
 #include "Theme.h"
 
 #include <QClipboard>
@@ -386,5 +387,5 @@ class LogConsoleViewTest : public QObject {
     }
 };
 
-QTEST_MAIN(LogConsoleViewTest)
+TEST_CLASS(LogConsoleViewTest, QApplication)
 #include "LogConsoleViewTest.moc"

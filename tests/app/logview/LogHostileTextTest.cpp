@@ -1,5 +1,6 @@
 #include "ConsoleFixture.h"
 #include "LogText.h"
+#include "TestProgram.h"
 
 #include <QElapsedTimer>
 #include <QScrollBar>
@@ -192,5 +193,5 @@ class LogHostileTextTest : public QObject {
     }
 };
 
-QTEST_MAIN(LogHostileTextTest)
+TEST_CLASS(LogHostileTextTest, QApplication)
 #include "LogHostileTextTest.moc"

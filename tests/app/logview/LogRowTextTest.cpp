@@ -1,6 +1,7 @@
 #include "ConsoleFont.h"
 #include "LogRowText.h"
 #include "LogRows.h"
+#include "TestProgram.h"
 #include "Theme.h"
 #include "Utf8.h"
 
@@ -124,5 +125,5 @@ class LogRowTextTest : public QObject {
     }
 };
 
-QTEST_MAIN(LogRowTextTest)
+TEST_CLASS(LogRowTextTest, QApplication)
 #include "LogRowTextTest.moc"

@@ -5,6 +5,7 @@
 #include "LogSearch.h"
 #include "LogText.h"
 #include "PlaceInLog.h"
+#include "TestProgram.h"
 
 #include <QAbstractEventDispatcher>
 #include <QAccessible>
@@ -394,5 +395,5 @@ class LogSearchTest : public QObject {
     }
 };
 
-QTEST_MAIN(LogSearchTest)
+TEST_CLASS(LogSearchTest, QApplication)
 #include "LogSearchTest.moc"

@@ -1,6 +1,7 @@
 #include "ConsoleFixture.h"
 #include "LogText.h"
 #include "PlaceInLog.h"
+#include "TestProgram.h"
 
 #include <QMenu>
 #include <QMessageBox>
@@ -295,5 +296,5 @@ class LogTextAreaSelectionTest : public QObject {
     }
 };
 
-QTEST_MAIN(LogTextAreaSelectionTest)
+TEST_CLASS(LogTextAreaSelectionTest, QApplication)
 #include "LogTextAreaSelectionTest.moc"

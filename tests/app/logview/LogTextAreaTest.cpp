@@ -1,5 +1,6 @@
 #include "ConsoleFixture.h"
 #include "PlaceInLog.h"
+#include "TestProgram.h"
 
 #include <QProxyStyle>
 #include <QScrollBar>
@@ -281,5 +282,5 @@ class LogTextAreaTest : public QObject {
     }
 };
 
-QTEST_MAIN(LogTextAreaTest)
+TEST_CLASS(LogTextAreaTest, QApplication)
 #include "LogTextAreaTest.moc"

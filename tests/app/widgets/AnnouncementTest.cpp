@@ -4,10 +4,12 @@
 #include "FindBar.h"
 #include "LauncherPrefs.h"
 #include "PathResolvers.h"
+#include "TestProgram.h"
 #include "Theme.h"
 #include "ToldToScreenReaders.h"
 #include "WindowFixture.h"
 
+#include <QApplication>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTest>
@@ -108,5 +110,5 @@ class AnnouncementTest : public QObject {
     }
 };
 
-QTEST_MAIN(AnnouncementTest)
+TEST_CLASS(AnnouncementTest, QApplication)
 #include "AnnouncementTest.moc"

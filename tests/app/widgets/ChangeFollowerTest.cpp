@@ -1,5 +1,7 @@
 #include "ChangeFollower.h"
+#include "TestProgram.h"
 
+#include <QApplication>
 #include <QTest>
 #include <QWidget>
 
@@ -54,5 +56,5 @@ class ChangeFollowerTest : public QObject {
     }
 };
 
-QTEST_MAIN(ChangeFollowerTest)
+TEST_CLASS(ChangeFollowerTest, QApplication)
 #include "ChangeFollowerTest.moc"

@@ -1,5 +1,7 @@
 #include "Drawing.h"
+#include "TestProgram.h"
 
+#include <QApplication>
 #include <QImage>
 #include <QTest>
 
@@ -92,5 +94,5 @@ class DrawingTest : public QObject {
     }
 };
 
-QTEST_MAIN(DrawingTest)
+TEST_CLASS(DrawingTest, QApplication)
 #include "DrawingTest.moc"

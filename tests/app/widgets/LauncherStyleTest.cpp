@@ -1,4 +1,5 @@
 #include "LauncherStyle.h"
+#include "TestProgram.h"
 #include "Theme.h"
 
 #include <QApplication>
@@ -173,5 +174,5 @@ class LauncherStyleTest : public QObject {
     }
 };
 
-QTEST_MAIN(LauncherStyleTest)
+TEST_CLASS(LauncherStyleTest, QApplication)
 #include "LauncherStyleTest.moc"

@@ -1,4 +1,5 @@
 #include "SingleLineText.h"
+#include "TestProgram.h"
 
 #include <QTest>
 
@@ -58,5 +59,5 @@ class SingleLineTextTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(SingleLineTextTest)
+TEST_CLASS(SingleLineTextTest, QCoreApplication)
 #include "SingleLineTextTest.moc"

@@ -1,5 +1,7 @@
 #include "Symbols.h"
+#include "TestProgram.h"
 
+#include <QApplication>
 #include <QImage>
 #include <QPainter>
 #include <QTest>
@@ -91,5 +93,5 @@ class SymbolsTest : public QObject {
     }
 };
 
-QTEST_MAIN(SymbolsTest)
+TEST_CLASS(SymbolsTest, QApplication)
 #include "SymbolsTest.moc"

@@ -1,5 +1,6 @@
 #include "ApplicationLook.h"
 #include "LauncherStyle.h"
+#include "TestProgram.h"
 #include "TextField.h"
 
 #include <QAccessible>
@@ -238,5 +239,5 @@ class TextFieldTest : public QObject {
     }
 };
 
-QTEST_MAIN(TextFieldTest)
+TEST_CLASS(TextFieldTest, QApplication)
 #include "TextFieldTest.moc"

@@ -1,4 +1,5 @@
 #include "ApplicationLook.h"
+#include "TestProgram.h"
 #include "Theme.h"
 #include "ThemedLabel.h"
 
@@ -135,5 +136,5 @@ class ThemeTest : public QObject {
     }
 };
 
-QTEST_MAIN(ThemeTest)
+TEST_CLASS(ThemeTest, QApplication)
 #include "ThemeTest.moc"

@@ -2,6 +2,7 @@
 #include "HttpSession.h"
 #include "ProcessSetup.h"
 #include "TestHttpsServer.h"
+#include "TestProgram.h"
 #include "Waiting.h"
 
 #include <QDir>
@@ -287,5 +288,5 @@ class HttpDownloadTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(HttpDownloadTest)
+TEST_CLASS(HttpDownloadTest, QCoreApplication)
 #include "HttpDownloadTest.moc"

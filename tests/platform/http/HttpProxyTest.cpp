@@ -2,6 +2,7 @@
 #include "HttpSession.h"
 #include "NameLookup.h"
 #include "TestHttpsServer.h"
+#include "TestProgram.h"
 
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -129,5 +130,5 @@ class HttpProxyTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(HttpProxyTest)
+TEST_CLASS(HttpProxyTest, QCoreApplication)
 #include "HttpProxyTest.moc"

@@ -4,6 +4,7 @@
 #include "InChild.h"
 #include "NameLookup.h"
 #include "TestHttpsServer.h"
+#include "TestProgram.h"
 #include "Waiting.h"
 
 #include <QCoreApplication>
@@ -205,7 +206,7 @@ class HttpSessionEndTest : public QObject {
     }
 };
 
-int main(int argc, char **argv) {
+TEST_MAIN(HttpSessionEndTest, argc, argv) {
     const auto started = std::chrono::steady_clock::now();
     codeOfAnEndInALookup = inChild(endDuringALookup);  // before this process has a second thread
     timeOfAnEndInALookup = std::chrono::steady_clock::now() - started;

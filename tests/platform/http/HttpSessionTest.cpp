@@ -1,6 +1,7 @@
 #include "Background.h"
 #include "HttpSession.h"
 #include "TestHttpsServer.h"
+#include "TestProgram.h"
 
 #include <QTest>
 
@@ -303,5 +304,5 @@ class HttpSessionTest : public QObject {
     TestHttpsServer plain;
 };
 
-QTEST_GUILESS_MAIN(HttpSessionTest)
+TEST_CLASS(HttpSessionTest, QCoreApplication)
 #include "HttpSessionTest.moc"

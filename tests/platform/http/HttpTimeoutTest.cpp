@@ -1,6 +1,7 @@
 #include "Background.h"
 #include "HttpSession.h"
 #include "TestHttpsServer.h"
+#include "TestProgram.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -97,5 +98,5 @@ class HttpTimeoutTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(HttpTimeoutTest)
+TEST_CLASS(HttpTimeoutTest, QCoreApplication)
 #include "HttpTimeoutTest.moc"

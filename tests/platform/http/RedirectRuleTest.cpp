@@ -1,5 +1,6 @@
 #include "NameLookup.h"
 #include "RedirectRule.h"
+#include "TestProgram.h"
 #include "Waiting.h"
 
 #include <QHostAddress>
@@ -95,5 +96,5 @@ class RedirectRuleTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(RedirectRuleTest)
+TEST_CLASS(RedirectRuleTest, QCoreApplication)
 #include "RedirectRuleTest.moc"

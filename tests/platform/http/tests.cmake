@@ -1,8 +1,12 @@
-foreach(name HttpDownloadTest HttpProxyTest HttpSessionEndTest HttpSessionTest HttpTimeoutTest RedirectRuleTest)
-    ferrolt_test(platform/http ${name} LINKS ferrolt_http ferrolt_test_server)
+ferrolt_test_program(platform-http-tests LINKS ferrolt_http ferrolt_test_server)
+foreach(test HttpDownloadTest HttpSessionTest)
+    ferrolt_test(platform/http ${test} TLS)
 endforeach()
-# They stand in for the system's name look-up, which Qt's library must find too.
-foreach(name HttpProxyTest HttpSessionEndTest RedirectRuleTest)
-    set_target_properties(${name} PROPERTIES ENABLE_EXPORTS ON)
-    target_link_libraries(${name} PRIVATE ${CMAKE_DL_LIBS})
+ferrolt_test(platform/http HttpTimeoutTest TLS COST 10)
+
+# They put a name look-up of their own in place of the C library's, which Qt's library must find too.
+ferrolt_test_program(platform-http-name-tests LINKS ferrolt_http ferrolt_test_server ${CMAKE_DL_LIBS})
+set_target_properties(platform-http-name-tests PROPERTIES ENABLE_EXPORTS ON)
+foreach(test HttpProxyTest HttpSessionEndTest RedirectRuleTest)
+    ferrolt_test(platform/http ${test} TLS PROGRAM platform-http-name-tests)
 endforeach()

@@ -5,6 +5,7 @@
 #include "TestApfsVolume.h"
 #include "TestDiskImage.h"
 #include "TestHfsVolume.h"
+#include "TestProgram.h"
 #include "TreeSnapshot.h"
 #include "Waiting.h"
 
@@ -518,5 +519,5 @@ class DiskImageTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(DiskImageTest)
+TEST_CLASS(DiskImageTest, QCoreApplication)
 #include "DiskImageTest.moc"

@@ -1,6 +1,7 @@
 #include "Background.h"
 #include "TestDiskImage.h"
 #include "TestHfsVolume.h"
+#include "TestProgram.h"
 #include "ToolRunner.h"
 #include "TreeSnapshot.h"
 
@@ -57,5 +58,5 @@ class DiskImageToolTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(DiskImageToolTest)
+TEST_CLASS(DiskImageToolTest, QCoreApplication)
 #include "DiskImageToolTest.moc"

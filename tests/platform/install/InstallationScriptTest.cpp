@@ -1,4 +1,5 @@
 #include "PkexecCopy.h"
+#include "TestProgram.h"
 #include "TreeSnapshot.h"
 #include "Waiting.h"
 
@@ -570,5 +571,5 @@ class InstallationScriptTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(InstallationScriptTest)
+TEST_CLASS(InstallationScriptTest, QCoreApplication)
 #include "InstallationScriptTest.moc"

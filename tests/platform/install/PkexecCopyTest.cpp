@@ -1,5 +1,6 @@
 #include "Background.h"
 #include "PkexecCopy.h"
+#include "TestProgram.h"
 #include "TreeSnapshot.h"
 
 #include <QTemporaryDir>
@@ -150,5 +151,5 @@ class PkexecCopyTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(PkexecCopyTest)
+TEST_CLASS(PkexecCopyTest, QCoreApplication)
 #include "PkexecCopyTest.moc"

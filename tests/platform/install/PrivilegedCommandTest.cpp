@@ -1,4 +1,5 @@
 #include "PrivilegedCommand.h"
+#include "TestProgram.h"
 
 #include <QProcess>
 #include <QTest>
@@ -59,5 +60,5 @@ class PrivilegedCommandTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(PrivilegedCommandTest)
+TEST_CLASS(PrivilegedCommandTest, QCoreApplication)
 #include "PrivilegedCommandTest.moc"

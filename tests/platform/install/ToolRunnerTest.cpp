@@ -1,4 +1,5 @@
 #include "Background.h"
+#include "TestProgram.h"
 #include "ToolRunner.h"
 #include "TreeSnapshot.h"
 
@@ -55,5 +56,5 @@ class ToolRunnerTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(ToolRunnerTest)
+TEST_CLASS(ToolRunnerTest, QCoreApplication)
 #include "ToolRunnerTest.moc"

@@ -1,4 +1,5 @@
 #include "ChunkDecoder.h"
+#include "TestProgram.h"
 #include "Utf8.h"
 
 #include <QTest>
@@ -304,5 +305,5 @@ class ChunkDecoderTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(ChunkDecoderTest)
+TEST_CLASS(ChunkDecoderTest, QCoreApplication)
 #include "ChunkDecoderTest.moc"

@@ -4,6 +4,7 @@
 #include "NumberedStream.h"
 #include "ProcessFacts.h"
 #include "Supervision.h"
+#include "TestProgram.h"
 #include "Utf8.h"
 
 #include <QTest>
@@ -134,5 +135,5 @@ class LogFloodTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(LogFloodTest)
+TEST_CLASS(LogFloodTest, QCoreApplication)
 #include "LogFloodTest.moc"

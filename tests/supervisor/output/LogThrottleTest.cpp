@@ -1,6 +1,7 @@
 #include "LogThrottle.h"
 #include "MainQueue.h"
 #include "ManualTime.h"
+#include "TestProgram.h"
 #include "Waiting.h"
 
 #include <QTest>
@@ -273,5 +274,5 @@ class LogThrottleTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(LogThrottleTest)
+TEST_CLASS(LogThrottleTest, QCoreApplication)
 #include "LogThrottleTest.moc"

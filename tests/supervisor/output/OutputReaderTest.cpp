@@ -3,6 +3,7 @@
 #include "OutputReader.h"
 #include "Pipe.h"
 #include "ProcessFacts.h"
+#include "TestProgram.h"
 #include "Waiting.h"
 
 #include <QTest>
@@ -175,5 +176,5 @@ class OutputReaderTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(OutputReaderTest)
+TEST_CLASS(OutputReaderTest, QCoreApplication)
 #include "OutputReaderTest.moc"

@@ -1,5 +1,6 @@
-ferrolt_test(supervisor/output ChunkDecoderTest LINKS ferrolt_output ferrolt_text)
-ferrolt_test(supervisor/output LogFloodTest LINKS ferrolt_supervisor ferrolt_text)
-ferrolt_test(supervisor/output LogThrottleTest LINKS ferrolt_output)
-ferrolt_test(supervisor/output OutputReaderTest LINKS ferrolt_output)
+ferrolt_test_program(supervisor-output-tests LINKS ferrolt_supervisor ferrolt_text)
+ferrolt_test(supervisor/output ChunkDecoderTest COST 20 LONG_UNDER thread)  # it has one thread
+foreach(test LogFloodTest LogThrottleTest OutputReaderTest)
+    ferrolt_test(supervisor/output ${test})
+endforeach()
 set_tests_properties(supervisor/output.LogFloodTest PROPERTIES RUN_SERIAL ON)  # it fills both processors

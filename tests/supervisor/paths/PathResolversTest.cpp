@@ -1,4 +1,5 @@
 #include "PathResolvers.h"
+#include "TestProgram.h"
 #include "TestTree.h"
 
 #include <QTest>
@@ -92,5 +93,5 @@ class PathResolversTest : public QObject {
     }
 };
 
-QTEST_GUILESS_MAIN(PathResolversTest)
+TEST_CLASS(PathResolversTest, QCoreApplication)
 #include "PathResolversTest.moc"

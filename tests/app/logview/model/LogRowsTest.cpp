@@ -1,5 +1,6 @@
 #include "CellWidth.h"
 #include "LogRows.h"
+#include "TestProgram.h"
 #include "Utf8.h"
 
 #include <QRandomGenerator>
@@ -157,5 +158,5 @@ class LogRowsTest : public QObject {
     }
 };
 
-QTEST_APPLESS_MAIN(LogRowsTest)
+TEST_CLASS(LogRowsTest, NoApplication)
 #include "LogRowsTest.moc"

@@ -1,6 +1,7 @@
 #include "LogSelection.h"
 #include "LogText.h"
 #include "PlaceInLog.h"
+#include "TestProgram.h"
 
 #include <QtTest>
 
@@ -140,5 +141,5 @@ class LogTextTest : public QObject {
     }
 };
 
-QTEST_APPLESS_MAIN(LogTextTest)
+TEST_CLASS(LogTextTest, NoApplication)
 #include "LogTextTest.moc"

@@ -1,4 +1,5 @@
 #include "LogViewport.h"
+#include "TestProgram.h"
 
 #include <QtTest>
 
@@ -204,5 +205,5 @@ class LogViewportTest : public QObject {
     }
 };
 
-QTEST_APPLESS_MAIN(LogViewportTest)
+TEST_CLASS(LogViewportTest, NoApplication)
 #include "LogViewportTest.moc"

@@ -1,3 +1,4 @@
+ferrolt_test_program(app-logview-model-tests LINKS ferrolt_model ferrolt_text)
 foreach(test LogRowsTest LogTextTest LogViewportTest)
-    ferrolt_test(app/logview/model ${test} LINKS ferrolt_model ferrolt_text)
+    ferrolt_test(app/logview/model ${test})
 endforeach()
