@@ -32,12 +32,5 @@ function(ferrolt_module name)
         QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING QT_USE_QSTRINGBUILDER)
     if(NOT MODULE_USER_INTERFACE)
         target_link_libraries(ferrolt_${name} PRIVATE ferrolt_no_user_interface)
-        # Under a sanitizer nobody builds a single source again and again: joined, they take a quarter of the time.
-        # What has a user interface has its headers precompiled instead.
-        if(FERROLT_SANITIZE)
-            set_target_properties(ferrolt_${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 12)
-        endif()
-    else()
-        target_precompile_headers(ferrolt_${name} PRIVATE $<$<COMPILE_LANGUAGE:CXX>:<QtWidgets/QtWidgets>>)
     endif()
 endfunction()

@@ -14,7 +14,7 @@ using namespace std::chrono_literals;
 
 /// Portions too short to be noticed, with pauses that leave most of the time to everything else.
 constexpr auto portion = 4ms;
-constexpr int pauseMilliseconds = 8;
+constexpr int searchPauseMilliseconds = 8;
 /// The result is spoken this long after the last key, not after each of several.
 constexpr int speechMilliseconds = 500;
 
@@ -123,7 +123,7 @@ void LogSearch::work() {
         finder.countFor(portion);
     }
     if (isWorking())
-        workTimer.start(pauseMilliseconds, Qt::PreciseTimer, this);
+        workTimer.start(searchPauseMilliseconds, Qt::PreciseTimer, this);
     else
         workTimer.stop();
     showResult();

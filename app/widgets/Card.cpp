@@ -8,13 +8,13 @@
 namespace ferrolt {
 namespace {
 
-constexpr qreal cornerRadius = 8;
+constexpr qreal cardRadius = 8;
 
 }  // namespace
 
 void Card::paintEvent(QPaintEvent *) {
     QPainter painter(this);
-    Drawing::fillRounded(painter, rect(), cornerRadius, Theme::controlBackground(palette()));
+    Drawing::fillRounded(painter, rect(), cardRadius, Theme::controlBackground(palette()));
 }
 
 }  // namespace ferrolt

@@ -28,17 +28,17 @@ def sources():
 
 
 def flags_of(source, commands):
-    """Those of a source in the nearest folder that has one which is compiled here."""
-    folder = os.path.dirname(source)
-    while len(folder) >= len(CHECKOUT):
+    """Those of a module that is compiled here, the one in the nearest folder."""
+    folder = os.path.relpath(os.path.dirname(source), CHECKOUT)
+    while folder:
         for entry in commands:
-            if os.path.dirname(entry["file"]) == folder:
-                words = [word for word in shlex.split(entry["command"]) if word.startswith(("-D", "-I", "-W", "-std"))]
-                system = shlex.split(entry["command"])
-                for index, word in enumerate(system):
+            if f" -o {folder}/CMakeFiles/" in entry["command"]:
+                words = shlex.split(entry["command"])
+                flags = [word for word in words if word.startswith(("-D", "-I", "-W", "-std"))]
+                for index, word in enumerate(words):
                     if word == "-isystem":
-                        words += system[index:index + 2]
-                return words
+                        flags += words[index:index + 2]
+                return flags
         folder = os.path.dirname(folder)
     raise LookupError(source)
 
