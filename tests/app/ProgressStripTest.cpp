@@ -18,8 +18,8 @@ class ProgressStripTest : public QObject {
 
     static ProgressStrip &stripOf(const MainWindow &window) { return *window.findChild<ProgressStrip *>(); }
 
-    static InstallProgress::Facts downloading(std::int64_t done, std::int64_t total,
-                                              const QString &version = "26.2.4") {
+    static InstallProgress::Status downloading(std::int64_t done, std::int64_t total,
+                                               const QString &version = "26.2.4") {
         return {Phase::Downloading, version, done, total};
     }
 

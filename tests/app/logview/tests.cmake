@@ -14,10 +14,10 @@ endforeach()
 # Whether a plain char is signed is the processor's choice: on arm it is not. What looks at the bytes of a log is compiled
 # and tested with the other choice, too.
 set(logview ${PROJECT_SOURCE_DIR}/app/logview)
+file(GLOB model_sources ${logview}/model/*.cpp)
 ferrolt_test_program(unsigned-char-tests LINKS ferrolt_logview ferrolt_text
     SOURCES app/logview/model/LogRowsTest.cpp app/logview/LogRowTextTest.cpp ${logview}/ConsoleFont.cpp
-        ${logview}/LogRowText.cpp ${logview}/model/CellWidth.cpp ${logview}/model/LogRows.cpp
-        ${logview}/model/Utf16Index.cpp)
+        ${logview}/LogRowText.cpp ${model_sources})
 target_compile_options(unsigned-char-tests PRIVATE -funsigned-char)
 foreach(test LogRowsTest LogRowTextTest)
     add_test(NAME app/logview.${test}UnsignedChar COMMAND unsigned-char-tests ${test})
