@@ -1,5 +1,6 @@
 #include "FatalError.h"
 #include "HomeLogView.h"
+#include "LauncherStyle.h"
 #include "LogConsoleView.h"
 #include "LogTextArea.h"
 #include "TestProgram.h"
@@ -19,6 +20,7 @@ class HomeLogViewTest : public QObject {
         std::unique_ptr<HomeLogView> view;
 
         explicit Home(QSize size = {800, 640}) {
+            LauncherStyle::install();
             create();
             view = std::make_unique<HomeLogView>(vars, time, std::make_shared<QtClipboard>());
             view->resize(size);

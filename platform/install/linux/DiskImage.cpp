@@ -39,12 +39,19 @@ std::string secondsOf(std::chrono::milliseconds duration) {
 }
 
 /// One run of the archiver under timeout(1), which kills it some time after a terminate request, its own or
-/// ToolOutput's: a parser that loops on a damaged image may ignore the request. The common switches: names as
-/// UTF-8, no resource forks and extended attributes, no file name patterns, no other output.
+/// ToolOutput's: a parser that loops on a damaged image may ignore the request. timeout(1) of coreutils 9.1
+/// leaves its command running if the request arrives before its own fork() has returned, so the kernel kills
+/// the archiver when timeout(1) ends. The common switches: names as UTF-8, no resource forks and extended
+/// attributes, no file name patterns, no other output.
 ToolOutput run(const DiskImage::Archiver &archiver, std::initializer_list<const char *> particular,
                const std::filesystem::path &image) {
     std::vector<std::string> arguments{"--kill-after=" + secondsOf(archiver.killAfter),
-                                       secondsOf(archiver.timeout), archiver.executable.string()};
+                                       secondsOf(archiver.timeout),
+                                       "/usr/bin/setpriv",
+                                       "--pdeathsig=KILL",
+                                       "--no-new-privs",
+                                       "--",
+                                       archiver.executable.string()};
     arguments.insert(arguments.end(), particular.begin(), particular.end());
     arguments.insert(arguments.end(), {"-sccUTF-8", "-sns-", "-spd", "-bse0", "-bsp0", "--", image.string()});
     return ToolOutput("/usr/bin/timeout", arguments);
