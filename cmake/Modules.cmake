@@ -3,7 +3,8 @@
 
 add_library(ferrolt_build INTERFACE)
 target_compile_options(ferrolt_build INTERFACE
-    -Wall -Wextra -Wpedantic $<IF:$<CXX_COMPILER_ID:GNU>,-Wshadow=local,-Wshadow> -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Wold-style-cast
+    # clang's -Wshadow would also warn of the names of other files in a unity build.
+    -Wall -Wextra -Wpedantic $<$<CXX_COMPILER_ID:GNU>:-Wshadow=local> -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Wold-style-cast
     -Woverloaded-virtual -Wimplicit-fallthrough -fno-common -fstack-protector-strong)
 # Q_ASSERT checks what a header demands of its callers, in every build but the shipped one. RelWithDebInfo would switch
 # it off. The standard library's own checks (an index out of range, an empty optional) are cheap enough to ship.

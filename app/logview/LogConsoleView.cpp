@@ -27,7 +27,7 @@ constexpr QSize minSize(300, 150);
 constexpr int headerPaddingAlong = 10;
 constexpr auto confirmationTime = 1200ms;
 /// The width of the border, which lies inside the panel's bounds, and of the line between header and log.
-constexpr int line = 1;
+constexpr int lineWidth = 1;
 
 }  // namespace
 
@@ -66,9 +66,9 @@ LogConsoleView::LogConsoleView(const QString &title, const LogBuffer &lines, con
     row->addWidget(copyButton);
     row->addWidget(badge);
 
-    divider->setFixedHeight(line);
+    divider->setFixedHeight(lineWidth);
 
-    stack->setContentsMargins(line, line, line, line);
+    stack->setContentsMargins(lineWidth, lineWidth, lineWidth, lineWidth);
     stack->setSpacing(0);
     stack->addWidget(header);
     stack->addWidget(divider);
@@ -167,7 +167,7 @@ void LogConsoleView::paintEvent(QPaintEvent *) {
     painter.fillRect(QRectF(QPointF(whole.left(), top), whole.bottomRight()),
                      Theme::textBackground(palette()));
     const QColor separator = Theme::separator(palette());
-    const QRectF across = Drawing::snapped(painter, QRectF(whole.left(), top, whole.width(), line));
+    const QRectF across = Drawing::snapped(painter, QRectF(whole.left(), top, whole.width(), lineWidth));
     painter.fillRect(QRectF(across.topLeft(), QSizeF(across.width(), Drawing::borderWidth(painter))),
                      separator);
     Drawing::strokeRectangle(painter, whole, separator);

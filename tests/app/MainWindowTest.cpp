@@ -341,7 +341,7 @@ class MainWindowTest : public QObject {
     }
 };
 
-TEST_MAIN(MainWindowTest, argc, argv) {
+TEST_MAIN(MainWindowTest) {
     useLargeScreen();
     QApplication application(argc, argv);
     MainWindowTest test;

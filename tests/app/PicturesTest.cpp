@@ -19,9 +19,8 @@
 #include <QTest>
 #include <QtMath>
 
+#include <csignal>
 #include <string>
-
-#include <signal.h>
 
 using namespace ferrolt;
 
@@ -218,7 +217,7 @@ class PicturesTest : public QObject {
     }
 };
 
-TEST_MAIN(PicturesTest, argc, argv) {
+TEST_MAIN(PicturesTest) {
     const QByteArray platform = qgetenv("QT_QPA_PLATFORM");
     useLargeScreen();
     QApplication application(argc, argv);

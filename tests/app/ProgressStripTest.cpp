@@ -157,7 +157,7 @@ class ProgressStripTest : public QObject {
     }
 };
 
-TEST_MAIN(ProgressStripTest, argc, argv) {
+TEST_MAIN(ProgressStripTest) {
     useLargeScreen();
     QApplication application(argc, argv);
     ProgressStripTest test;

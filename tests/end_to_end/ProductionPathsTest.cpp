@@ -81,7 +81,7 @@ class ProductionPathsTest : public QObject {
     }
 };
 
-TEST_MAIN(ProductionPathsTest, argc, argv) {
+TEST_MAIN(ProductionPathsTest) {
     return PrivateSystem::run("exit 127\n", [&](const std::string &trouble) {
         QCoreApplication qt(argc, argv);
         ProductionPathsTest test(trouble);

@@ -19,9 +19,9 @@
 
 #include <atomic>
 #include <chrono>
+#include <csignal>
 
 #include <netinet/in.h>
-#include <signal.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -335,7 +335,7 @@ class UpdateTest : public QObject {
     }
 };
 
-TEST_MAIN(UpdateTest, argc, argv) {
+TEST_MAIN(UpdateTest) {
     // pkexec's own option is "--disable-internal-agent"; it sets PKEXEC_UID to the user who asked.
     return PrivateSystem::run("shift\nPKEXEC_UID=$(id -u) exec \"$@\"\n", [&](const std::string &trouble) {
         const TestAuthority authority;

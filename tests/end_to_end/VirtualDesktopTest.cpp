@@ -56,7 +56,7 @@ class VirtualDesktopTest : public QObject {
     }
 };
 
-TEST_MAIN(VirtualDesktopTest, argc, argv) {
+TEST_MAIN(VirtualDesktopTest) {
     QCoreApplication application(argc, argv);
     if (QCoreApplication::arguments().value(1) == QStringLiteral("--stay"))
         return stayOnADesktop();

@@ -167,7 +167,7 @@ bool survivesApplicationsThatComeAndGo() {
 
 }  // namespace
 
-TEST_MAIN(MainQueueTest, argc, argv) {
+TEST_MAIN(MainQueueTest) {
     if (!survivesWithoutApplication()) {
         qCritical("the queue does not survive the time without an application");
         return 1;

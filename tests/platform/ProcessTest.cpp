@@ -468,7 +468,7 @@ class ProcessTest : public QObject {
     }
 };
 
-TEST_MAIN(ProcessTest, argc, argv) {
+TEST_MAIN(ProcessTest) {
     ownPath = fs::read_symlink("/proc/self/exe");
     if (argc == 3 && std::string(argv[1]) == "--launch")
         return runAsLauncher(argv[2]);

@@ -499,7 +499,7 @@ class SingleInstanceTest : public QObject {
     }
 };
 
-TEST_MAIN(SingleInstanceTest, argc, argv) {
+TEST_MAIN(SingleInstanceTest) {
     ownProgram = std::filesystem::read_symlink("/proc/self/exe");
     if (argc == 4 && std::string(argv[1]) == "--claim")
         return runAsAnother(argv[2], argv[3]);

@@ -175,7 +175,7 @@ class PrivilegedInstallationTest : public QObject {
     }
 };
 
-TEST_MAIN(PrivilegedInstallationTest, argc, argv) {
+TEST_MAIN(PrivilegedInstallationTest) {
     QCoreApplication qt(argc, argv);
     const QString user = QString::fromLocal8Bit(getpwuid(getuid())->pw_name);
     QStringList arguments = QCoreApplication::arguments();

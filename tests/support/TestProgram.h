@@ -34,8 +34,9 @@ int runTestClass(int argc, char **argv) {
 #define TEST_CLASS(Test, Application) \
     FERROLT_REGISTER_TEST(#Test, (&ferrolt::runTestClass<Test, Application>), __COUNTER__)
 
-/// TEST_MAIN(ProcessTest, argc, argv) { ... }: the class is run by this function, which stands for main().
-#define TEST_MAIN(Test, argc, argv)                            \
+/// TEST_MAIN(ProcessTest) { ... }: the class is run by this function, which stands for main(int argc, char
+/// **argv).
+#define TEST_MAIN(Test)                                        \
     static int mainOf##Test(int argc, char **argv);            \
     FERROLT_REGISTER_TEST(#Test, (&mainOf##Test), __COUNTER__) \
     static int mainOf##Test(int argc, char **argv)

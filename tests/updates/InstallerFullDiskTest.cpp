@@ -108,7 +108,7 @@ class InstallerFullDiskTest : public QObject {
     }
 };
 
-TEST_MAIN(InstallerFullDiskTest, argc, argv) {
+TEST_MAIN(InstallerFullDiskTest) {
     QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
     if (arguments.value(1) == QStringLiteral("--on-a-small-disk"))

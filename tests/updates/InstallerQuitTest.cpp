@@ -180,7 +180,7 @@ class InstallerQuitTest : public QObject {
     }
 };
 
-TEST_MAIN(InstallerQuitTest, argc, argv) {
+TEST_MAIN(InstallerQuitTest) {
     QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
     if (arguments.value(1) == QStringLiteral("--quit-in-the-middle"))

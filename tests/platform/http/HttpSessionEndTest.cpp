@@ -206,7 +206,7 @@ class HttpSessionEndTest : public QObject {
     }
 };
 
-TEST_MAIN(HttpSessionEndTest, argc, argv) {
+TEST_MAIN(HttpSessionEndTest) {
     const auto started = std::chrono::steady_clock::now();
     codeOfAnEndInALookup = inChild(endDuringALookup);  // before this process has a second thread
     timeOfAnEndInALookup = std::chrono::steady_clock::now() - started;
