@@ -14,7 +14,7 @@ class InstallProgress;
 ///
 /// While the total is unknown, a part of the bar moves across it, but only while the strip is visible. Main
 /// thread.
-class ProgressStrip : public QProgressBar {
+class ProgressStrip final : public QProgressBar {
     Q_OBJECT
 
   public:

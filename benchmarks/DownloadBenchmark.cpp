@@ -12,10 +12,10 @@
 
 #include <array>
 #include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <thread>
 
-#include <signal.h>
 #include <spawn.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>

@@ -4,9 +4,8 @@
 #include "Measuring.h"
 #include "ProcessFacts.h"
 
+#include <csignal>
 #include <cstdint>
-
-#include <signal.h>
 
 namespace ferrolt::bench {
 
@@ -20,7 +19,7 @@ QByteArray lastBytes(std::uint64_t written, std::size_t size, const std::string 
     QByteArray bytes;
     std::uint64_t number = (written - size) / blockSize;
     const std::uint64_t skipped = (written - size) % blockSize;
-    while (bytes.size() < static_cast<qsizetype>(skipped + size)) {
+    while (static_cast<std::size_t>(bytes.size()) < skipped + size) {
         numberFloodBlock(block, static_cast<long long>(number++));
         bytes.append(block.data(), static_cast<qsizetype>(block.size()));
     }

@@ -30,6 +30,7 @@ double costToShow(Scene &scene, int count, qsizetype bytes, const Options &optio
     Samples costs;
     for (int run = 0; run < options.runs; ++run) {
         std::vector<LogElement> elements;
+        elements.reserve(static_cast<std::size_t>(count));
         for (int i = 0; i < count; ++i)
             elements.push_back(Scene::element(bytes, i));
         runFor(options.quick ? 50ms : 200ms);  // what came before is at rest

@@ -4,7 +4,8 @@
 
 #include <functional>
 
-class QSessionManager;
+// Qt keeps the destructor private.
+class QSessionManager;  // NOLINT(cppcoreguidelines-virtual-class-destructor)
 
 namespace ferrolt {
 

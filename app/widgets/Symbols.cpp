@@ -151,7 +151,8 @@ QPixmap symbolPixmap(Symbol symbol, QSize logicalSize, const QColor &tint, qreal
     QPainter painter(&pixmap);
     // The drawings are square: the largest square of whole device pixels, centred on whole device pixels.
     const int side = std::min(pixels.width(), pixels.height());
-    renderer.render(&painter, QRectF((pixels.width() - side) / 2, (pixels.height() - side) / 2, side, side));
+    renderer.render(&painter,
+                    QRectF(QRect((pixels.width() - side) / 2, (pixels.height() - side) / 2, side, side)));
     painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
     painter.fillRect(pixmap.rect(), tint);
     painter.end();

@@ -12,11 +12,11 @@
 #include <QTimer>
 
 #include <atomic>
+#include <csignal>
 #include <cstdio>
 #include <thread>
 
 #include <fcntl.h>
-#include <signal.h>
 #include <unistd.h>
 
 using namespace ferrolt;

@@ -8,8 +8,7 @@
 #include <QTest>
 
 #include <chrono>
-
-#include <signal.h>
+#include <csignal>
 
 using namespace ferrolt;
 using namespace std::chrono_literals;

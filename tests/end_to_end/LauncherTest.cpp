@@ -14,8 +14,6 @@
 #include <csignal>
 #include <memory>
 
-#include <signal.h>
-
 using namespace ferrolt;
 using namespace std::chrono_literals;
 

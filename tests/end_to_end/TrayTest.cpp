@@ -9,9 +9,8 @@
 #include <QTest>
 
 #include <chrono>
+#include <csignal>
 #include <fstream>
-
-#include <signal.h>
 
 using namespace ferrolt;
 using namespace std::chrono_literals;

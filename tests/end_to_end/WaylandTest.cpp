@@ -14,8 +14,6 @@
 #include <chrono>
 #include <csignal>
 
-#include <signal.h>
-
 using namespace ferrolt;
 using namespace std::chrono_literals;
 

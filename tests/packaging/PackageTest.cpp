@@ -9,7 +9,8 @@
 #include <QTest>
 #include <QXmlStreamReader>
 
-#include <signal.h>
+#include <csignal>
+
 #include <sys/stat.h>
 
 using namespace ferrolt;
