@@ -54,8 +54,8 @@ void narrowPipeOf(pid_t child);
 /// Asks a program to end, and waits for it.
 void endProcess(pid_t process);
 
-/// How long whatever is meant for the main thread waits for it: a thread of its own hands the main thread an
-/// event each millisecond. A wait counts once for each millisecond that it lasts, since so many events would
+/// How long events wait for the main thread: a thread of its own hands the main thread an event each
+/// millisecond. A wait counts once for each millisecond that it lasts, since so many events would
 /// have waited.
 class StallProbe : public QObject {
   public:

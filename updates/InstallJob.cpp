@@ -116,8 +116,8 @@ InstallOutcome InstallJob::installFrom(const Metalink &metalink, const QString &
     if (!attachImage(*staging))
         return InstallOutcome::failed(QString::fromLatin1(mountFailed));
 
-    // symlink_status: with a link of this name the administrator would copy whatever the image's author
-    // chose.
+    // symlink_status: with a link of this name the administrator would copy a folder of the image's
+    // author's choice.
     if (fs::symlink_status(staging->applicationInImage(), failure).type() != fs::file_type::directory) {
         detachImage(*services.tools, staging->mountPoint());
         return InstallOutcome::failed(QStringLiteral("LibreOffice.app not found in the mounted image"));

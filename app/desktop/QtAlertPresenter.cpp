@@ -81,7 +81,7 @@ QtAlertPresenter::~QtAlertPresenter() {
 }
 
 void QtAlertPresenter::present(const Alert &alert, std::function<void()> dismissed) {
-    Q_ASSERT(MainQueue::isMainThread());
+    assertMainThread();
     pending.push_back({alert, std::move(dismissed)});
     if (!box)
         showNext();

@@ -12,7 +12,8 @@ namespace ferrolt {
 
 FindShortcuts::FindShortcuts(QList<LogConsoleView *> all, QWidget *parent)
     : QObject(parent), consoles(std::move(all)), lastUsed(consoles.value(0)) {
-    Q_ASSERT(MainQueue::isMainThread() && !consoles.isEmpty());
+    assertMainThread();
+    Q_ASSERT(!consoles.isEmpty());
     // Made of the standard key itself: a QKeySequence made of it holds only the first of its keys, and with
     // Qt 6.4's theme for GTK desktops that is Ctrl+G, not F3, for Find Next.
     const auto add = [&](QKeySequence::StandardKey key, void (LogConsoleView::*find)()) {

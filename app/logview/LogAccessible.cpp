@@ -168,7 +168,7 @@ QAccessibleInterface *interfaceFor(const QString &, QObject *object) {
 }  // namespace
 
 void installConsoleRoles() {
-    Q_ASSERT(MainQueue::isMainThread());
+    assertMainThread();
     [[maybe_unused]] static const bool installed = [] {
         QAccessible::installFactory(interfaceFor);
         return true;

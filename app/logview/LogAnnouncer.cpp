@@ -19,7 +19,7 @@ constexpr qsizetype maxReportedBytes = 8 * 1024;
 
 LogAnnouncer::LogAnnouncer(LogTextArea &area)
     : QObject(&area), area(area), index(area.buffer()), texts(area.buffer()) {
-    Q_ASSERT(MainQueue::isMainThread());
+    assertMainThread();
     connect(&area, &LogTextArea::refreshed, this, &LogAnnouncer::announceText);
     connect(&area, &LogTextArea::caretMoved, this, &LogAnnouncer::announceCaret);
     connect(&area, &LogTextArea::selectionChanged, this, &LogAnnouncer::announceSelection);

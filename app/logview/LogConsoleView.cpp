@@ -44,7 +44,7 @@ LogConsoleView::LogConsoleView(const QString &title, const LogBuffer &lines, con
       divider(new QWidget(this)),
       area(new LogTextArea(lines, bottomId, clipboard, this)),
       stack(new QVBoxLayout(this)) {
-    Q_ASSERT(MainQueue::isMainThread());
+    assertMainThread();
     setMinimumSize(minSize);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
     titleLabel->setTextFormat(Qt::PlainText);

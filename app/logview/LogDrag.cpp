@@ -17,7 +17,7 @@ constexpr int scrollMilliseconds = 30;
 }  // namespace
 
 LogDrag::LogDrag(QWidget *viewport) : QObject(viewport), viewport(viewport) {
-    Q_ASSERT(MainQueue::isMainThread());
+    assertMainThread();
 }
 
 LogSelection::Unit LogDrag::press(QPointF at) {

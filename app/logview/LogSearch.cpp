@@ -22,7 +22,7 @@ constexpr int speechMilliseconds = 500;
 
 LogSearch::LogSearch(LogTextArea &area, FindBar &bar, QObject *parent)
     : QObject(parent), area(area), bar(bar), finder(area.buffer()) {
-    Q_ASSERT(MainQueue::isMainThread());
+    assertMainThread();
     bar.hide();
     connect(&bar, &FindBar::textChanged, this, &LogSearch::setNeedle);
     connect(&bar, &FindBar::nextWanted, this, &LogSearch::findNext);

@@ -94,7 +94,7 @@ LogTextArea::LogTextArea(const LogBuffer &log, const QString &bottomId, Clipboar
       follower(view, [this] { showView(); }),
       drag(new LogDrag(viewport())),
       marker(new QWidget(viewport())) {
-    Q_ASSERT(MainQueue::isMainThread());
+    assertMainThread();
     installConsoleRoles();
     setFrameStyle(QFrame::NoFrame);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
@@ -125,7 +125,7 @@ bool LogTextArea::canAnimate() const {
 }
 
 void LogTextArea::logChanged() {
-    Q_ASSERT(MainQueue::isMainThread());
+    assertMainThread();
     if (refreshTimer.isActive())
         return;
     if (isOnScreen())

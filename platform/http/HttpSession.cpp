@@ -145,7 +145,7 @@ HttpReply HttpSession::get(QNetworkRequest request, HttpBody body) {
         return {Error::Cancelled, 0, {}};
     request.setDecompressedSafetyCheckThreshold(-1);  // off: maxSize is the stricter check
     request.setTransferTimeout(static_cast<int>(configuration.requestTimeout.count()));
-    // Over HTTP/2 Qt 6.4 ignores the read buffer's size: it buffers in memory whatever the server sends.
+    // Over HTTP/2 Qt 6.4 ignores the read buffer's size: it buffers the whole body in memory.
     request.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
     request.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
     request.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);

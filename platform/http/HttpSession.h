@@ -34,7 +34,7 @@ struct HttpConfiguration {
 /// How a request ended.
 struct HttpReply {
     enum class Error {
-        None,       ///< the reply arrived completely, with whatever status
+        None,       ///< the reply arrived completely; its status may be an error's
         Transport,  ///< name lookup, connection, certificate or redirect failed, or the reply was incomplete
         TimedOut,   ///< requestTimeout or resourceTimeout
         TooLarge,   ///< above HttpSession::maxBodySize or HttpConfiguration::maxFileSize
@@ -78,7 +78,7 @@ class HttpSession {
     HttpReply fetchData(const QUrl &url);
 
     /// Streams the body into a temporary file beside `destination`, in constant memory. After a complete
-    /// reply with status 200 the file replaces whatever is at `destination`; after anything else it is
+    /// reply with status 200 the file replaces the one at `destination`; after anything else it is
     /// deleted. Success is isComplete() with status 200; the body of any other status is not read.
     HttpReply downloadFile(const QUrl &url, const std::filesystem::path &destination,
                            const Progress &progress = {});

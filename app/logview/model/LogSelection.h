@@ -25,7 +25,7 @@ class LogSelection {
     void begin(LogPosition position, Unit unit = Unit::Character);
     /// Selects from where the selection began to this position, by the unit with which it began.
     void extendTo(LogPosition position);
-    /// Moves the end at which the caret is to this very position, with whatever unit the selection began.
+    /// Moves the end at which the caret is to this very position. The unit of the selection does not matter.
     void moveEndTo(LogPosition position);
     void select(LogSpan span);
 

@@ -31,7 +31,7 @@ class LogViewport {
         friend bool operator==(const VisibleRow &, const VisibleRow &) = default;
     };
 
-    /// `layout` must outlive the viewport. Whatever the layout does not know yet is not on screen: call
+    /// `layout` must outlive the viewport. Elements that the layout does not know yet are not on screen: call
     /// sync() after the log has changed.
     explicit LogViewport(LogLayout &layout) : layout(layout) {}
 
