@@ -42,6 +42,7 @@ class MainQueueTest : public QObject {
         int next[producers] = {};
         bool inOrder = true;
         std::vector<std::thread> threads;
+        threads.reserve(producers);
         for (int producer = 0; producer < producers; ++producer) {
             threads.emplace_back([&, producer] {
                 for (int i = 0; i < each; ++i)
