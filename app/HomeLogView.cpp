@@ -17,8 +17,6 @@ namespace ferrolt {
 namespace {
 
 constexpr int dividerHeight = 6;
-constexpr int minConsoleWidth = 300;
-constexpr int minConsoleHeight = 150;
 
 }  // namespace
 
@@ -33,10 +31,8 @@ HomeLogView::HomeLogView(std::shared_ptr<AppVars> appVars, std::shared_ptr<TimeS
                                    QStringLiteral("qorBottom"), *this->clipboard, *this->time);
     panes = new PaneSplitter(Qt::Vertical, QStringLiteral("Log heights"));
     panes->setHandleWidth(dividerHeight);
-    for (LogConsoleView *console : {lumora, qorClient}) {
-        console->setMinimumSize(minConsoleWidth, minConsoleHeight);
+    for (LogConsoleView *console : {lumora, qorClient})
         panes->addWidget(console);
-    }
     auto *whole = new QVBoxLayout(this);
     whole->setContentsMargins(0, 0, 0, 0);
     whole->addWidget(panes);

@@ -6,8 +6,6 @@
 #include "Symbols.h"
 
 #include <QAction>
-#include <QCoreApplication>
-#include <QEvent>
 #include <QGuiApplication>
 #include <QMenu>
 #include <QSystemTrayIcon>
@@ -29,8 +27,9 @@ TrayItem::TrayItem(std::shared_ptr<AppVars> appVars)
             Q_EMIT openRequested();
     });
     connect(this->appVars.get(), &AppVars::objectWillChange, this, [this](AppVars::Change change) {
+        // Queued: AppVars announces changes before they happen.
         if (change == AppVars::Change::State)
-            changeAnnounced();
+            QMetaObject::invokeMethod(this, &TrayItem::refresh, Qt::QueuedConnection);
     });
     assertMainThread();
     refresh();
@@ -45,20 +44,6 @@ TrayItem::~TrayItem() {
 QString TrayItem::statusText() const {
     return StatusRow::words(QStringLiteral("Lumora Core"), appVars->_isLumRunning) + QLatin1Char('\n') +
            StatusRow::words(QStringLiteral("Qor Client"), appVars->_isQorClientRunning);
-}
-
-/// AppVars announces changes before they happen. Posting refreshes after them, and once for several.
-void TrayItem::changeAnnounced() {
-    if (!std::exchange(isRefreshPosted, true))
-        QCoreApplication::postEvent(this, new QEvent(QEvent::UpdateRequest));
-}
-
-bool TrayItem::event(QEvent *event) {
-    if (event->type() != QEvent::UpdateRequest)
-        return QObject::event(event);
-    isRefreshPosted = false;
-    refresh();
-    return true;
 }
 
 void TrayItem::refresh() {

@@ -26,19 +26,14 @@ class TrayItem : public QObject {
     void openRequested();
     void quitRequested();
 
-  protected:
-    bool event(QEvent *event) override;
-
   private:
     /// A line for each service, with the text of its status row in the window.
     QString statusText() const;
-    void changeAnnounced();
     void refresh();
 
     std::shared_ptr<AppVars> appVars;
     std::unique_ptr<QMenu> menu;
     std::unique_ptr<QSystemTrayIcon> icon;
-    bool isRefreshPosted = false;
     bool isStopShown = false;
 };
 
