@@ -151,7 +151,7 @@ HttpReply HttpSession::get(QNetworkRequest request, HttpBody body) {
     request.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
     if (!configuration.extraAuthorities.isEmpty())
         request.setSslConfiguration(trusting(configuration.extraAuthorities));
-    HttpTransfer current(*manager, std::move(request), std::move(body));
+    HttpTransfer current(*manager, request, std::move(body));
     transfer = &current;
     HttpReply reply = current.run(configuration.resourceTimeout);
     transfer = nullptr;

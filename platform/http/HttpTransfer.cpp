@@ -36,8 +36,8 @@ bool isStatusError(QNetworkReply::NetworkError error, int statusCode) {
 
 }  // namespace
 
-HttpTransfer::HttpTransfer(QNetworkAccessManager &manager, QNetworkRequest request, HttpBody body)
-    : manager(manager), request(std::move(request)), body(std::move(body)) {
+HttpTransfer::HttpTransfer(QNetworkAccessManager &manager, const QNetworkRequest &request, HttpBody body)
+    : manager(manager), request(request), body(std::move(body)) {
     resourceTimer.setSingleShot(true);
     connect(&resourceTimer, &QTimer::timeout, this, [this] { end(Error::TimedOut); });
 }

@@ -27,7 +27,7 @@ struct HttpBody {
 /// One request with its redirects. Lives on the session's thread.
 class HttpTransfer : public QObject {
   public:
-    HttpTransfer(QNetworkAccessManager &manager, QNetworkRequest request, HttpBody body);
+    HttpTransfer(QNetworkAccessManager &manager, const QNetworkRequest &request, HttpBody body);
 
     /// Blocks, in an event loop of its own, until the request has ended. To be called once. The reply has no
     /// body: HttpBody::store got it.

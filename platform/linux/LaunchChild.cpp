@@ -79,10 +79,11 @@ struct SharedWithChild {
 [[gnu::noinline]] pid_t startChild(const ChildImage &image, int errorReport, SharedWithChild &shared) {
     const pid_t launcher = getpid();
     // Not fork(): it copies the page tables, which takes the main thread 10 to 20 ms when the logs are full.
-    // Not posix_spawn(): it cannot set the parent-death signal.
-    const pid_t child = vfork();
+    // Not posix_spawn(): it cannot set the parent-death signal. Of the shared memory the child writes only
+    // `shared`.
+    const pid_t child = vfork();  // NOLINT(clang-analyzer-security.insecureAPI.vfork)
     if (child == 0)
-        becomeChild(image, errorReport, launcher, shared);
+        becomeChild(image, errorReport, launcher, shared);  // NOLINT(clang-analyzer-unix.Vfork)
     return child;
 }
 
