@@ -50,16 +50,16 @@ std::unique_ptr<LibreOfficeInstaller> newInstaller(const Seams &seams) {
 
 }  // namespace
 
-AppVars::AppVars(Seams given)
-    : updater(newUpdater(given)),
-      libreOfficeInstaller(newInstaller(given)),
+AppVars::AppVars(Seams seams)
+    : updater(newUpdater(seams)),
+      libreOfficeInstaller(newInstaller(seams)),
       _lump(*this, nullptr),
       _qorcp(*this, nullptr),
       _isLumRunning(*this, false),
       _isQorClientRunning(*this, false),
       _isPermanentlyStopped(*this, false),
       _selectedTab(*this, std::nullopt),
-      seams(std::move(given)) {
+      seams(std::move(seams)) {
     assertMainThread();
     _selectedTab.set(initialTab());
     // Holds this object weakly: the connection ends with it.
@@ -70,10 +70,10 @@ AppVars::~AppVars() {
     assertMainThread();
 }
 
-void AppVars::appendLog(LogElement text, LogTarget buffer) {
+void AppVars::appendLog(LogElement text, LogTarget target) {
     std::vector<LogElement> one;
     one.push_back(std::move(text));
-    appendLog(std::move(one), buffer);
+    appendLog(std::move(one), target);
 }
 
 void AppVars::appendLog(std::vector<LogElement> texts, LogTarget target) {

@@ -82,9 +82,9 @@ class AppVars : public QObject, public std::enable_shared_from_this<AppVars> {
 
     /// Appends `text` as one element, unsplit, and keeps the newest 1000. Every message and every chunk of
     /// output enters a buffer here; a message carries its own line break. An empty text is dropped.
-    void appendLog(LogElement text, LogTarget buffer);
+    void appendLog(LogElement text, LogTarget target);
     /// The same for elements that arrived together: one announcement for all of them.
-    void appendLog(std::vector<LogElement> texts, LogTarget buffer);
+    void appendLog(std::vector<LogElement> texts, LogTarget target);
 
     void selectTab(const QString &tab);
 

@@ -51,7 +51,7 @@ inline Character characterAt(QByteArrayView text, std::size_t at) {
         return {0xFFFD, 1};
     char32_t value = lead & (0x7FU >> length);
     for (std::size_t i = 1; i < length; ++i) {
-        if (!isContinuation(text[static_cast<qsizetype>(at + i)]))
+        if (!isContinuation(static_cast<char>(byte(at + i))))
             return {0xFFFD, 1};
         value = (value << 6) | (byte(at + i) & 0x3FU);
     }

@@ -100,8 +100,8 @@ void LibreOfficeInstaller::install(const QString &version, Log log, Completion c
         });
 }
 
-void LibreOfficeInstaller::gate(const std::shared_ptr<State> &state, const QString &version, Log log,
-                                Completion completion) {
+void LibreOfficeInstaller::gate(const std::shared_ptr<State> &state, const QString &version, const Log &log,
+                                const Completion &completion) {
     assertMainThread();
     const auto finish = [&](const InstallOutcome &outcome) {
         if (completion)

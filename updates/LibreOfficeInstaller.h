@@ -72,8 +72,8 @@ class LibreOfficeInstaller {
     struct State;
 
     /// Decides on the main thread whether there is anything to install.
-    static void gate(const std::shared_ptr<State> &state, const QString &version, Log log,
-                     Completion completion);
+    static void gate(const std::shared_ptr<State> &state, const QString &version, const Log &log,
+                     const Completion &completion);
     static void deliver(State &state, const InstallOutcome &outcome, const Completion &completion);
     static bool removeAbandonedFolders(State &state);
 

@@ -27,9 +27,9 @@ class ChunkDecoder {
     /// rule needs no other state than the bytes.
     ///
     /// Replacement characters can make the text three times as long as the bytes. If it would be longer than
-    /// `maxText`, only the first bytes are taken, as if the others had not arrived yet, and `bytes` is left
+    /// `maxText`, only the first bytes are taken, as if the others had not arrived yet, and `arrived` is left
     /// with the others, for the next call.
-    LogElement take(std::span<const std::byte> &bytes);
+    LogElement take(std::span<const std::byte> &arrived);
 
   private:
     std::string pending;

@@ -33,6 +33,7 @@ struct SlowDisk {
 }  // namespace
 
 // Replaces the C library's function in this program.
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
 extern "C" int fsync(int descriptor) {
     const auto begin = std::chrono::steady_clock::now();
     ++disk.waiting;

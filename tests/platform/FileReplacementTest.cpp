@@ -29,6 +29,7 @@ off_t sizeOf(int descriptor) {
 }  // namespace
 
 // These two replace the C library's functions in this program.
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
 extern "C" int fsync(int descriptor) {
     calls.push_back("fsync of " + std::to_string(sizeOf(descriptor)) + " bytes");
     if (syncResult == 0)
