@@ -41,8 +41,9 @@ std::string secondsOf(std::chrono::milliseconds duration) {
 /// One run of the archiver under timeout(1), which kills it some time after a terminate request, its own or
 /// ToolOutput's: a parser that loops on a damaged image may ignore the request. timeout(1) of coreutils 9.1
 /// leaves its command running if the request arrives before its own fork() has returned, so the kernel kills
-/// the archiver when timeout(1) ends. The common switches: names as UTF-8, no resource forks and extended
-/// attributes, no file name patterns, no other output.
+/// the archiver when timeout(1) ends. A damaged image can also make it ask for any amount of memory, hence
+/// the limit. The common switches: names as UTF-8, no resource forks and extended attributes, no file name
+/// patterns, no other output.
 ToolOutput run(const DiskImage::Archiver &archiver, std::initializer_list<const char *> particular,
                const std::filesystem::path &image) {
     std::vector<std::string> arguments{"--kill-after=" + secondsOf(archiver.killAfter),
@@ -50,6 +51,9 @@ ToolOutput run(const DiskImage::Archiver &archiver, std::initializer_list<const 
                                        "/usr/bin/setpriv",
                                        "--pdeathsig=KILL",
                                        "--no-new-privs",
+                                       "--",
+                                       "/usr/bin/prlimit",
+                                       "--as=" + std::to_string(DiskImage::maxArchiverMemory),
                                        "--",
                                        archiver.executable.string()};
     arguments.insert(arguments.end(), particular.begin(), particular.end());

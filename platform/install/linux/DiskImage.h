@@ -23,6 +23,10 @@ class DiskImage {
     /// The max size of all files and link targets together, in bytes. A larger volume is refused.
     static constexpr std::uint64_t maxVolumeSize = std::uint64_t{8} * 1024 * 1024 * 1024;
 
+    /// The max size of the archiver's address space, in bytes. A small image takes less than 64 MiB; the rest
+    /// is for the catalog of a large one.
+    static constexpr std::uint64_t maxArchiverMemory = std::uint64_t{4} * 1024 * 1024 * 1024;
+
     struct Archiver {
         /// 7-Zip; with an empty path attach() always fails.
         std::filesystem::path executable;

@@ -452,6 +452,15 @@ class DiskImageTest : public QObject {
         QVERIFY(tree.at("folder/file").starts_with("100420 "));
     }
 
+    void theArchiverHasAMemoryLimitAndGetsNoNewPrivileges() {
+        const QByteArray note = "{ ulimit -v; grep NoNewPrivs /proc/$$/status; } >>'" +
+                                QByteArray::fromStdString((folder / "limits").string()) + "'\n";
+        QVERIFY(attachWith(note + smallFile(), note + "printf 12345"));
+        const QByteArray limits =
+            QByteArray::number(qint64{DiskImage::maxArchiverMemory / 1024}) + "\nNoNewPrivs:\t1\n";
+        QCOMPARE(readFile(folder / "limits"), limits + limits);
+    }
+
     void anArchiverThatOnlyWarnsIsBelieved() {
         QVERIFY(attachWith(smallFile() + "\nexit 1", "printf 12345\nexit 1"));
         QCOMPARE(readFile(mountPoint / "file"), QByteArray("12345"));
