@@ -43,10 +43,10 @@ class MainQueueTest : public QObject {
         bool inOrder = true;
         std::vector<std::thread> threads;
         threads.reserve(producers);
-        for (int producer = 0; producer < producers; ++producer) {
-            threads.emplace_back([&, producer] {
+        for (int &expected : next) {
+            threads.emplace_back([&] {
                 for (int i = 0; i < each; ++i)
-                    MainQueue::async([&, producer, i] { inOrder = inOrder && next[producer]++ == i; });
+                    MainQueue::async([&, i] { inOrder = inOrder && expected++ == i; });
             });
         }
         const bool allRan =
@@ -140,8 +140,10 @@ bool survivesWithoutApplication() {
 bool survivesApplicationsThatComeAndGo() {
     std::atomic<bool> over = false;
     const auto held = std::make_shared<int>(1);
+    constexpr int producers = 3;
     std::vector<std::thread> threads;
-    for (int producer = 0; producer < 3; ++producer) {
+    threads.reserve(producers);
+    for (int producer = 0; producer < producers; ++producer) {
         threads.emplace_back([&, producer] {
             while (!over) {
                 if (producer == 0)

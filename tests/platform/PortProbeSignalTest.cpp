@@ -32,7 +32,8 @@ struct FullListener : ClosedPort {
         at.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
         for (int i = 0; i < 2; ++i) {
             waiting.emplace_back(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-            connect(waiting.back().get(), reinterpret_cast<const sockaddr *>(&at), sizeof at);
+            static_cast<void>(
+                connect(waiting.back().get(), reinterpret_cast<const sockaddr *>(&at), sizeof at));
         }
         fcntl(socket.get(), F_SETFL, O_NONBLOCK);
     }

@@ -24,9 +24,10 @@ int lastResult = -1;
 
 // Replaces the C library's function. The kernel chooses a connection's local port from a range; here the test
 // can make it choose the port that is tried.
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
 extern "C" int connect(int socket, const sockaddr *address, socklen_t size) {
     if (usesTriedPort)
-        bind(socket, address, size);
+        static_cast<void>(bind(socket, address, size));
     lastResult = static_cast<int>(syscall(SYS_connect, socket, address, size));
     return lastResult;
 }

@@ -111,7 +111,7 @@ class ProcessSetupTest : public QObject {
                 return 1;
             unsetenv("HOME");
             setUpProcess();
-            return std::string(getenv("HOME")) == "/nonexistent" ? 0 : 2;
+            return qgetenv("HOME") == "/nonexistent" ? 0 : 2;
         });
         QCOMPARE(code, 0);
     }
