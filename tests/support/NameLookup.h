@@ -14,8 +14,7 @@
 namespace ferrolt {
 
 /// Stands in for the system's name look-up in the one source that includes this, for Qt's library as well:
-/// names below
-/// ".test" are the test's. The executable must export its symbols.
+/// names below ".test" are the test's. The executable must export its symbols.
 struct NameLookup {
     std::mutex mutex;
     std::condition_variable changed;
@@ -32,6 +31,8 @@ struct NameLookup {
 
 }  // namespace ferrolt
 
+// Defined once, since one source of a program includes it.
+// NOLINTNEXTLINE(misc-definitions-in-headers,readability-inconsistent-declaration-parameter-name)
 extern "C" __attribute__((visibility("default"))) int getaddrinfo(const char *name, const char *service,
                                                                   const addrinfo *hints, addrinfo **found) {
     static const auto real = reinterpret_cast<decltype(&getaddrinfo)>(dlsym(RTLD_NEXT, "getaddrinfo"));
@@ -49,9 +50,9 @@ extern "C" __attribute__((visibility("default"))) int getaddrinfo(const char *na
     if (known == lookup.addresses.end())
         return EAI_NONAME;
     addrinfo *first = nullptr;
-    for (auto address = known->second.rbegin(); address != known->second.rend(); ++address) {
+    for (std::size_t i = known->second.size(); i-- > 0;) {
         addrinfo *one = nullptr;
-        if (const int failure = real(*address, service, hints, &one); failure != 0)
+        if (const int failure = real(known->second[i], service, hints, &one); failure != 0)
             return failure;
         addrinfo *last = one;
         while (last->ai_next != nullptr)

@@ -16,7 +16,7 @@ namespace ferrolt {
 class TestConnection {
   public:
     /// `context` is null for a connection without TLS. `stopping` becomes readable when the server stops.
-    TestConnection(FileDescriptor socket, SSL_CTX *context, int stopping);
+    TestConnection(FileDescriptor accepted, SSL_CTX *context, int stopping);
     ~TestConnection();
 
     /// The TLS handshake; false if it failed.
