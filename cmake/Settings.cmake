@@ -13,7 +13,7 @@ set(FERROLT_DEVELOPMENT_FOLDER "${PROJECT_SOURCE_DIR}" CACHE PATH
 set(FERROLT_REVERSE_DOMAIN "io.ferrolt.miner-launcher" CACHE STRING "The reverse-domain identifier")
 set(FERROLT_RELEASE_DATE "2026-11-21" CACHE STRING "The day of this version's release, as YYYY-MM-DD")
 set(FERROLT_PACKAGER "Ferrolt <packages@ferrolt.example>" CACHE STRING "Who answers for the packages, as \"name <address>\"")
-option(FERROLT_TESTS "Build the tests" ON)
+option(BUILD_TESTING "Build the tests, and the practice program and benchmarks that go with them" ON)
 option(FERROLT_FUZZ "Build the fuzz targets, with clang" OFF)
 set(FERROLT_SANITIZE "" CACHE STRING "Sanitizers to build with, as -fsanitize takes them")
 
