@@ -5,7 +5,7 @@ add_library(ferrolt_build INTERFACE)
 target_compile_options(ferrolt_build INTERFACE
     # clang's -Wshadow would also warn of the names of other files in a unity build.
     -Wall -Wextra -Wpedantic $<$<CXX_COMPILER_ID:GNU>:-Wshadow=local> -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Wold-style-cast
-    -Woverloaded-virtual -Wimplicit-fallthrough -fno-common -fstack-protector-strong)
+    -Woverloaded-virtual -Wimplicit-fallthrough -fno-common)
 # Q_ASSERT checks what a header demands of its callers, in every build but the shipped one. RelWithDebInfo would switch
 # it off. The standard library's own checks (an index out of range, an empty optional) are cheap enough to ship.
 target_compile_definitions(ferrolt_build INTERFACE QT_NO_KEYWORDS QT_DISABLE_DEPRECATED_BEFORE=0x060400
@@ -33,7 +33,7 @@ function(ferrolt_module name)
     cmake_parse_arguments(MODULE "USER_INTERFACE" "" "SOURCES;SHOWS;LINKS" ${ARGN})
     add_library(ferrolt_${name} STATIC ${MODULE_SOURCES})
     target_include_directories(ferrolt_${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
-    target_link_libraries(ferrolt_${name} PUBLIC ${MODULE_SHOWS} PRIVATE ${MODULE_LINKS} ferrolt_build)
+    target_link_libraries(ferrolt_${name} PUBLIC ${MODULE_SHOWS} PRIVATE ${MODULE_LINKS} ferrolt_build ferrolt_hardening)
     # Text that a person sees is UTF-16 by intent, never by accident. Tests may write it as it comes.
     target_compile_definitions(ferrolt_${name} PRIVATE
         QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING QT_USE_QSTRINGBUILDER)

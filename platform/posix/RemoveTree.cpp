@@ -49,7 +49,8 @@ FileDescriptor openFolder(int parent, const char *name) {
         struct stat status {};
         if (fstatat(parent, name, &status, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISDIR(status.st_mode))
             return folder;
-        fchmodat(parent, name, S_IRWXU, 0);
+        if (fchmodat(parent, name, S_IRWXU, 0) != 0)
+            return folder;
         folder = FileDescriptor(openat(parent, name, flags));
     }
     if (folder.isValid())

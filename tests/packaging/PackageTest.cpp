@@ -3,6 +3,8 @@
 
 #include <QDir>
 #include <QDirIterator>
+#include <QJsonArray>
+#include <QJsonDocument>
 #include <QProcess>
 #include <QSettings>
 #include <QTemporaryDir>
@@ -68,6 +70,27 @@ class PackageTest : public QObject {
         found.sort();
         QCOMPARE(found, filesOfAnInstallation());
         QVERIFY(QFileInfo(prefix + "share/ferrolt-miner-launcher").isDir());  // for the engine
+    }
+
+    void theProgramIsHardened() {
+        const Outcome checked =
+            run(FERROLT_SOURCES "/tools/check-hardening", {prefix + "bin/ferrolt-miner-launcher"});
+        QVERIFY2(checked.exitCode == 0, qPrintable(checked.printed));
+    }
+
+    /// The built program cannot tell: the compiler calls none of these functions where it knows all sizes.
+    void theModulesAreCompiledWithCheckedFunctionsOfTheCLibrary() {
+        QFile file(FERROLT_BUILD "/compile_commands.json");
+        QVERIFY(file.open(QFile::ReadOnly));
+        int modules = 0;
+        for (const QJsonValue &value : QJsonDocument::fromJson(file.readAll()).array()) {
+            const QString command = value["command"].toString();
+            if (!command.contains(" -DQT_NO_CAST_FROM_ASCII "))  // as a module's only
+                continue;
+            ++modules;
+            QVERIFY2(command.contains(" -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3 "), qPrintable(command));
+        }
+        QVERIFY(modules > 0);
     }
 
     void theDesktopEntryIsValidAndLeadsToTheProgramAndItsIcon() {

@@ -3,7 +3,8 @@ ferrolt_test_program(packaging-tests LINKS ferrolt_platform
         FERROLT_BUILD="${PROJECT_BINARY_DIR}"
         FERROLT_CMAKE="${CMAKE_COMMAND}"
         FERROLT_CPACK="${CMAKE_CPACK_COMMAND}"
-        FERROLT_REVERSE_DOMAIN="${FERROLT_REVERSE_DOMAIN}")
+        FERROLT_REVERSE_DOMAIN="${FERROLT_REVERSE_DOMAIN}"
+        FERROLT_SOURCES="${PROJECT_SOURCE_DIR}")
 add_dependencies(packaging-tests ferrolt-miner-launcher)
 ferrolt_test(packaging PackageTest OWN_NETWORK COST 10)
 # The installed program may come as far as starting the practice engine.
