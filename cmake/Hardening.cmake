@@ -3,9 +3,11 @@
 include(CheckPIESupported)
 check_pie_supported(LANGUAGES CXX)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
-# CMake 3.25 adds -fPIE, with which link-time optimisation would turn all -fPIC code, which Qt asks for, into code with
-# copies of Qt's data. Qt's libraries go on using their own, and the program crashes at its start.
-set(CMAKE_CXX_LINK_OPTIONS_PIE -pie)
+if(NOT APPLE)
+    # CMake 3.25 adds -fPIE, with which link-time optimisation would turn all -fPIC code, which Qt asks for, into code with
+    # copies of Qt's data. Qt's libraries go on using their own, and the program crashes at its start.
+    set(CMAKE_CXX_LINK_OPTIONS_PIE -pie)
+endif()
 
 add_library(ferrolt_hardening INTERFACE)
 if(NOT FERROLT_SANITIZE)

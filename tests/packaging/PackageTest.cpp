@@ -3,15 +3,20 @@
 
 #include <QDir>
 #include <QDirIterator>
+#include <QImage>
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QPainter>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QSettings>
+#include <QSvgRenderer>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QXmlStreamReader>
 
 #include <csignal>
+#include <cstdlib>
 
 #include <sys/stat.h>
 
@@ -41,35 +46,74 @@ class PackageTest : public QObject {
         return {code, QString::fromUtf8(process.readAll())};
     }
 
+    /// Into a root folder of its own, with that umask.
+    Outcome install(const QString &root, const QString &to, mode_t mask) {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("DESTDIR", folder.filePath(root));
+        const mode_t before = umask(mask);
+        const Outcome installed =
+            run(FERROLT_CMAKE, {"--install", FERROLT_BUILD, "--prefix", to}, environment);
+        umask(before);
+        return installed;
+    }
+
+    static QStringList filesBelow(const QString &top) {
+        QStringList found;
+        for (QDirIterator it(top, QDir::Files, QDirIterator::Subdirectories); it.hasNext();)
+            found << QDir(top).relativeFilePath(it.next());
+        found.sort();
+        return found;
+    }
+
     static QStringList filesOfAnInstallation() {
-        return {"bin/ferrolt-miner-launcher",
-                "libexec/ferrolt-miner-launcher/install-libreoffice",
-                "share/applications/ferrolt-miner-launcher.desktop",
-                "share/doc/ferrolt-miner-launcher/copyright",
-                "share/icons/hicolor/scalable/apps/ferrolt-miner-launcher.svg",
-                "share/metainfo/" FERROLT_REVERSE_DOMAIN ".metainfo.xml",
-                "share/polkit-1/actions/" FERROLT_REVERSE_DOMAIN ".policy"};
+        QStringList files = {"bin/ferrolt-miner-launcher",
+                             "libexec/ferrolt-miner-launcher/install-libreoffice",
+                             "share/applications/ferrolt-miner-launcher.desktop",
+                             "share/doc/ferrolt-miner-launcher/README.Debian",
+                             "share/doc/ferrolt-miner-launcher/changelog.Debian.gz",
+                             "share/doc/ferrolt-miner-launcher/changelog.gz",
+                             "share/doc/ferrolt-miner-launcher/copyright",
+                             "share/icons/hicolor/scalable/apps/ferrolt-miner-launcher.svg",
+                             "share/lintian/overrides/ferrolt-miner-launcher",
+                             "share/man/man1/ferrolt-miner-launcher.1.gz",
+                             "share/metainfo/" FERROLT_COMPONENT_ID ".metainfo.xml",
+                             "share/polkit-1/actions/" FERROLT_REVERSE_DOMAIN ".policy"};
+        for (int size : {16, 22, 24, 32, 48, 64, 128, 256})
+            files << QString("share/icons/hicolor/%1x%1/apps/ferrolt-miner-launcher.png").arg(size);
+        files.sort();
+        return files;
     }
 
   private Q_SLOTS:
     void initTestCase() {
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert("DESTDIR", folder.filePath("root"));
-        // The builder's own mask must not make the helper's folder writable by others.
-        const mode_t mask = umask(0);
-        const Outcome installed =
-            run(FERROLT_CMAKE, {"--install", FERROLT_BUILD, "--prefix", "/usr"}, environment);
-        umask(mask);
+        const Outcome installed = install("root", "/usr", 0);
         QVERIFY2(installed.exitCode == 0, qPrintable(installed.printed));
     }
 
     void anInstallationIsTheProgramAndWhatTheDesktopShowsOfItAndNothingElse() {
-        QStringList found;
-        for (QDirIterator it(prefix, QDir::Files, QDirIterator::Subdirectories); it.hasNext();)
-            found << QDir(prefix).relativeFilePath(it.next());
-        found.sort();
-        QCOMPARE(found, filesOfAnInstallation());
-        QVERIFY(QFileInfo(prefix + "share/ferrolt-miner-launcher").isDir());  // for the engine
+        QCOMPARE(filesBelow(prefix), filesOfAnInstallation());
+    }
+
+    void anInstallationStaysBelowItsPrefix() {
+        const Outcome installed = install("elsewhere", "/opt/launcher", 022);
+        QVERIFY2(installed.exitCode == 0, qPrintable(installed.printed));
+        QCOMPARE(filesBelow(folder.filePath("elsewhere/opt/launcher")), filesOfAnInstallation());
+        QCOMPARE(filesBelow(folder.filePath("elsewhere")).size(), filesOfAnInstallation().size());
+    }
+
+    void everybodyCanReadWhatIsInstalledAndRootAloneCanWriteIt() {
+        const Outcome installed = install("strict", "/usr", 077);
+        QVERIFY2(installed.exitCode == 0, qPrintable(installed.printed));
+        for (const QString &top : {prefix, folder.filePath("strict/usr")})
+            for (QDirIterator it(top, QDir::AllEntries | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
+                 it.hasNext();) {
+                const QString path = it.next();
+                struct stat status {};
+                QCOMPARE(stat(qPrintable(path), &status), 0);
+                const bool isRun =
+                    S_ISDIR(status.st_mode) || path.contains("/bin/") || path.contains("/libexec/");
+                QVERIFY2((status.st_mode & 07777) == (isRun ? 0755 : 0644), qPrintable(path));
+            }
     }
 
     void theProgramIsHardened() {
@@ -93,6 +137,24 @@ class PackageTest : public QObject {
         QVERIFY(modules > 0);
     }
 
+    void theIconsOfEverySizeShowTheDrawing() {
+        const QString icons = prefix + "share/icons/hicolor/";
+        QSvgRenderer drawing(icons + "scalable/apps/ferrolt-miner-launcher.svg");
+        QVERIFY(drawing.isValid());
+        for (int size : {16, 22, 24, 32, 48, 64, 128, 256}) {
+            const QImage icon(icons + QString("%1x%1/apps/ferrolt-miner-launcher.png").arg(size));
+            QCOMPARE(icon.size(), QSize(size, size));
+            QImage drawn(size, size, QImage::Format_ARGB32_Premultiplied);
+            drawn.fill(Qt::transparent);
+            QPainter painter(&drawn);
+            drawing.render(&painter);
+            painter.end();
+            // Two libraries draw edges a little differently, but nothing else.
+            QVERIFY2(difference(icon.convertToFormat(drawn.format()), drawn) < 3,
+                     "tools/render-icons draws the icons again");
+        }
+    }
+
     void theDesktopEntryIsValidAndLeadsToTheProgramAndItsIcon() {
         const QString entry = prefix + "share/applications/ferrolt-miner-launcher.desktop";
         const Outcome checked = run("desktop-file-validate", {entry});
@@ -105,9 +167,10 @@ class PackageTest : public QObject {
 
     void theMetadataIsValid() {
         const Outcome checked =
-            run("appstreamcli",
-                {"validate", "--no-net", prefix + "share/metainfo/" FERROLT_REVERSE_DOMAIN ".metainfo.xml"});
+            run("appstreamcli", {"validate", "--pedantic", "--no-net", "--no-color",
+                                 prefix + "share/metainfo/" FERROLT_COMPONENT_ID ".metainfo.xml"});
         QVERIFY2(checked.exitCode == 0, qPrintable(checked.printed));
+        QVERIFY2(!checked.printed.contains(QRegularExpression("\\b[EWIP]: ")), qPrintable(checked.printed));
     }
 
     void theActionIsForTheInstalledHelperAndIsAskedForEachTime() {
@@ -172,9 +235,17 @@ class PackageTest : public QObject {
         QCOMPARE(launcher.exitCode(), 0);
     }
 
+    void noPackageIsMadeOfAProgramThatRunsWhatIsInTheBuildersFolders() {
+        for (const char *developmentFolder : {FERROLT_BUILD "/practice", "/opt", "/opt/../home/builder"}) {
+            const Outcome made = pack(developmentFolder, "refused");
+            QVERIFY(made.exitCode != 0);
+            QVERIFY2(made.printed.contains("A package must not run programs from"), qPrintable(made.printed));
+        }
+        QVERIFY(QDir(folder.filePath("refused")).entryList({"*.*deb"}).isEmpty());
+    }
+
     void theDebianPackageHoldsTheSameFilesAndNamesWhatItNeeds() {
-        const Outcome made = run(FERROLT_CPACK, {"-G", "DEB", "--config", FERROLT_BUILD "/CPackConfig.cmake",
-                                                 "-B", folder.filePath("package")});
+        const Outcome made = pack("/opt/ferrolt", "package");
         QVERIFY2(made.exitCode == 0, qPrintable(made.printed));
         const QStringList packages = QDir(folder.filePath("package")).entryList({"*.deb"});
         QCOMPARE(packages.size(), 1);
@@ -206,6 +277,23 @@ class PackageTest : public QObject {
     }
 
   private:
+    /// As if the build were one with that development folder. Debug symbols in a package take half a minute.
+    Outcome pack(const QString &developmentFolder, const QString &to) {
+        return run(FERROLT_CPACK,
+                   {"-G", "DEB", "--config", FERROLT_BUILD "/CPackConfig.cmake", "-B", folder.filePath(to),
+                    "-D", "CPACK_FERROLT_DEVELOPMENT_FOLDER=" + developmentFolder, "-D",
+                    "CPACK_FERROLT_DEBUG_SYMBOLS=dropped"});
+    }
+
+    /// The mean over all pixels and channels, of 255.
+    static double difference(const QImage &one, const QImage &another) {
+        double sum = 0;
+        for (int y = 0; y < one.height(); ++y)
+            for (int i = 0; i < 4 * one.width(); ++i)
+                sum += std::abs(one.constScanLine(y)[i] - another.constScanLine(y)[i]);
+        return sum / (4.0 * one.width() * one.height());
+    }
+
     static bool handlesSigterm(qint64 id) {
         QFile status(QString("/proc/%1/status").arg(id));
         if (!status.open(QFile::ReadOnly))
