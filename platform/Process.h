@@ -15,7 +15,9 @@ namespace ferrolt {
 /// Why a child could not be launched.
 struct LaunchError {
     int code = 0;  ///< an errno value
-    /// The system's message, in the user's language if the system has it.
+    /// Set if the child could not enter its working folder: the program is not to blame then.
+    std::filesystem::path workingFolder = {};
+    /// The system's message, in the user's language if the system has it, with the folder to blame.
     std::string localizedDescription() const;
 };
 
@@ -23,8 +25,8 @@ struct LaunchError {
 ///
 /// A child starts with an empty signal mask, default signal dispositions, the launcher's environment,
 /// standard input from /dev/null and no descriptors but 0, 1 and 2. When the launcher dies, in any way, the
-/// child gets SIGTERM. Destroying this object neither kills the child nor waits for it: the child is still
-/// reaped and the handlers are still called.
+/// child gets SIGTERM. Destroying this object neither kills the child nor
+/// waits for it: the child is still reaped and the handlers are still called.
 ///
 /// States: prepared --launch()--> running --the child's end--> ended; a failed launch() leaves it prepared.
 ///

@@ -14,6 +14,7 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -22,7 +23,10 @@ extern char **environ;  // NOLINT(readability-redundant-declaration): macOS has 
 namespace ferrolt {
 
 std::string LaunchError::localizedDescription() const {
-    return std::generic_category().message(code);
+    const std::string message = std::generic_category().message(code);
+    if (workingFolder.empty())
+        return message;
+    return "The working folder \"" + workingFolder.string() + "\" cannot be entered: " + message;
 }
 
 /// Shared by the object and the thread that waits for the child; either may live longer.
@@ -109,6 +113,13 @@ void Process::Shared::waitForChild() {
     changed.notify_all();
 }
 
+/// A failed chdir() and a failed execve() have the same errno values, and posix_spawn() does not tell them
+/// apart.
+static bool canBeEntered(const std::filesystem::path &folder) {
+    struct stat status {};
+    return stat(folder.c_str(), &status) == 0 && S_ISDIR(status.st_mode) && access(folder.c_str(), X_OK) == 0;
+}
+
 Process::Process() : shared(std::make_shared<Shared>()) {}
 Process::~Process() = default;
 
@@ -179,8 +190,11 @@ std::optional<LaunchError> Process::launch() {
                                                .workingFolder = shared->workingFolder.c_str(),
                                                .standardInput = input.get(),
                                                .standardOutputAndError = output.get()});
-    if (outcome.child == 0)
-        return LaunchError{outcome.error};
+    if (outcome.child == 0) {
+        if (canBeEntered(shared->workingFolder))
+            return LaunchError{outcome.error};
+        return LaunchError{outcome.error, shared->workingFolder};
+    }
     {
         std::lock_guard lock(shared->mutex);
         shared->child = outcome.child;

@@ -252,6 +252,7 @@ class ProcessTest : public QObject {
         QTest::newRow("a binary of another machine") << "foreign" << ENOEXEC;
         QTest::newRow("an empty file") << "empty" << ENOEXEC;
         QTest::newRow("a working folder that is missing") << "nowhere" << ENOENT;
+        QTest::newRow("a working folder that is a file") << "file" << ENOTDIR;
     }
     void aLaunchThatFailsSaysWhyAndLeavesNothingBehind() {
         QFETCH(QString, kind);
@@ -266,20 +267,24 @@ class ProcessTest : public QObject {
             TestTree::write(file, "just text\n");
         else if (kind == "foreign")
             writeForeignBinary(file);
-        else if (kind != "missing" && kind != "nowhere")
+        else if (kind != "missing" && kind != "nowhere" && kind != "file")
             TestTree::write(file, kind == "empty" ? "" : "#!/bin/sh\n");
-        if (kind == "nowhere")
+        if (kind == "nowhere" || kind == "file")
             fs::copy_file(FERROLT_PRACTICE_CHILD, file);
         else if (kind != "missing" && kind != "plain")
             fs::permissions(file, fs::perms::owner_all);
 
         Child child({"wait"}, file);
-        if (kind == "nowhere")
-            child.process.setWorkingFolder(tree.path() / "nowhere");
+        std::string blamed;
+        if (kind == "nowhere" || kind == "file") {
+            const fs::path folder = kind == "file" ? file : tree.path() / "nowhere";
+            child.process.setWorkingFolder(folder);
+            blamed = "The working folder \"" + folder.string() + "\" cannot be entered: ";
+        }
         const auto failure = child.launch();
         QVERIFY(failure.has_value());
         QCOMPARE(failure->code, error);
-        QCOMPARE(failure->localizedDescription(), std::string(strerror(error)));
+        QCOMPARE(failure->localizedDescription(), blamed + strerror(error));
         QVERIFY(!child.process.isRunning());
         QCOMPARE(child.process.processIdentifier(), 0);
         child.process.terminate();

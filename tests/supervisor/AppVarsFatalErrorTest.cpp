@@ -98,6 +98,25 @@ class AppVarsFatalErrorTest : public QObject {
         QCOMPARE(s.clientLog().find("Qor Client started."), std::string::npos);
     }
 
+    void aWorkingFolderThatIsMissingIsNamedByTheFatalAlertAndNotTheProgram() {
+        const Listener port;
+        Supervision s;
+        s.tree.writeEnginePort(std::to_string(port.port));
+        // A client beside the launcher's executable, and none of the folders that it may run in.
+        fs::rename(s.tree.client(), s.tree.path() / "bin/qorclient");
+        fs::remove_all(s.tree.client().parent_path());
+        AppVars &vars = s.start();
+        QVERIFY(waitUntil([&] { return !s.alerts->shown.empty(); }));
+        QCOMPARE(
+            s.alerts->shown.front().informativeText,
+            QStringLiteral("Failed to start Qor Client: The working folder \"%1\" cannot be entered: No such "
+                           "file or directory")
+                .arg((s.tree.path() / "dev/Client").c_str()));
+        QVERIFY(s.waitForEngineLog("Lumora Core terminated with status 15\n"));
+        QVERIFY(!vars._isQorClientRunning);
+        QCOMPARE(s.alerts->shown.size(), 1U);
+    }
+
     void anEngineThatCannotStartIsWaitedForByNobody_data() {
         QTest::addColumn<bool>("isThere");
         QTest::newRow("missing") << false;
