@@ -25,7 +25,7 @@ struct LaunchError {
 ///
 /// A child starts with an empty signal mask, default signal dispositions, the launcher's environment,
 /// standard input from /dev/null and no descriptors but 0, 1 and 2. When the launcher dies, in any way, the
-/// child gets SIGTERM. Destroying this object neither kills the child nor
+/// child gets SIGTERM, unless setEnd() says otherwise. Destroying this object neither kills the child nor
 /// waits for it: the child is still reaped and the handlers are still called.
 ///
 /// States: prepared --launch()--> running --the child's end--> ended; a failed launch() leaves it prepared.
@@ -50,6 +50,14 @@ class Process {
     /// The child's standard output and standard error; the default is /dev/null. launch() closes the
     /// launcher's copy.
     void setOutput(FileDescriptor writingEnd);
+
+    /// What the launcher's end means for the child.
+    enum class End {
+        WithLauncher,  ///< the child gets SIGTERM; it is in a process group of its own
+        OfItsOwn,      ///< nothing; it is in a session of its own, out of reach of the launcher's terminal
+    };
+    /// The default is WithLauncher.
+    void setEnd(End end);
 
     /// Called once, by launch(), after the child has started: the place to start the thread that reads the
     /// child's pipe. Starting that thread before the child can make launch() take ten times as long, because

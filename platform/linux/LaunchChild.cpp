@@ -44,15 +44,19 @@ struct SharedWithChild {
 [[noreturn]] void becomeChild(const ChildImage &image, int errorReport, pid_t launcher,
                               SharedWithChild &shared) {
     shared.isShared = true;
-    // The kernel sends SIGTERM when the launcher dies, even by kill -9. If the launcher died before this
-    // call, the parent id has changed.
-    prctl(PR_SET_PDEATHSIG, SIGTERM);
-    if (getppid() != launcher)
-        _exit(127);
+    if (image.end == Process::End::WithLauncher) {
+        // The kernel sends SIGTERM when the launcher dies, even by kill -9. If the launcher died before this
+        // call, the parent id has changed.
+        prctl(PR_SET_PDEATHSIG, SIGTERM);
+        if (getppid() != launcher)
+            _exit(127);
 
-    // A process group of its own: Ctrl+C in a terminal signals the launcher only, which then stops its
-    // children.
-    setpgid(0, 0);
+        // A process group of its own: Ctrl+C in a terminal signals the launcher only, which then stops its
+        // children.
+        setpgid(0, 0);
+    } else {
+        setsid();
+    }
 
     struct sigaction byDefault {};
     byDefault.sa_handler = SIG_DFL;

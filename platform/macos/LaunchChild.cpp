@@ -21,8 +21,11 @@ LaunchOutcome launchChild(const ChildImage &image) {
     posix_spawnattr_setsigmask(&attributes, &none);
     posix_spawnattr_setsigdefault(&attributes, &all);
     posix_spawnattr_setpgroup(&attributes, 0);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_CLOEXEC_DEFAULT | POSIX_SPAWN_SETSIGMASK |
-                                              POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETPGROUP);
+    const bool endsWithLauncher = image.end == Process::End::WithLauncher;
+    posix_spawnattr_setflags(
+        &attributes,
+        static_cast<short>(POSIX_SPAWN_CLOEXEC_DEFAULT | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF |
+                           (endsWithLauncher ? POSIX_SPAWN_SETPGROUP : POSIX_SPAWN_SETSID)));
     posix_spawn_file_actions_adddup2(&actions, image.standardInput, 0);
     posix_spawn_file_actions_adddup2(&actions, image.standardOutputAndError, 1);
     posix_spawn_file_actions_adddup2(&actions, image.standardOutputAndError, 2);
@@ -33,7 +36,7 @@ LaunchOutcome launchChild(const ChildImage &image) {
                                 image.environment);
     if (outcome.error != 0)
         outcome.child = 0;
-    else
+    else if (endsWithLauncher)
         terminateWithLauncher(outcome.child);
     posix_spawn_file_actions_destroy(&actions);
     posix_spawnattr_destroy(&attributes);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Process.h"
+
 #include <sys/types.h>
 
 namespace ferrolt {
@@ -13,6 +15,7 @@ struct ChildImage {
     const char *workingFolder = nullptr;
     int standardInput = -1;  ///< must be above 2, like the next
     int standardOutputAndError = -1;
+    Process::End end = Process::End::WithLauncher;
 };
 
 struct LaunchOutcome {

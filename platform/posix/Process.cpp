@@ -37,6 +37,7 @@ struct Process::Shared {
     std::vector<std::string> arguments;
     std::filesystem::path workingFolder = "/";
     FileDescriptor output;
+    End end = End::WithLauncher;
     std::function<int()> startHook;
     std::function<void()> exitHook;
 
@@ -143,6 +144,10 @@ void Process::setOutput(FileDescriptor writingEnd) {
     assertPrepared();
     shared->output = std::move(writingEnd);
 }
+void Process::setEnd(End end) {
+    assertPrepared();
+    shared->end = end;
+}
 void Process::setStartHook(std::function<int()> hook) {
     assertPrepared();
     shared->startHook = std::move(hook);
@@ -189,7 +194,8 @@ std::optional<LaunchError> Process::launch() {
                                                .environment = environ,
                                                .workingFolder = shared->workingFolder.c_str(),
                                                .standardInput = input.get(),
-                                               .standardOutputAndError = output.get()});
+                                               .standardOutputAndError = output.get(),
+                                               .end = shared->end});
     if (outcome.child == 0) {
         if (canBeEntered(shared->workingFolder))
             return LaunchError{outcome.error};

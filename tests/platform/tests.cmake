@@ -1,6 +1,6 @@
 ferrolt_test_program(platform-tests LINKS ferrolt_platform ferrolt_paths ferrolt_test_images)
 target_include_directories(platform-tests PRIVATE ${PROJECT_SOURCE_DIR}/platform/qt)
-foreach(test MainQueueTest PipeReaderTest PortProbeSignalTest ProcessSetupTest ProcessTest RemoveTreeTest SettingsStoreTest
+foreach(test MainQueueTest PipeReaderTest PortProbeSignalTest ProcessSetupTest ProcessTest ProgramFileTest RemoveTreeTest SettingsStoreTest
         SystemTimeTest WorkQueueTest)
     ferrolt_test(platform ${test})
 endforeach()

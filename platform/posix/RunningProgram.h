@@ -1,0 +1,10 @@
+#pragma once
+
+#include <filesystem>
+
+namespace ferrolt {
+
+/// The path of the running program's file, links resolved; empty when the system does not report it.
+std::filesystem::path runningProgram();
+
+}  // namespace ferrolt
