@@ -20,9 +20,11 @@ class ProgramFile {
     /// be executed, as in the middle of a copy.
     bool isReplaced() const;
 
-    /// Starts the program that is in its place now, without arguments. It is no child in Process's sense: it
-    /// outlives this process, in a session of its own, with its standard descriptors at /dev/null.
-    std::optional<LaunchError> start() const;
+    /// Starts the program that is in its place now, to take over when this process ends, and at once a second
+    /// time, as a reopen: with a complete identity a start shows no window, but the user has asked for the
+    /// new version. To be called shortly before the end. What is started outlives this process, in a session
+    /// of its own, with its standard descriptors at /dev/null.
+    std::optional<LaunchError> startReplacement() const;
 
   private:
     std::filesystem::path path;

@@ -22,11 +22,4 @@ bool ProgramFile::isReplaced() const {
            S_ISREG(status.st_mode) && access(path.c_str(), X_OK) == 0;
 }
 
-std::optional<LaunchError> ProgramFile::start() const {
-    Process process;
-    process.setExecutable(path);
-    process.setEnd(Process::End::OfItsOwn);
-    return process.launch();
-}
-
 }  // namespace ferrolt
