@@ -4,6 +4,7 @@
 #include "MainQueue.h"
 #include "StatusRow.h"
 #include "Symbols.h"
+#include "UpgradeOffer.h"
 
 #include <QAction>
 #include <QGuiApplication>
@@ -39,6 +40,11 @@ TrayItem::TrayItem(std::shared_ptr<AppVars> appVars)
 // The icon must be destroyed before the menu that it shows.
 TrayItem::~TrayItem() {
     icon.reset();
+}
+
+void TrayItem::addUpgrade(UpgradeOffer &offer) {
+    menu->insertAction(menu->actions().last(), offer.action());
+    connect(menu.get(), &QMenu::aboutToShow, &offer, &UpgradeOffer::refresh);
 }
 
 QString TrayItem::statusText() const {

@@ -11,6 +11,7 @@ class QSystemTrayIcon;
 namespace ferrolt {
 
 class AppVars;
+class UpgradeOffer;
 
 /// The program's item in the desktop's tray. Its tooltip shows the state of the two services; its menu opens
 /// the window or quits. After the permanent stop the icon has a stop mark. To be created when there is a tray
@@ -21,6 +22,9 @@ class TrayItem : public QObject {
   public:
     explicit TrayItem(std::shared_ptr<AppVars> appVars);
     ~TrayItem() override;
+
+    /// Puts the offer's action above Quit. The offer must live longer.
+    void addUpgrade(UpgradeOffer &offer);
 
   Q_SIGNALS:
     void openRequested();

@@ -10,12 +10,14 @@
 #include "MainQueue.h"
 #include "MainWindow.h"
 #include "ProcessSetup.h"
+#include "ProgramFile.h"
 #include "QtAlertPresenter.h"
 #include "QtClipboard.h"
 #include "QuitRequest.h"
 #include "QuitSignals.h"
 #include "SingleInstance.h"
 #include "TrayItem.h"
+#include "UpgradeOffer.h"
 
 #include <QApplication>
 
@@ -35,7 +37,14 @@ void rememberChildren(SingleInstance &instance, const AppVars &vars) {
             instance.rememberChild(child->processIdentifier());
 }
 
-int runApplication(SingleInstance &instance, DesktopReopen &desktop) {
+enum class Next { Nothing, NewVersion };
+
+struct Ending {
+    int exitCode = 0;
+    Next next = Next::Nothing;
+};
+
+Ending runApplication(SingleInstance &instance, DesktopReopen &desktop, const ProgramFile &program) {
     QApplication::setQuitOnLastWindowClosed(false);  // the services run on behind a closed window
     installAccessibleRoles();
     LauncherStyle::install();
@@ -75,25 +84,46 @@ int runApplication(SingleInstance &instance, DesktopReopen &desktop) {
         if (delegate.applicationShouldHandleReopen(hasVisibleWindows))
             bringToFront(window, activationToken);
     };
-    instance.listen(reopen);
-    desktop.listen(
-        [&](bool hasVisibleWindows) { return delegate.applicationShouldHandleReopen(hasVisibleWindows); });
+    Next next = Next::Nothing;
+    UpgradeOffer upgrade([&] { return program.isReplaced(); }, window);
+    QObject::connect(&upgrade, &UpgradeOffer::accepted, qApp, [&] {
+        next = Next::NewVersion;
+        QApplication::quit();
+    });
+    // A window that has to be shown first has no position yet for the question.
+    QObject::connect(&window, &MainWindow::contentAppeared, &upgrade, &UpgradeOffer::ask);
+    instance.listen([&](const std::string &activationToken) {
+        const bool isShown = window.isVisible();
+        reopen(activationToken);
+        if (isShown)
+            upgrade.ask();
+    });
+    desktop.listen([&](bool hasVisibleWindows) {
+        const bool isShown = window.isVisible();
+        const bool handles = delegate.applicationShouldHandleReopen(hasVisibleWindows);
+        if (isShown)
+            upgrade.ask();
+        return handles;
+    });
     std::unique_ptr<TrayItem> trayItem;
     const auto tray = DesktopTray::watch([&] {
         trayItem = std::make_unique<TrayItem>(app.appVars());
         QObject::connect(trayItem.get(), &TrayItem::openRequested, &window, [&] { reopen(); });
         QObject::connect(trayItem.get(), &TrayItem::quitRequested, qApp, &QApplication::quit);
+        trayItem->addUpgrade(upgrade);
     });
 
     MainQueue::async([&] {
         delegate.applicationDidFinishLaunching();
         qunsetenv("XDG_ACTIVATION_TOKEN");  // a token is valid once; a later window must not use it
     });
-    return QApplication::exec();
+    const int exitCode = QApplication::exec();
+    return {exitCode, next};
 }
 
 int run(int argc, char **argv) {
     setUpProcess();
+    const ProgramFile program;
 
     SingleInstance instance(PathRoots().home);
     switch (instance.start()) {
@@ -111,11 +141,15 @@ int run(int argc, char **argv) {
     QApplication::setApplicationName(QStringLiteral("ferrolt-miner-launcher"));
     QApplication::setApplicationDisplayName(QStringLiteral("Ferrolt Miner Launcher"));
     QApplication::setDesktopFileName(QStringLiteral("ferrolt-miner-launcher"));
-    const int exitCode = runApplication(instance, desktop);
+    const Ending ending = runApplication(instance, desktop, program);
     // All that must be saved is saved. The destructor of the application object still hands the clipboard
     // over to the desktop.
-    endProcessSoon(exitCode);
-    return exitCode;
+    endProcessSoon(ending.exitCode);
+    if (ending.next == Next::NewVersion)
+        if (const auto error = program.startReplacement())
+            std::fprintf(stderr, "The new version cannot be started: %s\n",
+                         error->localizedDescription().c_str());
+    return ending.exitCode;
 }
 
 }  // namespace

@@ -111,7 +111,8 @@ void NotifierTray::activate() const {
 QList<NotifierTray::Entry> NotifierTray::menu() const {
     const auto menuPath = property("Menu").value<QDBusObjectPath>().path();
     ask(menuPath, menuInterface, "AboutToShow", {0});
-    const QVariantList layout = ask(menuPath, menuInterface, "GetLayout", {0, -1, QStringList{"label"}});
+    const QVariantList layout =
+        ask(menuPath, menuInterface, "GetLayout", {0, -1, QStringList{"label", "visible"}});
     if (layout.size() != 2)
         return {};
     // (ia{sv}av), and each child has the same type
@@ -129,7 +130,8 @@ QList<NotifierTray::Entry> NotifierTray::menu() const {
         argument.beginStructure();
         argument >> id >> properties;
         argument.endStructure();
-        entries << Entry{id, properties.value("label").toString().remove('_')};
+        if (properties.value("visible", true).toBool())
+            entries << Entry{id, properties.value("label").toString().remove('_')};
     }
     root.endArray();
     root.endStructure();

@@ -37,7 +37,7 @@ class NotifierTray : public QObject {
     QList<QByteArray> pictures() const;
     void activate() const;
 
-    /// The texts of the item's menu without mnemonic marks.
+    /// The texts of the item's menu as it opens, without mnemonic marks.
     QStringList menuTexts() const;
     /// Triggers the menu entry with this text.
     void choose(const QString &text) const;
