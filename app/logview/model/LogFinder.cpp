@@ -5,6 +5,7 @@
 #include <QList>
 
 #include <algorithm>
+#include <limits>
 
 namespace ferrolt {
 namespace {
@@ -15,7 +16,15 @@ constexpr std::size_t maxCharacterBytes = 4;
 /// With more hits than this (2 MB) all lists are dropped, and those of the elements on screen made again.
 constexpr std::size_t maxHitsKept = 64 * 1024;
 
+/// An element whose predecessor was not searched is searched from this many bytes before it: more than a line
+/// of dashes, in which hits can be placed in several ways.
+constexpr std::size_t lookBackBytes = 4096;
+
+constexpr LogPosition beyondAll{std::numeric_limits<std::uint64_t>::max(), ByteOffset{0}};
+
 char32_t folded(char32_t codePoint) {
+    if (codePoint < 0x80)
+        return codePoint >= 'A' && codePoint <= 'Z' ? codePoint + ('a' - 'A') : codePoint;
     return QChar::toCaseFolded(codePoint);
 }
 
@@ -33,57 +42,96 @@ void LogFinder::setNeedle(const QString &text) {
         // byte can.
         std::fill(canStartHit.begin() + firstLeadByte, canStartHit.end(), true);
     }
+    // The table of Knuth, Morris and Pratt: no text takes longer than its length, whatever the needle.
+    fallbacks.assign(needle.size() + 1, 0);
+    for (std::size_t length = 1, shorter = 0; length < needle.size(); ++length) {
+        while (shorter > 0 && needle[length] != needle[shorter])
+            shorter = fallbacks[shorter];
+        if (needle[length] == needle[shorter])
+            ++shorter;
+        fallbacks[length + 1] = static_cast<std::uint32_t>(shorter);
+    }
     elements.clear();
-    counted = hits = hitsKept = 0;
+    hits = hitsKept = 0;
     searching = false;
+    countedEnd = elements.firstSequence();
     sync();
 }
 
-std::optional<LogPosition> LogFinder::endOfMatch(LogPosition begin) const {
-    std::uint64_t sequence = begin.sequence;
-    const LogElement *element = &log.bySequence(sequence);
-    std::size_t at = count(begin.offset);
-    for (const char32_t wanted : needle) {
-        for (; at >= static_cast<std::size_t>(element->size()); at = 0) {
-            if (!log.holds(++sequence))
-                return std::nullopt;
-            element = &log.bySequence(sequence);
-        }
-        const utf8::Character character = utf8::characterAt(*element, at);
-        if (character.codePoint != wanted && folded(character.codePoint) != wanted)
-            return std::nullopt;
-        at += character.length;
-    }
-    return LogPosition{sequence, byteOffset(at)};
+std::size_t LogFinder::sizeOf(std::uint64_t sequence) const {
+    return static_cast<std::size_t>(log.bySequence(sequence).size());
 }
 
+std::size_t LogFinder::maxHitBytes() const {
+    return needle.size() * maxCharacterBytes;
+}
+
+/// Goes through a text at whose beginning `matched` characters of the needle are matched, and returns how
+/// many are at its end. Calls `onHit(offset)` for each end of a hit.
 template <class OnHit>
-void LogFinder::search(std::uint64_t sequence, OnHit onHit) const {
-    const LogElement &element = log.bySequence(sequence);
-    const auto size = static_cast<std::size_t>(element.size());
-    const char *const text = element.constData();
+std::uint32_t LogFinder::match(QByteArrayView text, std::uint32_t matched, OnHit onHit) const {
+    const auto size = static_cast<std::size_t>(text.size());
+    const char *const bytes = text.data();
     for (std::size_t at = 0; at < size;) {
-        if (!canStartHit[static_cast<unsigned char>(text[at])]) {
-            ++at;
-            continue;
+        if (matched == 0) {
+            while (at < size && !canStartHit[static_cast<unsigned char>(bytes[at])])
+                ++at;
+            if (at == size)
+                break;
         }
-        const LogPosition begin{sequence, byteOffset(at)};
-        const std::optional<LogPosition> end = endOfMatch(begin);
-        if (end)
-            onHit(LogSpan{begin, *end});
-        at = !end ? at + 1 : end->sequence == sequence ? count(end->offset) : size;
+        const utf8::Character character = utf8::characterAt(text, at);
+        at += character.length;
+        const char32_t wanted = folded(character.codePoint);
+        while (matched > 0 && needle[matched] != wanted)
+            matched = fallbacks[matched];
+        if (needle[matched] == wanted)
+            ++matched;
+        if (matched == needle.size()) {
+            onHit(at);
+            matched = 0;
+        }
     }
+    return matched;
 }
 
-/// Visits the elements before `sequence`, nearest first, in which a hit may begin that reaches to or beyond a
-/// place `bytesBetween` bytes after the beginning of `sequence`.
-template <class Visit>
-void LogFinder::visitBefore(std::uint64_t sequence, std::uint64_t bytesBetween, Visit visit) const {
-    const std::uint64_t maxBytes = needle.size() * maxCharacterBytes;
-    while (sequence > log.firstSequence() && bytesBetween < maxBytes) {
-        visit(--sequence);
-        bytesBetween += static_cast<std::uint64_t>(log.bySequence(sequence).size());
+LogPosition LogFinder::beginOfHit(LogPosition end) const {
+    std::uint64_t sequence = end.sequence;
+    std::size_t at = count(end.offset);
+    for (std::size_t i = 0; i < needle.size(); ++i) {
+        while (at == 0)
+            at = sizeOf(--sequence);
+        at = utf8::characterStart(log.bySequence(sequence), at - 1);
     }
+    return {sequence, byteOffset(at)};
+}
+
+std::uint32_t LogFinder::entryOf(std::uint64_t sequence) const {
+    if (sequence == log.firstSequence())
+        return 0;
+    if (elements[sequence - 1].count)
+        return elements[sequence - 1].exit;
+    const std::size_t wanted = lookBackBytes + maxHitBytes();
+    std::uint64_t from = sequence;
+    std::size_t bytes = 0;
+    while (from > log.firstSequence() && bytes < wanted)
+        bytes += sizeOf(--from);
+    QByteArrayView text(log.bySequence(from));
+    text =
+        text.sliced(static_cast<qsizetype>(bytes > wanted ? utf8::characterStart(text, bytes - wanted) : 0));
+    std::uint32_t matched = match(text, 0, [](std::size_t) {});
+    for (++from; from < sequence; ++from)
+        matched = match(log.bySequence(from), matched, [](std::size_t) {});
+    return matched;
+}
+
+void LogFinder::searchElement(std::uint64_t sequence, std::uint32_t entry) {
+    Element &element = elements[sequence];
+    forget(element);
+    std::size_t found = 0;
+    element.entry = entry;
+    element.exit = match(log.bySequence(sequence), entry, [&](std::size_t) { ++found; });
+    element.count = found;
+    hits += found;
 }
 
 void LogFinder::forgetHits(Element &element) {
@@ -92,52 +140,62 @@ void LogFinder::forgetHits(Element &element) {
     element.hits.reset();
 }
 
-void LogFinder::forget(std::uint64_t sequence) {
-    Element &element = elements[sequence];
-    if (element.count) {
-        hits -= *element.count;
-        --counted;
-        element.count.reset();
-    }
+void LogFinder::forget(Element &element) {
+    hits -= element.count.value_or(0);
+    element.count.reset();
     forgetHits(element);
+}
+
+/// Forgets the elements that were searched from a match that began in text that is dropped.
+void LogFinder::forgetCutHits() {
+    std::size_t bytesBefore = 0;
+    for (std::uint64_t i = elements.firstSequence();
+         i < elements.endSequence() && bytesBefore < maxHitBytes(); ++i) {
+        if (elements[i].count && elements[i].entry > 0) {
+            forget(elements[i]);
+            countedEnd = elements.firstSequence();
+        }
+        bytesBefore += sizeOf(i);
+    }
 }
 
 void LogFinder::sync() {
     if (!hasNeedle() || elements.isCurrent())
         return;
-    const std::uint64_t end = elements.endSequence();
+    const std::uint64_t first = elements.firstSequence();
     elements.sync([](const LogElement &) { return Element(); },
-                  [this](std::uint64_t sequence) { forget(sequence); });
-    // New text may complete a hit that begins before it.
-    if (end < log.endSequence())
-        visitBefore(end, 0, [this](std::uint64_t sequence) { forget(sequence); });
-}
-
-std::size_t LogFinder::countOf(std::uint64_t sequence) {
-    std::optional<std::size_t> &known = elements[sequence].count;
-    if (!known) {
-        std::size_t found = 0;
-        search(sequence, [&](const LogSpan &) { ++found; });
-        known = found;
-        ++counted;
-        hits += found;
-    }
-    return *known;
+                  [this](std::uint64_t sequence) { forget(elements[sequence]); });
+    countedEnd = std::max(countedEnd, elements.firstSequence());
+    if (elements.firstSequence() > first)
+        forgetCutHits();
 }
 
 void LogFinder::countFor(std::chrono::nanoseconds maxTime) {
     sync();
     const auto end = std::chrono::steady_clock::now() + maxTime;
-    for (std::uint64_t i = elements.firstSequence(); i < elements.endSequence() && !isCounted(); ++i) {
-        if (elements[i].count)
-            continue;
-        countOf(i);
-        if (std::chrono::steady_clock::now() >= end)
+    while (!isCounted()) {
+        const Element &element = elements[countedEnd];
+        const std::uint32_t entry =
+            countedEnd == elements.firstSequence() ? 0 : elements[countedEnd - 1].exit;
+        const bool isKnown = element.count && element.entry == entry;
+        if (!isKnown)
+            searchElement(countedEnd, entry);
+        ++countedEnd;
+        if (!isKnown && std::chrono::steady_clock::now() >= end)
             return;
     }
 }
 
+std::size_t LogFinder::countOf(std::uint64_t sequence) {
+    if (!elements[sequence].count)
+        searchElement(sequence, entryOf(sequence));
+    return *elements[sequence].count;
+}
+
 const std::vector<LogSpan> &LogFinder::hitsOf(std::uint64_t sequence) {
+    static const std::vector<LogSpan> none;
+    if (countOf(sequence) == 0)
+        return none;
     Element &element = elements[sequence];
     if (!element.hits) {
         if (hitsKept > maxHitsKept) {
@@ -145,54 +203,78 @@ const std::vector<LogSpan> &LogFinder::hitsOf(std::uint64_t sequence) {
                 forgetHits(each);
         }
         std::vector<LogSpan> found;
-        search(sequence, [&](const LogSpan &one) { found.push_back(one); });
+        found.reserve(*element.count);
+        match(log.bySequence(sequence), element.entry, [&](std::size_t at) {
+            const LogPosition end{sequence, byteOffset(at)};
+            found.push_back({beginOfHit(end), end});
+        });
         hitsKept += found.size();
         element.hits = std::move(found);
     }
     return *element.hits;
 }
 
+/// The last element in which a hit that begins before `from` may end.
+std::uint64_t LogFinder::lastReached(LogPosition from) {
+    std::uint64_t last = from.sequence;
+    std::size_t bytes = sizeOf(last) - std::min<std::size_t>(count(from.offset), sizeOf(last));
+    while (bytes < maxHitBytes() && log.holds(last + 1)) {
+        countOf(last);
+        if (elements[last].exit == 0)
+            break;
+        bytes += sizeOf(++last);
+    }
+    return last;
+}
+
 std::optional<std::size_t> LogFinder::numberOf(LogPosition begin) {
     sync();
     if (!hasNeedle() || !isCounted() || !log.holds(begin.sequence))
         return std::nullopt;
-    const std::vector<LogSpan> &all = hitsOf(begin.sequence);
-    const auto at = std::ranges::lower_bound(all, begin, {}, &LogSpan::begin);
-    if (at == all.end() || at->begin != begin)
-        return std::nullopt;
-    auto number = static_cast<std::size_t>(at - all.begin()) + 1;
+    std::size_t number = 1;
     for (std::uint64_t i = elements.firstSequence(); i < begin.sequence; ++i)
         number += countOf(i);
-    return number;
+    const std::uint64_t last = lastReached({begin.sequence, ByteOffset{count(begin.offset) + 1}});
+    for (std::uint64_t i = begin.sequence; i <= last; ++i) {
+        const std::vector<LogSpan> &all = hitsOf(i);
+        const auto at = std::ranges::lower_bound(all, begin, {}, &LogSpan::begin);
+        number += static_cast<std::size_t>(at - all.begin());
+        if (at != all.end())
+            return at->begin == begin ? std::optional(number) : std::nullopt;
+    }
+    return std::nullopt;
 }
 
 void LogFinder::startSearch(LogPosition from, Direction direction) {
+    sync();
     searchFrom = from;
     searchDirection = direction;
     searchedElements = 0;
     searching = hasNeedle();
+    nextToSearch = from.sequence;
+    if (searching && direction == Direction::Backward && log.holds(from.sequence))
+        nextToSearch = lastReached(from);
 }
 
 LogFinder::Answer LogFinder::searchFor(std::chrono::nanoseconds maxTime) {
     sync();
     const auto end = std::chrono::steady_clock::now() + maxTime;
     const bool isForward = searchDirection == Direction::Forward;
-    const ByteOffset nearEdge = isForward ? ByteOffset{0} : ByteOffset{UINT32_MAX};
-    // The element of the start comes twice: first the part of it that lies ahead, in the end the rest.
-    while (searching && !log.isEmpty() && searchedElements <= log.size()) {
-        if (!log.holds(searchFrom.sequence))
-            searchFrom = {isForward ? log.firstSequence() : log.endSequence() - 1, nearEdge};
-        if (countOf(searchFrom.sequence) > 0) {
-            const std::vector<LogSpan> &all = hitsOf(searchFrom.sequence);
-            const auto after = std::ranges::lower_bound(all, searchFrom, {}, &LogSpan::begin);
-            if (isForward ? after != all.end() : after != all.begin()) {
-                hit = isForward ? *after : *(after - 1);
-                searching = false;
-                return Answer::Found;
-            }
+    // First the part of the log that lies ahead, then all of it from the other end.
+    while (searching && !log.isEmpty() && searchedElements <= 2 * log.size()) {
+        if (!log.holds(nextToSearch)) {
+            nextToSearch = isForward ? log.firstSequence() : log.endSequence() - 1;
+            searchFrom = isForward ? LogPosition() : beyondAll;
+        }
+        const std::vector<LogSpan> &all = hitsOf(nextToSearch);
+        const auto after = std::ranges::lower_bound(all, searchFrom, {}, &LogSpan::begin);
+        if (isForward ? after != all.end() : after != all.begin()) {
+            hit = isForward ? *after : *(after - 1);
+            searching = false;
+            return Answer::Found;
         }
         ++searchedElements;
-        searchFrom = {isForward ? searchFrom.sequence + 1 : searchFrom.sequence - 1, nearEdge};
+        nextToSearch = isForward ? nextToSearch + 1 : nextToSearch - 1;
         if (std::chrono::steady_clock::now() >= end)
             return Answer::NotYet;
     }
@@ -207,16 +289,13 @@ std::vector<LogSpan> LogFinder::hitsBetween(std::uint64_t sequence, ByteOffset b
     sync();
     const LogPosition from{sequence, begin};
     const LogPosition to{sequence, end};
-    visitBefore(sequence, count(begin), [&](std::uint64_t earlier) {
-        const std::vector<LogSpan> &all = hitsOf(earlier);
-        // Hits do not overlap, so only the last one can reach into the next element.
-        if (!all.empty() && all.back().end > from)
-            between.push_back(all.back());
-    });
-    const std::vector<LogSpan> &all = hitsOf(sequence);
-    for (auto at = std::ranges::upper_bound(all, from, {}, &LogSpan::end); at != all.end() && at->begin < to;
-         ++at)
-        between.push_back(*at);
+    const std::uint64_t last = lastReached(to);
+    for (std::uint64_t i = sequence; i <= last; ++i) {
+        const std::vector<LogSpan> &all = hitsOf(i);
+        for (auto at = std::ranges::upper_bound(all, from, {}, &LogSpan::end);
+             at != all.end() && at->begin < to; ++at)
+            between.push_back(*at);
+    }
     return between;
 }
 

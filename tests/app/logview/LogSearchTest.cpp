@@ -1,7 +1,6 @@
 #include "ApplicationLook.h"
 #include "ConsoleFixture.h"
 #include "FindBar.h"
-#include "LogFinder.h"
 #include "LogSearch.h"
 #include "LogText.h"
 #include "PlaceInLog.h"
@@ -46,105 +45,8 @@ class LogSearchTest : public QObject {
         QVERIFY(bar(console).isVisible());
         QVERIFY(field(console).hasFocus());
     }
-    static std::size_t countAll(const LogBuffer &log, const QString &needle) {
-        LogFinder finder(log);
-        finder.setNeedle(needle);
-        while (!finder.isCounted())
-            finder.countFor(1ms);
-        return finder.total();
-    }
 
   private Q_SLOTS:
-    void lettersAreFoundWhateverTheirCase() {
-        LogBuffer log;
-        log.append("Error, ERROR and error\n");
-        log.append("\xc3\x84pfel, \xc3\xa4pfel\n");  // Äpfel, äpfel
-        log.append("\xe2\x84\xaa is for Kelvin, k is not\n");
-        QCOMPARE(countAll(log, QStringLiteral("error")), 3U);
-        QCOMPARE(countAll(log, QString::fromUtf8("ÄPFEL")), 2U);
-        QCOMPARE(countAll(log, QStringLiteral("k")), 3U);
-        QCOMPARE(countAll(log, QStringLiteral("missing")), 0U);
-        QCOMPARE(countAll(log, QString::fromUtf8("漢")), 0U);
-    }
-
-    void hitsDoNotOverlap() {
-        LogBuffer log;
-        log.append("aaaaa");
-        QCOMPARE(countAll(log, QStringLiteral("aa")), 2U);
-    }
-
-    /// An element ends wherever a read of the pipe ended.
-    void aTextThatElementsShareIsFound() {
-        LogBuffer log;
-        log.append("the engine is lis");
-        log.append("ten");
-        LogFinder finder(log);
-        finder.setNeedle(QStringLiteral("listening"));
-        finder.countFor(1s);
-        QCOMPARE(finder.total(), 0U);
-        log.append("ing on a port\nlistening\n");
-        finder.countFor(1s);
-        QCOMPARE(finder.total(), 2U);
-        QCOMPARE(finder.numberOf(at(0, 14)), std::optional<std::size_t>(1));
-        finder.startSearch(at(0, 0), Direction::Forward);
-        QCOMPARE(finder.searchFor(1s), LogFinder::Answer::Found);
-        const LogSpan shared{at(0, 14), at(2, 3)};
-        QCOMPARE(finder.found(), shared);
-        // It is marked in each of the elements that it spans.
-        for (std::uint64_t element = 0; element < 3; ++element)
-            QCOMPARE(finder.hitsBetween(element, ByteOffset{0}, ByteOffset{30}).front(), shared);
-        QCOMPARE(finder.hitsBetween(2, ByteOffset{3}, ByteOffset{30}).size(), 1U);
-        QVERIFY(finder.hitsBetween(0, ByteOffset{0}, ByteOffset{14}).empty());
-
-        log.takeFirst();
-        finder.countFor(1s);
-        QCOMPARE(finder.total(), 1U);
-        QVERIFY(finder.hitsBetween(1, ByteOffset{0}, ByteOffset{3}).empty());
-    }
-
-    void hitsGoRoundInBothDirections() {
-        LogBuffer log;
-        log.append("x one\n");
-        log.append("nothing\n");
-        log.append("one, one\n");
-        LogFinder finder(log);
-        finder.setNeedle(QStringLiteral("one"));
-        const auto next = [&](LogPosition from, Direction direction) {
-            finder.startSearch(from, direction);
-            LogFinder::Answer answer;
-            do
-                answer = finder.searchFor(0ns);
-            while (answer == LogFinder::Answer::NotYet);
-            return finder.found().begin;
-        };
-        QCOMPARE(next(at(0, 0), Direction::Forward), at(0, 2));
-        QCOMPARE(next(at(0, 5), Direction::Forward), at(2, 0));
-        QCOMPARE(next(at(2, 3), Direction::Forward), at(2, 5));
-        QCOMPARE(next(at(2, 8), Direction::Forward), at(0, 2));
-        QCOMPARE(next(at(0, 2), Direction::Backward), at(2, 5));
-        QCOMPARE(next(at(2, 5), Direction::Backward), at(2, 0));
-        QCOMPARE(next(at(2, 0), Direction::Backward), at(0, 2));
-    }
-
-    void countsFollowTheLog() {
-        LogBuffer log;
-        for (int i = 0; i < 10; ++i)
-            log.append("hit\n");
-        LogFinder finder(log);
-        finder.setNeedle(QStringLiteral("hit"));
-        finder.countFor(1s);
-        QCOMPARE(finder.total(), 10U);
-        for (int i = 0; i < 4; ++i)
-            log.takeFirst();
-        log.append("hit hit\n");
-        finder.sync();
-        QVERIFY(!finder.isCounted());
-        finder.countFor(1s);
-        QCOMPARE(finder.total(), 8U);
-        QCOMPARE(finder.numberOf(at(10, 4)), std::optional<std::size_t>(8));
-        QCOMPARE(finder.numberOf(at(10, 3)), std::nullopt);
-    }
-
     void theBarTakesNoRoomUntilAskedFor() {
         ConsoleFixture console;
         console.append("text\n");

@@ -1,0 +1,334 @@
+#include "LogFinder.h"
+#include "PlaceInLog.h"
+#include "TestProgram.h"
+
+#include <QElapsedTimer>
+#include <QStringList>
+#include <QtTest>
+
+#include <algorithm>
+#include <optional>
+#include <random>
+#include <vector>
+
+using namespace ferrolt;
+using namespace std::chrono_literals;
+
+namespace {
+
+/// The same by plain means: joins the log and looks at every character.
+class PlainFinder {
+  public:
+    PlainFinder(const LogBuffer &log, const QString &text) {
+        std::vector<char32_t> all;
+        for (std::uint64_t i = log.firstSequence(); i < log.endSequence(); ++i) {
+            std::uint32_t offset = 0;
+            for (const char32_t c : QString::fromUtf8(log.bySequence(i)).toUcs4()) {
+                all.push_back(QChar::toCaseFolded(c));
+                begins.push_back(at(i, offset));
+                offset += static_cast<std::uint32_t>(QString::fromUcs4(&c, 1).toUtf8().size());
+                ends.push_back(at(i, offset));
+            }
+        }
+        std::vector<char32_t> needle;
+        for (const char32_t c : text.toUcs4())
+            needle.push_back(QChar::toCaseFolded(c));
+        for (std::size_t i = 0; i + needle.size() <= all.size();) {
+            if (std::equal(needle.begin(), needle.end(), all.begin() + static_cast<std::ptrdiff_t>(i))) {
+                hits.push_back({begins[i], ends[i + needle.size() - 1]});
+                i += needle.size();
+            } else {
+                ++i;
+            }
+        }
+    }
+    std::optional<LogSpan> next(LogPosition from) const {
+        for (const LogSpan &hit : hits) {
+            if (hit.begin >= from)
+                return hit;
+        }
+        return hits.empty() ? std::nullopt : std::optional(hits.front());
+    }
+    std::optional<LogSpan> previous(LogPosition from) const {
+        for (auto hit = hits.rbegin(); hit != hits.rend(); ++hit) {
+            if (hit->begin < from)
+                return *hit;
+        }
+        return hits.empty() ? std::nullopt : std::optional(hits.back());
+    }
+    std::vector<LogSpan> between(LogPosition from, LogPosition to) const {
+        std::vector<LogSpan> some;
+        for (const LogSpan &hit : hits) {
+            if (hit.end > from && hit.begin < to)
+                some.push_back(hit);
+        }
+        return some;
+    }
+
+    std::vector<LogSpan> hits;
+
+  private:
+    std::vector<LogPosition> begins;
+    std::vector<LogPosition> ends;
+};
+
+}  // namespace
+
+namespace QTest {
+template <>
+char *toString(const std::vector<LogSpan> &spans) {
+    QStringList words;
+    for (const LogSpan &span : spans) {
+        words << QStringLiteral("%1:%2-%3:%4")
+                     .arg(span.begin.sequence)
+                     .arg(count(span.begin.offset))
+                     .arg(span.end.sequence)
+                     .arg(count(span.end.offset));
+    }
+    return qstrdup(qPrintable(words.join(u' ')));
+}
+}  // namespace QTest
+
+class LogFinderTest : public QObject {
+    Q_OBJECT
+
+    static std::size_t countAll(const LogBuffer &log, const QString &needle) {
+        LogFinder finder(log);
+        finder.setNeedle(needle);
+        while (!finder.isCounted())
+            finder.countFor(1ms);
+        return finder.total();
+    }
+    /// Whether the needle ends as it begins.
+    static bool canOverlap(const QString &needle) {
+        for (qsizetype length = 1; length < needle.size(); ++length) {
+            if (needle.first(length).compare(needle.last(length), Qt::CaseInsensitive) == 0)
+                return true;
+        }
+        return false;
+    }
+    static std::optional<LogSpan> find(LogFinder &finder, LogPosition from, Direction direction) {
+        finder.startSearch(from, direction);
+        LogFinder::Answer answer;
+        do
+            answer = finder.searchFor(0ns);
+        while (answer == LogFinder::Answer::NotYet);
+        return answer == LogFinder::Answer::Found ? std::optional(finder.found()) : std::nullopt;
+    }
+
+  private Q_SLOTS:
+    void lettersAreFoundWhateverTheirCase() {
+        LogBuffer log;
+        log.append("Error, ERROR and error\n");
+        log.append("\xc3\x84pfel, \xc3\xa4pfel\n");  // Äpfel, äpfel
+        log.append("\xe2\x84\xaa is for Kelvin, k is not\n");
+        QCOMPARE(countAll(log, QStringLiteral("error")), 3U);
+        QCOMPARE(countAll(log, QString::fromUtf8("ÄPFEL")), 2U);
+        QCOMPARE(countAll(log, QStringLiteral("k")), 3U);
+        QCOMPARE(countAll(log, QStringLiteral("missing")), 0U);
+        QCOMPARE(countAll(log, QString::fromUtf8("漢")), 0U);
+    }
+
+    void hitsDoNotOverlap() {
+        LogBuffer log;
+        log.append("aaaaa");
+        QCOMPARE(countAll(log, QStringLiteral("aa")), 2U);
+        // Nor across elements.
+        log.append("aa");
+        log.append("aaa");
+        QCOMPARE(countAll(log, QStringLiteral("aa")), 5U);
+    }
+
+    /// An element ends wherever a read of the pipe ended.
+    void aTextThatElementsShareIsFound() {
+        LogBuffer log;
+        log.append("the engine is lis");
+        log.append("ten");
+        LogFinder finder(log);
+        finder.setNeedle(QStringLiteral("listening"));
+        finder.countFor(1s);
+        QCOMPARE(finder.total(), 0U);
+        log.append("ing on a port\nlistening\n");
+        finder.countFor(1s);
+        QCOMPARE(finder.total(), 2U);
+        QCOMPARE(finder.numberOf(at(0, 14)), std::optional<std::size_t>(1));
+        QCOMPARE(finder.numberOf(at(2, 14)), std::optional<std::size_t>(2));
+        const LogSpan shared{at(0, 14), at(2, 3)};
+        QCOMPARE(find(finder, at(0, 0), Direction::Forward), std::optional(shared));
+        // It is marked in each of the elements that it spans.
+        for (std::uint64_t element = 0; element < 3; ++element)
+            QCOMPARE(finder.hitsBetween(element, ByteOffset{0}, ByteOffset{30}).front(), shared);
+        QCOMPARE(finder.hitsBetween(2, ByteOffset{3}, ByteOffset{30}).size(), 1U);
+        QVERIFY(finder.hitsBetween(0, ByteOffset{0}, ByteOffset{14}).empty());
+
+        log.takeFirst();
+        finder.countFor(1s);
+        QCOMPARE(finder.total(), 1U);
+        QVERIFY(finder.hitsBetween(1, ByteOffset{0}, ByteOffset{3}).empty());
+        log.takeFirst();
+        finder.countFor(1s);
+        QCOMPARE(finder.hitsBetween(2, ByteOffset{0}, ByteOffset{30}),
+                 (std::vector<LogSpan>{{at(2, 14), at(2, 23)}}));
+    }
+
+    void hitsGoRoundInBothDirections() {
+        LogBuffer log;
+        log.append("x one\n");
+        log.append("nothing\n");
+        log.append("one, one\n");
+        LogFinder finder(log);
+        finder.setNeedle(QStringLiteral("one"));
+        const auto next = [&](LogPosition from, Direction direction) {
+            return find(finder, from, direction).value().begin;
+        };
+        QCOMPARE(next(at(0, 0), Direction::Forward), at(0, 2));
+        QCOMPARE(next(at(0, 5), Direction::Forward), at(2, 0));
+        QCOMPARE(next(at(2, 3), Direction::Forward), at(2, 5));
+        QCOMPARE(next(at(2, 8), Direction::Forward), at(0, 2));
+        QCOMPARE(next(at(0, 2), Direction::Backward), at(2, 5));
+        QCOMPARE(next(at(2, 5), Direction::Backward), at(2, 0));
+        QCOMPARE(next(at(2, 0), Direction::Backward), at(0, 2));
+    }
+
+    void countsFollowTheLog() {
+        LogBuffer log;
+        for (int i = 0; i < 10; ++i)
+            log.append("hit\n");
+        LogFinder finder(log);
+        finder.setNeedle(QStringLiteral("hit"));
+        finder.countFor(1s);
+        QCOMPARE(finder.total(), 10U);
+        for (int i = 0; i < 4; ++i)
+            log.takeFirst();
+        log.append("hit hit\n");
+        finder.sync();
+        QVERIFY(!finder.isCounted());
+        finder.countFor(1s);
+        QCOMPARE(finder.total(), 8U);
+        QCOMPARE(finder.numberOf(at(10, 4)), std::optional<std::size_t>(8));
+        QCOMPARE(finder.numberOf(at(10, 3)), std::nullopt);
+    }
+
+    /// Random logs that grow and lose their beginning, with elements shorter than the needle.
+    void whatIsFoundIsWhatAPlainSearchOfTheJoinedLogFinds_data() {
+        QTest::addColumn<QStringList>("letters");
+        QTest::addRow("two letters") << QStringList{"a", "b"};
+        QTest::addRow("one letter") << QStringList{"a"};
+        QTest::addRow("case and lines") << QStringList{"a", "A", "b", "\n"};
+        QTest::addRow("one to four bytes") << QStringList{"k", "K", "é", "É", "\u212A", "😀"};
+    }
+    void whatIsFoundIsWhatAPlainSearchOfTheJoinedLogFinds() {
+        QFETCH(QStringList, letters);
+        std::mt19937 random(7);
+        const auto below = [&random](std::size_t n) { return static_cast<std::size_t>(random() % n); };
+        const auto text = [&](std::size_t max) {
+            QString some;
+            for (std::size_t left = 1 + below(max); left > 0; --left)
+                some += letters[static_cast<qsizetype>(below(static_cast<std::size_t>(letters.size())))];
+            return some;
+        };
+        std::size_t shared = 0;
+        for (int round = 0; round < 300; ++round) {
+            LogBuffer log;
+            LogFinder finder(log);
+            QString needle = text(6);
+            finder.setNeedle(needle);
+            const std::size_t maxLength = 1 + below(8);
+            for (int step = 0; step < 40; ++step) {
+                for (std::size_t drops = below(4); drops > 0 && !log.isEmpty(); --drops)
+                    log.takeFirst();
+                for (std::size_t appends = below(5); appends > 0; --appends)
+                    log.append(text(maxLength).toUtf8());
+                if (below(20) == 0)
+                    finder.setNeedle(needle = text(6));
+                if (log.isEmpty())
+                    continue;
+                finder.sync();
+                const PlainFinder plain(log, needle);
+                const auto anywhere = [&] {
+                    const std::uint64_t sequence = log.firstSequence() + below(log.size());
+                    const auto size = static_cast<std::size_t>(log.bySequence(sequence).size());
+                    return at(sequence, static_cast<std::uint32_t>(below(size + 1)));
+                };
+                // In any order, before the hits are counted, too. Then a needle that can overlap itself may
+                // give other hits.
+                while (canOverlap(needle) && !finder.isCounted())
+                    finder.countFor(0ns);
+                for (std::size_t questions = below(4); questions > 0; --questions) {
+                    const LogPosition from = anywhere();
+                    QCOMPARE(find(finder, from, Direction::Forward), plain.next(from));
+                    QCOMPARE(find(finder, from, Direction::Backward), plain.previous(from));
+                    const LogPosition place = anywhere();
+                    const LogPosition to{place.sequence, std::max(place.offset, anywhere().offset)};
+                    QCOMPARE(finder.hitsBetween(place.sequence, place.offset, to.offset),
+                             plain.between(place, to));
+                    finder.countFor(0ns);
+                }
+                if (below(2) == 0)
+                    continue;
+                while (!finder.isCounted())
+                    finder.countFor(0ns);
+                QCOMPARE(finder.total(), plain.hits.size());
+                for (std::size_t i = 0; i < plain.hits.size(); ++i) {
+                    QCOMPARE(finder.numberOf(plain.hits[i].begin), std::optional(i + 1));
+                    shared += plain.hits[i].begin.sequence + 1 < plain.hits[i].end.sequence ? 1U : 0U;
+                }
+                const LogPosition place = anywhere();
+                const bool isHit = std::ranges::find(plain.hits, place, &LogSpan::begin) != plain.hits.end();
+                QCOMPARE(finder.numberOf(place).has_value(), isHit);
+            }
+        }
+        QVERIFY2(shared > 100, "hits that span three elements or more");
+    }
+
+    /// In a long run of one letter, where hits lie depends on where the run begins. They are placed anew when
+    /// its beginning is dropped, and counted right even if elements were searched from the end.
+    void hitsInALongRunOfOneLetterAreCountedFromItsBeginning() {
+        LogBuffer log;
+        LogFinder finder(log);
+        finder.setNeedle(QStringLiteral("aa"));
+        for (int i = 0; i < 20; ++i)
+            log.append(QByteArray(9001, 'a'));
+        while (log.size() > 10) {
+            const auto last = log.endSequence() - 1;
+            QVERIFY(find(finder, at(last, 9001), Direction::Backward));
+            do
+                finder.countFor(0ns);
+            while (!finder.isCounted());
+            const PlainFinder plain(log, QStringLiteral("aa"));
+            QCOMPARE(finder.total(), plain.hits.size());
+            QCOMPARE(finder.hitsBetween(last, ByteOffset{0}, ByteOffset{9001}),
+                     plain.between(at(last, 0), at(last, 9001)));
+            log.takeFirst();
+        }
+    }
+
+    /// An element that arrives is searched, and nothing else: not the one before it again, however short what
+    /// arrives, nor anything twice for the needle's sake.
+    void whatArrivesCostsItsLength() {
+        const QString needle = QString(500, u'a') + u'b';
+        LogBuffer log;
+        LogFinder finder(log);
+        finder.setNeedle(needle);
+        QElapsedTimer clock;
+        clock.start();
+        log.append(QByteArray(4'000'000, 'a'));
+        finder.countFor(1s);
+        const qint64 whole = clock.nsecsElapsed();
+        clock.start();
+        constexpr int arrivals = 1000;
+        for (int i = 0; i < arrivals; ++i) {
+            log.append("a");
+            finder.countFor(1s);
+        }
+        const qint64 each = clock.nsecsElapsed() / arrivals;
+        QVERIFY2(each < whole / 20,
+                 qPrintable(QString("%1 us each, %2 us for 4 MB").arg(each / 1000).arg(whole / 1000)));
+        log.append("B");
+        finder.countFor(1s);
+        QCOMPARE(finder.total(), 1U);
+    }
+};
+
+TEST_CLASS(LogFinderTest, NoApplication)
+#include "LogFinderTest.moc"
