@@ -31,6 +31,27 @@ QColor currentHitColor() {
     return QColor(0xff, 0xae, 0x2b);
 }
 
+struct SelectionColors {
+    QColor ground;
+    QColor text;
+};
+
+/// Most palettes have one highlight for both groups; then gray shows that the keyboard is elsewhere. The gray
+/// is a veil, through which hits can be seen.
+SelectionColors selectionColors(const QPalette &palette, QPalette::ColorGroup group) {
+    constexpr double minContrast = 3;
+    constexpr float veil = 0.22F;
+    const QColor highlight = palette.color(group, QPalette::Highlight);
+    const QColor highlightedText = palette.color(group, QPalette::HighlightedText);
+    const bool isOwn = highlight != palette.color(QPalette::Active, QPalette::Highlight);
+    if (group == QPalette::Active || (isOwn && Theme::contrast(highlightedText, highlight) >= minContrast))
+        return {highlight, highlightedText};
+    const QColor text = Theme::logText(palette);
+    QColor gray = text;
+    gray.setAlphaF(veil);
+    return {gray, text};
+}
+
 }  // namespace
 
 void LogPainter::fill(QPainter &painter, const LogViewport::VisibleRow &visible, const LogRowText &text,
@@ -70,9 +91,8 @@ void LogPainter::drawCaret(QPainter &painter, const LogViewport::VisibleRow &vis
 
 void LogPainter::paint(QPainter &painter, const std::vector<LogViewport::VisibleRow> &rows) const {
     const QColor textColor = Theme::logText(palette);
-    const QColor selected = selectionIsHit ? currentHitColor() : palette.color(group, QPalette::Highlight);
-    const QColor selectedText =
-        selectionIsHit ? QColor(Qt::black) : palette.color(group, QPalette::HighlightedText);
+    const auto [selected, selectedText] =
+        selectionIsHit ? SelectionColors{currentHitColor(), Qt::black} : selectionColors(palette, group);
     GlyphBatch plain;
     GlyphBatch highlighted;
     for (const LogViewport::VisibleRow &visible : rows) {

@@ -68,6 +68,9 @@ class LogConsoleLookTest : public QObject {
         QTRY_VERIFY(console.area().hasSelection());
         QTRY_VERIFY(console.view.findChild<QLabel *>(QStringLiteral("findResult"))->text().contains(u"of"));
         save(console.view, QStringLiteral("find-") + tone);
+        console.area().select({{2, ByteOffset{0}}, {3, ByteOffset{30}}});
+        QCoreApplication::processEvents();
+        save(console.view, QStringLiteral("selected-unfocused-") + tone);
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
         QTest::keyClick(&console.area(), Qt::Key_A, Qt::ControlModifier);
         save(console.view, QStringLiteral("selected-") + tone);

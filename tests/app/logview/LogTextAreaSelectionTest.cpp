@@ -1,8 +1,11 @@
+#include "ApplicationLook.h"
 #include "ConsoleFixture.h"
 #include "LogText.h"
 #include "PlaceInLog.h"
 #include "TestProgram.h"
+#include "Theme.h"
 
+#include <QLineEdit>
 #include <QMenu>
 #include <QMessageBox>
 #include <QScrollBar>
@@ -44,6 +47,75 @@ class LogTextAreaSelectionTest : public QObject {
     }
 
   private Q_SLOTS:
+    void aSelectionWithoutTheKeyboardIsGrayAndReadable_data() {
+        QTest::addColumn<QPalette>("palette");
+        QTest::addRow("light") << Theme::lightPalette();
+        QTest::addRow("dark") << Theme::darkPalette();
+        QPalette faint = Theme::lightPalette();
+        faint.setColor(QPalette::Text, QColor(0x76, 0x76, 0x76));
+        QTest::addRow("faint text") << faint;
+        QPalette darkView = Theme::lightPalette();
+        darkView.setColor(QPalette::Base, QColor(0x1e, 0x1e, 0x1e));
+        darkView.setColor(QPalette::Text, QColor(0xe0, 0xe0, 0xe0));
+        QTest::addRow("a dark view in a light window") << darkView;
+        QPalette own = Theme::lightPalette();
+        own.setColor(QPalette::Inactive, QPalette::Highlight, QColor(0x30, 0x60, 0x30));
+        QTest::addRow("a colour of the desktop's own") << own;
+        QPalette unreadable = own;
+        unreadable.setColor(QPalette::Inactive, QPalette::HighlightedText, QColor(0x40, 0x70, 0x40));
+        QTest::addRow("an unreadable one") << unreadable;
+    }
+    void aSelectionWithoutTheKeyboardIsGrayAndReadable() {
+        QFETCH(QPalette, palette);
+        const bool isOwn = QByteArray(QTest::currentDataTag()).startsWith("a colour");
+        ApplicationLook look;
+        look.setPixelSize(20);  // has letters with strokes of a pixel and more
+        look.setPalette(palette);
+        ConsoleFixture console;
+        console.append("MMMM MMMM hit\n");
+        console.show();
+        console.area().setFocus();
+        console.area().select({at(0, 0), at(0, 9)});
+        const auto colours = [&] {
+            const QRectF box = console.area().rectangleOf(at(0, 0));
+            const QImage image = console.area().viewport()->grab().toImage();
+            const QColor ground = image.pixelColor(box.topLeft().toPoint());
+            double contrast = 1;
+            for (int y = 0; y < box.height(); ++y)
+                for (int x = 0; x < 2 * box.width(); ++x)
+                    contrast = std::max(
+                        contrast,
+                        Theme::contrast(ground, image.pixelColor(box.topLeft().toPoint() + QPoint(x, y))));
+            return std::pair(ground, contrast);
+        };
+        const auto [active, activeContrast] = colours();
+        QCOMPARE(active, palette.color(QPalette::Active, QPalette::Highlight));
+        QVERIFY(activeContrast >= 3);
+
+        QTest::keyClick(&console.area(), Qt::Key_F, Qt::ControlModifier);
+        auto *const field = qobject_cast<QLineEdit *>(QApplication::focusWidget());
+        QVERIFY(field);
+        // The selection is the current hit, in that one's colour, until another text is searched for.
+        const auto [hit, hitContrast] = colours();
+        QTest::keyClicks(field, QStringLiteral("hit"));
+        QTRY_COMPARE(console.area().selection().span().begin, at(0, 10));
+        console.area().select({at(0, 0), at(0, 9)});
+        const QColor marked = console.area().viewport()->grab().toImage().pixelColor(
+            console.area().rectangleOf(at(0, 10)).topLeft().toPoint());
+        const auto [inactive, inactiveContrast] = colours();
+        QVERIFY2(inactiveContrast >= 3, qPrintable(QString::number(inactiveContrast)));
+        const QColor background = Theme::textBackground(palette);
+        for (const QColor &other : {active, hit, marked, background})
+            QVERIFY2(inactive != other, qPrintable(other.name()));
+        QVERIFY(Theme::contrast(inactive, background) >= 1.3);
+        QCOMPARE(inactive == palette.color(QPalette::Inactive, QPalette::Highlight), isOwn);
+        if (!isOwn)
+            QVERIFY2(inactive.saturation() < 20, qPrintable(inactive.name()));
+
+        console.area().setFocus();
+        QCOMPARE(colours().first, active);
+    }
+
     void aDragSelectsAcrossElements() {
         ConsoleFixture console;
         console.append("first line\n");
