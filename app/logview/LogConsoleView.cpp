@@ -1,5 +1,6 @@
 #include "LogConsoleView.h"
 
+#include "Announcement.h"
 #include "Drawing.h"
 #include "FindBar.h"
 #include "LogSearch.h"
@@ -41,6 +42,7 @@ LogConsoleView::LogConsoleView(const QString &title, const LogBuffer &lines, con
       titleLabel(new QLabel(title, header)),
       copyButton(new QPushButton(header)),
       badge(new StatusBadge(header)),
+      copied(new Announcement(QString(), Theme::body, Theme::primaryText, header)),
       divider(new QWidget(this)),
       area(new LogTextArea(lines, bottomId, clipboard, this)),
       stack(new QVBoxLayout(this)) {
@@ -55,6 +57,7 @@ LogConsoleView::LogConsoleView(const QString &title, const LogBuffer &lines, con
     copyButton->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     copyButton->setToolTip(tr("Copy this log to the clipboard"));
     copyButton->setAccessibleName(copyButton->toolTip());
+    copied->resize(0, 0);
     setDidCopy(false);
     area->setAccessibleName(title);
 
@@ -145,6 +148,7 @@ void LogConsoleView::copyLog() {
     // Joined with nothing between them: the entries carry their own line breaks.
     clipboard.setText(lines.snapshot());
     setDidCopy(true);
+    copied->speak();
     // Not cancelled by another press: the reset of the first press turns the icon back.
     time.callAfter(confirmationTime, [view = QPointer(this)] {
         if (view)
@@ -154,6 +158,7 @@ void LogConsoleView::copyLog() {
 
 void LogConsoleView::setDidCopy(bool didCopy) {
     _didCopy = didCopy;
+    copied->setText(_didCopy ? tr("Log copied") : QString());
     copyButton->setIcon(_didCopy ? symbolIcon(Symbol::Checkmark, Theme::green)
                                  : symbolIcon(Symbol::DocOnDoc, Theme::accent));
 }

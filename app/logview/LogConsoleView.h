@@ -12,6 +12,7 @@ class QVBoxLayout;
 
 namespace ferrolt {
 
+class Announcement;
 class LogSearch;
 class LogTextArea;
 class StatusBadge;
@@ -66,6 +67,7 @@ class LogConsoleView : public QWidget {
     QLabel *const titleLabel;
     QPushButton *const copyButton;
     StatusBadge *const badge;
+    Announcement *const copied;  ///< says what the check mark shows; has no size
     QWidget *const divider;
     LogTextArea *const area;
     QVBoxLayout *const stack;

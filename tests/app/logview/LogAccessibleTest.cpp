@@ -1,3 +1,4 @@
+#include "Announcement.h"
 #include "ConsoleFixture.h"
 #include "LogText.h"
 #include "StatusBadge.h"
@@ -12,6 +13,7 @@
 #include <QtTest>
 
 using namespace ferrolt;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -99,6 +101,29 @@ class LogAccessibleTest : public QObject {
             .actionInterface()
             ->doAction(QAccessibleActionInterface::pressAction());
         QTRY_COMPARE(console.clipboard.text, "text\n");
+    }
+
+    void aCopyIsAnnouncedOnce() {
+        if (!QAccessible::isActive())
+            QSKIP("This platform has no screen readers.");
+        ConsoleFixture console;
+        console.append("text\n");
+        console.show();
+        const auto labels = console.view.findChildren<Announcement *>();
+        QCOMPARE(labels.size(), 1);
+        Announcement *const label = labels.front();
+        const ToldToScreenReaders heard;
+        QTest::mouseClick(&console.copyButton(), Qt::LeftButton);
+        QCOMPARE(interfaceOf(*label).text(QAccessible::Name), QStringLiteral("Log copied"));
+        QCOMPARE(heard.events(label, QAccessible::Alert).size(), 1);
+        QCOMPARE(heard.events(label, QAccessible::ObjectShow).size(), 1);
+        QVERIFY2(label->size().isEmpty(), "the check mark says it to the eye");
+        // Later nothing of it is left to read, and the next copy is announced again.
+        console.time.advance(1200ms);
+        QTRY_COMPARE(label->text(), QString());
+        QCOMPARE(heard.events(label, QAccessible::Alert).size(), 1);
+        QTest::mouseClick(&console.copyButton(), Qt::LeftButton);
+        QCOMPARE(heard.events(label, QAccessible::Alert).size(), 2);
     }
 
     void charactersWordsAndLinesAreRead() {
