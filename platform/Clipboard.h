@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QString>
 
 #include <vector>
 
@@ -19,6 +20,10 @@ class Clipboard {
     virtual void setText(std::vector<QByteArray> pieces) = 0;
     /// Sets the text that a middle click pastes, on desktops that have such a selection.
     virtual void offerSelection(std::vector<QByteArray> pieces) = 0;
+
+    /// The text that was last searched for. macOS shares it among all programs, as the find pasteboard.
+    virtual QString findText() const = 0;
+    virtual void setFindText(const QString &text) = 0;
 };
 
 }  // namespace ferrolt

@@ -67,4 +67,19 @@ void QtClipboard::offerSelection(std::vector<QByteArray> pieces) {
         clipboard->setMimeData(new TextInPieces(std::move(pieces)), QClipboard::Selection);
 }
 
+QString QtClipboard::findText() const {
+    assertMainThread();
+    const QClipboard *clipboard = QGuiApplication::clipboard();
+    return clipboard->supportsFindBuffer() ? clipboard->text(QClipboard::FindBuffer) : ownFindText;
+}
+
+void QtClipboard::setFindText(const QString &text) {
+    assertMainThread();
+    QClipboard *clipboard = QGuiApplication::clipboard();
+    if (clipboard->supportsFindBuffer())
+        clipboard->setText(text, QClipboard::FindBuffer);
+    else
+        ownFindText = text;
+}
+
 }  // namespace ferrolt

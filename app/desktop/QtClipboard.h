@@ -10,6 +10,11 @@ class QtClipboard : public Clipboard {
     void clearContents() override;
     void setText(std::vector<QByteArray> pieces) override;
     void offerSelection(std::vector<QByteArray> pieces) override;
+    QString findText() const override;
+    void setFindText(const QString &text) override;
+
+  private:
+    QString ownFindText;  ///< on a desktop that shares none
 };
 
 }  // namespace ferrolt

@@ -6,10 +6,12 @@
 #include "TextField.h"
 #include "Theme.h"
 
+#include <QApplication>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QPainter>
 #include <QPushButton>
+#include <QSignalBlocker>
 #include <QToolButton>
 
 namespace ferrolt {
@@ -18,7 +20,6 @@ namespace {
 constexpr int barPadding = 6;
 constexpr int endPadding = 6;  ///< brings the last button's text, not its edge, in line with the header
 constexpr int minButtonWidth = 28;
-constexpr int maxTextLength = 1000;
 
 }  // namespace
 
@@ -64,6 +65,15 @@ QPushButton *FindBar::addButton(void (FindBar::*pressed)()) {
 
 QString FindBar::text() const {
     return field->text();
+}
+
+void FindBar::setText(const QString &text) {
+    const QSignalBlocker quietly(this);
+    field->setText(text);
+}
+
+bool FindBar::hasKeyboard() const {
+    return isAncestorOf(QApplication::focusWidget());
 }
 
 void FindBar::focusField() {

@@ -17,7 +17,14 @@ class FindBar : public QWidget {
   public:
     explicit FindBar(QWidget *parent = nullptr);
 
+    /// In UTF-16 units. Longer text is cut.
+    static constexpr int maxTextLength = 1000;
+
     QString text() const;
+    /// Does not emit textChanged().
+    void setText(const QString &text);
+    /// Whether the focus is in the bar.
+    bool hasKeyboard() const;
     /// Gives the field the focus and selects its text.
     void focusField();
     /// Shows the search's result, such as "1 of 3".

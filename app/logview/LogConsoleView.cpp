@@ -96,7 +96,7 @@ LogSearch &LogConsoleView::search() {
                 before = each;
             }
         }
-        logSearch = new LogSearch(*area, *bar, this);
+        logSearch = new LogSearch(*area, *bar, clipboard, this);
     }
     return *logSearch;
 }

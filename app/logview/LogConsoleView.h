@@ -40,9 +40,10 @@ class LogConsoleView : public QWidget {
 
     LogTextArea &textArea() const { return *area; }
 
-    /// Shows the find bar and puts the keyboard into it.
+    /// Shows the find bar with the selected text or that last searched for, and puts the keyboard into it.
     void find();
-    /// Go to the next or previous hit; show the find bar instead while there is nothing to search for.
+    /// Go to the next or previous hit of the text last searched for, in whichever console; without one, as
+    /// find().
     void findNext();
     void findPrevious();
 

@@ -1,10 +1,13 @@
 #include "LogSearch.h"
 
 #include "FindBar.h"
+#include "LogText.h"
 #include "LogTextArea.h"
 #include "MainQueue.h"
+#include "Utf16.h"
 
 #include <QAccessible>
+#include <QLayout>
 #include <QTimerEvent>
 
 namespace ferrolt {
@@ -18,15 +21,18 @@ constexpr int searchPauseMilliseconds = 8;
 /// The result is spoken this long after the last key, not after each of several.
 constexpr int speechMilliseconds = 500;
 
+/// The UTF-8 bytes for each UTF-16 unit, at most.
+constexpr qsizetype maxUtf8PerUnit = 3;
+
 }  // namespace
 
-LogSearch::LogSearch(LogTextArea &area, FindBar &bar, QObject *parent)
-    : QObject(parent), area(area), bar(bar), finder(area.buffer()) {
+LogSearch::LogSearch(LogTextArea &area, FindBar &bar, Clipboard &clipboard, QObject *parent)
+    : QObject(parent), area(area), bar(bar), clipboard(clipboard), finder(area.buffer()) {
     assertMainThread();
     bar.hide();
     connect(&bar, &FindBar::textChanged, this, &LogSearch::setNeedle);
-    connect(&bar, &FindBar::nextWanted, this, &LogSearch::findNext);
-    connect(&bar, &FindBar::previousWanted, this, &LogSearch::findPrevious);
+    connect(&bar, &FindBar::nextWanted, this, [this] { find(Direction::Forward); });
+    connect(&bar, &FindBar::previousWanted, this, [this] { find(Direction::Backward); });
     connect(&bar, &FindBar::closeWanted, this, &LogSearch::close);
     connect(&area, &LogTextArea::refreshed, this, [this] {
         if (isOpen())
@@ -42,15 +48,43 @@ bool LogSearch::isOpen() const {
     return !bar.isHidden();
 }
 
+/// The first line of the selection, as far as the bar takes it.
+QString LogSearch::selectedLine() const {
+    if (!area.hasSelection())
+        return QString();
+    QString line = utf16Of(
+        LogText::firstLine(area.buffer(), area.selection().span(), FindBar::maxTextLength * maxUtf8PerUnit));
+    line.truncate(FindBar::maxTextLength);
+    if (!line.isEmpty() && line.back().isHighSurrogate())
+        line.chop(1);
+    return line;
+}
+
 void LogSearch::open() {
-    if (!isOpen()) {
-        bar.show();
-        finder.setNeedle(bar.text());
-        area.setHits(
-            [this](const LogRow &row) { return finder.hitsBetween(row.sequence, row.begin, row.textEnd); });
-        work();
+    if (!bar.hasKeyboard()) {
+        const QString selected = selectedLine();
+        show(selected.isEmpty() ? clipboard.findText() : selected);
+        if (!selected.isEmpty())
+            startSearch(area.selection().span().begin, Direction::Forward);
     }
     bar.focusField();
+}
+
+/// Shows the bar with this text, and marks its hits.
+void LogSearch::show(const QString &text) {
+    if (isOpen() && text == bar.text())
+        return;
+    bar.setText(text);
+    clipboard.setFindText(bar.text());
+    finder.setNeedle(bar.text());
+    area.setHits(
+        [this](const LogRow &row) { return finder.hitsBetween(row.sequence, row.begin, row.textEnd); });
+    if (!isOpen()) {
+        bar.show();
+        // The area gets its new height now: later, a hit that was scrolled to could end up below its edge.
+        bar.parentWidget()->layout()->activate();
+    }
+    work();
 }
 
 void LogSearch::close() {
@@ -66,6 +100,7 @@ void LogSearch::close() {
 }
 
 void LogSearch::setNeedle(const QString &text) {
+    clipboard.setFindText(text);
     finder.setNeedle(text);
     speakSoon();
     area.viewport()->update();
@@ -83,11 +118,19 @@ void LogSearch::setNeedle(const QString &text) {
 }
 
 void LogSearch::findNext() {
+    takeLastText();
     find(Direction::Forward);
 }
 
 void LogSearch::findPrevious() {
+    takeLastText();
     find(Direction::Backward);
+}
+
+void LogSearch::takeLastText() {
+    const QString last = clipboard.findText();
+    if (!bar.hasKeyboard() && !last.isEmpty())
+        show(last);
 }
 
 void LogSearch::find(Direction direction) {
@@ -115,6 +158,9 @@ void LogSearch::work() {
         const LogFinder::Answer answer = finder.searchFor(portion);
         if (answer == LogFinder::Answer::Found) {
             area.select(finder.found());
+            // A hit over two elements takes two rows or more. Its beginning has precedence.
+            area.reveal(finder.found().end);
+            area.reveal(finder.found().begin);
             area.setSelectionIsHit(true);
         } else if (answer == LogFinder::Answer::Nothing) {
             area.setSelectionIsHit(false);

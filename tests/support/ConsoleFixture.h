@@ -33,10 +33,13 @@ class RecordingClipboard : public Clipboard {
         text = join(pieces);
     }
     void offerSelection(std::vector<QByteArray> pieces) override { selection = join(pieces); }
+    QString findText() const override { return lastSearched; }
+    void setFindText(const QString &given) override { lastSearched = given; }
 
     std::vector<std::string> calls;
     QByteArray text;
     QByteArray selection;
+    QString lastSearched;
 
   private:
     static QByteArray join(const std::vector<QByteArray> &pieces) {

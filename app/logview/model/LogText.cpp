@@ -178,6 +178,23 @@ LogSpan LogText::lineAt(const LogBuffer &log, LogPosition position) {
             {position.sequence, byteOffset(static_cast<std::size_t>(end))}};
 }
 
+QByteArray LogText::firstLine(const LogBuffer &log, LogSpan span, qsizetype maxBytes) {
+    const auto breaksLine = [](char byte) { return byte >= '\n' && byte <= '\r'; };  // LF, VT, FF, CR
+    QByteArray line;
+    for (const QByteArray &piece : pieces(log, span)) {
+        const auto begin =
+            line.isEmpty() ? std::find_if_not(piece.begin(), piece.end(), breaksLine) : piece.begin();
+        const auto end = std::find_if(begin, piece.end(), breaksLine);
+        // One byte more than asked for shows whether the last character is whole.
+        line.append(begin, std::min<qsizetype>(end - begin, maxBytes + 1 - line.size()));
+        if (end != piece.end() || line.size() > maxBytes)
+            break;
+    }
+    if (line.size() > maxBytes)
+        line.truncate(static_cast<qsizetype>(utf8::characterStart(line, static_cast<std::size_t>(maxBytes))));
+    return line;
+}
+
 std::vector<QByteArray> LogText::pieces(const LogBuffer &log, LogSpan span) {
     std::vector<QByteArray> found;
     for (std::uint64_t i = span.begin.sequence; i <= span.end.sequence && log.holds(i); ++i) {

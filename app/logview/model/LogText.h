@@ -40,6 +40,10 @@ class LogText {
     /// The line at a position with its line break, within its element.
     static LogSpan lineAt(const LogBuffer &log, LogPosition position);
 
+    /// The first line in a span that has text, without its line break; at most `maxBytes` of it, in whole
+    /// characters.
+    static QByteArray firstLine(const LogBuffer &log, LogSpan span, qsizetype maxBytes);
+
     /// The text of a span, in the pieces in which it is stored; whole elements are shared, not copied.
     /// Elements that were dropped are left out.
     static std::vector<QByteArray> pieces(const LogBuffer &log, LogSpan span);

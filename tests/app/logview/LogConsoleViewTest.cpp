@@ -378,6 +378,17 @@ class LogConsoleViewTest : public QObject {
         QGuiApplication::clipboard()->clear();
     }
 
+    /// Where the desktop has no find pasteboard; and not on the clipboard, which belongs to the user.
+    void theTextSearchedForIsKeptBesideTheClipboard() {
+        QtClipboard clipboard;
+        QCOMPARE(clipboard.findText(), QString());
+        clipboard.setText({"copied"});
+        clipboard.setFindText(QStringLiteral("needle"));
+        QCOMPARE(clipboard.findText(), QStringLiteral("needle"));
+        QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("copied"));
+        QGuiApplication::clipboard()->clear();
+    }
+
     void theClipboardTakesTextThatIsNotAscii() {
         QtClipboard clipboard;
         clipboard.clearContents();

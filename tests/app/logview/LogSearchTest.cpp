@@ -199,6 +199,169 @@ class LogSearchTest : public QObject {
         QTRY_COMPARE(result(console), QStringLiteral("1 of 2"));
     }
 
+    void findTakesTheSelectedText() {
+        ConsoleFixture console;
+        console.append("one two\nTWO three\n");
+        console.show();
+        console.area().select({at(0, 4), at(0, 7)});
+        openBar(console);
+        QCOMPARE(field(console).text(), QStringLiteral("two"));
+        QCOMPARE(field(console).selectedText(), QStringLiteral("two"));
+        QTRY_COMPARE(result(console), QStringLiteral("1 of 2"));
+        QCOMPARE(console.area().selection().span(), (LogSpan{at(0, 4), at(0, 7)}));
+        // With the bar open, too.
+        console.area().setFocus();
+        console.area().select({at(0, 12), at(0, 17)});
+        openBar(console);
+        QCOMPARE(field(console).text(), QStringLiteral("three"));
+        QTRY_COMPARE(result(console), QStringLiteral("1 of 1"));
+    }
+
+    void findTakesOneLineOfTheSelectionAndNotTooMuch() {
+        ConsoleFixture console;
+        console.append("one\n");
+        console.append(QByteArray("\xc3\xa9").repeated(5000));
+        console.show();
+        console.area().selectAll();
+        openBar(console);
+        QCOMPARE(field(console).text(), QStringLiteral("one"));
+        console.area().setFocus();
+        console.area().select({at(1, 0), at(1, 10000)});
+        openBar(console);
+        QCOMPARE(field(console).text(), QString(QChar(0xE9)).repeated(1000));
+        QTRY_COMPARE(result(console), QStringLiteral("1 of 5"));
+    }
+
+    void withoutASelectionTheLastTextStays() {
+        ConsoleFixture console;
+        console.append("hit and miss\n");
+        console.show();
+        openBar(console);
+        QTest::keyClicks(&field(console), QStringLiteral("hit"));
+        QTRY_COMPARE(result(console), QStringLiteral("1 of 1"));
+        QTest::keyClick(&field(console), Qt::Key_Escape);
+        console.area().moveCaret(at(0, 0));
+        openBar(console);
+        QCOMPARE(field(console).text(), QStringLiteral("hit"));
+        QCOMPARE(field(console).selectedText(), QStringLiteral("hit"));
+        QTRY_COMPARE(result(console), QStringLiteral("1 found"));
+    }
+
+    void findInTheBarKeepsWhatIsTypedThere() {
+        ConsoleFixture console;
+        console.append("word other\n");
+        console.show();
+        console.area().select({at(0, 0), at(0, 4)});
+        openBar(console);
+        QTest::keyClicks(&field(console), QStringLiteral("absent"));
+        QTRY_COMPARE(result(console), QStringLiteral("Not found"));
+        QVERIFY(console.area().hasSelection());
+        QTest::keyClick(&field(console), Qt::Key_F, Qt::ControlModifier);
+        QCOMPARE(field(console).text(), QStringLiteral("absent"));
+    }
+
+    void findNextGoesOnAfterTheBarWasClosed() {
+        ConsoleFixture console;
+        console.append("hit hit hit\n");
+        console.show();
+        openBar(console);
+        QTest::keyClicks(&field(console), QStringLiteral("hit"));
+        QTRY_COMPARE(result(console), QStringLiteral("1 of 3"));
+        QTest::keyClick(&field(console), Qt::Key_Escape);
+        console.press(Qt::Key_F3);
+        QTRY_COMPARE(result(console), QStringLiteral("2 of 3"));
+        QVERIFY(bar(console).isVisible());
+        QVERIFY2(console.area().hasFocus(), "the keyboard stays in the log");
+        QTest::keyClick(&console.area(), Qt::Key_Escape);
+        QVERIFY(!bar(console).isVisible());
+        console.press(Qt::Key_F3, Qt::ShiftModifier);
+        QTRY_COMPARE(result(console), QStringLiteral("1 of 3"));
+    }
+
+    void findNextGoesOnInTheOtherConsole() {
+        ConsoleFixture console;
+        console.append("hit other hit\n");
+        LogConsoleView second(QStringLiteral("Second"), console.log, QStringLiteral("secondBottom"),
+                              console.clipboard, console.time);
+        second.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&second));
+        console.show();
+        openBar(console);
+        QTest::keyClicks(&field(console), QStringLiteral("other"));
+        QTRY_COMPARE(result(console), QStringLiteral("1 of 1"));
+
+        second.findNext();
+        auto *const secondBar = second.findChild<FindBar *>();
+        QVERIFY(secondBar && secondBar->isVisible());
+        QCOMPARE(secondBar->text(), QStringLiteral("other"));
+        QTRY_COMPARE(secondBar->findChild<QLabel *>()->text(), QStringLiteral("1 of 1"));
+        secondBar->findChild<QLineEdit *>()->setText(QStringLiteral("hit"));
+
+        // Its own text counts while the keyboard is in the bar.
+        QVERIFY(field(console).hasFocus());
+        QTest::keyClick(&field(console), Qt::Key_F3);
+        QCOMPARE(field(console).text(), QStringLiteral("other"));
+        console.area().setFocus();
+        console.press(Qt::Key_F3);
+        QCOMPARE(field(console).text(), QStringLiteral("hit"));
+        QTRY_COMPARE(result(console), QStringLiteral("2 of 2"));
+    }
+
+    /// Each element begins a row, so the user sees such a hit in two rows.
+    void aHitOverTwoElementsIsSelectedAndMarkedInBoth() {
+        ConsoleFixture console;
+        console.append("Hel");
+        console.append("lo and Hel");
+        console.append("lo\n");
+        console.show();
+        const auto colourOf = [&](LogPosition position) {
+            const QRectF box = console.area().rectangleOf(position);
+            return console.area().viewport()->grab().toImage().pixelColor(box.topLeft().toPoint() +
+                                                                          QPoint(0, 1));
+        };
+        const QColor plain = colourOf(at(1, 4));
+        openBar(console);
+        QTest::keyClicks(&field(console), QStringLiteral("hello"));
+        QTRY_COMPARE(result(console), QStringLiteral("1 of 2"));
+        QCOMPARE(console.area().selection().span(), (LogSpan{at(0, 0), at(1, 2)}));
+        QCOMPARE(selectedText(console), "Hello");
+        const QColor current = colourOf(at(0, 0));
+        const QColor other = colourOf(at(1, 7));
+        QVERIFY(current != plain && other != plain && current != other);
+        QCOMPARE(colourOf(at(1, 1)), current);
+        QCOMPARE(colourOf(at(1, 4)), plain);
+        QCOMPARE(colourOf(at(2, 1)), other);
+        QTest::keyClick(&field(console), Qt::Key_Return);
+        QTRY_COMPARE(result(console), QStringLiteral("2 of 2"));
+        QCOMPARE(colourOf(at(2, 1)), current);
+        QCOMPARE(colourOf(at(1, 1)), other);
+        // Find takes it as one text.
+        console.area().setFocus();
+        openBar(console);
+        QCOMPARE(field(console).text(), QStringLiteral("Hello"));
+    }
+
+    /// The bar takes away some of the log's height, and a hit may begin in the last row on screen.
+    void theWholeHitIsOnScreenAfterTheBarHasCome() {
+        for (int lines = 0; lines < 25; ++lines) {
+            ConsoleFixture console;
+            console.appendLines(lines, "some line");
+            console.append("Hel");
+            console.append("lo\n");
+            console.appendLines(60, "later line");
+            console.clipboard.setFindText(QStringLiteral("hello"));
+            console.show();
+            console.press(Qt::Key_F3);
+            QTRY_COMPARE(result(console), QStringLiteral("1 of 1"));
+            QCoreApplication::processEvents();
+            const LogSpan hit = console.area().selection().span();
+            QCOMPARE(selectedText(console), "Hello");
+            QVERIFY(console.area().rectangleOf(hit.begin).top() >= 0);
+            QVERIFY2(console.area().rectangleOf(hit.end).bottom() <= console.area().viewport()->height(),
+                     qPrintable(QString::number(lines)));
+        }
+    }
+
     void theDoneButtonCloses() {
         ConsoleFixture console;
         console.append("text\n");

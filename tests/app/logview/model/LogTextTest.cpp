@@ -31,6 +31,24 @@ class LogTextTest : public QObject {
         QCOMPARE(text(log, {at(1, 1), at(1, 1)}), "");
     }
 
+    void theFirstLineOfASpanIsTheFirstWithText() {
+        const LogBuffer log = logOf({"one\r\n", "\ntw", "o", " three\nfour\n"});
+        const auto line = [&](LogPosition from, qsizetype maxBytes = 100) {
+            return LogText::firstLine(log, {from, LogText::end(log)}, maxBytes);
+        };
+        QCOMPARE(line(at(0, 0)), "one");
+        QCOMPARE(line(at(0, 3)), "two three");  // joined, as it is stored
+        QCOMPARE(line(at(3, 7)), "four");
+        QCOMPARE(line(at(3, 11)), "");
+        QCOMPARE(LogText::firstLine(log, {at(1, 2), at(3, 3)}, 100), "wo th");
+        // At most so many bytes, and whole characters.
+        QCOMPARE(line(at(1, 1), 4), "two ");
+        const LogBuffer wide = logOf({"a\xc3\xa9", "\xc3\xa9 b"});
+        for (const auto &[maxBytes, text] : {std::pair(1, "a"), std::pair(2, "a"), std::pair(3, "a\xc3\xa9"),
+                                             std::pair(5, "a\xc3\xa9\xc3\xa9")})
+            QCOMPARE(LogText::firstLine(wide, LogText::whole(wide), maxBytes), text);
+    }
+
     void wholeElementsAreNotCopied() {
         const LogBuffer log = logOf({"first element", "second element"});
         const auto pieces = LogText::pieces(log, LogText::whole(log));
