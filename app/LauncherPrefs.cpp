@@ -7,6 +7,7 @@
 #include "Theme.h"
 #include "ThemedLabel.h"
 
+#include <QApplication>
 #include <QHBoxLayout>
 #include <QPushButton>
 #include <QScrollArea>
@@ -129,6 +130,10 @@ void LauncherPrefs::showEvent(QShowEvent *event) {
     displayName->setText(model._displayName);
     isLoading = false;
     showStatusLine();
+    // The window appears with the form. A form that the user chose leaves the focus in the sidebar, where the
+    // arrow keys go on to the next entry.
+    if (!QApplication::focusWidget())
+        email->setFocus();
 }
 
 void LauncherPrefs::showStatusLine() {

@@ -15,7 +15,7 @@ class TimeSource;
 
 /// The settings form: the miner's identity in three fields, a button that saves it, and a line that says that
 /// it was saved or what is missing. Each time the form is shown the fields are loaded from the file; unsaved
-/// edits are lost. Main thread.
+/// edits are lost. In a window that appears with the form, the e-mail field has the focus. Main thread.
 class LauncherPrefs : public QWidget {
     Q_OBJECT
 

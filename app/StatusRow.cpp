@@ -19,19 +19,20 @@ constexpr int verticalMargins = 11;
 StatusRow::StatusRow(const QString &serviceName, QWidget *parent)
     : QWidget(parent), serviceName(serviceName) {
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
-    updateAccessibleName();
+    updateWords();
 }
 
 void StatusRow::setRunning(bool isRunning) {
     if (isServiceRunning == isRunning)
         return;
     isServiceRunning = isRunning;
-    updateAccessibleName();
+    updateWords();
     update();
 }
 
-void StatusRow::updateAccessibleName() {
+void StatusRow::updateWords() {
     setAccessibleName(words(serviceName, isServiceRunning));
+    setToolTip(accessibleName());
 }
 
 QString StatusRow::words(const QString &serviceName, bool isRunning) {
@@ -52,8 +53,10 @@ void StatusRow::paintEvent(QPaintEvent *) {
     QPainter painter(this);
     const QRect dot = QStyle::visualRect(layoutDirection(), rect(),
                                          QRect(inset, (height() - dotSide) / 2, dotSide, dotSide));
-    drawSymbol(painter, Symbol::CircleFill, dot,
-               isServiceRunning ? Theme::green(palette()) : Theme::gray(palette()));
+    if (isServiceRunning)
+        drawSymbol(painter, Symbol::CircleFill, dot, Theme::green(palette()));
+    else
+        drawSymbol(painter, Symbol::MinusCircle, dot, Theme::gray(palette()));
 
     const int textLeft = inset + dotSide + Theme::spacing;
     const QRect textPlace = QStyle::visualRect(layoutDirection(), rect(),

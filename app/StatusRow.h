@@ -4,8 +4,8 @@
 
 namespace ferrolt {
 
-/// Shows whether a service runs: a green or gray dot and the service's name. The accessible name says it in
-/// words. Main thread.
+/// Shows whether a service runs: a green dot, or a gray one with a bar cut out of it, and the service's name.
+/// The accessible name and the tool tip say it in words. Main thread.
 class StatusRow : public QWidget {
     Q_OBJECT
 
@@ -25,7 +25,7 @@ class StatusRow : public QWidget {
     void changeEvent(QEvent *event) override;
 
   private:
-    void updateAccessibleName();
+    void updateWords();
 
     QString serviceName;
     bool isServiceRunning = false;

@@ -2,6 +2,7 @@
 
 #include "Drawing.h"
 #include "LogAccessible.h"
+#include "Symbols.h"
 #include "Theme.h"
 
 #include <QEvent>
@@ -63,12 +64,9 @@ void StatusBadge::paintEvent(QPaintEvent *) {
     QPainter painter(this);
     Drawing::fillRounded(painter, rect(), cornerRadius, Theme::controlBackground(palette()));
     const QColor color = isServiceRunning ? Theme::green(palette()) : Theme::secondaryText(palette());
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(color);
-    const bool isMirrored = layoutDirection() == Qt::RightToLeft;
-    const qreal dotLeft = isMirrored ? width() - horizontalPadding - dotSize : horizontalPadding;
-    painter.drawEllipse(QRectF(dotLeft, (height() - dotSize) / 2.0, dotSize, dotSize));
+    const QRect dot(horizontalPadding, (height() - dotSize) / 2, dotSize, dotSize);
+    drawSymbol(painter, isServiceRunning ? Symbol::CircleFill : Symbol::MinusCircle,
+               QStyle::visualRect(layoutDirection(), rect(), dot), color);
     painter.setPen(color);
     painter.setFont(captionFont());
     const QRect textPlace = rect().adjusted(horizontalPadding + dotSize + spacing, 0, -horizontalPadding, 0);

@@ -4,7 +4,8 @@
 
 namespace ferrolt {
 
-/// A small rounded card with a dot and the text "Running" or "Stopped". Main thread.
+/// A small rounded card with a dot and the text "Running" or "Stopped". A bar is cut out of the dot of a
+/// stopped service. Main thread.
 class StatusBadge : public QWidget {
     Q_OBJECT
 

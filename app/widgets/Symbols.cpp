@@ -30,6 +30,8 @@ QString fileOf(Symbol symbol) {
             return QStringLiteral("gearshape.fill");
         case Symbol::CircleFill:
             return QStringLiteral("circle.fill");
+        case Symbol::MinusCircle:
+            return QStringLiteral("minus.circle.fill");
         case Symbol::DocOnDoc:
             return QStringLiteral("doc.on.doc");
         case Symbol::Checkmark:

@@ -17,6 +17,7 @@ enum class Symbol {
     House,
     Gear,
     CircleFill,
+    MinusCircle,
     DocOnDoc,
     Checkmark,
     Envelope,

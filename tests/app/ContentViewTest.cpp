@@ -72,7 +72,7 @@ class ContentViewTest : public QObject {
         QWidget *row = named(*fixture.window, "Lumora Core, stopped");
         QVERIFY(row);
         QVERIFY(named(*fixture.window, "Qor Client, stopped"));
-        const QPoint dot(14, row->height() / 2);
+        const QPoint dot(14, row->height() / 2 + 2);  // below the bar
         QCOMPARE(pixel(row, dot), Theme::gray(row->palette()));
 
         fixture.vars->startServices();
@@ -91,6 +91,35 @@ class ContentViewTest : public QObject {
         QCOMPARE(pixel(row, dot), Theme::gray(row->palette()));
         QTRY_VERIFY(named(*fixture.window, "Qor Client, stopped"));
         QTRY_VERIFY(!named(*logs(fixture), "Running"));
+    }
+
+    void whatRunsIsToldByFormAndByWordsToo() {
+        WindowFixture fixture;
+        MainWindow &window = fixture.open();
+        const QWidget *const row = named(window, "Lumora Core, stopped");
+        const auto dot = [&] {
+            return grayShape(window.grab().toImage(),
+                             QRect(row->mapTo(&window, QPoint(10, (row->height() - 8) / 2)), QSize(8, 8)));
+        };
+        QCOMPARE(row->toolTip(), QString("Lumora Core, stopped"));
+        QCOMPARE(dot(), QString("..####..\n"
+                                ".######.\n"
+                                "########\n"
+                                "##....##\n"
+                                "##....##\n"
+                                "########\n"
+                                ".######.\n"
+                                "..####..\n"));
+        fixture.vars->startServices();
+        QTRY_COMPARE(row->toolTip(), QString("Lumora Core, running"));
+        QCOMPARE(dot(), QString("..####..\n"
+                                ".######.\n"
+                                "########\n"
+                                "########\n"
+                                "########\n"
+                                "########\n"
+                                ".######.\n"
+                                "..####..\n"));
     }
 
     void afterAChildsOwnEndTheSidebarSaysThatTheLauncherIsStopped() {
@@ -374,7 +403,7 @@ class ContentViewTest : public QObject {
         QCOMPARE(house->x(), gear->x());
         for (const QString name : {"Lumora Core, stopped", "Qor Client, stopped"}) {
             const auto dot =
-                placeOfSymbol(picture, place(name), 8, Symbol::CircleFill, Theme::gray(window.palette()));
+                placeOfSymbol(picture, place(name), 8, Symbol::MinusCircle, Theme::gray(window.palette()));
             QVERIFY2(dot, qPrintable(name));
             QCOMPARE(*dot, place(name).topLeft() + QPoint(10, (place(name).height() - 8) / 2));
         }

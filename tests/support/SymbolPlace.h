@@ -4,7 +4,9 @@
 
 #include <QImage>
 #include <QRect>
+#include <QString>
 
+#include <cstdlib>
 #include <optional>
 
 namespace ferrolt {
@@ -37,6 +39,20 @@ inline std::optional<QPoint> placeOfSymbol(const QImage &picture, const QRect &w
         }
     }
     return std::nullopt;
+}
+
+/// Which pixels in `within` somebody who sees no colour can tell from the one at its top left corner, row by
+/// row: '#' for those, '.' for the others.
+inline QString grayShape(const QImage &picture, const QRect &within) {
+    const QImage gray = picture.convertToFormat(QImage::Format_Grayscale8);
+    const int ground = qGray(gray.pixel(within.topLeft()));
+    QString shape;
+    for (int y = within.top(); y <= within.bottom(); ++y) {
+        for (int x = within.left(); x <= within.right(); ++x)
+            shape += std::abs(qGray(gray.pixel(x, y)) - ground) > 32 ? '#' : '.';
+        shape += '\n';
+    }
+    return shape;
 }
 
 /// Whether any pixel in `within` has that colour.

@@ -70,10 +70,11 @@ class LogConsoleViewTest : public QObject {
             const QImage picture = console.view.grab().toImage();
             const QRect whole = place(badge);
             const QPoint middle = whole.topLeft() + QPoint(8 + 4, whole.height() / 2);
-            for (int i = -3; i < 3; ++i) {
-                QCOMPARE(picture.pixelColor(middle + QPoint(i, 0)), color);
-                QCOMPARE(picture.pixelColor(middle + QPoint(0, i)), color);
-            }
+            // Around the bar.
+            for (int i = -3; i < 3; ++i)
+                QCOMPARE(picture.pixelColor(middle + QPoint(i, 1)), color);
+            for (int i = -2; i < 2; ++i)
+                QCOMPARE(picture.pixelColor(middle + QPoint(-3, i)), color);
             for (const QPoint &beside :
                  {QPoint(-5, 0), QPoint(4, 0), QPoint(0, -6), QPoint(0, 5), QPoint(-4, -4)})
                 QCOMPARE(picture.pixelColor(middle + beside), Theme::controlBackground(palette));
@@ -217,7 +218,7 @@ class LogConsoleViewTest : public QObject {
         console.show();
         StatusBadge &badge = *console.view.findChild<StatusBadge *>();
         QCOMPARE(badge.text(), QStringLiteral("Stopped"));
-        const auto dot = [&] { return badge.grab().toImage().pixelColor(8 + 4, badge.height() / 2); };
+        const auto dot = [&] { return badge.grab().toImage().pixelColor(8 + 4, badge.height() / 2 + 2); };
         QCOMPARE(dot(), Theme::secondaryText(console.view.palette()));
         console.view.setRunning(true);
         QCOMPARE(badge.text(), QStringLiteral("Running"));
@@ -262,6 +263,18 @@ class LogConsoleViewTest : public QObject {
         QCOMPARE(buttonAndText().second, without.second);
     }
 
+    void theBadgesDotTellsByItsFormToo() {
+        ConsoleFixture console;
+        console.show();
+        StatusBadge &badge = *console.view.findChild<StatusBadge *>();
+        const QRect dot(8, (badge.height() - 8) / 2, 8, 8);
+        const QString stopped = grayShape(badge.grab().toImage(), dot);
+        console.view.setRunning(true);
+        const QString running = grayShape(badge.grab().toImage(), dot);
+        QVERIFY2(running.contains("########\n########\n########\n########\n"), qPrintable(running));
+        QVERIFY2(stopped.contains("########\n##....##\n##....##\n########\n"), qPrintable(stopped));
+    }
+
     void theBadgeIsMirroredFromRightToLeft() {
         ConsoleFixture console;
         console.view.setLayoutDirection(Qt::RightToLeft);
@@ -270,7 +283,7 @@ class LogConsoleViewTest : public QObject {
         const QImage picture = console.view.findChild<StatusBadge *>()->grab().toImage();
         const QColor dot = Theme::secondaryText(console.view.palette());
         const QColor card = Theme::controlBackground(console.view.palette());
-        QCOMPARE(picture.pixelColor(badge.width() - 1 - (8 + 4), badge.height() / 2), dot);
+        QCOMPARE(picture.pixelColor(badge.width() - 1 - (8 + 4), badge.height() / 2 + 2), dot);
         // Dot, gap and text, from right to left; the padding is free.
         for (int y = 4; y < badge.height() - 4; ++y) {
             QCOMPARE(picture.pixelColor(badge.width() - 1 - (8 + 8 + 2), y), card);

@@ -11,14 +11,23 @@ using namespace ferrolt;
 class SymbolsTest : public QObject {
     Q_OBJECT
 
-    static constexpr Symbol all[] = {Symbol::House,        Symbol::Gear,
-                                     Symbol::CircleFill,   Symbol::DocOnDoc,
-                                     Symbol::Checkmark,    Symbol::Envelope,
-                                     Symbol::Person,       Symbol::Desktop,
-                                     Symbol::Paperplane,   Symbol::CheckmarkCircle,
-                                     Symbol::InfoCircle,   Symbol::WarningTriangle,
-                                     Symbol::ErrorOctagon, Symbol::ChevronUp,
-                                     Symbol::ChevronDown,  Symbol::Menu,
+    static constexpr Symbol all[] = {Symbol::House,
+                                     Symbol::Gear,
+                                     Symbol::CircleFill,
+                                     Symbol::MinusCircle,
+                                     Symbol::DocOnDoc,
+                                     Symbol::Checkmark,
+                                     Symbol::Envelope,
+                                     Symbol::Person,
+                                     Symbol::Desktop,
+                                     Symbol::Paperplane,
+                                     Symbol::CheckmarkCircle,
+                                     Symbol::InfoCircle,
+                                     Symbol::WarningTriangle,
+                                     Symbol::ErrorOctagon,
+                                     Symbol::ChevronUp,
+                                     Symbol::ChevronDown,
+                                     Symbol::Menu,
                                      Symbol::XmarkCircle};
 
   private Q_SLOTS:
