@@ -5,6 +5,7 @@
 #include "LauncherPrefs.h"
 #include "LogConsoleView.h"
 #include "LogTextArea.h"
+#include "QtAlertPresenter.h"
 #include "Sidebar.h"
 #include "SidebarEntry.h"
 #include "SymbolPlace.h"
@@ -120,6 +121,46 @@ class ContentViewTest : public QObject {
                                 "########\n"
                                 ".######.\n"
                                 "..####..\n"));
+    }
+
+    void aWindowThatAppearsWithTheFormHasTheKeyboardInTheEMailField() {
+        WindowFixture fixture;
+        fixture.tree.writeIdentity("", "");
+        MainWindow &window = fixture.open();
+        const QWidget *const email = named(window, "E-Mail Address");
+        QCOMPARE(QApplication::focusWidget(), email);
+        named(window, "Settings")->setFocus();
+        window.hide();
+        WindowFixture::show(window);
+        QCOMPARE(window.focusWidget(), email);
+    }
+
+    void aFormThatTheUserChoosesLeavesTheKeyboardInTheSidebar() {
+        WindowFixture fixture;
+        MainWindow &window = fixture.open();
+        QWidget *const settings = named(window, "Settings");
+        settings->setFocus(Qt::MouseFocusReason);
+        QTest::mouseClick(settings, Qt::LeftButton);
+        QTRY_VERIFY(form(fixture));
+        QCOMPARE(QApplication::focusWidget(), settings);
+    }
+
+    void theMissingIdentityAlertGivesTheKeyboardBackToTheEMailField() {
+        WindowFixture fixture;
+        fixture.tree.writeIdentity("", "");
+        QtAlertPresenter presenter;
+        MainWindow &window = fixture.open();
+        presenter.setMainWindow(&window);
+        presenter.present({.style = AlertStyle::Informational,
+                           .messageText = "Ferrolt Miner Missing Info",
+                           .informativeText = "Why",
+                           .button = "OK"},
+                          {});
+        QTRY_VERIFY(QApplication::activeWindow() != nullptr && QApplication::activeWindow() != &window);
+        QTest::keyClick(QApplication::activeWindow(), Qt::Key_Return);
+        QTRY_VERIFY(!QApplication::activeModalWidget());
+        window.activateWindow();  // as window managers do
+        QTRY_COMPARE(QApplication::focusWidget(), named(window, "E-Mail Address"));
     }
 
     void afterAChildsOwnEndTheSidebarSaysThatTheLauncherIsStopped() {

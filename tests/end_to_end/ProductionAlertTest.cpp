@@ -4,6 +4,8 @@
 #include "TestProgram.h"
 #include "Waiting.h"
 
+#include <QMap>
+#include <QRect>
 #include <QTest>
 
 #include <chrono>
@@ -32,6 +34,21 @@ class ProductionAlertTest : public QObject {
             60s);
     }
 
+    /// Where the program's windows are on the screen.
+    QList<QRect> places(const Launcher &launcher) const {
+        QList<QRect> found;
+        const QString windows = desktop.run("xdotool", {"search", "--all", "--onlyvisible", "--pid",
+                                                        QString::number(launcher.id()), "--name", "."});
+        for (const QString &window : windows.split('\n', Qt::SkipEmptyParts)) {
+            QMap<QString, int> numbers;
+            const QString lines = desktop.run("xdotool", {"getwindowgeometry", "--shell", window});
+            for (const QString &line : lines.split('\n', Qt::SkipEmptyParts))
+                numbers[line.section('=', 0, 0)] = line.section('=', 1).toInt();
+            found << QRect(numbers["X"], numbers["Y"], numbers["WIDTH"], numbers["HEIGHT"]);
+        }
+        return found;
+    }
+
   private Q_SLOTS:
     void initTestCase() { QVERIFY2(desktop.failure().isEmpty(), qPrintable(desktop.failure())); }
 
@@ -57,6 +74,27 @@ class ProductionAlertTest : public QObject {
         QVERIFY(waitUntil([&] { return !launcher.isRunning(); }));
         QCOMPARE(launcher.program().exitStatus(), QProcess::NormalExit);
         QCOMPARE(launcher.program().exitCode(), 0);
+    }
+
+    void atTheFirstStartTheAlertStandsOverTheWindowAndTheKeyboardIsInTheEMailFieldAfterIt() {
+        InstalledTree tree("wait", "wait");
+        std::filesystem::remove_all(tree.home() / ".qor");
+        Launcher launcher(desktop, tree.executable(), tree.home());
+        QString found;
+        QVERIFY2(waitForText(launcher, "Ferrolt Miner Missing Info", found), qPrintable(found));
+        QVERIFY(waitUntil([&] { return places(launcher).size() == 2; }));
+        const QList<QRect> both = places(launcher);
+        const bool isFirstWindow = both[0].width() > both[1].width();
+        const QPoint away = both[0].center() - both[1].center();
+        QVERIFY2((isFirstWindow ? both[0] : both[1]).size() == QSize(1000, 640), qPrintable(found));
+        QVERIFY2(away.manhattanLength() <= 40, qPrintable(QString("%1, %2").arg(away.x()).arg(away.y())));
+
+        desktop.run("xdotool", {"key", "Return"});
+        QVERIFY(waitUntil([&] { return places(launcher).size() == 1; }));
+        const auto typed = [&] { return read(launcher, {"text", "E-Mail Address"}).trimmed(); };
+        QVERIFY(waitUntil([&] { return !desktop.run("xdotool", {"getactivewindow"}).isEmpty(); }));
+        desktop.run("xdotool", {"type", "ada@example.org"});
+        QVERIFY2(waitUntil([&] { return typed() == "ada@example.org"; }), qPrintable(typed()));
     }
 
     void theWarningNamesTheChildThatEndedAndItsButtonLeavesTheProgramRunning() {
