@@ -96,9 +96,10 @@ void QtAlertPresenter::showNext() {
         alert.style != AlertStyle::Warning || QGuiApplication::focusWindow() != nullptr;
     box->setAttribute(Qt::WA_ShowWithoutActivating, !takesKeyboard);
     box->setAttribute(Qt::WA_DeleteOnClose);
+    attach();
     // On X11 Qt 6.4 activates every modal window, WA_ShowWithoutActivating or not. A warning becomes modal
     // once another window of the program is activated.
-    box->setWindowModality(takesKeyboard ? Qt::ApplicationModal : Qt::NonModal);
+    box->setWindowModality(takesKeyboard ? modality() : Qt::NonModal);
     box->setWindowTitle(QGuiApplication::applicationDisplayName());
     box->setWindowIcon(applicationIcon());
     setIcon(*box, alert.style);
@@ -108,7 +109,6 @@ void QtAlertPresenter::showNext() {
     box->setDefaultButton(button);
     box->setEscapeButton(button);
     connect(box, &QMessageBox::finished, this, &QtAlertPresenter::answered);
-    attach();
     box->show();
     sinceShown.start();
     box->raise();
@@ -139,12 +139,16 @@ void QtAlertPresenter::attach() {
     box->windowHandle()->setTransientParent(isMainWindowShown ? mainWindow->windowHandle() : nullptr);
 }
 
+Qt::WindowModality QtAlertPresenter::modality() const {
+    return box->windowHandle()->transientParent() ? Qt::WindowModal : Qt::ApplicationModal;
+}
+
 void QtAlertPresenter::appearAgain() {
     if (!box)
         return;
     box->hide();
     attach();
-    box->setWindowModality(Qt::ApplicationModal);
+    box->setWindowModality(modality());
     box->setAttribute(Qt::WA_ShowWithoutActivating, false);
     box->show();
     box->raise();
@@ -155,8 +159,8 @@ void QtAlertPresenter::appearAgain() {
 bool QtAlertPresenter::eventFilter(QObject *watched, QEvent *event) {
     const QEvent::Type type = event->type();
     if (watched == mainWindow) {
-        // Queued: the window is not on screen yet.
-        if (type == QEvent::Show && !event->spontaneous() && box)
+        // Queued: the window is not on screen yet, or still is.
+        if ((type == QEvent::Show || type == QEvent::Hide) && !event->spontaneous() && box)
             QMetaObject::invokeMethod(this, &QtAlertPresenter::appearAgain, Qt::QueuedConnection);
         return QObject::eventFilter(watched, event);
     }

@@ -13,8 +13,9 @@ class QMessageBox;
 
 namespace ferrolt {
 
-/// Shows alerts as message boxes that block the application's windows but not its event loop. An alert stays
-/// above the main window. It also appears while the main window is hidden, and stays when it is closed.
+/// Shows alerts as message boxes that do not block the application's event loop. While the main window is
+/// shown an alert belongs to it: it appears over its middle, stays above it and blocks it (on macOS it is a
+/// sheet). While there is no such window, or once that is closed, the alert stands alone and blocks all.
 ///
 /// A warning does not take the keyboard focus from another program: it asks for attention, and blocks the
 /// main window once the user activates that. Warnings and critical alerts ignore keys in their first second:
@@ -45,9 +46,12 @@ class QtAlertPresenter : public QObject, public AlertPresenter {
 
     bool eventFilter(QObject *watched, QEvent *event) override;
     void showNext();
-    /// Makes the main window the alert's transient parent. Window managers read that when the alert appears.
+    /// Makes the main window, if it is shown, the alert's transient parent. Window managers read that when
+    /// the alert appears.
     void attach();
-    /// Shows the alert again, above a main window that was shown or activated after it.
+    /// What a modal alert blocks.
+    Qt::WindowModality modality() const;
+    /// Shows the alert again, after the main window was shown, activated or closed.
     void appearAgain();
     /// Updates the icon, fonts and widths after a change of palette, font, style or screen.
     void adapt();

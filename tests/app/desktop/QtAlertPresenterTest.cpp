@@ -224,12 +224,38 @@ class QtAlertPresenterTest : public QObject {
         window.close();
         QCoreApplication::processEvents();
         QCOMPARE(shown(), box.data());
+        QVERIFY(!box->windowHandle()->transientParent());
+        if (isShownBefore)
+            QCOMPARE(box->windowModality(), Qt::ApplicationModal);
         window.show();
         QTRY_COMPARE(box->windowHandle()->transientParent(), window.windowHandle());
         QTRY_VERIFY(box->isVisible() && box->isActiveWindow());
+        QCOMPARE(box->windowModality(), Qt::WindowModal);
         QCOMPARE(dismissed, 0);
         QTest::mouseClick(onlyButton(box), Qt::LeftButton);
         QTRY_COMPARE(dismissed, 1);
+    }
+
+    void itAppearsOverTheMiddleOfTheMainWindowAndBlocksOnlyThat() {
+        QPushButton window("main");
+        QPushButton other("other");
+        window.setGeometry(320, 200, 460, 560);  // not in the middle of the screen of 800 by 800
+        for (QPushButton *each : {&window, &other}) {
+            each->show();
+            QVERIFY(QTest::qWaitForWindowExposed(each));
+        }
+        QtAlertPresenter presenter;
+        presenter.setMainWindow(&window);
+        presenter.present(alert("Message", AlertStyle::Critical), {});
+        QVERIFY(QTest::qWaitForWindowActive(shown()));
+        const QPoint away = shown()->frameGeometry().center() - window.frameGeometry().center();
+        QVERIFY2(away.manhattanLength() <= 8, qPrintable(QString("%1, %2").arg(away.x()).arg(away.y())));
+        QStringList clicked;
+        for (QPushButton *each : {&window, &other}) {
+            connect(each, &QPushButton::clicked, this, [&clicked, each] { clicked.append(each->text()); });
+            QTest::mouseClick(each->windowHandle(), Qt::LeftButton, {}, QPoint(20, 10));
+        }
+        QCOMPARE(clicked, QStringList("other"));
     }
 
     /// An alert may be shown for days.
