@@ -15,6 +15,8 @@ constexpr qreal cardRadius = 8;
 void Card::paintEvent(QPaintEvent *) {
     QPainter painter(this);
     Drawing::fillRounded(painter, rect(), cardRadius, Theme::controlBackground(palette()));
+    if (Theme::contrastOf(palette()) == Theme::Contrast::High)
+        Drawing::strokeRounded(painter, rect(), cardRadius, Theme::separator(palette()));
 }
 
 }  // namespace ferrolt

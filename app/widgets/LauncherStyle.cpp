@@ -17,7 +17,6 @@ namespace ferrolt {
 namespace {
 
 constexpr qreal controlRadius = 6;
-constexpr qreal ringWidth = 2;
 
 constexpr int scrollBarWidth = 14;
 constexpr int handleMargin = 3;  ///< between the handle and the bar's edges
@@ -37,7 +36,12 @@ bool showsFocus(const QStyleOption &option) {
            option.state.testFlag(QStyle::State_KeyboardFocusChange);
 }
 
-void drawRing(QPainter &painter, const QRectF &rectangle, qreal radius, const QColor &color) {
+qreal ringWidthOf(const QPalette &palette) {
+    return Theme::contrastOf(palette) == Theme::Contrast::High ? 3 : 2;
+}
+
+void drawRing(QPainter &painter, const QRectF &rectangle, qreal radius, qreal ringWidth,
+              const QColor &color) {
     const QRectF outer = Drawing::snapped(painter, rectangle);
     QPainterPath ring = Drawing::continuousRectangle(outer, radius);
     if (std::min(outer.width(), outer.height()) > 2 * ringWidth)
@@ -120,7 +124,7 @@ void drawFlatButton(const QStyleOptionButton &button, QPainter &painter) {
     if (isEnabled && (button.state & (QStyle::State_Sunken | QStyle::State_MouseOver)))
         Drawing::fillRounded(painter, button.rect, controlRadius, Theme::separator(palette));
     if (showsFocus(button))
-        drawRing(painter, button.rect, controlRadius, Theme::accent(palette));
+        drawRing(painter, button.rect, controlRadius, ringWidthOf(palette), Theme::accent(palette));
     drawLabel(painter, button, labelOf(button), button.rect, Qt::AlignHCenter,
               inkOf(button, Theme::primaryText(palette)));
 }
@@ -133,7 +137,7 @@ void drawPushButton(const QStyleOptionButton &button, QPainter &painter) {
         Drawing::fillRounded(painter, button.rect, controlRadius,
                              shaded(Theme::controlBackground(palette), button.state));
         if (showsFocus(button))
-            drawRing(painter, button.rect, controlRadius, Theme::accent(palette));
+            drawRing(painter, button.rect, controlRadius, ringWidthOf(palette), Theme::accent(palette));
         else
             Drawing::strokeRounded(painter, button.rect, controlRadius, Theme::separator(palette));
         drawLabel(painter, button, labelOf(button), button.rect, Qt::AlignHCenter,
@@ -143,7 +147,7 @@ void drawPushButton(const QStyleOptionButton &button, QPainter &painter) {
     const QColor ink = Theme::onAccent(palette);
     Drawing::fillRounded(painter, button.rect, controlRadius, shaded(Theme::accent(palette), button.state));
     if (showsFocus(button))  // in the label's colour and off the edge: the accent colour would not show here
-        drawRing(painter, button.rect.adjusted(2, 2, -2, -2), controlRadius - 2, ink);
+        drawRing(painter, button.rect.adjusted(2, 2, -2, -2), controlRadius - 2, ringWidthOf(palette), ink);
     QFont font = painter.font();
     font.setWeight(QFont::Medium);
     painter.setFont(font);
@@ -155,7 +159,7 @@ void drawListRow(const QStyleOptionToolButton &row, QPainter &painter) {
     if (row.state & (QStyle::State_On | QStyle::State_Sunken))
         Drawing::fillRounded(painter, row.rect, controlRadius, Theme::selection(palette));
     if (showsFocus(row))
-        drawRing(painter, row.rect, controlRadius, Theme::accent(palette));
+        drawRing(painter, row.rect, controlRadius, ringWidthOf(palette), Theme::accent(palette));
     drawLabel(painter, row, labelOf(row), row.rect.adjusted(rowMargins.width(), 0, -rowMargins.width(), 0),
               Qt::AlignLeading, inkOf(row, palette.color(QPalette::ButtonText)));
 }
@@ -163,7 +167,8 @@ void drawListRow(const QStyleOptionToolButton &row, QPainter &painter) {
 void drawLineEdit(const QStyleOptionFrame &field, QPainter &painter) {
     Drawing::fillRounded(painter, field.rect, controlRadius, Theme::textBackground(field.palette));
     if (field.state.testFlag(QStyle::State_HasFocus))
-        drawRing(painter, field.rect, controlRadius, Theme::accent(field.palette));
+        drawRing(painter, field.rect, controlRadius, ringWidthOf(field.palette),
+                 Theme::accent(field.palette));
     else
         Drawing::strokeRounded(painter, field.rect, controlRadius, Theme::separator(field.palette));
 }
@@ -281,7 +286,7 @@ void LauncherStyle::drawPrimitive(PrimitiveElement element, const QStyleOption *
         drawLineEdit(*field, *painter);
     } else if (element == PE_FrameFocusRect) {
         if (option->state.testFlag(State_KeyboardFocusChange))
-            drawRing(*painter, option->rect, 0, Theme::accent(option->palette));
+            drawRing(*painter, option->rect, 0, ringWidthOf(option->palette), Theme::accent(option->palette));
     } else if (element == PE_PanelMenu) {
         painter->fillRect(option->rect, Theme::controlBackground(option->palette));
         Drawing::strokeRectangle(*painter, option->rect, Theme::separator(option->palette));

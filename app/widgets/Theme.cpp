@@ -45,6 +45,15 @@ QColor readable(const QColor &color, const QColor &background, const QColor &tex
     return shifted;
 }
 
+bool isHigh(const QPalette &palette) {
+    return Theme::contrastOf(palette) == Theme::Contrast::High;
+}
+
+/// Text on a surface of a colour: white, unless that is hard to read.
+QColor inkOn(const QColor &surface, double wanted) {
+    return Theme::contrast(Qt::white, surface) >= wanted ? QColor(Qt::white) : QColor(0x1b, 0x1b, 0x1d);
+}
+
 QColor handleWith(double contrast, const QColor &background) {
     const QColor ink = luminance(background) < 0.2 ? QColor(Qt::white) : QColor(Qt::black);
     return readable(mix(background, ink, 0.3), background, ink, contrast);
@@ -97,6 +106,15 @@ QPalette paletteOf(const Tones &tones) {
     return palette;
 }
 
+QPalette paletteOf(Tones tones, const std::optional<QColor> &accent) {
+    if (accent) {
+        const QColor inWindow = readable(*accent, tones.window, tones.text, 3.0);
+        tones.accent = readable(inWindow, tones.base, tones.text, 3.0);
+        tones.accentText = inkOn(tones.accent, 4.0);
+    }
+    return paletteOf(tones);
+}
+
 }  // namespace
 
 double Theme::contrast(const QColor &first, const QColor &second) {
@@ -107,6 +125,10 @@ double Theme::contrast(const QColor &first, const QColor &second) {
 
 bool Theme::isDark(const QPalette &palette) {
     return luminance(window(palette)) < luminance(windowText(palette));
+}
+
+Theme::Contrast Theme::contrastOf(const QPalette &palette) {
+    return contrast(window(palette), windowText(palette)) >= 20 ? Contrast::High : Contrast::Normal;
 }
 
 QColor Theme::windowBackground(const QPalette &palette) {
@@ -128,6 +150,8 @@ QColor Theme::textBackground(const QPalette &palette) {
 }
 
 QColor Theme::separator(const QPalette &palette) {
+    if (isHigh(palette))
+        return mix(window(palette), windowText(palette), 0.5);
     return mix(window(palette), windowText(palette), isDark(palette) ? 0.125 : 0.15);
 }
 
@@ -136,14 +160,15 @@ QColor Theme::accent(const QPalette &palette) {
 }
 
 QColor Theme::accentOn(const QPalette &palette, const QColor &background) {
-    // WCAG asks for 4.5 of small text; 4.0 leaves the usual blues unchanged.
+    // WCAG asks for 4.5 of small text, and for 7 where contrast is wanted; 4.0 leaves the usual blues
+    // unchanged.
     return readable(opaque(palette.color(QPalette::Active, QPalette::Highlight)), background,
-                    windowText(palette), 4.0);
+                    windowText(palette), isHigh(palette) ? 7.0 : 4.0);
 }
 
 QColor Theme::onAccent(const QPalette &palette) {
-    // White, as on the prominent buttons of other desktops, unless it is hard to read.
-    return contrast(Qt::white, accent(palette)) >= 2.5 ? QColor(Qt::white) : QColor(0x1b, 0x1b, 0x1d);
+    // White on most accent colours, as on the prominent buttons of other desktops.
+    return inkOn(accent(palette), isHigh(palette) ? 4.5 : 2.5);
 }
 
 QColor Theme::handleOn(const QColor &background) {
@@ -169,15 +194,18 @@ QColor Theme::logText(const QPalette &palette) {
 
 QColor Theme::secondaryText(const QPalette &palette) {
     const QColor faded = mix(windowText(palette), window(palette), isDark(palette) ? 0.42 : 0.375);
-    return readable(faded, window(palette), windowText(palette), 4.5);
+    return readable(faded, window(palette), windowText(palette), isHigh(palette) ? 7.0 : 4.5);
 }
 
 QColor Theme::green(const QPalette &palette) {
-    return isDark(palette) ? QColor(0x32, 0xd1, 0x58) : QColor(0x24, 0x8a, 0x3d);
+    if (isDark(palette))
+        return QColor(0x32, 0xd1, 0x58);
+    return isHigh(palette) ? QColor(0x15, 0x64, 0x29) : QColor(0x24, 0x8a, 0x3d);
 }
 
-QColor Theme::gray(const QPalette &) {
-    return QColor(0x8e, 0x8e, 0x93);
+QColor Theme::gray(const QPalette &palette) {
+    const QColor gray(0x8e, 0x8e, 0x93);
+    return isHigh(palette) ? readable(gray, window(palette), windowText(palette), 4.5) : gray;
 }
 
 QColor Theme::orange(const QPalette &palette) {
@@ -217,7 +245,17 @@ QFont Theme::console() {
     return font;
 }
 
-QPalette Theme::lightPalette() {
+QPalette Theme::lightPalette(Contrast contrast, const std::optional<QColor> &accent) {
+    if (contrast == Contrast::High)
+        return paletteOf({.window = QColor(Qt::white),
+                          .base = QColor(Qt::white),
+                          .control = QColor(Qt::white),
+                          .text = QColor(Qt::black),
+                          .secondary = QColor(0x50, 0x50, 0x54),
+                          .separator = QColor(0x80, 0x80, 0x80),
+                          .accent = QColor(0x00, 0x4d, 0xb0),
+                          .accentText = QColor(Qt::white)},
+                         accent);
     return paletteOf({.window = QColor(0xf5, 0xf5, 0xf7),
                       .base = QColor(0xff, 0xff, 0xff),
                       .control = QColor(0xff, 0xff, 0xff),
@@ -225,10 +263,21 @@ QPalette Theme::lightPalette() {
                       .secondary = QColor(0x6e, 0x6e, 0x73),
                       .separator = QColor(0xd4, 0xd4, 0xd9),
                       .accent = QColor(0x0a, 0x66, 0xd8),
-                      .accentText = QColor(0xff, 0xff, 0xff)});
+                      .accentText = QColor(0xff, 0xff, 0xff)},
+                     accent);
 }
 
-QPalette Theme::darkPalette() {
+QPalette Theme::darkPalette(Contrast contrast, const std::optional<QColor> &accent) {
+    if (contrast == Contrast::High)
+        return paletteOf({.window = QColor(Qt::black),
+                          .base = QColor(Qt::black),
+                          .control = QColor(0x18, 0x18, 0x1a),
+                          .text = QColor(Qt::white),
+                          .secondary = QColor(0xb4, 0xb4, 0xba),
+                          .separator = QColor(0x80, 0x80, 0x80),
+                          .accent = QColor(0x7a, 0xb6, 0xff),
+                          .accentText = QColor(0x1b, 0x1b, 0x1d)},
+                         accent);
     return paletteOf({.window = QColor(0x24, 0x24, 0x26),
                       .base = QColor(0x1b, 0x1b, 0x1d),
                       .control = QColor(0x32, 0x32, 0x36),
@@ -236,7 +285,8 @@ QPalette Theme::darkPalette() {
                       .secondary = QColor(0x9a, 0x9a, 0xa0),
                       .separator = QColor(0x3d, 0x3d, 0x42),
                       .accent = QColor(0x4a, 0x9b, 0xff),
-                      .accentText = QColor(0x1b, 0x1b, 0x1d)});
+                      .accentText = QColor(0x1b, 0x1b, 0x1d)},
+                     accent);
 }
 
 }  // namespace ferrolt

@@ -4,6 +4,8 @@
 #include <QFont>
 #include <QPalette>
 
+#include <optional>
+
 namespace ferrolt {
 
 /// The window's colours, fonts and distances by role. Colours are derived from a palette and suit dark and
@@ -16,7 +18,12 @@ class Theme {
     using ColorRole = QColor (*)(const QPalette &);
     using FontRole = QFont (*)();
 
+    enum class Contrast { Normal, High };
+
     static bool isDark(const QPalette &palette);
+    /// High with black text on white, or white on black: lines, secondary text and the focus ring are
+    /// stronger then.
+    static Contrast contrastOf(const QPalette &palette);
 
     static QColor windowBackground(const QPalette &palette);
     static QColor sidebarBackground(const QPalette &palette);
@@ -57,9 +64,12 @@ class Theme {
     static constexpr int padding = 16;
     static constexpr int spacing = 8;
 
-    /// The palettes for a desktop that provides none.
-    static QPalette lightPalette();
-    static QPalette darkPalette();
+    /// The palettes for a desktop that provides none. An accent colour is mixed with the text's colour until
+    /// it has a contrast of 3:1 against the window; without one the palette has its own.
+    static QPalette lightPalette(Contrast contrast = Contrast::Normal,
+                                 const std::optional<QColor> &accent = {});
+    static QPalette darkPalette(Contrast contrast = Contrast::Normal,
+                                const std::optional<QColor> &accent = {});
 
     /// The contrast ratio of WCAG 2, from 1 to 21.
     static double contrast(const QColor &first, const QColor &second);

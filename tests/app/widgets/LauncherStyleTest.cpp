@@ -47,8 +47,34 @@ class LauncherStyleTest : public QObject {
   private Q_SLOTS:
     void initTestCase() { QApplication::setStyle(new LauncherStyle); }
 
+    /// Of a push button, in pixels.
+    void theFocusRingIsWiderWithHighContrast() {
+        const auto ringWidth = [](const QPalette &palette) {
+            QApplication::setPalette(palette);
+            QWidget window;
+            QPushButton button("OK", &window);
+            window.resize(200, 80);
+            window.show();
+            window.activateWindow();
+            if (!QTest::qWaitForWindowActive(&window))
+                return 0;
+            button.clearFocus();  // it got the focus when the window was activated
+            button.setFocus(Qt::TabFocusReason);
+            const QImage picture = button.grab().toImage();
+            int width = 0;
+            while (picture.pixelColor(width, picture.height() / 2) == Theme::accent(palette))
+                ++width;
+            return width;
+        };
+        QCOMPARE(ringWidth(Theme::lightPalette()), 2);
+        QCOMPARE(ringWidth(Theme::lightPalette(Theme::Contrast::High)), 3);
+        QCOMPARE(ringWidth(Theme::darkPalette(Theme::Contrast::High)), 3);
+    }
+
     void theHandleStandsOutFromItsGround_data() {
         QTest::addColumn<QPalette>("palette");
+        QTest::newRow("light, high contrast") << Theme::lightPalette(Theme::Contrast::High);
+        QTest::newRow("dark, high contrast") << Theme::darkPalette(Theme::Contrast::High);
         QTest::newRow("light") << Theme::lightPalette();
         QTest::newRow("dark") << Theme::darkPalette();
     }

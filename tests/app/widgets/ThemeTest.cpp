@@ -58,6 +58,11 @@ class ThemeTest : public QObject {
         QTest::addColumn<QPalette>("palette");
         QTest::addRow("light") << Theme::lightPalette();
         QTest::addRow("dark") << Theme::darkPalette();
+        QTest::addRow("light, high contrast") << Theme::lightPalette(Theme::Contrast::High);
+        QTest::addRow("dark, high contrast") << Theme::darkPalette(Theme::Contrast::High);
+        QTest::addRow("orange accent") << Theme::lightPalette({}, QColor(0xed, 0x5b, 0x00));
+        QTest::addRow("yellow accent, high contrast")
+            << Theme::lightPalette(Theme::Contrast::High, QColor(0xff, 0xe0, 0x30));
         QTest::addRow("the style's own") << QApplication::style()->standardPalette();
         QTest::addRow("pale accent on white") << foreign(Qt::white, Qt::black, QColor(255, 240, 120));
         QTest::addRow("dark accent on black") << foreign(Qt::black, Qt::white, QColor(0, 0, 90));
@@ -75,6 +80,50 @@ class ThemeTest : public QObject {
         QVERIFY(Theme::contrast(Theme::onAccent(palette), Theme::accent(palette)) >= 2.5);
         QVERIFY(Theme::separator(palette) != window);
         QVERIFY(Theme::sidebarBackground(palette) != window);
+    }
+
+    void withHighContrastLinesTextAndSymbolsAreStronger() {
+        const auto high = Theme::Contrast::High;
+        for (const QPalette &palette : {Theme::lightPalette(high), Theme::darkPalette(high)}) {
+            const QColor window = Theme::windowBackground(palette);
+            QCOMPARE(Theme::contrastOf(palette), high);
+            QVERIFY(Theme::contrast(Theme::separator(palette), window) >= 3);
+            QVERIFY(Theme::contrast(Theme::secondaryText(palette), window) >= 7);
+            QVERIFY(Theme::contrast(Theme::accent(palette), window) >= 7);
+            QVERIFY(Theme::contrast(Theme::onAccent(palette), Theme::accent(palette)) >= 4.5);
+            QVERIFY(Theme::contrast(Theme::green(palette), Theme::controlBackground(palette)) >= 7);
+            QVERIFY(Theme::contrast(Theme::gray(palette), window) >= 4.5);
+        }
+        for (const QPalette &palette : {Theme::lightPalette(), Theme::darkPalette()})
+            QCOMPARE(Theme::contrastOf(palette), Theme::Contrast::Normal);
+        QVERIFY(Theme::isDark(Theme::darkPalette(high)) && !Theme::isDark(Theme::lightPalette(high)));
+    }
+
+    void anAccentColourIsTakenAsItIsIfItCanBeSeenAndMixedIfNot_data() {
+        QTest::addColumn<QColor>("accent");
+        QTest::addColumn<bool>("isSeenOnLight");
+        QTest::addColumn<bool>("isSeenOnDark");
+        QTest::newRow("orange") << QColor(0xed, 0x5b, 0x00) << true << true;
+        QTest::newRow("yellow") << QColor(0xff, 0xe0, 0x30) << false << true;
+        QTest::newRow("night blue") << QColor(0x10, 0x10, 0x50) << true << false;
+        QTest::newRow("white") << QColor(Qt::white) << false << true;
+        QTest::newRow("black") << QColor(Qt::black) << true << false;
+    }
+    void anAccentColourIsTakenAsItIsIfItCanBeSeenAndMixedIfNot() {
+        QFETCH(QColor, accent);
+        QFETCH(bool, isSeenOnLight);
+        QFETCH(bool, isSeenOnDark);
+        for (const auto &[palette, isSeen] :
+             {std::pair(Theme::lightPalette({}, accent), isSeenOnLight),
+              {Theme::darkPalette({}, accent), isSeenOnDark},
+              {Theme::lightPalette(Theme::Contrast::High, accent), isSeenOnLight},
+              {Theme::darkPalette(Theme::Contrast::High, accent), isSeenOnDark}}) {
+            const QColor taken = palette.color(QPalette::Highlight);
+            QCOMPARE(taken == accent, isSeen);
+            QVERIFY(Theme::contrast(taken, palette.color(QPalette::Window)) >= 3);
+            QVERIFY(Theme::contrast(taken, palette.color(QPalette::Base)) >= 3);
+            QVERIFY(Theme::contrast(palette.color(QPalette::HighlightedText), taken) >= 4);
+        }
     }
 
     void darkAndLightAreToldApart() {
