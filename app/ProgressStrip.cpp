@@ -86,10 +86,10 @@ QRectF ProgressStrip::filledPart(const QRectF &track) const {
     if (!isIndeterminate())
         return QRectF(track.left(), track.top(), track.width() * value() / steps, track.height());
     const double length = track.width() * movingShare;
-    const double turn =
-        static_cast<double>(sinceAnimationStart.isValid() ? sinceAnimationStart.elapsed() % cycleMilliseconds
-                                                          : 0) /
-        static_cast<double>(cycleMilliseconds);
+    if (!frames.isActive())
+        return QRectF(track.center().x() - length / 2, track.top(), length, track.height());
+    const double turn = static_cast<double>(sinceAnimationStart.elapsed() % cycleMilliseconds) /
+                        static_cast<double>(cycleMilliseconds);
     // From beyond one edge to beyond the other.
     const double left = track.left() - length + turn * (track.width() + length);
     return QRectF(left, track.top(), length, track.height()).intersected(track);
@@ -120,11 +120,11 @@ void ProgressStrip::paintEvent(QPaintEvent *) {
 }
 
 void ProgressStrip::animateIfNeeded() {
-    const bool isMoving = isIndeterminate() && isVisible() && !progress->isIdle();
+    const bool isMoving = isIndeterminate() && isVisible() && !progress->isIdle() &&
+                          style()->styleHint(QStyle::SH_Widget_Animation_Duration, nullptr, this) > 0;
     if (!isMoving) {
         frames.stop();
-    } else if (!frames.isActive() &&
-               style()->styleHint(QStyle::SH_Widget_Animation_Duration, nullptr, this) > 0) {
+    } else if (!frames.isActive()) {
         sinceAnimationStart.start();
         frames.start(frameMilliseconds, Qt::CoarseTimer, this);
     }
@@ -152,10 +152,12 @@ void ProgressStrip::hideEvent(QHideEvent *event) {
 }
 
 void ProgressStrip::timerEvent(QTimerEvent *event) {
-    if (event->timerId() == frames.timerId())
-        update();
-    else
+    if (event->timerId() != frames.timerId()) {
         QProgressBar::timerEvent(event);
+        return;
+    }
+    animateIfNeeded();  // the user's wish for motion may have changed
+    update();
 }
 
 void ProgressStrip::changeEvent(QEvent *event) {

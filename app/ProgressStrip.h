@@ -12,8 +12,8 @@ class InstallProgress;
 
 /// A line of text over a thin bar that shows the progress of an installation. Hidden while none runs.
 ///
-/// While the total is unknown, a part of the bar moves across it, but only while the strip is visible. Main
-/// thread.
+/// While the total is unknown, a part of the bar moves across it, but only while the strip is visible. Where
+/// the user wants no motion, that part stands in the middle. Main thread.
 class ProgressStrip final : public QProgressBar {
     Q_OBJECT
 

@@ -396,6 +396,8 @@ int LauncherStyle::styleHint(StyleHint hint, const QStyleOption *option, const Q
     // Fusion draws a shadow below the text of a disabled menu item.
     if (hint == SH_EtchDisabledText)
         return 0;
+    if (hint == SH_Widget_Animation_Duration && motion == Motion::Reduced)
+        return 0;
     return QProxyStyle::styleHint(hint, option, widget, returned);
 }
 

@@ -12,13 +12,20 @@ namespace ferrolt {
 /// - Scroll bars have no arrow buttons. A splitter's handle shows nothing.
 /// - The keyboard focus is a ring in the accent colour. Line edits always show it; other widgets only when
 ///   the keyboard brought the focus there.
+/// - Whatever moves by itself asks SH_Widget_Animation_Duration first, which is 0 where the user wants no
+///   motion.
 ///
 /// Main thread.
 class LauncherStyle : public QProxyStyle {
     Q_OBJECT
 
   public:
+    enum class Motion { Full, Reduced };
+
     LauncherStyle();
+
+    /// Holds for the animations that start from now on.
+    void setMotion(Motion wanted) { motion = wanted; }
 
     /// Makes this the application's style, unless the desktop or the user chose a style other than Fusion.
     /// Call once, after the application object was created.
@@ -49,6 +56,9 @@ class LauncherStyle : public QProxyStyle {
   protected:
     /// Remembers in the window's WA_KeyboardFocusChange whether the keyboard moved the focus last.
     bool eventFilter(QObject *watched, QEvent *event) override;
+
+  private:
+    Motion motion = Motion::Full;
 };
 
 }  // namespace ferrolt

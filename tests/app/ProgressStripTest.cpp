@@ -1,5 +1,6 @@
 #include "ContentView.h"
 #include "InstallProgress.h"
+#include "LauncherStyle.h"
 #include "LibreOfficeInstaller.h"
 #include "ProgressStrip.h"
 #include "Sidebar.h"
@@ -9,6 +10,7 @@
 
 #include <QAbstractEventDispatcher>
 #include <QAccessible>
+#include <QScopeGuard>
 
 using namespace ferrolt;
 using Phase = InstallProgress::Phase;
@@ -114,6 +116,30 @@ class ProgressStripTest : public QObject {
         QVERIFY(ticks());
         fixture.vars->libreOfficeInstaller->progress->set({});
         QVERIFY(!ticks());
+    }
+
+    void whereTheUserWantsNoMotionItStandsInTheMiddle() {
+        auto *const style = qobject_cast<LauncherStyle *>(QApplication::style());
+        const auto restore = qScopeGuard([style] { style->setMotion(LauncherStyle::Motion::Full); });
+        WindowFixture fixture;
+        MainWindow &window = fixture.open();
+        fixture.vars->libreOfficeInstaller->progress->set({Phase::Verifying, "26.2.4"});
+        ProgressStrip &strip = stripOf(window);
+        QTRY_VERIFY(strip.isVisible());
+        const auto ticks = [&] {
+            return !QAbstractEventDispatcher::instance()->registeredTimers(&strip).isEmpty();
+        };
+        QVERIFY(ticks());
+        style->setMotion(LauncherStyle::Motion::Reduced);
+        QTRY_VERIFY(!ticks());
+        const auto [length, first] = filled(strip);
+        QVERIFY(length > 10);
+        QVERIFY(qAbs(first - (strip.width() - first - length)) <= 2);
+        fixture.vars->libreOfficeInstaller->progress->set({Phase::Installing, "26.2.4"});
+        QVERIFY(!ticks());
+        style->setMotion(LauncherStyle::Motion::Full);
+        fixture.vars->libreOfficeInstaller->progress->set({Phase::Verifying, "26.2.4"});
+        QVERIFY(ticks());
     }
 
     void aTextThatIsTooLongForTheColumnTakesTwoLinesUntilTheEnd() {
