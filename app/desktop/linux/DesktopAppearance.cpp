@@ -1,8 +1,9 @@
 #include "DesktopAppearance.h"
 
 #include "GtkThemeName.h"
+#include "LauncherStyle.h"
 #include "MainQueue.h"
-#include "PortalColorScheme.h"
+#include "PortalAppearance.h"
 #include "Theme.h"
 
 #include <QApplication>
@@ -24,48 +25,48 @@ bool desktopBringsColours() {
     return false;
 }
 
-/// Follows the portal's preference or, where the portal has none, as on Xfce, the name of the desktop's GTK
-/// theme.
+/// Follows the portal's preferences. Where it has none for dark or light windows, as on Xfce, the name of the
+/// desktop's GTK theme tells.
 class LinuxAppearance final : public DesktopAppearance {
   public:
-    LinuxAppearance() : theme([this] { readTheme(); }) {
-        QObject::connect(&portal, &PortalColorScheme::preferenceChanged, &portal,
-                         [this](PortalColorScheme::Preference now) {
-                             preference = now;
-                             setPalette();
-                         });
+    LinuxAppearance() {
+        QObject::connect(&portal, &PortalAppearance::preferencesRead, &portal, [this] { apply(); });
+        if (!desktopBringsColours())
+            theme.emplace([this] { readTheme(); });
         readTheme();
         portal.watch();
     }
 
   private:
-    using Preference = PortalColorScheme::Preference;
+    using Scheme = PortalAppearance::Scheme;
 
     void readTheme() {
-        isThemeDark = GtkThemeName::isDark(theme.read());
-        setPalette();
+        isThemeDark = theme && GtkThemeName::isDark(theme->read());
+        apply();
     }
 
-    void setPalette() {
-        const bool dark = preference == Preference::None ? isThemeDark : preference == Preference::Dark;
-        if (dark != isShownDark)
-            QApplication::setPalette(dark ? Theme::darkPalette() : Theme::lightPalette());
-        isShownDark = dark;
+    void apply() {
+        const PortalAppearance::Preferences &wanted = portal.preferences();
+        if (auto *const style = qobject_cast<LauncherStyle *>(QApplication::style()))
+            style->setMotion(wanted.motion);
+        if (!theme)
+            return;
+        const bool dark = wanted.scheme == Scheme::None ? isThemeDark : wanted.scheme == Scheme::Dark;
+        const QPalette palette = dark ? Theme::darkPalette(wanted.contrast, wanted.accent)
+                                      : Theme::lightPalette(wanted.contrast, wanted.accent);
+        if (QApplication::palette() != palette)
+            QApplication::setPalette(palette);
     }
 
-    PortalColorScheme portal;
-    GtkThemeName theme;
-    Preference preference = Preference::None;
+    PortalAppearance portal;
+    std::optional<GtkThemeName> theme;  ///< none where the desktop brings colours
     bool isThemeDark = false;
-    std::optional<bool> isShownDark;
 };
 
 }  // namespace
 
 std::unique_ptr<DesktopAppearance> DesktopAppearance::follow() {
     assertMainThread();
-    if (desktopBringsColours())
-        return nullptr;
     return std::make_unique<LinuxAppearance>();
 }
 
