@@ -15,9 +15,9 @@ namespace ferrolt {
 /// in the locale's encoding, and refuses a file without write permission, although only the folder's
 /// permission matters for a renaming.
 ///
-/// Returns false if that fails (full disk, folder not writable, a folder or device in the file's place); the
-/// old file is then unchanged. Only a crash may leave the new file behind, under a hidden name. Waits for the
-/// disk; any thread.
+/// Returns false if that fails (full disk, folder not writable, a folder or device in the file's place), with
+/// the reason in errno; the old file is then unchanged. Only a crash may leave the new file behind, under a
+/// hidden name. Waits for the disk; any thread.
 [[nodiscard]] bool replaceFile(const std::filesystem::path &path, std::string_view contents);
 
 }  // namespace ferrolt

@@ -51,8 +51,11 @@ class NewFile {
         }
     }
     ~NewFile() {
+        const int reason = errno;
         if (descriptor.isValid() && !isInPlace)
             ::unlink(path.c_str());
+        descriptor = FileDescriptor();
+        errno = reason;
     }
     NewFile(const NewFile &) = delete;
     NewFile &operator=(const NewFile &) = delete;
@@ -78,6 +81,8 @@ class NewFile {
             const ssize_t count = ::write(descriptor.get(), contents.data(), contents.size());
             if (count < 0 && errno == EINTR)
                 continue;
+            if (count == 0)
+                errno = EIO;
             if (count <= 0)
                 return false;
             contents.remove_prefix(static_cast<std::size_t>(count));
@@ -110,11 +115,17 @@ class NewFile {
 
 bool replaceFile(const fs::path &path, std::string_view contents) {
     const auto target = endOfLinks(path);
-    if (!target)
+    if (!target) {
+        errno = ELOOP;
         return false;
+    }
     struct stat old {};
     const bool exists = ::lstat(target->c_str(), &old) == 0;
-    if (exists ? !S_ISREG(old.st_mode) : errno != ENOENT)
+    if (exists && !S_ISREG(old.st_mode)) {
+        errno = S_ISDIR(old.st_mode) ? EISDIR : EINVAL;
+        return false;
+    }
+    if (!exists && errno != ENOENT)
         return false;
     // The new contents of a private file must never be readable by others.
     NewFile file(target->parent_path(), exists ? 0600 : 0666);

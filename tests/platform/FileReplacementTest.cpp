@@ -157,6 +157,7 @@ void FileReplacementTest::aLinkToNowhereGetsItsTarget() {
 void FileReplacementTest::aLinkIntoAMissingFolderFails() {
     fs::create_symlink("no folder/target", path());
     QVERIFY(!replaceFile(path(), "new"));
+    QCOMPARE(errno, ENOENT);
     QVERIFY(fs::is_symlink(path()));
     QVERIFY(!fs::exists(home() / "no folder"));
 }
@@ -165,12 +166,14 @@ void FileReplacementTest::aCircleOfLinksFails() {
     fs::create_symlink("second", path());
     fs::create_symlink("file", home() / "second");
     QVERIFY(!replaceFile(path(), "new"));
+    QCOMPARE(errno, ELOOP);
     QCOMPARE(contents(home()), (QStringList{QStringLiteral("file"), QStringLiteral("second")}));
 }
 
 void FileReplacementTest::aFolderOrPipeInPlaceOfTheFileFails() {
     fs::create_directory(path());
     QVERIFY(!replaceFile(path(), "new"));
+    QCOMPARE(errno, EISDIR);
     QVERIFY(fs::is_directory(path()));
     const fs::path pipe = home() / "pipe";
     QCOMPARE(::mkfifo(pipe.c_str(), 0600), 0);
@@ -181,6 +184,7 @@ void FileReplacementTest::aFolderOrPipeInPlaceOfTheFileFails() {
 
 void FileReplacementTest::aMissingFolderFails() {
     QVERIFY(!replaceFile(home() / "no folder/file", "new"));
+    QCOMPARE(errno, ENOENT);
     QVERIFY(!fs::exists(home() / "no folder"));
 }
 
@@ -240,6 +244,7 @@ void FileReplacementTest::aDiskThatFailsToWriteThroughLeavesTheOldFile() {
     };
     QVERIFY(!result(EIO));
     QVERIFY(!result(ENOSPC));
+    QCOMPARE(errno, ENOSPC);
     QCOMPARE(read(path()), QByteArray("old"));
     QCOMPARE(contents(home()), QStringList{QStringLiteral("file")});
     QVERIFY(result(EINVAL));  // a file system without fsync()
