@@ -4,5 +4,7 @@ if(NOT APPLE)
     ferrolt_test(app/desktop DesktopAppearanceTest WINDOW)
     # It brings a bus of its own; without one it would show nothing, and pass.
     set_tests_properties(app/desktop.DesktopAppearanceTest PROPERTIES FAIL_REGULAR_EXPRESSION "SKIP ")
+    target_include_directories(app-desktop-tests PRIVATE ${PROJECT_SOURCE_DIR}/app/desktop/linux)
+    ferrolt_test(app/desktop AutostartEntryTest)
     ferrolt_test(app/desktop StateFolderTest)
 endif()

@@ -16,6 +16,11 @@ __attribute__((objc_root_class))
 
 @interface NSString : NSObject
 - (instancetype)initWithUTF8String:(const char *)text;
+- (const char *)UTF8String;
+@end
+
+@interface NSError : NSObject
+- (NSString *)localizedDescription;
 @end
 
 @interface NSDictionary : NSObject
