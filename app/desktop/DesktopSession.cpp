@@ -11,11 +11,11 @@
 namespace ferrolt {
 namespace {
 
-/// A launcher that runs when the session ends is started again with the next session; one that was quit
-/// before is not.
-void rememberInSession(QSessionManager &manager) {
-    manager.setRestartHint(QSessionManager::RestartIfRunning);
-    // Without the session manager's own arguments: the program takes none.
+/// The log-in item alone starts the program with a session. A start by the session manager beside that would
+/// be the second one, which opens the window.
+void leaveOutOfSession(QSessionManager &manager) {
+    manager.setRestartHint(QSessionManager::RestartNever);
+    // The protocol demands a command. Without the session manager's own arguments: the program takes none.
     manager.setRestartCommand({QCoreApplication::applicationFilePath()});
     manager.setDiscardCommand({});
 }
@@ -27,7 +27,7 @@ DesktopSession::DesktopSession(std::function<void()> save) : save(std::move(save
     // Direct connections: Qt answers the session manager when the signal returns.
     connect(
         qApp, &QGuiApplication::commitDataRequest, this, [this] { this->save(); }, Qt::DirectConnection);
-    connect(qApp, &QGuiApplication::saveStateRequest, this, &rememberInSession, Qt::DirectConnection);
+    connect(qApp, &QGuiApplication::saveStateRequest, this, &leaveOutOfSession, Qt::DirectConnection);
 }
 
 }  // namespace ferrolt

@@ -14,7 +14,8 @@ namespace ferrolt {
 ///
 /// A session ends in two steps. First the manager asks every program to save; any program can still cancel
 /// the end, so the services run on. Then it asks the programs to quit, which is a quit like any other. This
-/// program never cancels, and asks its user nothing.
+/// program never cancels, asks its user nothing, and is not among what the manager restores with the next
+/// session (LoginItem).
 class DesktopSession : public QObject {
     Q_OBJECT
 

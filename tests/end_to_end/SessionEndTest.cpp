@@ -94,12 +94,13 @@ class SessionEndTest : public QObject {
         QVERIFY(waitUntil([&] { return !isAlive(engine) && !isAlive(client); }));
     }
 
-    void itIsToComeBackWithTheSessionAsItWasStarted() {
+    void theSessionManagerIsNotToRestoreIt() {
         InstalledTree tree("wait", "wait");
         Launcher launcher(desktop, tree.executable(), tree.home());
         const QString program = tree.executable().c_str();
         QVERIFY(waitUntil([&] { return manager->said().contains("property RestartCommand " + program); }));
-        QVERIFY(manager->says("property RestartStyleHint 0"));
+        QVERIFY(waitUntil([&] { return manager->said().contains("property RestartStyleHint 3"); }));
+        QVERIFY(!manager->said().contains("property RestartStyleHint 0"));
     }
 
     void theWindowsSizeIsSavedWhenTheSessionAsksAndNotOnlyAtTheEnd() {
