@@ -58,4 +58,10 @@ QMenu *MainMenu::compactMenu() {
     return menu;
 }
 
+void MainMenu::setOpenAtLogin(QAction *openAtLogin) {
+    for (QObject *place : close->associatedObjects())
+        if (auto *menu = qobject_cast<QMenu *>(place))
+            menu->insertAction(close, openAtLogin);
+}
+
 }  // namespace ferrolt

@@ -25,6 +25,8 @@ class MainMenu : public QObject {
     void fill(QMenuBar *bar);
     /// A new menu with all commands, owned by the window.
     QMenu *compactMenu();
+    /// Adds the switch to the menus that were made until now. Not owned.
+    void setOpenAtLogin(QAction *openAtLogin);
 
   Q_SIGNALS:
     void closeRequested();

@@ -4,6 +4,7 @@
 #include "MainMenu.h"
 #include "MainQueue.h"
 #include "MenuButton.h"
+#include "OpenAtLogin.h"
 #include "Sidebar.h"
 #include "StateFolder.h"
 #include "Symbols.h"
@@ -61,6 +62,11 @@ void MainWindow::makeMenu() {
     view->sidebar()->setMenu(menu->compactMenu());
     auto *openMenu = new QShortcut(QKeySequence(Qt::Key_F10), this);
     connect(openMenu, &QShortcut::activated, view->sidebar()->menuButton(), &MenuButton::showMenu);
+}
+
+void MainWindow::setOpenAtLogin(OpenAtLogin &openAtLogin) {
+    menu->setOpenAtLogin(openAtLogin.action());
+    openAtLogin.followMenus();
 }
 
 /// Workaround for Qt 6.4 on X11: when the desktop changes its scale, Qt takes the new scale over, but neither

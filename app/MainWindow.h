@@ -15,6 +15,7 @@ class AppVars;
 class Clipboard;
 class ContentView;
 class MainMenu;
+class OpenAtLogin;
 class TimeSource;
 
 /// The one main window. Closing only hides it; it can be shown again. Remembers its size and its dividers.
@@ -32,6 +33,9 @@ class MainWindow : public QMainWindow {
     static QString defaultStateFile();
 
     ContentView *content() const { return view; }
+
+    /// Adds the switch to the menu. Not owned; call once.
+    void setOpenAtLogin(OpenAtLogin &openAtLogin);
 
     /// Writes the state file. Waits for the disk.
     void saveState();

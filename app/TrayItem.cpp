@@ -2,6 +2,7 @@
 
 #include "AppVars.h"
 #include "MainQueue.h"
+#include "OpenAtLogin.h"
 #include "StatusRow.h"
 #include "Symbols.h"
 #include "UpgradeOffer.h"
@@ -15,11 +16,19 @@
 
 namespace ferrolt {
 
-TrayItem::TrayItem(std::shared_ptr<AppVars> appVars)
+TrayItem::TrayItem(std::shared_ptr<AppVars> appVars, OpenAtLogin &openAtLogin)
     : appVars(std::move(appVars)),
       menu(std::make_unique<QMenu>()),
+      lumoraStatus(menu->addAction(QString())),
+      qorClientStatus(menu->addAction(QString())),
       icon(std::make_unique<QSystemTrayIcon>(applicationIcon())) {
+    lumoraStatus->setEnabled(false);
+    qorClientStatus->setEnabled(false);
+    menu->addSeparator();
     connect(menu->addAction(QStringLiteral("&Open")), &QAction::triggered, this, &TrayItem::openRequested);
+    menu->addAction(openAtLogin.action());
+    openAtLogin.followMenus();
+    menu->addSeparator();
     connect(menu->addAction(QStringLiteral("&Quit")), &QAction::triggered, this, &TrayItem::quitRequested);
     icon->setContextMenu(menu.get());
     connect(icon.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
@@ -47,17 +56,23 @@ void TrayItem::addUpgrade(UpgradeOffer &offer) {
     connect(menu.get(), &QMenu::aboutToShow, &offer, &UpgradeOffer::refresh);
 }
 
-QString TrayItem::statusText() const {
-    return StatusRow::words(QStringLiteral("Lumora Core"), appVars->_isLumRunning) + QLatin1Char('\n') +
-           StatusRow::words(QStringLiteral("Qor Client"), appVars->_isQorClientRunning);
-}
-
 void TrayItem::refresh() {
-    const QString text = QGuiApplication::applicationDisplayName() + QLatin1Char('\n') + statusText();
+    const bool isLumoraRunning = appVars->_isLumRunning;
+    const bool isQorClientRunning = appVars->_isQorClientRunning;
+    // The texts of the status rows in the window.
+    lumoraStatus->setText(StatusRow::words(QStringLiteral("Lumora Core"), isLumoraRunning));
+    qorClientStatus->setText(StatusRow::words(QStringLiteral("Qor Client"), isQorClientRunning));
+    const QString text = QGuiApplication::applicationDisplayName() + QLatin1Char('\n') +
+                         lumoraStatus->text() + QLatin1Char('\n') + qorClientStatus->text();
     if (text != icon->toolTip())
         icon->setToolTip(text);
-    if (appVars->_isPermanentlyStopped && !std::exchange(isStopShown, true))
-        icon->setIcon(stoppedApplicationIcon());
+
+    hasLumoraRun = hasLumoraRun || isLumoraRunning;
+    hasQorClientRun = hasQorClientRun || isQorClientRunning;
+    const bool isStopped = !appVars->isOrbixReloadInProgress() &&
+                           ((hasLumoraRun && !isLumoraRunning) || (hasQorClientRun && !isQorClientRunning));
+    if (std::exchange(isStopShown, isStopped) != isStopped)
+        icon->setIcon(isStopped ? stoppedApplicationIcon() : applicationIcon());
 }
 
 }  // namespace ferrolt

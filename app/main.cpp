@@ -9,6 +9,7 @@
 #include "LauncherStyle.h"
 #include "MainQueue.h"
 #include "MainWindow.h"
+#include "OpenAtLogin.h"
 #include "ProcessSetup.h"
 #include "ProgramFile.h"
 #include "QtAlertPresenter.h"
@@ -67,6 +68,9 @@ Ending runApplication(SingleInstance &instance, DesktopReopen &desktop, const Pr
     delegate.setFirstWindow(&window);
     alerts->setMainWindow(&window);
 
+    OpenAtLogin openAtLogin(LoginItem::ofUser(), alerts);
+    window.setOpenAtLogin(openAtLogin);
+
     QObject::connect(&window, &MainWindow::contentAppeared, &app,
                      &Ferrolt_Miner_LauncherApp::windowContentAppeared);
     QObject::connect(&window, &MainWindow::quitRequested, qApp, &QApplication::quit);
@@ -107,7 +111,7 @@ Ending runApplication(SingleInstance &instance, DesktopReopen &desktop, const Pr
     });
     std::unique_ptr<TrayItem> trayItem;
     const auto tray = DesktopTray::watch([&] {
-        trayItem = std::make_unique<TrayItem>(app.appVars());
+        trayItem = std::make_unique<TrayItem>(app.appVars(), openAtLogin);
         QObject::connect(trayItem.get(), &TrayItem::openRequested, &window, [&] { reopen(); });
         QObject::connect(trayItem.get(), &TrayItem::quitRequested, qApp, &QApplication::quit);
         trayItem->addUpgrade(upgrade);

@@ -104,6 +104,7 @@ class AppVars : public QObject, public std::enable_shared_from_this<AppVars> {
     /// Restarts the engine alone, so that it finds a new LibreOffice; the client keeps running. Does nothing
     /// during another restart, without a running engine and after a final stop.
     void reloadEngine();
+    bool isOrbixReloadInProgress() const { return stop == Stop::EngineRestart; }
     /// Restarts the one-shot update timer: one check, updateCheckIntervalHours from now. Every check ends
     /// with a call of this, so that a changed interval holds from there on.
     void scheduleUpdateTimer();
@@ -122,7 +123,6 @@ class AppVars : public QObject, public std::enable_shared_from_this<AppVars> {
     /// The cause of the current stop; see the table above. From ChildEnded on a stop is final.
     enum class Stop { None, EngineRestart, ChildEnded, FatalError, Quit };
     void setStop(Stop next);
-    bool isOrbixReloadInProgress() const { return stop == Stop::EngineRestart; }
     /// After a final stop nothing is started again in this run.
     bool isShuttingDown() const { return stop > Stop::EngineRestart; }
 

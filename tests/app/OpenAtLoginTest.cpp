@@ -1,0 +1,89 @@
+#include "ContentView.h"
+#include "MenuButton.h"
+#include "OpenAtLogin.h"
+#include "PracticeLoginItem.h"
+#include "RecordingAlerts.h"
+#include "Sidebar.h"
+#include "TestProgram.h"
+#include "WindowFixture.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QMenu>
+#include <QTest>
+
+#include <memory>
+
+using namespace ferrolt;
+using State = LoginItem::State;
+
+class OpenAtLoginTest : public QObject {
+    Q_OBJECT
+
+    PracticeLoginItem::Facts facts;
+    std::shared_ptr<RecordingAlerts> alerts;
+    std::unique_ptr<OpenAtLogin> openAtLogin;
+
+  private Q_SLOTS:
+    void init() {
+        facts = {};
+        alerts = std::make_shared<RecordingAlerts>();
+        openAtLogin = std::make_unique<OpenAtLogin>(std::make_unique<PracticeLoginItem>(facts), alerts);
+    }
+
+    void theSwitchIsOffAtFirstAndWritesWhatItShows() {
+        QAction *toggle = openAtLogin->action();
+        QCOMPARE(toggle->text().remove('&'), QString("Open at Login"));
+        QVERIFY(toggle->isCheckable() && !toggle->isChecked());
+        toggle->trigger();
+        QVERIFY(toggle->isChecked());
+        QCOMPARE(facts.state, State::On);
+        toggle->trigger();
+        QVERIFY(!toggle->isChecked());
+        QCOMPARE(facts.state, State::Off);
+        QVERIFY(alerts->shown.empty());
+    }
+
+    void itShowsTheStateWheneverAMenuWithItOpens() {
+        QMenu menu;
+        menu.addAction(openAtLogin->action());
+        openAtLogin->followMenus();
+        openAtLogin->followMenus();
+        for (const State state : {State::On, State::Off}) {
+            facts.state = state;
+            menu.popup(QPoint(0, 0));
+            QCOMPARE(openAtLogin->action()->isChecked(), state == State::On);
+            menu.close();
+        }
+    }
+
+    void aFailureTakesTheSwitchBackAndSaysWhyOnceAtATime() {
+        facts.failure = "The disk is full.";
+        openAtLogin->action()->trigger();
+        QVERIFY(!openAtLogin->action()->isChecked());
+        openAtLogin->action()->trigger();
+        QVERIFY(!openAtLogin->action()->isChecked());
+        QCOMPARE(alerts->shown.size(), 1U);
+        QCOMPARE(alerts->shown[0].messageText, QString::fromUtf8("“Open at Login” Was Not Changed"));
+        QCOMPARE(alerts->shown[0].informativeText, QString("The disk is full."));
+        alerts->dismiss(0);
+        openAtLogin->action()->trigger();
+        QCOMPARE(alerts->shown.size(), 2U);
+    }
+
+    void theWindowsMenuHasItBeforeClose() {
+        WindowFixture fixture;
+        MainWindow &window = fixture.open();
+        window.setOpenAtLogin(*openAtLogin);
+        const QMenu *menu = window.content()->sidebar()->menuButton()->menu();
+        const QList<QAction *> actions = menu->actions();
+        const qsizetype place = actions.indexOf(openAtLogin->action());
+        QVERIFY(place >= 0);
+        QCOMPARE(actions.at(place + 1)->text().remove('&'), QString("Close"));
+        openAtLogin.reset();  // as at the end of the program
+        QCOMPARE(menu->actions().size(), actions.size() - 1);
+    }
+};
+
+TEST_CLASS(OpenAtLoginTest, QApplication)
+#include "OpenAtLoginTest.moc"
