@@ -12,6 +12,7 @@
 #include "ProgressStrip.h"
 #include "Sidebar.h"
 
+#include <QPointer>
 #include <QStackedWidget>
 #include <QVBoxLayout>
 
@@ -90,9 +91,11 @@ QWidget *ContentView::page(const QString &tab) {
     if (tab != AppVars::settingsTab)
         return home;
     if (!prefs) {
-        const auto startServices = [weakVars = std::weak_ptr(_appVars)] {
+        const auto startServices = [weakVars = std::weak_ptr(_appVars), self = QPointer(this)] {
             if (const auto vars = weakVars.lock())
                 vars->startServices();
+            if (self)
+                Q_EMIT self->settingsSaved();
         };
         prefs = new LauncherPrefs(startServices, time);
         detail->addWidget(prefs);

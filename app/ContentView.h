@@ -40,6 +40,10 @@ class ContentView : public QWidget {
     double upperLogShare() const;
     void setUpperLogShare(double share);
 
+  Q_SIGNALS:
+    /// The settings form was saved.
+    void settingsSaved();
+
   private:
     void refresh();
     QWidget *page(const QString &tab);

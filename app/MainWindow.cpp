@@ -9,6 +9,7 @@
 #include "StateFolder.h"
 #include "Symbols.h"
 
+#include <QCloseEvent>
 #include <QGuiApplication>
 #include <QMenuBar>
 #include <QScreen>
@@ -132,6 +133,13 @@ bool MainWindow::eventFilter(QObject *watched, QEvent *event) {
         std::exchange(isAppearing, false))
         QMetaObject::invokeMethod(this, &MainWindow::contentAppeared, Qt::QueuedConnection);
     return QMainWindow::eventFilter(watched, event);
+}
+
+void MainWindow::closeEvent(QCloseEvent *event) {
+    const bool wasVisible = isVisible();
+    QMainWindow::closeEvent(event);
+    if (wasVisible && event->isAccepted())
+        Q_EMIT closing();
 }
 
 void MainWindow::hideEvent(QHideEvent *event) {

@@ -47,8 +47,11 @@ class MainWindow : public QMainWindow {
     void contentAppeared();
     /// The user chose Quit in the menu or pressed its shortcut.
     void quitRequested();
+    /// The window was visible and is being closed: by its user, or because the application quits.
+    void closing();
 
   protected:
+    void closeEvent(QCloseEvent *event) override;
     void showEvent(QShowEvent *event) override;
     void hideEvent(QHideEvent *event) override;
     bool eventFilter(QObject *watched, QEvent *event) override;

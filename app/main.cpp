@@ -1,11 +1,14 @@
 #include "AccessibleRoles.h"
 #include "BringToFront.h"
+#include "ContentView.h"
 #include "DesktopAppearance.h"
+#include "DesktopNotifications.h"
 #include "DesktopReopen.h"
 #include "DesktopSession.h"
 #include "DesktopTray.h"
 #include "EndProcess.h"
 #include "Ferrolt_Miner_LauncherApp.h"
+#include "FirstTimeNotices.h"
 #include "LauncherStyle.h"
 #include "MainQueue.h"
 #include "MainWindow.h"
@@ -116,6 +119,16 @@ Ending runApplication(SingleInstance &instance, DesktopReopen &desktop, const Pr
         QObject::connect(trayItem.get(), &TrayItem::quitRequested, qApp, &QApplication::quit);
         trayItem->addUpgrade(upgrade);
     });
+
+    const auto notifications = DesktopNotifications::ofDesktop();
+    FirstTimeNotices notices(app.appVars(), openAtLogin, *notifications,
+                             FirstTimeNotices::defaultStateFile());
+    QObject::connect(&window, &MainWindow::closing, &notices, [&] {
+        notices.windowClosed(trayItem ? FirstTimeNotices::WayBack::Tray
+                                      : FirstTimeNotices::WayBack::SecondStart);
+    });
+    QObject::connect(window.content(), &ContentView::settingsSaved, &notices,
+                     &FirstTimeNotices::settingsSaved);
 
     MainQueue::async([&] {
         delegate.applicationDidFinishLaunching();

@@ -44,6 +44,18 @@ class MainWindowTest : public QObject {
         QCOMPARE(window.size(), QSize(1000, 640));
     }
 
+    void closingIsAnnouncedWhenItWasVisible() {
+        WindowFixture fixture;
+        MainWindow &window = fixture.open();
+        QSignalSpy closing(&window, &MainWindow::closing);
+        window.hide();
+        window.close();  // as at launch
+        QCOMPARE(closing.size(), 0);
+        WindowFixture::show(window);
+        window.close();
+        QCOMPARE(closing.size(), 1);
+    }
+
     void closingHidesItAndItCanBeShownAgain() {
         WindowFixture fixture;
         MainWindow &window = fixture.open();
