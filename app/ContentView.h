@@ -31,6 +31,7 @@ class ContentView : public QWidget {
                 std::shared_ptr<Clipboard> clipboard, QWidget *parent = nullptr);
 
     Sidebar *sidebar() const { return column; }
+    HomeLogView *homeLogs() const { return home; }
 
     /// In logical pixels. Setting clamps to the sidebar's minimum and maximum width.
     int sidebarWidth() const;

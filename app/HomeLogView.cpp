@@ -2,7 +2,6 @@
 
 #include "AppVars.h"
 #include "ChangeFollower.h"
-#include "FindShortcuts.h"
 #include "LogConsoleView.h"
 #include "LogTextArea.h"
 #include "PaneSplitter.h"
@@ -41,8 +40,6 @@ HomeLogView::HomeLogView(std::shared_ptr<AppVars> appVars, std::shared_ptr<TimeS
     setUpperShare(0.5);
     // Tab reaches the divider between the two logs.
     setTabOrder(&lumora->textArea(), panes->handle(1));
-
-    new FindShortcuts({lumora, qorClient}, this);
 
     auto *follower = new ChangeFollower(this, [this] { refresh(); });
     connect(_appVars.get(), &AppVars::objectWillChange, this, [this, follower](AppVars::Change change) {

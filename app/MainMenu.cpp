@@ -1,34 +1,34 @@
 #include "MainMenu.h"
 
+#include "AppVars.h"
+#include "ConsoleActions.h"
+#include "MainQueue.h"
+
 #include <QAction>
-#include <QApplication>
+#include <QEvent>
 #include <QMenu>
 #include <QMenuBar>
-#include <QMetaObject>
 #include <QWidget>
 
+#include <utility>
+
 namespace ferrolt {
-namespace {
 
-void sendToFocus(const char *slot) {
-    QWidget *focus = QApplication::focusWidget();
-    const QByteArray signature = QByteArray(slot).append("()");
-    if (focus && focus->metaObject()->indexOfMethod(signature.constData()) >= 0)
-        QMetaObject::invokeMethod(focus, slot);
-}
-
-}  // namespace
-
-MainMenu::MainMenu(QWidget *window) : QObject(window), window(window) {
-    close = add(QStringLiteral("&Close"), QKeySequence(Qt::CTRL | Qt::Key_W));
+MainMenu::MainMenu(QWidget *window, ConsoleActions &consoles, std::shared_ptr<AppVars> appVars)
+    : QObject(window), window(window), consoles(consoles), appVars(std::move(appVars)) {
+    assertMainThread();
+    home = add(QStringLiteral("&Home"), QKeySequence(Qt::ALT | Qt::Key_Home));
+    // Not QKeySequence::Preferences, which has no key on some desktops.
+    settings = add(QStringLiteral("Se&ttings"), QKeySequence(Qt::CTRL | Qt::Key_Comma));
+    settings->setMenuRole(QAction::PreferencesRole);
+    close = add(QStringLiteral("C&lose"), QKeySequence(Qt::CTRL | Qt::Key_W));
     quit = add(QStringLiteral("&Quit"), QKeySequence(Qt::CTRL | Qt::Key_Q));
     quit->setMenuRole(QAction::QuitRole);
-    copy = add(QStringLiteral("&Copy"), QKeySequence(QKeySequence::Copy));
-    selectAll = add(QStringLiteral("Select &All"), QKeySequence(QKeySequence::SelectAll));
+    connect(home, &QAction::triggered, this, [this] { showTab(AppVars::homeTab); });
+    connect(settings, &QAction::triggered, this, [this] { showTab(AppVars::settingsTab); });
     connect(close, &QAction::triggered, this, &MainMenu::closeRequested);
     connect(quit, &QAction::triggered, this, &MainMenu::quitRequested);
-    connect(copy, &QAction::triggered, this, [] { sendToFocus("copy"); });
-    connect(selectAll, &QAction::triggered, this, [] { sendToFocus("selectAll"); });
+    window->installEventFilter(this);
 }
 
 QAction *MainMenu::add(const QString &text, const QKeySequence &shortcut) {
@@ -40,28 +40,69 @@ QAction *MainMenu::add(const QString &text, const QKeySequence &shortcut) {
 
 void MainMenu::fill(QMenuBar *bar) {
     QMenu *file = bar->addMenu(QStringLiteral("&File"));
+    addSettingsTo(file);
     file->addAction(close);
     file->addSeparator();
     file->addAction(quit);
     QMenu *edit = bar->addMenu(QStringLiteral("&Edit"));
-    edit->addAction(copy);
-    edit->addAction(selectAll);
+    edit->addActions({consoles.copy, consoles.selectAll});
+    edit->addSeparator();
+    edit->addActions({consoles.find, consoles.findNext, consoles.findPrevious});
+    QMenu *view = bar->addMenu(QStringLiteral("&View"));
+    view->addAction(home);
+    for (QMenu *each : {file, edit, view})
+        refreshFor(each);
 }
 
 QMenu *MainMenu::compactMenu() {
     auto *menu = new QMenu(window);
-    menu->addAction(copy);
-    menu->addAction(selectAll);
+    menu->addActions({consoles.copy, consoles.selectAll});
     menu->addSeparator();
-    menu->addAction(close);
-    menu->addAction(quit);
+    menu->addActions({consoles.find, consoles.findNext, consoles.findPrevious});
+    menu->addSeparator();
+    menu->addAction(home);
+    addSettingsTo(menu);
+    menu->addActions({close, quit});
+    refreshFor(menu);
     return menu;
 }
 
-void MainMenu::setOpenAtLogin(QAction *openAtLogin) {
-    for (QObject *place : close->associatedObjects())
-        if (auto *menu = qobject_cast<QMenu *>(place))
-            menu->insertAction(close, openAtLogin);
+void MainMenu::addSettingsTo(QMenu *menu) {
+    menu->addAction(settings);
+    afterSettings.append({menu, menu->addSeparator()});
+}
+
+void MainMenu::setOpenAtLogin(QAction *action) {
+    for (const auto &[menu, next] : std::as_const(afterSettings))
+        menu->insertAction(next, action);
+}
+
+void MainMenu::refreshFor(QMenu *menu) {
+    connect(menu, &QMenu::aboutToShow, this, &MainMenu::refresh);
+}
+
+void MainMenu::refresh() {
+    consoles.refresh();
+    // A menu bar outside of the window is there while the window is closed, too.
+    const bool isClosed = !window->isVisible();
+    home->setEnabled(isClosed || appVars->_selectedTab.get() != AppVars::homeTab);
+    settings->setEnabled(isClosed || appVars->_selectedTab.get() != AppVars::settingsTab);
+    close->setEnabled(!isClosed);
+}
+
+bool MainMenu::eventFilter(QObject *watched, QEvent *event) {
+    // Sent before a key is looked up among the shortcuts.
+    if (event->type() == QEvent::ShortcutOverride)
+        refresh();
+    return QObject::eventFilter(watched, event);
+}
+
+void MainMenu::showTab(const QString &tab) {
+    appVars->selectTab(tab);
+    if (window->isVisible())
+        return;
+    window->show();
+    window->activateWindow();
 }
 
 }  // namespace ferrolt

@@ -1,6 +1,8 @@
 #include "MainWindow.h"
 
+#include "ConsoleActions.h"
 #include "ContentView.h"
+#include "HomeLogView.h"
 #include "MainMenu.h"
 #include "MainQueue.h"
 #include "MenuButton.h"
@@ -30,8 +32,10 @@ constexpr QSize frameAllowance(16, 48);
 MainWindow::MainWindow(std::shared_ptr<AppVars> appVars, std::shared_ptr<TimeSource> time,
                        std::shared_ptr<Clipboard> clipboard, QString stateFile)
     : stateFile(std::move(stateFile)),
-      view(new ContentView(std::move(appVars), std::move(time), std::move(clipboard))),
-      menu(new MainMenu(this)) {
+      view(new ContentView(appVars, std::move(time), std::move(clipboard))),
+      consoles(new ConsoleActions({view->homeLogs()->lumoraConsole(), view->homeLogs()->qorClientConsole()},
+                                  this)),
+      menu(new MainMenu(this, *consoles, std::move(appVars))) {
     setWindowTitle(QStringLiteral("Ferrolt Miner Launcher"));
     setWindowIcon(applicationIcon());
     setCentralWidget(view);
@@ -52,7 +56,7 @@ void MainWindow::makeMenu() {
     connect(menu, &MainMenu::quitRequested, this, &MainWindow::quitRequested);
 
     // Where the desktop shows menu bars outside of windows, it shows this one. A menu bar inside the window
-    // would take a whole row for four commands, so elsewhere a button opens them as one menu.
+    // would take a whole row for a few commands, so elsewhere a button opens them as one menu.
     auto *bar = new QMenuBar(this);
     if (bar->isNativeMenuBar()) {
         menu->fill(bar);

@@ -13,6 +13,7 @@ namespace ferrolt {
 
 class AppVars;
 class Clipboard;
+class ConsoleActions;
 class ContentView;
 class MainMenu;
 class OpenAtLogin;
@@ -33,6 +34,7 @@ class MainWindow : public QMainWindow {
     static QString defaultStateFile();
 
     ContentView *content() const { return view; }
+    MainMenu *mainMenu() const { return menu; }
 
     /// Adds the switch to the menu. Not owned; call once.
     void setOpenAtLogin(OpenAtLogin &openAtLogin);
@@ -65,6 +67,7 @@ class MainWindow : public QMainWindow {
     const QString stateFile;
     WindowState savedState;  ///< as in the file
     ContentView *view;
+    ConsoleActions *consoles;
     MainMenu *menu;
     bool isAppearing = false;  ///< shown, but contentAppeared() not yet emitted
 };

@@ -7,12 +7,10 @@
 #include "MainQueue.h"
 #include "Theme.h"
 
-#include <QAction>
 #include <QContextMenuEvent>
 #include <QEvent>
 #include <QFocusEvent>
 #include <QKeyEvent>
-#include <QMenu>
 #include <QMouseEvent>
 #include <QPaintEvent>
 #include <QPainter>
@@ -545,21 +543,12 @@ void LogTextArea::selectTo(QPointF point) {
 }
 
 void LogTextArea::contextMenuEvent(QContextMenuEvent *event) {
+    if (contextMenu == nullptr)
+        return;
     syncLayout();
-    auto *const menu = new QMenu(this);
-    menu->setAttribute(Qt::WA_DeleteOnClose);
-    QAction *const copyAction = menu->addAction(tr("&Copy"), this, &LogTextArea::copy);
-    copyAction->setShortcut(QKeySequence::Copy);
-    copyAction->setEnabled(hasSelection());
-    menu->addSeparator();
-    QAction *const allAction = menu->addAction(tr("Select &All"), this, &LogTextArea::selectAll);
-    allAction->setShortcut(QKeySequence::SelectAll);
-    allAction->setEnabled(!log.isEmpty());
-    for (QAction *action : {copyAction, allAction})
-        action->setShortcutVisibleInContextMenu(true);
     const bool byKey = event->reason() == QContextMenuEvent::Keyboard;
-    menu->popup(byKey ? viewport()->mapToGlobal(QPoint(LogLayout::padding, LogLayout::padding))
-                      : event->globalPos());
+    contextMenu->popup(byKey ? viewport()->mapToGlobal(QPoint(LogLayout::padding, LogLayout::padding))
+                             : event->globalPos());
 }
 
 }  // namespace ferrolt

@@ -12,6 +12,8 @@
 #include <QAbstractScrollArea>
 #include <QBasicTimer>
 #include <QElapsedTimer>
+#include <QMenu>
+#include <QPointer>
 
 #include <functional>
 #include <optional>
@@ -67,6 +69,9 @@ class LogTextArea : public QAbstractScrollArea {
     void reveal(LogPosition position);
     /// The text of the row that holds a position, with its line break. The log must not be empty.
     LogSpan spanOfRow(LogPosition position);
+
+    /// The menu that a right click and the menu key open. Not owned.
+    void setContextMenu(QMenu *menu) { contextMenu = menu; }
 
     QSize sizeHint() const override { return {480, 240}; }
 
@@ -131,6 +136,7 @@ class LogTextArea : public QAbstractScrollArea {
     LogDrag *const drag;
     std::vector<LogViewport::VisibleRow> rows;  ///< on screen
     QWidget *const marker;
+    QPointer<QMenu> contextMenu;
     /// Pixels for each step of the scroll bar, which counts in int: too little for a huge log.
     qint64 barUnit = 1;
     bool isUpdatingBar = false;  ///< the scroll bar's changes are ours, not the user's

@@ -1,12 +1,17 @@
+#include "ContentView.h"
+#include "HomeLogView.h"
+#include "LogConsoleView.h"
+#include "LogTextArea.h"
 #include "MainMenu.h"
 #include "TestProgram.h"
+#include "WindowFixture.h"
 
 #include <QApplication>
+#include <QLineEdit>
 #include <QMenu>
 #include <QMenuBar>
 #include <QSignalSpy>
 #include <QTest>
-#include <QWidget>
 
 using namespace ferrolt;
 
@@ -19,56 +24,162 @@ class MainMenuTest : public QObject {
             texts.append(action->text().remove('&'));
         return texts;
     }
-    static QAction *action(const QMenu *menu, const QString &text) {
-        const qsizetype at = texts(menu).indexOf(text);
-        return at < 0 ? nullptr : menu->actions().at(at);
+    static QAction *action(const QWidget &owner, const QString &text) {
+        for (QAction *each : owner.actions()) {
+            if (each->text().remove('&') == text)
+                return each;
+        }
+        return nullptr;
     }
+    /// Those that the compact menu enables when it opens.
+    static QStringList enabled(MainWindow &window) {
+        const std::unique_ptr<QMenu> menu(window.mainMenu()->compactMenu());
+        menu->popup(QPoint());
+        QStringList texts;
+        for (const QAction *each : menu->actions()) {
+            if (each->isEnabled() && !each->isSeparator())
+                texts.append(each->text().remove('&'));
+        }
+        menu->close();
+        QApplication::setActiveWindow(&window);  // the offscreen platform keeps the closed menu
+        return texts;
+    }
+    static void press(const QKeySequence &keys) { QTest::keySequence(QApplication::focusWidget(), keys); }
 
   private Q_SLOTS:
+    void initTestCase() { QApplication::setQuitOnLastWindowClosed(false); }
+
     /// As on a desktop with a global menu bar.
-    void theBarHasAFileAndAnEditMenu() {
-        QWidget window;
-        MainMenu menu(&window);
+    void theBarHasAllCommands() {
+        WindowFixture fixture;
+        MainWindow &window = fixture.open();
         QMenuBar bar;
-        menu.fill(&bar);
-        QCOMPARE(bar.actions().size(), 2);
-        QCOMPARE(bar.actions()[0]->text(), QString("&File"));
-        QCOMPARE(bar.actions()[1]->text(), QString("&Edit"));
+        window.mainMenu()->fill(&bar);
+        QStringList menus;
+        for (const QAction *each : bar.actions())
+            menus.append(each->text().remove('&'));
+        QCOMPARE(menus, (QStringList{"File", "Edit", "View"}));
         const QMenu *const file = bar.actions()[0]->menu();
         const QMenu *const edit = bar.actions()[1]->menu();
-        QCOMPARE(texts(file), (QStringList{"Close", "", "Quit"}));
-        QCOMPARE(texts(edit), (QStringList{"Copy", "Select All"}));
-        QCOMPARE(action(file, "Close")->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_W));
-        QCOMPARE(action(file, "Quit")->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_Q));
-        QCOMPARE(action(edit, "Copy")->shortcut(), QKeySequence(QKeySequence::Copy));
-        QCOMPARE(action(edit, "Select All")->shortcut(), QKeySequence(QKeySequence::SelectAll));
-        // macOS moves it into the menu with the program's name.
-        QCOMPARE(action(file, "Quit")->menuRole(), QAction::QuitRole);
-
-        QSignalSpy closing(&menu, &MainMenu::closeRequested);
-        QSignalSpy quitting(&menu, &MainMenu::quitRequested);
-        action(file, "Close")->trigger();
-        QCOMPARE(closing.size(), 1);
-        QCOMPARE(quitting.size(), 0);
-        action(file, "Quit")->trigger();
-        QCOMPARE(closing.size(), 1);
-        QCOMPARE(quitting.size(), 1);
+        const QMenu *const view = bar.actions()[2]->menu();
+        QCOMPARE(texts(file), (QStringList{"Settings", "", "Close", "", "Quit"}));
+        QCOMPARE(texts(edit), (QStringList{"Copy", "Select All", "", "Find", "Find Next", "Find Previous"}));
+        QCOMPARE(texts(view), (QStringList{"Home"}));
+        // macOS moves these into the menu with the program's name.
+        QCOMPARE(action(*file, "Settings")->menuRole(), QAction::PreferencesRole);
+        QCOMPARE(action(*file, "Quit")->menuRole(), QAction::QuitRole);
     }
 
-    void whatHasNothingToCopyIsLeftAlone() {
-        QWidget window;
-        MainMenu menu(&window);
-        window.setFocusPolicy(Qt::StrongFocus);
-        window.show();
-        window.activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(&window));
+    void everyCommandHasAKeyAndALetterOfItsOwn() {
+        WindowFixture fixture;
+        MainWindow &window = fixture.open();
+        QMenu *const menu = window.mainMenu()->compactMenu();
+        QStringList keys;
+        QStringList letters;
+        for (const QAction *each : menu->actions()) {
+            if (each->isSeparator())
+                continue;
+            const QString letter = each->text().section('&', 1, 1).left(1).toUpper();
+            QVERIFY2(!letter.isEmpty() && !letters.contains(letter), qPrintable(each->text()));
+            letters.append(letter);
+            for (const QKeySequence &key : each->shortcuts()) {
+                QVERIFY2(!keys.contains(key.toString()), qPrintable(key.toString()));
+                keys.append(key.toString());
+            }
+        }
+        for (const QString key : {"Ctrl+C", "Ctrl+A", "Ctrl+F", "F3", "Ctrl+G", "Shift+F3", "Ctrl+Shift+G",
+                                  "Alt+Home", "Ctrl+,", "Ctrl+W", "Ctrl+Q"})
+            QVERIFY2(keys.contains(key), qPrintable(key));
+    }
+
+    void closeAndQuitAskForIt() {
+        WindowFixture fixture;
+        MainWindow &window = fixture.open();
+        QSignalSpy closing(window.mainMenu(), &MainMenu::closeRequested);
+        QSignalSpy quitting(window.mainMenu(), &MainMenu::quitRequested);
+        action(window, "Quit")->trigger();
+        QCOMPARE(quitting.size(), 1);
+        QCOMPARE(closing.size(), 0);
+        action(window, "Close")->trigger();
+        QCOMPARE(quitting.size(), 1);
+        QCOMPARE(closing.size(), 1);
+    }
+
+    void theKeysForHomeAndSettingsSwitchFromEverywhere() {
+        WindowFixture fixture;
+        MainWindow &window = fixture.open();
+        press(QKeySequence("Ctrl+,"));
+        QTRY_VERIFY(named<QLineEdit>(window, "E-Mail Address"));
+        QCOMPARE(fixture.vars->_selectedTab.get(), AppVars::settingsTab);
+        named(window, "E-Mail Address")->setFocus();
+        press(QKeySequence("Alt+Home"));
+        QTRY_VERIFY(window.content()->homeLogs()->isVisible());
+        QCOMPARE(fixture.vars->_selectedTab.get(), AppVars::homeTab);
+    }
+
+    void onlyWhatDoesSomethingIsEnabled() {
+        WindowFixture fixture;
+        MainWindow &window = fixture.open();
+        QCOMPARE(enabled(window), (QStringList{"Settings", "Close", "Quit"}));
+        fixture.vars->appendLog(std::vector<LogElement>{"one\n", "two"}, LogTarget::QorClient);
+        LogTextArea &area = window.content()->homeLogs()->qorClientConsole()->textArea();
+        QSignalSpy refreshed(&area, &LogTextArea::refreshed);
+        QVERIFY(refreshed.wait());
+        QCOMPARE(enabled(window), (QStringList{"Settings", "Close", "Quit"}));  // the other log
+        area.setFocus();
+        const QStringList withALog{"Select All", "Find",  "Find Next", "Find Previous",
+                                   "Settings",   "Close", "Quit"};
+        QCOMPARE(enabled(window), withALog);
+        action(window, "Select All")->trigger();
+        QCOMPARE(enabled(window), QStringList{"Copy"} + withALog);
+
+        fixture.vars->selectTab(AppVars::settingsTab);
+        QTRY_VERIFY(named<QLineEdit>(window, "E-Mail Address"));
+        auto *const email = named<QLineEdit>(window, "E-Mail Address");
+        QTRY_COMPARE(email->text(), QString("ada@example.org"));
         window.setFocus();
-        QCOMPARE(QApplication::focusWidget(), &window);
-        for (QAction *each : window.actions())
-            each->trigger();
-        QVERIFY(window.isVisible());
+        QCOMPARE(enabled(window), (QStringList{"Home", "Close", "Quit"}));
+        email->setFocus();
+        QCOMPARE(enabled(window), (QStringList{"Select All", "Home", "Close", "Quit"}));
+        email->selectAll();
+        QCOMPARE(enabled(window), (QStringList{"Copy", "Select All", "Home", "Close", "Quit"}));
+    }
+
+    /// As with a menu bar outside of the window.
+    void homeAndSettingsOpenAClosedWindow() {
+        WindowFixture fixture;
+        MainWindow &window = fixture.open();
+        for (const QString text : {"Home", "Settings"}) {
+            window.close();
+            QStringList possible = enabled(window);
+            QCOMPARE(possible, (QStringList{"Home", "Settings", "Quit"}));
+            action(window, text)->trigger();
+            QVERIFY(window.isVisible());
+            QCOMPARE(fixture.vars->_selectedTab.get(), text.toLower());
+        }
+    }
+
+    void openAtLoginStandsBelowSettings() {
+        WindowFixture fixture;
+        MainWindow &window = fixture.open();
+        QMenuBar bar;
+        window.mainMenu()->fill(&bar);
+        const QMenu *const compact = window.mainMenu()->compactMenu();
+        QAction openAtLogin("Open at Login");
+        window.mainMenu()->setOpenAtLogin(&openAtLogin);
+        for (const QMenu *menu : {compact, static_cast<const QMenu *>(bar.actions()[0]->menu())}) {
+            const qsizetype at = texts(menu).indexOf("Settings");
+            QCOMPARE(texts(menu).mid(at, 3), (QStringList{"Settings", "Open at Login", ""}));
+            QVERIFY(texts(menu).indexOf("Quit") > at);
+        }
     }
 };
 
-TEST_CLASS(MainMenuTest, QApplication)
+TEST_MAIN(MainMenuTest) {
+    useLargeScreen();
+    QApplication application(argc, argv);
+    MainMenuTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+
 #include "MainMenuTest.moc"

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Clipboard.h"
-#include "FindShortcuts.h"
+#include "ConsoleActions.h"
 #include "LauncherStyle.h"
 #include "LogBuffer.h"
 #include "LogConsoleView.h"
@@ -104,7 +104,7 @@ struct ConsoleFixture {
     RecordingClipboard clipboard;
     ManualTime time;
     LogConsoleView view;
-    FindShortcuts shortcuts{{&view}, &view};
+    ConsoleActions actions{{&view}, &view};
 };
 
 }  // namespace ferrolt

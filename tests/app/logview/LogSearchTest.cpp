@@ -63,6 +63,7 @@ class LogSearchTest : public QObject {
 
     void escapeIsLeftToOthersWhileTheBarIsClosed() {
         ConsoleFixture console;
+        console.append("text\n");
         console.show();
         const auto isTaken = [&] {
             QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);

@@ -1,0 +1,115 @@
+#include "ConsoleActions.h"
+
+#include "LogConsoleView.h"
+#include "LogTextArea.h"
+#include "MainQueue.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QEvent>
+#include <QLineEdit>
+#include <QMenu>
+
+#include <utility>
+
+namespace ferrolt {
+namespace {
+
+QAction *makeAction(QWidget *window, const QString &text, QKeySequence::StandardKey shortcut) {
+    auto *const action = new QAction(text, window);
+    // Not setShortcut(): a QKeySequence made of a standard key holds only the first of its keys, and with Qt
+    // 6.4's theme for GTK desktops that is Ctrl+G, not F3, for Find Next.
+    action->setShortcuts(shortcut);
+    action->setShortcutVisibleInContextMenu(true);
+    window->addAction(action);
+    return action;
+}
+
+}  // namespace
+
+ConsoleActions::ConsoleActions(QList<LogConsoleView *> all, QWidget *window)
+    : QObject(window),
+      copy(makeAction(window, tr("&Copy"), QKeySequence::Copy)),
+      selectAll(makeAction(window, tr("Select &All"), QKeySequence::SelectAll)),
+      find(makeAction(window, tr("&Find"), QKeySequence::Find)),
+      findNext(makeAction(window, tr("Find &Next"), QKeySequence::FindNext)),
+      findPrevious(makeAction(window, tr("Find &Previous"), QKeySequence::FindPrevious)),
+      window(window),
+      consoles(std::move(all)),
+      lastUsed(consoles.value(0)) {
+    assertMainThread();
+    Q_ASSERT(!consoles.isEmpty());
+    connectActions();
+    makeContextMenu();
+    refresh();
+    window->installEventFilter(this);
+    connect(qApp, &QApplication::focusChanged, this, [this](QWidget *, QWidget *now) {
+        for (; now != nullptr; now = now->parentWidget()) {
+            auto *const console = qobject_cast<LogConsoleView *>(now);
+            if (consoles.contains(console))
+                lastUsed = console;
+        }
+    });
+}
+
+void ConsoleActions::connectActions() {
+    const auto forConsole = [this](QAction *action, auto act) {
+        connect(action, &QAction::triggered, this, [this, act] {
+            if (console() != nullptr)
+                act(*console());
+        });
+    };
+    forConsole(find, [](LogConsoleView &console) { console.find(); });
+    forConsole(findNext, [](LogConsoleView &console) { console.findNext(); });
+    forConsole(findPrevious, [](LogConsoleView &console) { console.findPrevious(); });
+    connect(copy, &QAction::triggered, this, [this] {
+        if (QLineEdit *const field = focusedField())
+            field->copy();
+        else if (console() != nullptr)
+            console()->textArea().copy();
+    });
+    connect(selectAll, &QAction::triggered, this, [this] {
+        if (QLineEdit *const field = focusedField())
+            field->selectAll();
+        else if (console() != nullptr)
+            console()->textArea().selectAll();
+    });
+}
+
+void ConsoleActions::makeContextMenu() {
+    auto *const menu = new QMenu(window);
+    menu->addActions({copy, selectAll});
+    menu->addSeparator();
+    menu->addActions({find, findNext, findPrevious});
+    connect(menu, &QMenu::aboutToShow, this, &ConsoleActions::refresh);
+    for (LogConsoleView *const each : consoles)
+        each->textArea().setContextMenu(menu);
+}
+
+LogConsoleView *ConsoleActions::console() const {
+    return lastUsed->isVisible() ? lastUsed : nullptr;
+}
+
+QLineEdit *ConsoleActions::focusedField() const {
+    auto *const field = qobject_cast<QLineEdit *>(window->focusWidget());
+    return field != nullptr && field->isVisible() ? field : nullptr;
+}
+
+void ConsoleActions::refresh() {
+    const LogTextArea *const area = console() != nullptr ? &console()->textArea() : nullptr;
+    const QLineEdit *const field = focusedField();
+    const bool hasLog = area != nullptr && !area->buffer().isEmpty();
+    for (QAction *const each : {find, findNext, findPrevious})
+        each->setEnabled(hasLog);
+    copy->setEnabled(field != nullptr ? field->hasSelectedText() : hasLog && area->hasSelection());
+    selectAll->setEnabled(field != nullptr ? !field->text().isEmpty() : hasLog);
+}
+
+bool ConsoleActions::eventFilter(QObject *watched, QEvent *event) {
+    // Sent before a key is looked up among the shortcuts, unless the focused widget takes the key for itself.
+    if (event->type() == QEvent::ShortcutOverride)
+        refresh();
+    return QObject::eventFilter(watched, event);
+}
+
+}  // namespace ferrolt
