@@ -25,7 +25,6 @@ MenuButton::MenuButton(QWidget *parent) : QPushButton(parent) {
     setToolTip(QStringLiteral("Menu"));
     setFocusPolicy(Qt::TabFocus);
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
-    parent->installEventFilter(this);
 }
 
 void MenuButton::setMenu(QMenu *menu) {
@@ -41,11 +40,6 @@ QSize MenuButton::sizeHint() const {
                  std::max(iconSize().height() + 2 * verticalMargin, minHeight));
 }
 
-void MenuButton::paintEvent(QPaintEvent *event) {
-    if (parentWidget()->underMouse() || hasFocus() || isDown())
-        QPushButton::paintEvent(event);
-}
-
 bool MenuButton::eventFilter(QObject *watched, QEvent *event) {
     // QPushButton opens its menu below itself, which here is below the window. The same menu also opens where
     // the sidebar is clicked; the button is not down then.
@@ -54,8 +48,6 @@ bool MenuButton::eventFilter(QObject *watched, QEvent *event) {
         const int left = isRightToLeft() ? corner.x() + width() - menu()->width() : corner.x();
         menu()->move(left, corner.y() - menu()->height());
     }
-    if (watched == parentWidget() && (event->type() == QEvent::Enter || event->type() == QEvent::Leave))
-        update();
     return QPushButton::eventFilter(watched, event);
 }
 
