@@ -50,6 +50,8 @@ void MainMenu::fill(QMenuBar *bar) {
     edit->addActions({consoles.find, consoles.findNext, consoles.findPrevious});
     QMenu *view = bar->addMenu(QStringLiteral("&View"));
     view->addAction(home);
+    view->addSeparator();
+    view->addAction(consoles.newestEntry);
     for (QMenu *each : {file, edit, view})
         refreshFor(each);
 }
@@ -59,6 +61,8 @@ QMenu *MainMenu::compactMenu() {
     menu->addActions({consoles.copy, consoles.selectAll});
     menu->addSeparator();
     menu->addActions({consoles.find, consoles.findNext, consoles.findPrevious});
+    menu->addSeparator();
+    menu->addAction(consoles.newestEntry);
     menu->addSeparator();
     menu->addAction(home);
     addSettingsTo(menu);

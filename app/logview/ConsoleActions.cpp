@@ -15,14 +15,18 @@
 namespace ferrolt {
 namespace {
 
-QAction *makeAction(QWidget *window, const QString &text, QKeySequence::StandardKey shortcut) {
+QAction *makeAction(QWidget *window, const QString &text, const QList<QKeySequence> &shortcuts) {
     auto *const action = new QAction(text, window);
-    // Not setShortcut(): a QKeySequence made of a standard key holds only the first of its keys, and with Qt
-    // 6.4's theme for GTK desktops that is Ctrl+G, not F3, for Find Next.
-    action->setShortcuts(shortcut);
+    action->setShortcuts(shortcuts);
     action->setShortcutVisibleInContextMenu(true);
     window->addAction(action);
     return action;
+}
+
+/// All keys of a command: a QKeySequence made of it holds only the first one, and with Qt 6.4's theme for GTK
+/// desktops that is Ctrl+G, not F3, for Find Next.
+QAction *makeAction(QWidget *window, const QString &text, QKeySequence::StandardKey command) {
+    return makeAction(window, text, QKeySequence::keyBindings(command));
 }
 
 }  // namespace
@@ -34,6 +38,8 @@ ConsoleActions::ConsoleActions(QList<LogConsoleView *> all, QWidget *window)
       find(makeAction(window, tr("&Find"), QKeySequence::Find)),
       findNext(makeAction(window, tr("Find &Next"), QKeySequence::FindNext)),
       findPrevious(makeAction(window, tr("Find &Previous"), QKeySequence::FindPrevious)),
+      // A log has Ctrl+End for the caret, and a text field has it, too.
+      newestEntry(makeAction(window, tr("Newest &Entry"), {QKeySequence(Qt::ALT | Qt::Key_End)})),
       window(window),
       consoles(std::move(all)),
       lastUsed(consoles.value(0)) {
@@ -62,6 +68,7 @@ void ConsoleActions::connectActions() {
     forConsole(find, [](LogConsoleView &console) { console.find(); });
     forConsole(findNext, [](LogConsoleView &console) { console.findNext(); });
     forConsole(findPrevious, [](LogConsoleView &console) { console.findPrevious(); });
+    forConsole(newestEntry, [](LogConsoleView &console) { console.textArea().scrollToNewest(); });
     connect(copy, &QAction::triggered, this, [this] {
         if (QLineEdit *const field = focusedField())
             field->copy();
@@ -81,6 +88,8 @@ void ConsoleActions::makeContextMenu() {
     menu->addActions({copy, selectAll});
     menu->addSeparator();
     menu->addActions({find, findNext, findPrevious});
+    menu->addSeparator();
+    menu->addAction(newestEntry);
     connect(menu, &QMenu::aboutToShow, this, &ConsoleActions::refresh);
     for (LogConsoleView *const each : consoles)
         each->textArea().setContextMenu(menu);
@@ -101,6 +110,7 @@ void ConsoleActions::refresh() {
     const bool hasLog = area != nullptr && !area->buffer().isEmpty();
     for (QAction *const each : {find, findNext, findPrevious})
         each->setEnabled(hasLog);
+    newestEntry->setEnabled(hasLog && !area->showsNewest());
     copy->setEnabled(field != nullptr ? field->hasSelectedText() : hasLog && area->hasSelection());
     selectAll->setEnabled(field != nullptr ? !field->text().isEmpty() : hasLog);
 }

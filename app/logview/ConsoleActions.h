@@ -31,6 +31,7 @@ class ConsoleActions : public QObject {
     QAction *const find;
     QAction *const findNext;
     QAction *const findPrevious;
+    QAction *const newestEntry;
 
     /// Enables what does something now. Called before a key is taken for a shortcut and before a context menu
     /// opens; to be called before any other menu with these commands opens.

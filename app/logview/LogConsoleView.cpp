@@ -6,6 +6,7 @@
 #include "LogSearch.h"
 #include "LogTextArea.h"
 #include "MainQueue.h"
+#include "NewestEntryButton.h"
 #include "StatusBadge.h"
 #include "Symbols.h"
 #include "Theme.h"
@@ -79,6 +80,7 @@ LogConsoleView::LogConsoleView(const QString &title, const LogBuffer &lines, con
 
     connect(copyButton, &QAbstractButton::clicked, this, &LogConsoleView::copyLog);
     connect(area, &LogTextArea::refreshed, this, &LogConsoleView::refreshHeader);
+    new NewestEntryButton(*area, this);
     titleLabel->setFont(Theme::headline());
     refreshHeader();
 }

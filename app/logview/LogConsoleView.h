@@ -19,7 +19,8 @@ class StatusBadge;
 
 /// One service's log as a framed panel: a header with the service's name, a button that copies the whole log
 /// and a badge that says whether the service runs; below it the log itself, which follows its newest entry.
-/// Between them, once it was asked for, a find bar, which Escape closes.
+/// Between them, once it was asked for, a find bar, which Escape closes. Over the log, while its newest entry
+/// is not on screen, a button that scrolls there.
 ///
 /// Main thread.
 class LogConsoleView : public QWidget {

@@ -185,6 +185,14 @@ void LogTextArea::showView() {
     const qint64 top = layout.markerBottom() - LogLayout::markerHeight - view.offset();
     marker->setGeometry(LogLayout::padding, static_cast<int>(std::clamp<qint64>(top, -1, view.viewHeight())),
                         std::max(viewport()->width() - 2 * LogLayout::padding, 0), LogLayout::markerHeight);
+    updateNewest();
+}
+
+void LogTextArea::updateNewest() {
+    const bool isShown =
+        layout.isEmpty() || follower.isMoving() || view.followOffset() - view.offset() < layout.rowHeight();
+    if (std::exchange(newestIsShown, isShown) != isShown)
+        Q_EMIT showsNewestChanged();
 }
 
 void LogTextArea::updateGrid() {
@@ -339,6 +347,18 @@ void LogTextArea::scrollByUser(qint64 offset) {
     showView();
 }
 
+void LogTextArea::stopFollowing() {
+    follower.stop();
+    updateNewest();
+}
+
+void LogTextArea::scrollToNewest() {
+    syncLayout();
+    follower.stop();
+    follower.jumpToEnd();
+    scrollByUser(view.maximum());
+}
+
 bool LogTextArea::scrollByKey(const QKeyEvent &event) {
     const Qt::KeyboardModifiers modifiers = event.modifiers() & ~Qt::KeypadModifier;
     if (modifiers != Qt::NoModifier)
@@ -355,9 +375,7 @@ bool LogTextArea::scrollByKey(const QKeyEvent &event) {
             scrollByUser(0);
             return true;
         case Qt::Key_End:
-            follower.stop();
-            follower.jumpToEnd();
-            scrollByUser(view.maximum());
+            scrollToNewest();
             return true;
         default:
             return false;
@@ -439,7 +457,7 @@ void LogTextArea::selectAll() {
     syncLayout();
     if (log.isEmpty())
         return;
-    follower.stop();
+    stopFollowing();
     selectBy([&] { selected.select(LogText::whole(log)); });
     offerSelection();
 }
@@ -499,7 +517,7 @@ void LogTextArea::mousePressEvent(QMouseEvent *event) {
         QAbstractScrollArea::mousePressEvent(event);
         return;
     }
-    follower.stop();
+    stopFollowing();
     caret.hide();
     const LogSelection::Unit unit = drag->press(event->position());
     const bool extends =

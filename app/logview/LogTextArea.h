@@ -48,6 +48,9 @@ class LogTextArea : public QAbstractScrollArea {
     const LogBuffer &buffer() const { return log; }
     /// Whether an animated scroll to the newest entry is under way.
     bool isFollowing() const { return follower.isMoving(); }
+    /// Whether the last row of the newest entry is on screen, if only in part, or an animated scroll brings
+    /// it there. As of the last look at the log.
+    bool showsNewest() const { return newestIsShown; }
     const LogSelection &selection() const { return selected; }
     bool hasSelection() const { return !selected.isEmpty(); }
     /// Selects a part of the log. If its beginning is not on screen, scrolls it to the middle.
@@ -79,10 +82,12 @@ class LogTextArea : public QAbstractScrollArea {
     /// Copies the selected text as it is stored, with nothing between elements.
     void copy();
     void selectAll();
+    void scrollToNewest();
 
   Q_SIGNALS:
     /// The area has read the changed log.
     void refreshed();
+    void showsNewestChanged();
     void selectionChanged();
     void caretMoved();
 
@@ -115,6 +120,8 @@ class LogTextArea : public QAbstractScrollArea {
     void updateGrid();
     void countRowsWhenQuiet();
     void showView();
+    void stopFollowing();
+    void updateNewest();
     void updateScrollBar();
     void scrollByUser(qint64 offset);
 
@@ -142,6 +149,7 @@ class LogTextArea : public QAbstractScrollArea {
     bool isUpdatingBar = false;  ///< the scroll bar's changes are ours, not the user's
     HitsOfRow hits;
     bool selectionIsHit = false;
+    bool newestIsShown = true;
 
     bool wasShown = false;
     bool changedUnseen = false;  ///< and so the viewport is marked to be painted

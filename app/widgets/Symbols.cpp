@@ -58,6 +58,8 @@ QString fileOf(Symbol symbol) {
             return QStringLiteral("chevron.up");
         case Symbol::ChevronDown:
             return QStringLiteral("chevron.down");
+        case Symbol::ArrowDown:
+            return QStringLiteral("arrow.down");
         case Symbol::Menu:
             return QStringLiteral("line.3.horizontal");
     }

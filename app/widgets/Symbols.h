@@ -31,6 +31,7 @@ enum class Symbol {
     XmarkCircle,
     ChevronUp,
     ChevronDown,
+    ArrowDown,
     Menu
 };
 

@@ -64,7 +64,7 @@ class MainMenuTest : public QObject {
         const QMenu *const view = bar.actions()[2]->menu();
         QCOMPARE(texts(file), (QStringList{"Settings", "", "Close", "", "Quit"}));
         QCOMPARE(texts(edit), (QStringList{"Copy", "Select All", "", "Find", "Find Next", "Find Previous"}));
-        QCOMPARE(texts(view), (QStringList{"Home"}));
+        QCOMPARE(texts(view), (QStringList{"Home", "", "Newest Entry"}));
         // macOS moves these into the menu with the program's name.
         QCOMPARE(action(*file, "Settings")->menuRole(), QAction::PreferencesRole);
         QCOMPARE(action(*file, "Quit")->menuRole(), QAction::QuitRole);
@@ -88,7 +88,7 @@ class MainMenuTest : public QObject {
             }
         }
         for (const QString key : {"Ctrl+C", "Ctrl+A", "Ctrl+F", "F3", "Ctrl+G", "Shift+F3", "Ctrl+Shift+G",
-                                  "Alt+Home", "Ctrl+,", "Ctrl+W", "Ctrl+Q"})
+                                  "Alt+Home", "Alt+End", "Ctrl+,", "Ctrl+W", "Ctrl+Q"})
             QVERIFY2(keys.contains(key), qPrintable(key));
     }
 

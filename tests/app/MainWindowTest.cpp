@@ -134,8 +134,7 @@ class MainWindowTest : public QObject {
         });
         QTest::keyClick(&window, Qt::Key_F10);
         QTRY_COMPARE(quit.size(), 1);
-        QCOMPARE(seen, (QStringList{"Copy", "Select All", "", "Find", "Find Next", "Find Previous", "",
-                                    "Home", "Settings", "", "Close", "Quit"}));
+        QCOMPARE(seen, (QStringList{"Copy", "Select All", "", "Find", "Find Next", "Find Previous", "", "Newest Entry", "", "Home", "Settings", "", "Close", "Quit"}));
     }
 
     void theMenuOpensInsideTheWindow_data() {

@@ -7,6 +7,7 @@
 #include "LogConsoleView.h"
 #include "LogTextArea.h"
 #include "ManualTime.h"
+#include "NewestEntryButton.h"
 
 #include <QAbstractEventDispatcher>
 #include <QApplication>
@@ -98,6 +99,7 @@ struct ConsoleFixture {
     int scrolled() { return area().verticalScrollBar()->value(); }
     LogTextArea &area() { return view.textArea(); }
     QPushButton &copyButton() { return *view.findChild<QPushButton *>(); }
+    NewestEntryButton &newestButton() { return *view.findChild<NewestEntryButton *>(); }
     QWidget &marker() { return *view.findChild<QWidget *>(QStringLiteral("lumBottom")); }
 
     LogBuffer log;

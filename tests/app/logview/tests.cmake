@@ -1,6 +1,6 @@
 ferrolt_test_program(app-logview-tests LINKS ferrolt_logview ferrolt_desktop ferrolt_text)
 foreach(test ConsoleActionsTest LogConsoleLookTest LogConsoleViewTest LogRowTextTest LogSearchTest LogTextAreaSelectionTest
-        LogTextAreaTest)
+        LogTextAreaTest NewestEntryButtonTest)
     ferrolt_test(app/logview ${test} WINDOW)
 endforeach()
 ferrolt_test(app/logview LogHostileTextTest WINDOW TIMEOUT 300 COST 20 LONG_UNDER thread)  # it has one thread

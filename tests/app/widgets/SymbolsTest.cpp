@@ -28,7 +28,8 @@ class SymbolsTest : public QObject {
                                      Symbol::ChevronUp,
                                      Symbol::ChevronDown,
                                      Symbol::Menu,
-                                     Symbol::XmarkCircle};
+                                     Symbol::XmarkCircle,
+                                     Symbol::ArrowDown};
 
   private Q_SLOTS:
     void everySymbolIsDrawnInItsTintAndNothingElse() {
