@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <string_view>
+#include <system_error>
 
 namespace ferrolt {
 
@@ -15,9 +16,13 @@ namespace ferrolt {
 /// in the locale's encoding, and refuses a file without write permission, although only the folder's
 /// permission matters for a renaming.
 ///
-/// Returns false if that fails (full disk, folder not writable, a folder or device in the file's place), with
-/// the reason in errno; the old file is then unchanged. Only a crash may leave the new file behind, under a
-/// hidden name. Waits for the disk; any thread.
+/// Returns false if that fails (full disk, folder not writable, a folder or device in the file's place); the
+/// old file is then unchanged. Only a crash may leave the new file behind, under a hidden name. Waits for the
+/// disk; any thread.
 [[nodiscard]] bool replaceFile(const std::filesystem::path &path, std::string_view contents);
+/// The same. If it fails, `reason` says why: the system's error, is_a_directory, or not_supported for
+/// something else that is no ordinary file.
+[[nodiscard]] bool replaceFile(const std::filesystem::path &path, std::string_view contents,
+                               std::error_code &reason);
 
 }  // namespace ferrolt

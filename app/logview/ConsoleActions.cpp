@@ -1,6 +1,7 @@
 #include "ConsoleActions.h"
 
 #include "LogConsoleView.h"
+#include "LogSaver.h"
 #include "LogTextArea.h"
 #include "MainQueue.h"
 
@@ -38,11 +39,14 @@ ConsoleActions::ConsoleActions(QList<LogConsoleView *> all, QWidget *window)
       find(makeAction(window, tr("&Find"), QKeySequence::Find)),
       findNext(makeAction(window, tr("Find &Next"), QKeySequence::FindNext)),
       findPrevious(makeAction(window, tr("Find &Previous"), QKeySequence::FindPrevious)),
-      // A log has Ctrl+End for the caret, and a text field has it, too.
+      // A log has Ctrl+End for the caret, and a text field has it, too. The standard key for Save As is none
+      // on some desktops.
       newestEntry(makeAction(window, tr("Newest &Entry"), {QKeySequence(Qt::ALT | Qt::Key_End)})),
+      saveLog(makeAction(window, tr("&Save Log As…"), {QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S)})),
       window(window),
       consoles(std::move(all)),
-      lastUsed(consoles.value(0)) {
+      lastUsed(consoles.value(0)),
+      saver(new LogSaver(window)) {
     assertMainThread();
     Q_ASSERT(!consoles.isEmpty());
     connectActions();
@@ -69,6 +73,9 @@ void ConsoleActions::connectActions() {
     forConsole(findNext, [](LogConsoleView &console) { console.findNext(); });
     forConsole(findPrevious, [](LogConsoleView &console) { console.findPrevious(); });
     forConsole(newestEntry, [](LogConsoleView &console) { console.textArea().scrollToNewest(); });
+    forConsole(saveLog, [this](LogConsoleView &console) {
+        saver->save(console.title(), console.textArea().buffer());
+    });
     connect(copy, &QAction::triggered, this, [this] {
         if (QLineEdit *const field = focusedField())
             field->copy();
@@ -89,7 +96,7 @@ void ConsoleActions::makeContextMenu() {
     menu->addSeparator();
     menu->addActions({find, findNext, findPrevious});
     menu->addSeparator();
-    menu->addAction(newestEntry);
+    menu->addActions({newestEntry, saveLog});
     connect(menu, &QMenu::aboutToShow, this, &ConsoleActions::refresh);
     for (LogConsoleView *const each : consoles)
         each->textArea().setContextMenu(menu);
@@ -108,7 +115,7 @@ void ConsoleActions::refresh() {
     const LogTextArea *const area = console() != nullptr ? &console()->textArea() : nullptr;
     const QLineEdit *const field = focusedField();
     const bool hasLog = area != nullptr && !area->buffer().isEmpty();
-    for (QAction *const each : {find, findNext, findPrevious})
+    for (QAction *const each : {find, findNext, findPrevious, saveLog})
         each->setEnabled(hasLog);
     newestEntry->setEnabled(hasLog && !area->showsNewest());
     copy->setEnabled(field != nullptr ? field->hasSelectedText() : hasLog && area->hasSelection());

@@ -10,6 +10,7 @@ class QWidget;
 namespace ferrolt {
 
 class LogConsoleView;
+class LogSaver;
 
 /// A window's commands for its texts, with their shortcuts. The consoles get them as their context menu.
 ///
@@ -32,6 +33,7 @@ class ConsoleActions : public QObject {
     QAction *const findNext;
     QAction *const findPrevious;
     QAction *const newestEntry;
+    QAction *const saveLog;
 
     /// Enables what does something now. Called before a key is taken for a shortcut and before a context menu
     /// opens; to be called before any other menu with these commands opens.
@@ -51,6 +53,7 @@ class ConsoleActions : public QObject {
     QWidget *const window;
     const QList<LogConsoleView *> consoles;
     LogConsoleView *lastUsed;
+    LogSaver *const saver;
 };
 
 }  // namespace ferrolt

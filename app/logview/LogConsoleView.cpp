@@ -122,6 +122,10 @@ void LogConsoleView::keyPressEvent(QKeyEvent *event) {
         QWidget::keyPressEvent(event);
 }
 
+QString LogConsoleView::title() const {
+    return titleLabel->text();
+}
+
 void LogConsoleView::setRunning(bool isRunning) {
     badge->setRunning(isRunning);
 }

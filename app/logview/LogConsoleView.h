@@ -32,6 +32,8 @@ class LogConsoleView : public QWidget {
     LogConsoleView(const QString &title, const LogBuffer &lines, const QString &bottomId,
                    Clipboard &clipboard, TimeSource &time, QWidget *parent = nullptr);
 
+    QString title() const;
+
     /// Shown at once.
     void setRunning(bool isRunning);
 

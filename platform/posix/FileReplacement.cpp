@@ -51,11 +51,8 @@ class NewFile {
         }
     }
     ~NewFile() {
-        const int reason = errno;
         if (descriptor.isValid() && !isInPlace)
             ::unlink(path.c_str());
-        descriptor = FileDescriptor();
-        errno = reason;
     }
     NewFile(const NewFile &) = delete;
     NewFile &operator=(const NewFile &) = delete;
@@ -114,26 +111,36 @@ class NewFile {
 }  // namespace
 
 bool replaceFile(const fs::path &path, std::string_view contents) {
+    std::error_code reason;
+    return replaceFile(path, contents, reason);
+}
+
+bool replaceFile(const fs::path &path, std::string_view contents, std::error_code &reason) {
     const auto target = endOfLinks(path);
     if (!target) {
-        errno = ELOOP;
+        reason = std::make_error_code(std::errc::too_many_symbolic_link_levels);
         return false;
     }
     struct stat old {};
     const bool exists = ::lstat(target->c_str(), &old) == 0;
     if (exists && !S_ISREG(old.st_mode)) {
-        errno = S_ISDIR(old.st_mode) ? EISDIR : EINVAL;
+        reason =
+            std::make_error_code(S_ISDIR(old.st_mode) ? std::errc::is_a_directory : std::errc::not_supported);
         return false;
     }
-    if (!exists && errno != ENOENT)
+    const auto fail = [&reason](int error) {
+        reason = std::error_code(error, std::generic_category());
         return false;
+    };
+    if (!exists && errno != ENOENT)
+        return fail(errno);
     // The new contents of a private file must never be readable by others.
     NewFile file(target->parent_path(), exists ? 0600 : 0666);
     if (!file.isOpen())
-        return false;
+        return fail(errno);
     if (exists)
         file.takeAccessOf(old);
-    return file.write(contents) && file.writeThrough() && file.takePlaceOf(*target);
+    return (file.write(contents) && file.writeThrough() && file.takePlaceOf(*target)) || fail(errno);
 }
 
 }  // namespace ferrolt

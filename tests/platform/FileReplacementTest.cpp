@@ -67,6 +67,7 @@ class FileReplacementTest : public QObject {
     void aCircleOfLinksFails();
     void aFolderOrPipeInPlaceOfTheFileFails();
     void aMissingFolderFails();
+    void aFolderThatOneMayNotWriteToFails();
     void theOwnerStaysWhenTheSystemLetsUs();
     void aNameOfTheGreatestLengthIsNoHindrance();
     void aFolderNameThatIsNotUtf8IsNoHindrance();
@@ -165,27 +166,43 @@ void FileReplacementTest::aLinkIntoAMissingFolderFails() {
 void FileReplacementTest::aCircleOfLinksFails() {
     fs::create_symlink("second", path());
     fs::create_symlink("file", home() / "second");
-    QVERIFY(!replaceFile(path(), "new"));
-    QCOMPARE(errno, ELOOP);
+    std::error_code reason;
+    QVERIFY(!replaceFile(path(), "new", reason));
+    QVERIFY(reason == std::errc::too_many_symbolic_link_levels);
     QCOMPARE(contents(home()), (QStringList{QStringLiteral("file"), QStringLiteral("second")}));
 }
 
 void FileReplacementTest::aFolderOrPipeInPlaceOfTheFileFails() {
     fs::create_directory(path());
-    QVERIFY(!replaceFile(path(), "new"));
-    QCOMPARE(errno, EISDIR);
+    std::error_code reason;
+    QVERIFY(!replaceFile(path(), "new", reason));
+    QVERIFY(reason == std::errc::is_a_directory);
     QVERIFY(fs::is_directory(path()));
     const fs::path pipe = home() / "pipe";
     QCOMPARE(::mkfifo(pipe.c_str(), 0600), 0);
-    QVERIFY(!replaceFile(pipe, "new"));
+    QVERIFY(!replaceFile(pipe, "new", reason));
+    QVERIFY(reason == std::errc::not_supported);
     QVERIFY(fs::is_fifo(pipe));
     QCOMPARE(contents(home()), (QStringList{QStringLiteral("file"), QStringLiteral("pipe")}));
 }
 
 void FileReplacementTest::aMissingFolderFails() {
-    QVERIFY(!replaceFile(home() / "no folder/file", "new"));
-    QCOMPARE(errno, ENOENT);
+    std::error_code reason;
+    QVERIFY(!replaceFile(home() / "no folder/file", "new", reason));
+    QVERIFY(reason == std::errc::no_such_file_or_directory);
     QVERIFY(!fs::exists(home() / "no folder"));
+}
+
+void FileReplacementTest::aFolderThatOneMayNotWriteToFails() {
+    const fs::path locked = home() / "locked";
+    fs::create_directory(locked);
+    fs::permissions(locked, fs::perms::owner_read | fs::perms::owner_exec);
+    const int code = inChild([&] {
+        std::error_code reason;
+        return obeyPermissions() && !replaceFile(locked / "file", "new", reason) ? reason.value() : 0;
+    });
+    fs::permissions(locked, fs::perms::owner_all);
+    QCOMPARE(code, EACCES);
 }
 
 void FileReplacementTest::theOwnerStaysWhenTheSystemLetsUs() {
@@ -238,16 +255,16 @@ void FileReplacementTest::aDiskThatFailsToWriteThroughLeavesTheOldFile() {
     write(path(), "old");
     const auto result = [&](int error) {
         syncResult = error;
-        const bool isReplaced = replaceFile(path(), "new");
+        std::error_code reason;
+        const bool isReplaced = replaceFile(path(), "new", reason);
         syncResult = 0;
-        return isReplaced;
+        return isReplaced ? 0 : reason.value();
     };
-    QVERIFY(!result(EIO));
-    QVERIFY(!result(ENOSPC));
-    QCOMPARE(errno, ENOSPC);
+    QCOMPARE(result(EIO), EIO);
+    QCOMPARE(result(ENOSPC), ENOSPC);
     QCOMPARE(read(path()), QByteArray("old"));
     QCOMPARE(contents(home()), QStringList{QStringLiteral("file")});
-    QVERIFY(result(EINVAL));  // a file system without fsync()
+    QCOMPARE(result(EINVAL), 0);  // a file system without fsync()
     QCOMPARE(read(path()), QByteArray("new"));
 }
 

@@ -9,7 +9,6 @@
 #include <QHash>
 #include <QStandardPaths>
 
-#include <cerrno>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -46,10 +45,6 @@ QString shown(const fs::path &path) {
 
 QString reason(const std::error_code &failure) {
     return QString::fromLocal8Bit(failure.message().c_str());
-}
-
-std::error_code lastFailure() {
-    return {errno, std::generic_category()};
 }
 
 QByteArray bytesOf(std::string_view text) {
@@ -179,9 +174,7 @@ std::optional<QString> AutostartEntry::write(Visibility visibility) const {
     if (fs::is_symlink(folder, failure) && !fs::exists(folder, failure))
         return QStringLiteral("The folder %1 is a link that leads nowhere.").arg(shown(folder));
     fs::create_directories(folder, failure);
-    if (!failure && !replaceFile(entry, {text.constData(), static_cast<std::size_t>(text.size())}))
-        failure = lastFailure();
-    if (failure)
+    if (failure || !replaceFile(entry, {text.constData(), static_cast<std::size_t>(text.size())}, failure))
         return QStringLiteral("%1 could not be written: %2.").arg(shown(entry), reason(failure));
     return std::nullopt;
 }

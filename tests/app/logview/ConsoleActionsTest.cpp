@@ -60,7 +60,7 @@ class ConsoleActionsTest : public QObject {
         console.appendAndWait("one\ntwo\n");
         console.area().setFocus();
         QVERIFY(!enabled(console).contains("Copy"));
-        for (const QString text : {"Select All", "Find", "Find Next", "Find Previous"})
+        for (const QString text : {"Select All", "Find", "Find Next", "Find Previous", "Save Log As…"})
             QVERIFY2(enabled(console).contains(text), qPrintable(text));
         console.actions.selectAll->trigger();
         QVERIFY(enabled(console).contains("Copy"));

@@ -1,5 +1,5 @@
 ferrolt_test_program(app-logview-tests LINKS ferrolt_logview ferrolt_desktop ferrolt_text)
-foreach(test ConsoleActionsTest LogConsoleLookTest LogConsoleViewTest LogRowTextTest LogSearchTest LogTextAreaSelectionTest
+foreach(test ConsoleActionsTest LogConsoleLookTest LogConsoleViewTest LogRowTextTest LogSaverTest LogSearchTest LogTextAreaSelectionTest
         LogTextAreaTest NewestEntryButtonTest)
     ferrolt_test(app/logview ${test} WINDOW)
 endforeach()

@@ -1,0 +1,109 @@
+#include "LogSaver.h"
+
+#include "FileReplacement.h"
+#include "LogBuffer.h"
+#include "MainQueue.h"
+#include "ReverseDomain.h"
+#include "Symbols.h"
+#include "Theme.h"
+
+#include <QDir>
+#include <QFile>
+#include <QMessageBox>
+#include <QStandardPaths>
+
+#include <cerrno>
+#include <filesystem>
+#include <string>
+#include <utility>
+
+namespace ferrolt {
+namespace {
+
+constexpr int warningSide = 40;
+
+QString documentsFolder() {
+    const QString documents = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
+    return QDir(documents).exists() ? documents : QDir::homePath();
+}
+
+std::string joined(const std::vector<QByteArray> &pieces) {
+    std::size_t size = 0;
+    for (const QByteArray &piece : pieces)
+        size += static_cast<std::size_t>(piece.size());
+    std::string text;
+    text.reserve(size);
+    for (const QByteArray &piece : pieces)
+        text.append(piece.constData(), static_cast<std::size_t>(piece.size()));
+    return text;
+}
+
+QString wordsFor(const std::error_code &reason) {
+    if (reason == std::errc::no_space_on_device || reason.value() == EDQUOT)
+        return LogSaver::tr("there is no space left on the disk");
+    if (reason == std::errc::permission_denied || reason == std::errc::operation_not_permitted)
+        return LogSaver::tr("you have no permission to write to that folder");
+    if (reason == std::errc::read_only_file_system)
+        return LogSaver::tr("that disk can only be read");
+    if (reason == std::errc::is_a_directory)
+        return LogSaver::tr("a folder has that name");
+    if (reason == std::errc::not_supported)
+        return LogSaver::tr("what has that name is no ordinary file");
+    if (reason == std::errc::no_such_file_or_directory || reason == std::errc::not_a_directory)
+        return LogSaver::tr("that folder does not exist");
+    return QString::fromLocal8Bit(reason.message().c_str());
+}
+
+}  // namespace
+
+LogSaver::LogSaver(QWidget *window)
+    : QObject(window),
+      window(window),
+      queue(std::string(reverseDomain) + ".save-log", QualityOfService::Utility) {
+    assertMainThread();
+}
+
+void LogSaver::save(const QString &title, const LogBuffer &log) {
+    if (dialog != nullptr)
+        return;
+    dialog = new QFileDialog(window, tr("Save Log As"), documentsFolder());
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setAcceptMode(QFileDialog::AcceptSave);
+    dialog->setFileMode(QFileDialog::AnyFile);
+    dialog->setNameFilters({tr("Logs (*.log)"), tr("All Files (*)")});
+    dialog->setDefaultSuffix(QStringLiteral("log"));
+    dialog->selectFile(title + QStringLiteral(".log"));
+    connect(dialog, &QFileDialog::fileSelected, this,
+            [this, &log](const QString &file) { write(file, log.snapshot()); });
+    dialog->open();
+}
+
+void LogSaver::write(const QString &file, std::vector<QByteArray> pieces) {
+    const auto work = [self = QPointer(this), file, pieces = std::move(pieces)] {
+        std::error_code reason;
+        const std::filesystem::path path = QFile::encodeName(file).toStdString();
+        const bool isSaved = replaceFile(path, joined(pieces), reason);
+        MainQueue::async([self, file, isSaved, reason] {
+            if (self && isSaved)
+                Q_EMIT self->saved(file);
+            else if (self)
+                self->showFailure(file, reason);
+        });
+    };
+    if (!queue.async(work))
+        showFailure(file, std::make_error_code(std::errc::resource_unavailable_try_again));
+}
+
+void LogSaver::showFailure(const QString &file, const std::error_code &reason) {
+    auto *const box = new QMessageBox(window);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setWindowTitle(tr("Save Log As"));
+    box->setIconPixmap(symbolPixmap(Symbol::WarningTriangle, QSize(warningSide, warningSide),
+                                    Theme::orange(box->palette()), box->devicePixelRatioF()));
+    box->setTextFormat(Qt::PlainText);  // a name may look like markup
+    box->setText(tr("The log could not be saved as “%1”: %2.").arg(file, wordsFor(reason)));
+    box->addButton(QMessageBox::Ok);
+    box->open();
+}
+
+}  // namespace ferrolt
