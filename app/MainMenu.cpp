@@ -21,11 +21,14 @@ MainMenu::MainMenu(QWidget *window, ConsoleActions &consoles, std::shared_ptr<Ap
     // Not QKeySequence::Preferences, which has no key on some desktops.
     settings = add(QStringLiteral("Se&ttings"), QKeySequence(Qt::CTRL | Qt::Key_Comma));
     settings->setMenuRole(QAction::PreferencesRole);
+    about = add(QStringLiteral("A&bout Ferrolt Miner Launcher"), {});
+    about->setMenuRole(QAction::AboutRole);
     close = add(QStringLiteral("C&lose"), QKeySequence(Qt::CTRL | Qt::Key_W));
     quit = add(QStringLiteral("&Quit"), QKeySequence(Qt::CTRL | Qt::Key_Q));
     quit->setMenuRole(QAction::QuitRole);
     connect(home, &QAction::triggered, this, [this] { showTab(AppVars::homeTab); });
     connect(settings, &QAction::triggered, this, [this] { showTab(AppVars::settingsTab); });
+    connect(about, &QAction::triggered, this, &MainMenu::aboutRequested);
     connect(close, &QAction::triggered, this, &MainMenu::closeRequested);
     connect(quit, &QAction::triggered, this, &MainMenu::quitRequested);
     window->installEventFilter(this);
@@ -40,6 +43,8 @@ QAction *MainMenu::add(const QString &text, const QKeySequence &shortcut) {
 
 void MainMenu::fill(QMenuBar *bar) {
     QMenu *file = bar->addMenu(QStringLiteral("&File"));
+    file->addAction(consoles.saveLog);
+    file->addSeparator();
     addSettingsTo(file);
     file->addAction(close);
     file->addSeparator();
@@ -52,7 +57,9 @@ void MainMenu::fill(QMenuBar *bar) {
     view->addAction(home);
     view->addSeparator();
     view->addAction(consoles.newestEntry);
-    for (QMenu *each : {file, edit, view})
+    QMenu *help = bar->addMenu(QStringLiteral("&Help"));
+    help->addAction(about);
+    for (QMenu *each : {file, edit, view, help})
         refreshFor(each);
 }
 
@@ -62,10 +69,12 @@ QMenu *MainMenu::compactMenu() {
     menu->addSeparator();
     menu->addActions({consoles.find, consoles.findNext, consoles.findPrevious});
     menu->addSeparator();
-    menu->addAction(consoles.newestEntry);
+    menu->addActions({consoles.newestEntry, consoles.saveLog});
     menu->addSeparator();
     menu->addAction(home);
     addSettingsTo(menu);
+    menu->addAction(about);
+    menu->addSeparator();
     menu->addActions({close, quit});
     refreshFor(menu);
     return menu;

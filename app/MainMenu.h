@@ -34,6 +34,7 @@ class MainMenu : public QObject {
     void setOpenAtLogin(QAction *action);
 
   Q_SIGNALS:
+    void aboutRequested();
     void closeRequested();
     void quitRequested();
 
@@ -52,6 +53,7 @@ class MainMenu : public QObject {
     std::shared_ptr<AppVars> appVars;
     QAction *home;
     QAction *settings;
+    QAction *about;
     QAction *close;
     QAction *quit;
     QList<std::pair<QMenu *, QAction *>> afterSettings;  ///< in each menu the action after Settings

@@ -1,5 +1,6 @@
 #include "MainWindow.h"
 
+#include "AboutDialog.h"
 #include "ConsoleActions.h"
 #include "ContentView.h"
 #include "HomeLogView.h"
@@ -30,9 +31,10 @@ constexpr QSize frameAllowance(16, 48);
 }  // namespace
 
 MainWindow::MainWindow(std::shared_ptr<AppVars> appVars, std::shared_ptr<TimeSource> time,
-                       std::shared_ptr<Clipboard> clipboard, QString stateFile)
+                       std::shared_ptr<Clipboard> given, QString stateFile)
     : stateFile(std::move(stateFile)),
-      view(new ContentView(appVars, std::move(time), std::move(clipboard))),
+      clipboard(std::move(given)),
+      view(new ContentView(appVars, std::move(time), clipboard)),
       consoles(new ConsoleActions({view->homeLogs()->lumoraConsole(), view->homeLogs()->qorClientConsole()},
                                   this)),
       menu(new MainMenu(this, *consoles, std::move(appVars))) {
@@ -52,6 +54,7 @@ QString MainWindow::defaultStateFile() {
 }
 
 void MainWindow::makeMenu() {
+    connect(menu, &MainMenu::aboutRequested, this, &MainWindow::showAbout);
     connect(menu, &MainMenu::closeRequested, this, &QWidget::close);
     connect(menu, &MainMenu::quitRequested, this, &MainWindow::quitRequested);
 
@@ -72,6 +75,14 @@ void MainWindow::makeMenu() {
 void MainWindow::setOpenAtLogin(OpenAtLogin &openAtLogin) {
     menu->setOpenAtLogin(openAtLogin.action());
     openAtLogin.followMenus();
+}
+
+void MainWindow::showAbout() {
+    if (about == nullptr)
+        about = new AboutDialog(clipboard, this);
+    about->show();
+    about->raise();
+    about->activateWindow();
 }
 
 /// Workaround for Qt 6.4 on X11: when the desktop changes its scale, Qt takes the new scale over, but neither
@@ -151,6 +162,8 @@ void MainWindow::hideEvent(QHideEvent *event) {
     if (event->spontaneous())
         return;
     isAppearing = false;
+    if (about != nullptr)
+        about->close();
     // Qt 6 destroys the native window on close. The window manager would place the next one anew unless a
     // position is set.
     if (!isMaximized() && !isFullScreen())

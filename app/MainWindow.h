@@ -3,6 +3,7 @@
 #include "WindowState.h"
 
 #include <QMainWindow>
+#include <QPointer>
 #include <QString>
 
 #include <memory>
@@ -11,6 +12,7 @@ class QScreen;
 
 namespace ferrolt {
 
+class AboutDialog;
 class AppVars;
 class Clipboard;
 class ConsoleActions;
@@ -60,16 +62,19 @@ class MainWindow : public QMainWindow {
 
   private:
     void makeMenu();
+    void showAbout();
     void followScale(QScreen *screen);
     void restoreState();
     WindowState state() const;
 
     const QString stateFile;
     WindowState savedState;  ///< as in the file
+    const std::shared_ptr<Clipboard> clipboard;
     ContentView *view;
     ConsoleActions *consoles;
     MainMenu *menu;
-    bool isAppearing = false;  ///< shown, but contentAppeared() not yet emitted
+    QPointer<AboutDialog> about;  ///< while it is shown
+    bool isAppearing = false;     ///< shown, but contentAppeared() not yet emitted
 };
 
 }  // namespace ferrolt

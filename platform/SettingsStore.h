@@ -22,6 +22,9 @@ class SettingsStore {
     explicit SettingsStore(std::filesystem::path file);
     virtual ~SettingsStore() = default;
 
+    /// The file that holds them.
+    virtual std::filesystem::path path() const { return file; }
+
     /// The text under `key`; nothing if there is none or the value is no text.
     virtual std::optional<QString> text(const QString &key) const;
 

@@ -165,6 +165,12 @@ void drawListRow(const QStyleOptionToolButton &row, QPainter &painter) {
 }
 
 void drawLineEdit(const QStyleOptionFrame &field, QPainter &painter) {
+    if (field.lineWidth == 0) {  // QLineEdit::setFrame(false): a text that can be selected
+        if (showsFocus(field))
+            drawRing(painter, field.rect, controlRadius, ringWidthOf(field.palette),
+                     Theme::accent(field.palette));
+        return;
+    }
     Drawing::fillRounded(painter, field.rect, controlRadius, Theme::textBackground(field.palette));
     if (field.state.testFlag(QStyle::State_HasFocus))
         drawRing(painter, field.rect, controlRadius, ringWidthOf(field.palette),
@@ -306,6 +312,13 @@ void LauncherStyle::drawControl(ControlElement element, const QStyleOption *opti
             drawPushButton(*button, *painter);
     } else if (element == CE_Splitter) {
         // The panes' own borders divide them.
+    } else if (element == CE_MenuItem && item != nullptr &&
+               item->menuItemType == QStyleOptionMenuItem::Separator && item->text.isEmpty()) {
+        // Fusion's line can hardly be seen in a dark menu.
+        const qreal line = Drawing::borderWidth(*painter);
+        const QRectF across(item->rect.left() + menuMargin, item->rect.center().y(),
+                            item->rect.width() - 2 * menuMargin, line);
+        painter->fillRect(Drawing::snapped(*painter, across), Theme::separator(item->palette));
     } else if (element == CE_MenuItem && item != nullptr && item->state.testFlag(State_Selected) &&
                item->state.testFlag(State_Enabled)) {
         Drawing::fillRounded(*painter, item->rect.adjusted(menuMargin, 0, -menuMargin, 0), controlRadius - 2,

@@ -10,8 +10,8 @@ namespace ferrolt {
 ///   (QPushButton::setDefault()) are filled with the accent colour.
 /// - A tool button is a row of a list: its label begins at the leading edge, the checked one is highlighted.
 /// - Scroll bars have no arrow buttons. A splitter's handle shows nothing.
-/// - The keyboard focus is a ring in the accent colour. Line edits always show it; other widgets only when
-///   the keyboard brought the focus there.
+/// - The keyboard focus is a ring in the accent colour. Line edits with a frame always show it; other
+///   widgets only when the keyboard brought the focus there.
 /// - Whatever moves by itself asks SH_Widget_Animation_Duration first, which is 0 where the user wants no
 ///   motion.
 ///

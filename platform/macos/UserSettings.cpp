@@ -1,6 +1,7 @@
 #include "ReverseDomain.h"
 #include "SettingsStore.h"
 
+#include <QFile>
 #include <QSettings>
 #include <QString>
 #include <QStringList>
@@ -17,6 +18,10 @@ class UserDefaults : public SettingsStore {
     UserDefaults(const QString &organisation, const QString &application)
         : SettingsStore(std::filesystem::path()),
           settings(QSettings::NativeFormat, QSettings::UserScope, organisation, application) {}
+
+    std::filesystem::path path() const override {
+        return QFile::encodeName(settings.fileName()).toStdString();
+    }
 
     std::optional<QString> text(const QString &key) const override {
         const QVariant value = settings.value(key);

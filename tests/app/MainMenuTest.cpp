@@ -18,6 +18,8 @@ using namespace ferrolt;
 class MainMenuTest : public QObject {
     Q_OBJECT
 
+    const QString about = "About Ferrolt Miner Launcher";
+
     static QStringList texts(const QMenu *menu) {
         QStringList texts;
         for (const QAction *action : menu->actions())
@@ -58,15 +60,18 @@ class MainMenuTest : public QObject {
         QStringList menus;
         for (const QAction *each : bar.actions())
             menus.append(each->text().remove('&'));
-        QCOMPARE(menus, (QStringList{"File", "Edit", "View"}));
+        QCOMPARE(menus, (QStringList{"File", "Edit", "View", "Help"}));
         const QMenu *const file = bar.actions()[0]->menu();
         const QMenu *const edit = bar.actions()[1]->menu();
         const QMenu *const view = bar.actions()[2]->menu();
-        QCOMPARE(texts(file), (QStringList{"Settings", "", "Close", "", "Quit"}));
+        QCOMPARE(texts(file), (QStringList{"Save Log As…", "", "Settings", "", "Close", "", "Quit"}));
         QCOMPARE(texts(edit), (QStringList{"Copy", "Select All", "", "Find", "Find Next", "Find Previous"}));
         QCOMPARE(texts(view), (QStringList{"Home", "", "Newest Entry"}));
+        const QMenu *const help = bar.actions()[3]->menu();
+        QCOMPARE(texts(help), (QStringList{"About Ferrolt Miner Launcher"}));
         // macOS moves these into the menu with the program's name.
         QCOMPARE(action(*file, "Settings")->menuRole(), QAction::PreferencesRole);
+        QCOMPARE(action(*help, "About Ferrolt Miner Launcher")->menuRole(), QAction::AboutRole);
         QCOMPARE(action(*file, "Quit")->menuRole(), QAction::QuitRole);
     }
 
@@ -88,7 +93,7 @@ class MainMenuTest : public QObject {
             }
         }
         for (const QString key : {"Ctrl+C", "Ctrl+A", "Ctrl+F", "F3", "Ctrl+G", "Shift+F3", "Ctrl+Shift+G",
-                                  "Alt+Home", "Alt+End", "Ctrl+,", "Ctrl+W", "Ctrl+Q"})
+                                  "Alt+Home", "Alt+End", "Ctrl+Shift+S", "Ctrl+,", "Ctrl+W", "Ctrl+Q"})
             QVERIFY2(keys.contains(key), qPrintable(key));
     }
 
@@ -120,15 +125,15 @@ class MainMenuTest : public QObject {
     void onlyWhatDoesSomethingIsEnabled() {
         WindowFixture fixture;
         MainWindow &window = fixture.open();
-        QCOMPARE(enabled(window), (QStringList{"Settings", "Close", "Quit"}));
+        QCOMPARE(enabled(window), (QStringList{"Settings", about, "Close", "Quit"}));
         fixture.vars->appendLog(std::vector<LogElement>{"one\n", "two"}, LogTarget::QorClient);
         LogTextArea &area = window.content()->homeLogs()->qorClientConsole()->textArea();
         QSignalSpy refreshed(&area, &LogTextArea::refreshed);
         QVERIFY(refreshed.wait());
-        QCOMPARE(enabled(window), (QStringList{"Settings", "Close", "Quit"}));  // the other log
+        QCOMPARE(enabled(window), (QStringList{"Settings", about, "Close", "Quit"}));  // the other log
         area.setFocus();
-        const QStringList withALog{"Select All", "Find",  "Find Next", "Find Previous",
-                                   "Settings",   "Close", "Quit"};
+        const QStringList withALog{"Select All", "Find", "Find Next", "Find Previous", "Save Log As…",
+                                   "Settings",   about,  "Close",     "Quit"};
         QCOMPARE(enabled(window), withALog);
         action(window, "Select All")->trigger();
         QCOMPARE(enabled(window), QStringList{"Copy"} + withALog);
@@ -138,11 +143,11 @@ class MainMenuTest : public QObject {
         auto *const email = named<QLineEdit>(window, "E-Mail Address");
         QTRY_COMPARE(email->text(), QString("ada@example.org"));
         window.setFocus();
-        QCOMPARE(enabled(window), (QStringList{"Home", "Close", "Quit"}));
+        QCOMPARE(enabled(window), (QStringList{"Home", about, "Close", "Quit"}));
         email->setFocus();
-        QCOMPARE(enabled(window), (QStringList{"Select All", "Home", "Close", "Quit"}));
+        QCOMPARE(enabled(window), (QStringList{"Select All", "Home", about, "Close", "Quit"}));
         email->selectAll();
-        QCOMPARE(enabled(window), (QStringList{"Copy", "Select All", "Home", "Close", "Quit"}));
+        QCOMPARE(enabled(window), (QStringList{"Copy", "Select All", "Home", about, "Close", "Quit"}));
     }
 
     /// As with a menu bar outside of the window.
@@ -152,7 +157,7 @@ class MainMenuTest : public QObject {
         for (const QString text : {"Home", "Settings"}) {
             window.close();
             QStringList possible = enabled(window);
-            QCOMPARE(possible, (QStringList{"Home", "Settings", "Quit"}));
+            QCOMPARE(possible, (QStringList{"Home", "Settings", about, "Quit"}));
             action(window, text)->trigger();
             QVERIFY(window.isVisible());
             QCOMPARE(fixture.vars->_selectedTab.get(), text.toLower());

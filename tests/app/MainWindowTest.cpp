@@ -134,7 +134,9 @@ class MainWindowTest : public QObject {
         });
         QTest::keyClick(&window, Qt::Key_F10);
         QTRY_COMPARE(quit.size(), 1);
-        QCOMPARE(seen, (QStringList{"Copy", "Select All", "", "Find", "Find Next", "Find Previous", "", "Newest Entry", "", "Home", "Settings", "", "Close", "Quit"}));
+        QCOMPARE(seen, (QStringList{"Copy", "Select All", "", "Find", "Find Next", "Find Previous", "",
+                                    "Newest Entry", "Save Log As…", "", "Home", "Settings", "",
+                                    "About Ferrolt Miner Launcher", "", "Close", "Quit"}));
     }
 
     void theMenuOpensInsideTheWindow_data() {

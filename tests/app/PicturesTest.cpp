@@ -1,3 +1,4 @@
+#include "AboutDialog.h"
 #include "ContentView.h"
 #include "HomeLogView.h"
 #include "LauncherStyle.h"
@@ -5,13 +6,17 @@
 #include "Listener.h"
 #include "LogConsoleView.h"
 #include "LogTextArea.h"
+#include "MenuButton.h"
 #include "QtAlertPresenter.h"
+#include "Sidebar.h"
 #include "TestProgram.h"
 #include "Theme.h"
 #include "WindowFixture.h"
 
 #include <QDir>
+#include <QFileDialog>
 #include <QLineEdit>
+#include <QMenu>
 #include <QMessageBox>
 #include <QProcess>
 #include <QPushButton>
@@ -95,6 +100,56 @@ void takeSettings(const QString &prefix) {
     save(window, prefix + "settings-applied");
 }
 
+/// The menus, and what they open.
+void takeMenus(const QString &prefix) {
+    WindowFixture fixture;
+    MainWindow &window = fixture.open();
+    LogTextArea &area = window.content()->homeLogs()->lumoraConsole()->textArea();
+    for (int i = 0; i < 1000; ++i)
+        fixture.vars->appendLog("[engine] frame " + QByteArray::number(i) + " done in 16 ms\n",
+                                LogTarget::Lumora);
+    const QScrollBar *const bar = area.verticalScrollBar();
+    waitFor(
+        [&] { return bar->maximum() > 1000 && bar->maximum() - bar->value() < 50 && !area.isFollowing(); });
+    area.setFocus();
+    QTest::keyClick(&area, Qt::Key_Home);
+    save(window, prefix + "newest-entry");
+
+    const auto take = [&](QMenu *menu, const QString &name) {
+        for (QAction *each : menu->actions()) {
+            if (each->text().remove('&') == "Find Next")
+                menu->setActiveAction(each);
+        }
+        save(*menu, prefix + name);
+        menu->close();
+    };
+    QMenu *const compact = window.content()->sidebar()->menuButton()->menu();
+    compact->popup(window.mapToGlobal(QPoint(20, 200)));
+    take(compact, "menu");
+    QContextMenuEvent rightClick(QContextMenuEvent::Mouse, QPoint(50, 50), area.mapToGlobal(QPoint(50, 50)));
+    QCoreApplication::sendEvent(area.viewport(), &rightClick);
+    take(qobject_cast<QMenu *>(QApplication::activePopupWidget()), "log-menu");
+
+    const auto choose = [&](const QString &text) {
+        for (QAction *each : window.actions()) {
+            if (each->text().remove('&').startsWith(text))
+                each->trigger();
+        }
+    };
+    choose("About");
+    waitFor([&] { return window.findChild<AboutDialog *>() != nullptr; });
+    save(*window.findChild<AboutDialog *>(), prefix + "about");
+    window.findChild<AboutDialog *>()->close();
+    choose("Save Log As");
+    waitFor([&] { return window.findChild<QFileDialog *>() != nullptr; });
+    auto *const dialog = window.findChild<QFileDialog *>();
+    save(*dialog, prefix + "save-log");
+    Q_EMIT dialog->fileSelected("/no such folder/Lumora Core Engine.log");
+    dialog->reject();
+    waitFor([&] { return window.findChild<QMessageBox *>() != nullptr; });
+    save(*window.findChild<QMessageBox *>(), prefix + "save-log-failed");
+}
+
 /// Null if none is shown. Not activeModalWidget(): a warning may be shown without being modal.
 QMessageBox *shownAlert() {
     for (QWidget *const window : QApplication::topLevelWidgets())
@@ -136,10 +191,12 @@ int take(const QString &folder, const QString &palette, qreal points) {
     QFont font = QApplication::font();
     font.setPointSizeF(points);
     QApplication::setFont(font);
+    QApplication::setApplicationDisplayName("Ferrolt Miner Launcher");
     QApplication::setPalette(palette == "dark" ? Theme::darkPalette() : Theme::lightPalette());
     const QString prefix = folder + "/";
     takeHome(prefix);
     takeSettings(prefix);
+    takeMenus(prefix);
     takeAlerts(prefix);
     return 0;
 }
@@ -212,7 +269,8 @@ class PicturesTest : public QObject {
                 ofTheHit += found.pixelColor(x, y) == QColor(0xff, 0xae, 0x2b) ? 1 : 0;
         }
         QVERIFY2(ofTheHit > 20, qPrintable(QString::number(ofTheHit)));
-        for (const QString name : {"alert-missing-info", "alert-stopped"})
+        for (const QString name : {"alert-missing-info", "alert-stopped", "newest-entry", "menu", "log-menu",
+                                   "about", "save-log", "save-log-failed"})
             QVERIFY(!QImage(folder.filePath(name + ".png")).isNull());
     }
 };

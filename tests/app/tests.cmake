@@ -1,8 +1,8 @@
 set(app_modules ferrolt_app ferrolt_desktop ferrolt_logview ferrolt_updates ferrolt_widgets)
 ferrolt_test_program(app-tests LINKS ${app_modules} ferrolt_test_installation
     DEFINITIONS FERROLT_PICTURES="${PROJECT_BINARY_DIR}/pictures")
-foreach(test ContentViewTest FirstTimeNoticesTest HomeLogViewTest LauncherPrefsTest MainMenuTest MainWindowTest OpenAtLoginTest
-        ProgressStripTest QuitRequestTest TrayItemTest UpgradeOfferTest)
+foreach(test AboutDialogTest ContentViewTest FirstTimeNoticesTest HomeLogViewTest LauncherPrefsTest MainMenuTest MainWindowTest
+        OpenAtLoginTest ProgressStripTest QuitRequestTest TrayItemTest UpgradeOfferTest)
     ferrolt_test(app ${test} WINDOW)
 endforeach()
 ferrolt_test(app LifecycleTest WINDOW TLS)
