@@ -34,3 +34,12 @@ use_own_runtime_folder() {
     fi
     export XDG_RUNTIME_DIR=$1
 }
+
+# write_identity BUILD-FOLDER: fills in an identity for the launcher that was built there, in the home folder.
+write_identity() {
+    local node_server
+    node_server=$(sed -n 's/^FERROLT_NODE_SERVER_HOST:[^=]*=//p' "$1/CMakeCache.txt")
+    mkdir -p "$HOME/.qor/$node_server"
+    printf '%-24s= %s\n' MinerEmailAddress ada@example.org MinerEntityName 'Ada Lovelace' MinerDisplayName '' \
+        >"$HOME/.qor/$node_server/MinerClient.properties"
+}
