@@ -14,4 +14,6 @@ set_tests_properties(tools.check_includes PROPERTIES TIMEOUT 600 LABELS tools CO
 if(PROJECT_BINARY_DIR STREQUAL "${PROJECT_SOURCE_DIR}/build/dev")
     ferrolt_script_test(run in-own-network)  # it opens what the preset dev has built
     set_tests_properties(tools.run PROPERTIES COST 30)
+    ferrolt_script_test(run_update in-own-network)  # it builds what the preset tour does
+    set_tests_properties(tools.run_update PROPERTIES TIMEOUT 1200 LABELS "tools;long" SKIP_RETURN_CODE 200)
 endif()
