@@ -15,10 +15,12 @@ endforeach()
 # and tested with the other choice, too.
 set(logview ${PROJECT_SOURCE_DIR}/app/logview)
 file(GLOB model_sources ${logview}/model/*.cpp)
-ferrolt_test_program(unsigned-char-tests LINKS ferrolt_logview ferrolt_text
+ferrolt_test_program(unsigned-char-tests LINKS ferrolt_widgets ferrolt_output ferrolt_text
     SOURCES app/logview/model/LogRowsTest.cpp app/logview/LogRowTextTest.cpp ${logview}/ConsoleFont.cpp
         ${logview}/LogRowText.cpp ${model_sources})
 target_compile_options(unsigned-char-tests PRIVATE -funsigned-char)
+# Not the libraries, which would be a second copy of these sources.
+target_include_directories(unsigned-char-tests PRIVATE ${logview} ${logview}/model)
 foreach(test LogRowsTest LogRowTextTest)
     add_test(NAME app/logview.${test}UnsignedChar COMMAND unsigned-char-tests ${test})
     set_tests_properties(app/logview.${test}UnsignedChar PROPERTIES
