@@ -355,6 +355,8 @@ class ContentViewTest : public QObject {
         QTRY_VERIFY(named(*upper, "1 of 2"));
 
         lower->textArea().setFocus();
+        press(QKeySequence::FindNext);
+        QTRY_VERIFY2(named(*lower, "1 of 2"), "the text is that of both consoles");
         press(QKeySequence::Find);
         QVERIFY(isIn(lower));
         named(window, "Log heights")->setFocus();
