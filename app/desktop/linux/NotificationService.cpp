@@ -18,18 +18,14 @@ namespace {
 const QString notificationsService = QStringLiteral("org.freedesktop.Notifications");
 const QString notificationsPath = QStringLiteral("/org/freedesktop/Notifications");
 const QString buttonAction = QStringLiteral("button");
+const QString pressSignal = QStringLiteral("ActionInvoked");
+const QString closeSignal = QStringLiteral("NotificationClosed");
+constexpr const char *pressSlot = SLOT(actionInvoked(uint, QString, QDBusMessage));
+constexpr const char *closeSlot = SLOT(notificationClosed(uint, uint, QDBusMessage));
 
 QDBusMessage callOf(const QString &method) {
     return QDBusMessage::createMethodCall(notificationsService, notificationsPath, notificationsService,
                                           method);
-}
-
-/// Connects or disconnects a signal. No sender is named: Qt 6.4 drops signals of a named service that started
-/// after the connect().
-template <class Change>
-void changeSignals(Change change) {
-    change(QStringLiteral("ActionInvoked"), SLOT(actionInvoked(uint, QString, QDBusMessage)));
-    change(QStringLiteral("NotificationClosed"), SLOT(notificationClosed(uint, uint, QDBusMessage)));
 }
 
 }  // namespace
@@ -59,47 +55,56 @@ void NotificationService::show(const Notification &notification, std::function<v
             << notification.title << notification.body
             << (hasButton ? QStringList{buttonAction, notification.button} : QStringList())
             << QVariantMap{{QStringLiteral("desktop-entry"), program}} << -1 /* the desktop's own duration */;
+    if (hasButton)
+        listen();  // before the call: the answer and the press may come together
     auto *call = new QDBusPendingCallWatcher(bus->asyncCall(request), this);
     connect(call, &QDBusPendingCallWatcher::finished, this,
             [this, call, hasButton, shown = std::move(shown), pressed = std::move(pressed)] {
                 const QDBusPendingReply<uint> reply = *call;
                 call->deleteLater();
-                if (reply.isError())
+                if (reply.isError()) {
+                    if (hasButton)
+                        stopListening();
                     return;
+                }
                 if (hasButton)
-                    add(reply.value(), {reply.reply().service(), pressed});
+                    buttons.insert(reply.value(), {reply.reply().service(), pressed});
                 shown();
             });
 }
 
-void NotificationService::add(uint id, Button button) {
-    if (buttons.isEmpty())
-        changeSignals([this](const QString &name, const char *slot) {
-            QDBusConnection::sessionBus().connect(QString(), notificationsPath, notificationsService, name,
-                                                  this, slot);
-        });
-    buttons.insert(id, std::move(button));
+void NotificationService::listen() {
+    if (listeners++ > 0)
+        return;
+    // No sender is named: Qt 6.4 drops signals of a named service that started after the connect().
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    bus.connect(QString(), notificationsPath, notificationsService, pressSignal, this, pressSlot);
+    bus.connect(QString(), notificationsPath, notificationsService, closeSignal, this, closeSlot);
 }
 
-NotificationService::Button NotificationService::take(uint id, const QDBusMessage &signal) {
+void NotificationService::stopListening() {
+    if (--listeners > 0)
+        return;
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    bus.disconnect(QString(), notificationsPath, notificationsService, pressSignal, this, pressSlot);
+    bus.disconnect(QString(), notificationsPath, notificationsService, closeSignal, this, closeSlot);
+}
+
+std::function<void()> NotificationService::take(uint id, const QDBusMessage &signal) {
     const auto found = buttons.constFind(id);
     if (found == buttons.cend() || found->sender != signal.service())
-        return {};
-    Button button = *found;
+        return nullptr;
+    std::function<void()> pressed = found->pressed;
     buttons.erase(found);
-    if (buttons.isEmpty())
-        changeSignals([this](const QString &name, const char *slot) {
-            QDBusConnection::sessionBus().disconnect(QString(), notificationsPath, notificationsService, name,
-                                                     this, slot);
-        });
-    return button;
+    stopListening();
+    return pressed;
 }
 
 void NotificationService::actionInvoked(uint id, const QString &action, const QDBusMessage &signal) {
     if (action != buttonAction)
         return;
-    if (const Button button = take(id, signal); button.pressed)
-        button.pressed();
+    if (const auto pressed = take(id, signal))
+        pressed();
 }
 
 void NotificationService::notificationClosed(uint id, uint, const QDBusMessage &signal) {

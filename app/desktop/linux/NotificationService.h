@@ -33,11 +33,15 @@ class NotificationService : public QObject, public DesktopNotifications {
         std::function<void()> pressed;
     };
 
-    void add(uint id, Button button);
-    /// The button with that number, which is removed; an empty one if `signal` has another sender.
-    Button take(uint id, const QDBusMessage &signal);
+    /// One call of each for every notification with a button.
+    void listen();
+    void stopListening();
+    /// Removes the button with that number and returns what pressing it does; null if `signal` has another
+    /// sender.
+    std::function<void()> take(uint id, const QDBusMessage &signal);
 
     QHash<uint, Button> buttons;  ///< on screen, by the notification's number
+    int listeners = 0;            ///< notifications with a button that are on screen or asked for
 };
 
 }  // namespace ferrolt

@@ -86,6 +86,14 @@ class NotificationServiceTest : public QObject {
         QVERIFY(waitUntil([&] { return pressed == 1; }));
     }
 
+    void aPressThatComesWithTheAnswerCounts() {
+        NotificationDesk desk(address);
+        show();
+        QVERIFY(waitUntil([&] { return desk.shown.size() == 1; }));
+        desk.press(1);
+        QVERIFY(waitUntil([&] { return pressed == 1; }));
+    }
+
     void onceClosedItCannotBePressed() {
         NotificationDesk desk(address);
         show();
