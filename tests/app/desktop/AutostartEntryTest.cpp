@@ -120,6 +120,23 @@ class AutostartEntryTest : public QObject {
         QCOMPARE(AutostartEntry::execValue(command.toStdString()), exec.toUtf8());
     }
 
+    /// Without a percent sign: GLib 2.74 looks for the program before it undoubles that.
+    void aDesktopReadsThePathBackFromTheEntry() {
+        const fs::path program = place() / "a \"$HOME\" `b` \\n it's" / "ferrolt-miner-launcher";
+        fs::create_directory(program.parent_path());
+        fs::copy_file("/bin/true", program);
+        QCOMPARE(item(program).set(State::On), std::nullopt);
+        const auto command = [&] {
+            QProcess desktop;
+            desktop.start(FERROLT_AUTOSTART_COMMAND, {QString(entry().c_str())});
+            desktop.waitForFinished();
+            return desktop.readAll();
+        };
+        QCOMPARE(command(), QByteArray::fromStdString(program.string()) + '\n');
+        fs::remove(program);  // as after the package was removed
+        QCOMPARE(command(), QByteArray());
+    }
+
     void aPathThatNoEntryCanHoldIsRefused_data() {
         QTest::addColumn<QByteArray>("path");
         QTest::newRow("equals sign") << QByteArray("/opt/a=b/ferrolt-miner-launcher");
