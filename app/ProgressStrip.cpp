@@ -101,11 +101,14 @@ void ProgressStrip::paintEvent(QPaintEvent *) {
     painter.setFont(Theme::caption());
     painter.setPen(Theme::secondaryText(palette()));
     const QFontMetrics metrics = painter.fontMetrics();
+    // The text is English: from right to left, "1 of 2" would become "of 2 1".
+    constexpr int flags =
+        Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine | Qt::TextDontClip | Qt::TextForceLeftToRight;
     int top = gap;
     for (const QString &line : std::as_const(lines)) {
-        const QRect place(textInset, top, width() - 2 * textInset, metrics.height());
-        painter.drawText(place, Qt::AlignLeading | Qt::AlignVCenter | Qt::TextSingleLine,
-                         metrics.elidedText(line, Qt::ElideMiddle, place.width()));
+        const QString shown = metrics.elidedText(line, Qt::ElideMiddle, width() - 2 * textInset);
+        const QRect place(textInset, top, metrics.horizontalAdvance(shown), metrics.height());
+        painter.drawText(QStyle::visualRect(layoutDirection(), rect(), place), flags, shown);
         top += metrics.height();
     }
     const QRectF track(textInset, top + gap, width() - 2 * textInset, barHeight);

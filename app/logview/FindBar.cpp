@@ -35,8 +35,9 @@ FindBar::FindBar(QWidget *parent)
     result->setMinimumWidth(1);
 
     auto *const row = new QHBoxLayout(this);
-    row->setContentsMargins(Theme::padding, barPadding, endPadding, barPadding + 1);
+    row->setContentsMargins(endPadding, barPadding, endPadding, barPadding + 1);
     row->setSpacing(Theme::spacing);
+    row->addSpacing(Theme::padding - endPadding);  // a layout does not mirror its margins
     row->addWidget(field, 1);
     row->addWidget(result);
     const auto addArrow = [this](Symbol symbol, const QString &name, void (FindBar::*pressed)()) {

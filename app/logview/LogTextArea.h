@@ -26,6 +26,9 @@ class LogDrag;
 /// A log as a scrolling text that can be selected but not changed. Draws only the rows on screen. Reads the
 /// log at most at every fourth screen refresh, and not at all while it is not on screen.
 ///
+/// In a window from right to left the scroll bar is at the left, and the text stays at the left edge, as in
+/// terminals: programs write columns, and indent, for a reader who begins there.
+///
 /// Follows the newest entry with an animated scroll (see LogFollower), but does not scroll when it first
 /// appears. Changes that came while it was not on screen are caught up with at once, without an animation.
 ///

@@ -142,6 +142,36 @@ class ProgressStripTest : public QObject {
         QVERIFY(ticks());
     }
 
+    void itsWordsAndNumbersKeepTheirOrderFromRightToLeft() {
+        const auto restore = qScopeGuard([] { QApplication::setLayoutDirection(Qt::LeftToRight); });
+        // The pixels of the second line, without the free columns beside its text.
+        const auto words = [](Qt::LayoutDirection direction) {
+            QApplication::setLayoutDirection(direction);
+            WindowFixture fixture;
+            MainWindow &window = fixture.open();
+            window.content()->setSidebarWidth(Sidebar::minimumColumnWidth);
+            ProgressStrip &strip = stripOf(window);
+            fixture.vars->libreOfficeInstaller->progress->set(
+                downloading(143'000'000, 298'000'000, "26.2.4.1.20"));
+            const int lineHeight = QFontMetrics(Theme::caption()).height();
+            if (!QTest::qWaitFor([&] { return strip.isVisible() && strip.height() > 2 * lineHeight + 10; }))
+                return QImage();
+            const QImage text =
+                strip.grab().toImage().copy(10, 5 + lineHeight, strip.width() - 20, lineHeight);
+            QRect ink;
+            for (int y = 0; y < text.height(); ++y) {
+                for (int x = 0; x < text.width(); ++x) {
+                    if (text.pixel(x, y) != text.pixel(0, 0))
+                        ink |= QRect(x, y, 1, 1);
+                }
+            }
+            return text.copy(ink);
+        };
+        const QImage toTheRight = words(Qt::LeftToRight);
+        QVERIFY(toTheRight.width() > 40);
+        QCOMPARE(words(Qt::RightToLeft), toTheRight);
+    }
+
     void aTextThatIsTooLongForTheColumnTakesTwoLinesUntilTheEnd() {
         WindowFixture fixture;
         MainWindow &window = fixture.open();

@@ -291,6 +291,25 @@ class LogConsoleViewTest : public QObject {
         }
     }
 
+    void theLogStaysAtTheLeftFromRightToLeftAndItsScrollBarGoesThere() {
+        const auto picture = [](Qt::LayoutDirection direction) {
+            ConsoleFixture console;
+            console.view.setLayoutDirection(direction);
+            console.append("[engine] done (100 %).\n");
+            console.append("\xd7\xa9\xd7\x9c\xd7\x95\xd7\x9d: 1 of 2\n");
+            console.show();
+            return console.area().viewport()->grab().toImage();
+        };
+        QCOMPARE(picture(Qt::RightToLeft), picture(Qt::LeftToRight));
+        ConsoleFixture console;
+        console.view.setLayoutDirection(Qt::RightToLeft);
+        console.show();
+        console.appendLines(100);
+        const QScrollBar *const bar = console.area().verticalScrollBar();
+        QTRY_VERIFY(bar->isVisible());
+        QVERIFY(bar->mapTo(&console.view, QPoint()).x() <= 1);
+    }
+
     /// As in a theme of dark windows with light views.
     void theTextIsReadableWhereViewsAndWindowsDiffer() {
         ConsoleFixture console;
