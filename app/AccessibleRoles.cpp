@@ -1,11 +1,13 @@
 #include "AccessibleRoles.h"
 
 #include "Announcement.h"
+#include "MenuButton.h"
 #include "Sidebar.h"
 #include "SidebarEntry.h"
 #include "StatusRow.h"
 
 #include <QAccessibleWidget>
+#include <QMenu>
 #include <QStringList>
 
 namespace ferrolt {
@@ -39,6 +41,39 @@ class EntryInterface final : public QAccessibleWidget {
     SidebarEntry *entry() const { return static_cast<SidebarEntry *>(widget()); }
 };
 
+/// In Qt 6.4 the open menu of a button is nowhere in the tree, and the action that opens it does not return
+/// before it is closed, so that a screen reader would give up waiting.
+class MenuButtonInterface final : public QAccessibleWidget {
+  public:
+    explicit MenuButtonInterface(MenuButton *button) : QAccessibleWidget(button, QAccessible::ButtonMenu) {}
+
+    QAccessible::State state() const override {
+        QAccessible::State state = QAccessibleWidget::state();
+        state.hasPopup = true;
+        return state;
+    }
+
+    int childCount() const override { return button()->menu() != nullptr ? 1 : 0; }
+    QAccessibleInterface *child(int index) const override {
+        return index == 0 ? QAccessible::queryAccessibleInterface(button()->menu()) : nullptr;
+    }
+    int indexOfChild(const QAccessibleInterface *child) const override {
+        return child != nullptr && child->object() == button()->menu() ? 0 : -1;
+    }
+
+    QStringList actionNames() const override { return {showMenuAction(), setFocusAction()}; }
+
+    void doAction(const QString &name) override {
+        if (name == showMenuAction())
+            QMetaObject::invokeMethod(button(), &QPushButton::showMenu, Qt::QueuedConnection);
+        else
+            QAccessibleWidget::doAction(name);
+    }
+
+  private:
+    MenuButton *button() const { return static_cast<MenuButton *>(widget()); }
+};
+
 class AnnouncementInterface final : public QAccessibleWidget {
   public:
     explicit AnnouncementInterface(Announcement *label)
@@ -57,6 +92,8 @@ QAccessibleInterface *interfaceFor(const QString &, QObject *object) {
         return new QAccessibleWidget(list, QAccessible::List);
     if (auto *row = qobject_cast<StatusRow *>(object))
         return new QAccessibleWidget(row, QAccessible::StaticText);
+    if (auto *button = qobject_cast<MenuButton *>(object))
+        return new MenuButtonInterface(button);
     if (auto *announcement = qobject_cast<Announcement *>(object))
         return new AnnouncementInterface(announcement);
     return nullptr;

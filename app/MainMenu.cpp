@@ -92,6 +92,8 @@ void MainMenu::setOpenAtLogin(QAction *action) {
 
 void MainMenu::refreshFor(QMenu *menu) {
     connect(menu, &QMenu::aboutToShow, this, &MainMenu::refresh);
+    // A screen reader's press on an item leaves the menu open in Qt 6.4.
+    connect(menu, &QMenu::triggered, menu, &QWidget::close);
 }
 
 void MainMenu::refresh() {

@@ -6,12 +6,14 @@
 #include "TestProgram.h"
 #include "WindowFixture.h"
 
+#include <QAccessible>
 #include <QApplication>
 #include <QLineEdit>
 #include <QMenu>
 #include <QMenuBar>
 #include <QSignalSpy>
 #include <QTest>
+#include <QTimer>
 
 using namespace ferrolt;
 
@@ -162,6 +164,34 @@ class MainMenuTest : public QObject {
             QVERIFY(window.isVisible());
             QCOMPARE(fixture.vars->_selectedTab.get(), text.toLower());
         }
+    }
+
+    void aScreenReaderOpensTheMenuAndPressesItsItems() {
+        WindowFixture fixture;
+        MainWindow &window = fixture.open();
+        auto *const button = named(window, "Menu");
+        QVERIFY(button);
+        QAccessibleInterface *const known = QAccessible::queryAccessibleInterface(button);
+        QCOMPARE(known->childCount(), 1);
+        const QAccessibleInterface *const menu = known->child(0);
+        QCOMPARE(known->indexOfChild(menu), 0);
+        QVERIFY(menu->state().invisible);
+        known->actionInterface()->doAction(QAccessibleActionInterface::showMenuAction());
+        QVERIFY(menu->state().invisible);  // so the call has returned before the menu opened
+        bool pressed = false;
+        // The menu runs an event loop of its own.
+        QTimer::singleShot(0, &window, [&] {
+            QTRY_VERIFY(!menu->state().invisible);
+            for (int i = 0; i < menu->childCount(); ++i) {
+                if (menu->child(i)->text(QAccessible::Name) == "Settings") {
+                    menu->child(i)->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+                    pressed = true;
+                }
+            }
+        });
+        QTRY_VERIFY(pressed);
+        QVERIFY(menu->state().invisible);
+        QCOMPARE(fixture.vars->_selectedTab.get(), AppVars::settingsTab);
     }
 
     void openAtLoginStandsBelowSettings() {
