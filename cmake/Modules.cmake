@@ -16,6 +16,12 @@ if(FERROLT_SANITIZE)
     target_link_options(ferrolt_build INTERFACE -fsanitize=${FERROLT_SANITIZE})
 endif()
 
+# What is shipped names no folder of its builder's, and is the same from any folder.
+foreach(where IN ITEMS ${PROJECT_SOURCE_DIR}=source ${PROJECT_BINARY_DIR}=build)
+    target_compile_options(ferrolt_build INTERFACE $<$<CONFIG:Release>:-ffile-prefix-map=${where}>)
+    target_link_options(ferrolt_build INTERFACE $<$<CONFIG:Release>:-ffile-prefix-map=${where}>)
+endforeach()
+
 # A tenth of the time of the system's linker, which alone knows GCC's link-time optimisation.
 find_program(FERROLT_MOLD ld.mold)
 if(FERROLT_MOLD AND NOT CMAKE_INTERPROCEDURAL_OPTIMIZATION)
