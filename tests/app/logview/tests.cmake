@@ -15,7 +15,7 @@ endforeach()
 # and tested with the other choice, too.
 set(logview ${PROJECT_SOURCE_DIR}/app/logview)
 file(GLOB model_sources ${logview}/model/*.cpp)
-ferrolt_test_program(unsigned-char-tests LINKS ferrolt_widgets ferrolt_output ferrolt_text
+ferrolt_test_program(unsigned-char-tests LINKS ferrolt_model ferrolt_widgets ferrolt_text
     SOURCES app/logview/model/LogRowsTest.cpp app/logview/LogRowTextTest.cpp ${logview}/ConsoleFont.cpp
         ${logview}/LogRowText.cpp ${model_sources})
 target_compile_options(unsigned-char-tests PRIVATE -funsigned-char)
