@@ -59,7 +59,9 @@ if(NOT APPLE)
         end_to_end/SessionManager.cpp
         end_to_end/XClient.cpp)
     target_link_libraries(end_to_end-tests PRIVATE X11::xcb)
-    target_compile_definitions(end_to_end-tests PRIVATE FERROLT_SESSION_MANAGER="$<TARGET_FILE:practice-session-manager>")
+    target_compile_definitions(end_to_end-tests PRIVATE
+        FERROLT_SESSION_MANAGER="$<TARGET_FILE:practice-session-manager>"
+        FERROLT_WAYLAND_CLIENT="${PROJECT_SOURCE_DIR}/tests/end_to_end/wayland-client")
     add_dependencies(end_to_end-tests practice-session-manager)
 
     ferrolt_end_to_end_test(ClipboardTest ${long} TIMEOUT 180 COST 10)
@@ -68,10 +70,14 @@ if(NOT APPLE)
     ferrolt_end_to_end_test(TrayTest ${long} TIMEOUT 300 COST 40)
     ferrolt_end_to_end_test(UpgradeTest ${long} TIMEOUT 240 COST 20)
     ferrolt_end_to_end_test(VirtualDesktopTest ${long} TIMEOUT 120)
+    ferrolt_end_to_end_test(WaylandDesktopTest ${long} TIMEOUT 300 COST 10)
+    set_tests_properties(end_to_end.WaylandDesktopTest PROPERTIES
+        SKIP_REGULAR_EXPRESSION "SKIP   : WaylandDesktopTest::initTestCase")
     ferrolt_end_to_end_test(WaylandTest ${long} TIMEOUT 180)
     if(FERROLT_SANITIZE MATCHES address)
         # Qt 6.4's plugin for Wayland is unloaded with what libwayland-client has allocated for it.
-        set_property(TEST end_to_end.WaylandTest APPEND PROPERTY ENVIRONMENT "ASAN_OPTIONS=detect_leaks=0:abort_on_error=1")
+        set_property(TEST end_to_end.WaylandDesktopTest end_to_end.WaylandTest
+            APPEND PROPERTY ENVIRONMENT "ASAN_OPTIONS=detect_leaks=0:abort_on_error=1")
     endif()
     ferrolt_end_to_end_test(WindowTest TIMEOUT 600 COST 50)
 endif()
