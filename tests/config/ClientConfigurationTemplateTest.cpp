@@ -3,7 +3,7 @@
 
 #include <QByteArray>
 #include <QByteArrayList>
-#include <QtTest>
+#include <QTest>
 
 namespace ferrolt {
 

@@ -4,7 +4,7 @@
 #include "TextFile.h"
 
 #include <QElapsedTimer>
-#include <QtTest>
+#include <QTest>
 
 #include <atomic>
 #include <set>

@@ -3,7 +3,7 @@
 #include "TestProgram.h"
 
 #include <QElapsedTimer>
-#include <QtTest>
+#include <QTest>
 
 #include <cstdint>
 #include <filesystem>

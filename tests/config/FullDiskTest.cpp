@@ -5,7 +5,7 @@
 #include "TestProgram.h"
 
 #include <QFile>
-#include <QtTest>
+#include <QTest>
 
 #include <filesystem>
 

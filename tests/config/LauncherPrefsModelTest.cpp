@@ -7,7 +7,7 @@
 #include <QElapsedTimer>
 #include <QScopeGuard>
 #include <QSignalSpy>
-#include <QtTest>
+#include <QTest>
 
 #include <algorithm>
 #include <atomic>

@@ -4,7 +4,7 @@
 #include "TestProgram.h"
 
 #include <QElapsedTimer>
-#include <QtTest>
+#include <QTest>
 
 #include <filesystem>
 #include <optional>

@@ -1,7 +1,7 @@
 #include "PropertiesEntry.h"
 #include "TestProgram.h"
 
-#include <QtTest>
+#include <QTest>
 
 namespace ferrolt {
 

@@ -5,7 +5,7 @@
 #include "TestProgram.h"
 #include "TextFile.h"
 
-#include <QtTest>
+#include <QTest>
 
 #include <filesystem>
 #include <optional>

@@ -5,7 +5,7 @@
 #include "TestProgram.h"
 
 #include <QElapsedTimer>
-#include <QtTest>
+#include <QTest>
 
 #include <filesystem>
 #include <optional>

@@ -5,7 +5,7 @@
 #include "TextFile.h"
 
 #include <QElapsedTimer>
-#include <QtTest>
+#include <QTest>
 
 #include <cstring>
 #include <filesystem>

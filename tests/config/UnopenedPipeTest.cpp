@@ -4,7 +4,7 @@
 #include "SaveProps.h"
 #include "TestProgram.h"
 
-#include <QtTest>
+#include <QTest>
 
 #include <array>
 #include <filesystem>

@@ -2,7 +2,7 @@
 #include "InChild.h"
 #include "TestProgram.h"
 
-#include <QtTest>
+#include <QTest>
 
 #include <cerrno>
 #include <cstdio>

@@ -2,7 +2,7 @@
 #include "TextLines.h"
 
 #include <QByteArrayList>
-#include <QtTest>
+#include <QTest>
 
 #include <string>
 

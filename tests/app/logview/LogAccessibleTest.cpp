@@ -10,7 +10,7 @@
 #include <QAccessible>
 #include <QElapsedTimer>
 #include <QSignalSpy>
-#include <QtTest>
+#include <QTest>
 
 using namespace ferrolt;
 using namespace std::chrono_literals;

@@ -7,7 +7,7 @@
 #include <QDir>
 #include <QLabel>
 #include <QPixmap>
-#include <QtTest>
+#include <QTest>
 
 #include <cmath>
 

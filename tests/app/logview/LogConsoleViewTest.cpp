@@ -14,7 +14,7 @@
 #include <QMimeData>
 #include <QScrollBar>
 #include <QSignalSpy>
-#include <QtTest>
+#include <QTest>
 
 #include <numeric>
 

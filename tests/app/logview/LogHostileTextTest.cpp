@@ -6,7 +6,7 @@
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QSplitter>
-#include <QtTest>
+#include <QTest>
 
 #include <algorithm>
 #include <vector>

@@ -6,7 +6,7 @@
 #include "Utf8.h"
 
 #include <QImage>
-#include <QtTest>
+#include <QTest>
 
 #include <cmath>
 

@@ -15,7 +15,7 @@
 #include <QScopeGuard>
 #include <QScrollBar>
 #include <QSignalSpy>
-#include <QtTest>
+#include <QTest>
 
 using namespace ferrolt;
 using namespace std::chrono_literals;

@@ -10,7 +10,7 @@
 #include <QMessageBox>
 #include <QScrollBar>
 #include <QSignalSpy>
-#include <QtTest>
+#include <QTest>
 
 using namespace ferrolt;
 

@@ -5,7 +5,7 @@
 #include <QProxyStyle>
 #include <QScrollBar>
 #include <QSignalSpy>
-#include <QtTest>
+#include <QTest>
 
 using namespace ferrolt;
 

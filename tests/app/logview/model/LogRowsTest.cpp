@@ -4,7 +4,7 @@
 #include "Utf8.h"
 
 #include <QRandomGenerator>
-#include <QtTest>
+#include <QTest>
 
 #include <algorithm>
 

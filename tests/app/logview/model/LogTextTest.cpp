@@ -3,7 +3,7 @@
 #include "PlaceInLog.h"
 #include "TestProgram.h"
 
-#include <QtTest>
+#include <QTest>
 
 using namespace ferrolt;
 

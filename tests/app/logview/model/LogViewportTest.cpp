@@ -1,7 +1,7 @@
 #include "LogViewport.h"
 #include "TestProgram.h"
 
-#include <QtTest>
+#include <QTest>
 
 using namespace ferrolt;
 
