@@ -13,7 +13,8 @@ namespace ferrolt {
 
 /// Runs `work` in a forked copy of this process, for conditions that a process cannot take back: a limit,
 /// rights that were given up. Returns what it returned (0 to 127), or minus the number of the signal that
-/// ended it: SIGALRM when it was not done within a minute.
+/// ended it: SIGALRM when it was not done within a minute. What another thread of this process has locked
+/// stays locked in the copy: call it while no other thread is at work.
 template <class Work>
 int inChild(Work work) {
     const pid_t child = ::fork();
