@@ -28,11 +28,6 @@ QString text(const fs::path &path) {
     return QFile::decodeName(path.c_str());
 }
 
-bool pathExists(const fs::path &path) {
-    std::error_code failure;
-    return fs::exists(path, failure) && !failure;
-}
-
 }  // namespace
 
 void AppVars::startServices() {

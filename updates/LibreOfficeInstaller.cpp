@@ -22,11 +22,6 @@ namespace {
 // Allows one installation at a time in the process. Needs no lock: main thread only.
 bool installing = false;
 
-bool pathExists(const fs::path &path) {
-    std::error_code failure;
-    return fs::exists(path, failure);
-}
-
 }  // namespace
 
 const QString LibreOfficeInstaller::versionKey = QStringLiteral("InstalledLibreOfficeVersion");
@@ -115,7 +110,8 @@ void LibreOfficeInstaller::gate(const std::shared_ptr<State> &state, const QStri
     const bool hasThread = removeAbandonedFolders(*state);
 
     const Services &services = state->services;
-    const bool isPresent = pathExists(services.application);
+    std::error_code unreadable;
+    const bool isPresent = fs::exists(services.application, unreadable);
     const std::optional<QString> recorded = state->recorded();
     if (recorded && isPresent) {
         if (*recorded == version)
@@ -171,8 +167,9 @@ bool LibreOfficeInstaller::removeAbandonedFolders(State &state) {
         return true;
     state.hasRemovedAbandoned = state.services.workQueue->async(
         [tools = state.services.tools, temporaryFolder = state.services.temporaryFolder] {
+            std::error_code unreadable;
             for (const StagingFolder &folder : StagingFolder::abandoned(temporaryFolder))
-                if (pathExists(folder.mountPoint()))
+                if (fs::exists(folder.mountPoint(), unreadable))
                     InstallJob::detachImage(*tools, folder.mountPoint());
         });
     return state.hasRemovedAbandoned;

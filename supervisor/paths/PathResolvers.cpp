@@ -22,12 +22,12 @@ Resolved &resolved() {
     return instance;
 }
 
+}  // namespace
+
 bool pathExists(const fs::path &path) {
     std::error_code failure;
     return fs::exists(path, failure) && !failure;
 }
-
-}  // namespace
 
 void usePathRoots(PathRoots roots) {
     resolved() = Resolved{std::move(roots), {}, {}, {}};

@@ -13,6 +13,8 @@ namespace ferrolt {
 void usePathRoots(PathRoots roots);
 const PathRoots &pathRoots();
 
+bool pathExists(const std::filesystem::path &path);
+
 /// "/Library/Application Support/Ferrolt/LumoraCore" if it exists, else the bundle's resource
 /// "Tandril/LumoraCore" if it exists, else the development folder's. Examined on every call.
 std::filesystem::path engineFolder();
