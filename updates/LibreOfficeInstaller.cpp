@@ -2,10 +2,7 @@
 
 #include "InstallJob.h"
 #include "MainQueue.h"
-#include "ServerAddresses.h"
 #include "StagingFolder.h"
-
-#include <QDir>
 
 #include <atomic>
 #include <chrono>
@@ -52,13 +49,7 @@ struct LibreOfficeInstaller::State {
     }
 };
 
-LibreOfficeInstaller::Services::Services()
-    : server(ServerAddresses().libreOfficeServer),
-      application("/Applications/LibreOffice.app"),
-      temporaryFolder(QDir::tempPath().toStdString()),
-      settings(SettingsStore::ofUser()),
-      tools(systemToolRunner()),
-      privilegedCopy(systemPrivilegedCopy()) {
+LibreOfficeInstaller::Services::Services() {
     http.requestTimeout = std::chrono::seconds(30);
     http.resourceTimeout = std::chrono::seconds(900);
 }
@@ -68,7 +59,8 @@ LibreOfficeInstaller::LibreOfficeInstaller(Services services)
       progress(std::make_shared<InstallProgress>()),
       state(std::make_shared<State>(std::move(services), progress)) {
     assertMainThread();
-    Q_ASSERT(workQueue);
+    const Services &given = state->services;
+    Q_ASSERT(given.settings && given.tools && given.privilegedCopy && given.workQueue);
 }
 
 LibreOfficeInstaller::~LibreOfficeInstaller() {

@@ -28,7 +28,7 @@ class LibreOfficeInstaller {
     using Log = std::function<void(const QString &line)>;
     using Completion = std::function<void(const InstallOutcome &outcome)>;
 
-    /// The defaults are the production values; `workQueue` has none.
+    /// Its user sets every field; `http` has the timeouts already.
     struct Services {
         Services();
 
@@ -45,7 +45,7 @@ class LibreOfficeInstaller {
     /// The settings key of the version that this launcher installed, or counts as its own.
     static const QString versionKey;  // "InstalledLibreOfficeVersion"
 
-    /// Constructor and destructor: main thread. `services.workQueue` must not be null. An installation that
+    /// Constructor and destructor: main thread. No pointer in `services` may be null. An installation that
     /// is running when the object is destroyed continues, and its version is recorded.
     explicit LibreOfficeInstaller(Services services);
     ~LibreOfficeInstaller();

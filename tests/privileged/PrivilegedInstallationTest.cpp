@@ -1,4 +1,7 @@
 #include "InstallationScene.h"
+#include "PathResolvers.h"
+#include "RecordingAlerts.h"
+#include "Seams.h"
 #include "TestDiskImage.h"
 #include "TestHfsVolume.h"
 #include "TestProgram.h"
@@ -82,10 +85,11 @@ class PrivilegedInstallationTest : public QObject {
 
     void init() {
         scene = std::make_unique<InstallationScene>();
-        const LibreOfficeInstaller::Services production;
+        const Seams production(std::make_shared<RecordingAlerts>());
+        usePathRoots(production.paths);
         scene->services.tools = production.tools;
         scene->services.privilegedCopy = production.privilegedCopy;
-        scene->services.application = production.application;
+        scene->services.application = libreOfficePath();
         QCOMPARE(scene->services.application, application);
         const QByteArray image = applicationImage();
         scene->server.on(QStringLiteral("/image.dmg"), TestHttpsServer::replies(200, image));
@@ -113,7 +117,7 @@ class PrivilegedInstallationTest : public QObject {
         const fs::path folder = scene->folder / temporary.toStdString();
         fs::create_directory(folder);
         qputenv("TMPDIR", QByteArray::fromStdString(folder.string()));
-        scene->services.temporaryFolder = LibreOfficeInstaller::Services().temporaryFolder;
+        scene->services.temporaryFolder = Seams(std::make_shared<RecordingAlerts>()).temporaryFolder;
         qunsetenv("TMPDIR");
         QCOMPARE(scene->services.temporaryFolder, folder);
         umask(static_cast<mode_t>(mask));

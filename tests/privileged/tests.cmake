@@ -5,7 +5,7 @@ target_link_options(pkexec-stand-in PRIVATE -static)
 
 # One run of the test for each of the users of private_system.sh.
 set(private_system ${CMAKE_CURRENT_SOURCE_DIR}/privileged/private_system.sh ${PROJECT_BINARY_DIR})
-ferrolt_test_program(privileged-tests LINKS ferrolt_test_installation)
+ferrolt_test_program(privileged-tests LINKS ferrolt_test_installation ferrolt_supervisor ferrolt_paths)
 add_dependencies(privileged-tests ferrolt-miner-launcher pkexec-stand-in)
 ferrolt_test(privileged PrivilegedInstallationTest TLS RUN_BY ${private_system} installed)
 foreach(user checkout refused unasked bare stand-in)

@@ -3,6 +3,7 @@
 #include "TestDiskImage.h"
 #include "TestHfsVolume.h"
 #include "TestProgram.h"
+#include "ToolRunner.h"
 #include "TreeSnapshot.h"
 
 #include <QCoreApplication>
@@ -30,6 +31,7 @@ int installOnASmallDisk(const QStringList &arguments) {
     services.application = folder / "Applications/LibreOffice.app";
     services.temporaryFolder = temporary;
     services.settings = std::make_shared<SettingsStore>(folder / "settings.ini");
+    services.tools = systemToolRunner();
     services.privilegedCopy = std::make_shared<SubstitutePrompt>();
     services.workQueue = std::make_shared<WorkQueue>("test.libreoffice-install", QualityOfService::Utility);
     LibreOfficeInstaller installer(services);
