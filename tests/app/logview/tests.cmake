@@ -17,7 +17,8 @@ set(logview ${PROJECT_SOURCE_DIR}/app/logview)
 file(GLOB model_sources ${logview}/model/*.cpp)
 ferrolt_test_program(unsigned-char-tests LINKS ferrolt_model ferrolt_widgets ferrolt_text
     SOURCES app/logview/model/LogRowsTest.cpp app/logview/LogRowTextTest.cpp ${logview}/ConsoleFont.cpp
-        ${logview}/LogRowText.cpp ${model_sources})
+        ${logview}/LogRowText.cpp ${model_sources}
+    OWN_FLAGS)
 target_compile_options(unsigned-char-tests PRIVATE -funsigned-char)
 # Not the libraries, which would be a second copy of these sources.
 target_include_directories(unsigned-char-tests PRIVATE ${logview} ${logview}/model)
