@@ -14,7 +14,7 @@ namespace ferrolt {
 OpenAtLogin::OpenAtLogin(std::unique_ptr<LoginItem> item, std::shared_ptr<AlertPresenter> alerts)
     : item(std::move(item)),
       alerts(std::move(alerts)),
-      toggle(new QAction(QStringLiteral("Open at &Login"), this)) {
+      toggle(new QAction(QStringLiteral("Open at Lo&gin"), this)) {
     assertMainThread();
     toggle->setCheckable(true);
     refresh();
