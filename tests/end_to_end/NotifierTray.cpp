@@ -111,8 +111,8 @@ void NotifierTray::activate() const {
 QList<NotifierTray::Entry> NotifierTray::menu() const {
     const auto menuPath = property("Menu").value<QDBusObjectPath>().path();
     ask(menuPath, menuInterface, "AboutToShow", {0});
-    const QVariantList layout =
-        ask(menuPath, menuInterface, "GetLayout", {0, -1, QStringList{"label", "visible"}});
+    const QVariantList layout = ask(menuPath, menuInterface, "GetLayout",
+                                    {0, -1, QStringList{"label", "visible", "enabled", "toggle-state"}});
     if (layout.size() != 2)
         return {};
     // (ia{sv}av), and each child has the same type
@@ -131,7 +131,9 @@ QList<NotifierTray::Entry> NotifierTray::menu() const {
         argument >> id >> properties;
         argument.endStructure();
         if (properties.value("visible", true).toBool())
-            entries << Entry{id, properties.value("label").toString().remove('_')};
+            entries << Entry{id, properties.value("label").toString().remove('_'),
+                             properties.value("enabled", true).toBool(),
+                             properties.value("toggle-state").toInt() == 1};
     }
     root.endArray();
     root.endStructure();

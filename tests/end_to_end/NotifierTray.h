@@ -37,7 +37,15 @@ class NotifierTray : public QObject {
     QList<QByteArray> pictures() const;
     void activate() const;
 
-    /// The texts of the item's menu as it opens, without mnemonic marks.
+    struct Entry {
+        int id = 0;
+        QString text;  ///< without mnemonic marks; empty for a separator
+        bool isEnabled = true;
+        bool isChecked = false;
+    };
+    /// The item's menu, as the panel gets it when its user opens it.
+    QList<Entry> menu() const;
+    /// The texts of the item's menu without mnemonic marks.
     QStringList menuTexts() const;
     /// Triggers the menu entry with this text.
     void choose(const QString &text) const;
@@ -50,16 +58,10 @@ class NotifierTray : public QObject {
     Q_SCRIPTABLE void StatusNotifierHostRegistered();
 
   private:
-    struct Entry {
-        int id = 0;
-        QString text;
-    };
-
     /// The reply's values; empty without a reply.
     QVariantList ask(const QString &path, const QString &interface, const QString &method,
                      const QVariantList &arguments) const;
     QVariant property(const char *name) const;
-    QList<Entry> menu() const;
 
     QString connectionName;
     QDBusConnection bus;

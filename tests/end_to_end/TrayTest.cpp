@@ -112,7 +112,10 @@ class TrayTest : public QObject {
         Launcher launcher(*desktop, tree->executable(), tree->home());
         QVERIFY(waitUntil([&] { return tray.registeredItems().size() == 1; }));
         QVERIFY(waitUntil([&] { return bothRun(launcher); }, 60s));
-        QCOMPARE(tray.menuTexts(), QStringList({"Open", "Quit"}));
+        QCOMPARE(tray.menuTexts(), (QStringList{"Lumora Core, running", "Qor Client, running", "", "Open",
+                                                "Open at Login", "", "Quit"}));
+        for (const NotifierTray::Entry &entry : tray.menu())
+            QCOMPARE(entry.isEnabled, !entry.text.contains(", running"));
         tray.choose("Open");
         QVERIFY(waitUntil([&] { return isInView(launcher); }));
         const pid_t engine = launcher.child("Orbix")->id;

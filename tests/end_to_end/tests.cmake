@@ -4,6 +4,7 @@ ferrolt_test_program(end_to_end-tests
         $<$<NOT:$<PLATFORM_ID:Darwin>>:Qt6::DBus>
     SOURCES end_to_end/Launcher.cpp end_to_end/PrivateSystem.cpp end_to_end/VirtualDesktop.cpp
     DEFINITIONS
+        FERROLT_AUTOSTART_COMMAND="${PROJECT_SOURCE_DIR}/tests/support/autostart_command.py"
         FERROLT_CONSOLE_TEXT="${PROJECT_SOURCE_DIR}/tools/console-text"
         FERROLT_LAUNCHER="$<TARGET_FILE:ferrolt-miner-launcher>"
         FERROLT_LIBREOFFICE_SERVER="${FERROLT_LIBREOFFICE_SERVER}"
@@ -65,6 +66,7 @@ if(NOT APPLE)
     add_dependencies(end_to_end-tests practice-session-manager)
 
     ferrolt_end_to_end_test(ClipboardTest ${long} TIMEOUT 180 COST 10)
+    ferrolt_end_to_end_test(LogInTest ${long} TIMEOUT 300 COST 20)
     ferrolt_end_to_end_test(ScreenReaderTest ${long} TIMEOUT 180)
     ferrolt_end_to_end_test(SessionEndTest ${long} TIMEOUT 180)
     ferrolt_end_to_end_test(TrayTest ${long} TIMEOUT 300 COST 40)
