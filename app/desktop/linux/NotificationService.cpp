@@ -20,8 +20,6 @@ const QString notificationsPath = QStringLiteral("/org/freedesktop/Notifications
 const QString buttonAction = QStringLiteral("button");
 const QString pressSignal = QStringLiteral("ActionInvoked");
 const QString closeSignal = QStringLiteral("NotificationClosed");
-constexpr const char *pressSlot = SLOT(actionInvoked(uint, QString, QDBusMessage));
-constexpr const char *closeSlot = SLOT(notificationClosed(uint, uint, QDBusMessage));
 
 QDBusMessage callOf(const QString &method) {
     return QDBusMessage::createMethodCall(notificationsService, notificationsPath, notificationsService,
@@ -78,16 +76,20 @@ void NotificationService::listen() {
         return;
     // No sender is named: Qt 6.4 drops signals of a named service that started after the connect().
     QDBusConnection bus = QDBusConnection::sessionBus();
-    bus.connect(QString(), notificationsPath, notificationsService, pressSignal, this, pressSlot);
-    bus.connect(QString(), notificationsPath, notificationsService, closeSignal, this, closeSlot);
+    bus.connect(QString(), notificationsPath, notificationsService, pressSignal, this,
+                SLOT(actionInvoked(uint, QString, QDBusMessage)));
+    bus.connect(QString(), notificationsPath, notificationsService, closeSignal, this,
+                SLOT(notificationClosed(uint, uint, QDBusMessage)));
 }
 
 void NotificationService::stopListening() {
     if (--listeners > 0)
         return;
     QDBusConnection bus = QDBusConnection::sessionBus();
-    bus.disconnect(QString(), notificationsPath, notificationsService, pressSignal, this, pressSlot);
-    bus.disconnect(QString(), notificationsPath, notificationsService, closeSignal, this, closeSlot);
+    bus.disconnect(QString(), notificationsPath, notificationsService, pressSignal, this,
+                   SLOT(actionInvoked(uint, QString, QDBusMessage)));
+    bus.disconnect(QString(), notificationsPath, notificationsService, closeSignal, this,
+                   SLOT(notificationClosed(uint, uint, QDBusMessage)));
 }
 
 std::function<void()> NotificationService::take(uint id, const QDBusMessage &signal) {
