@@ -67,9 +67,11 @@ class WaylandTest : public QObject {
         compositor.setProcessEnvironment(desktop.environment(folder.path()));
         compositor.setStandardErrorFile(QProcess::nullDevice());
         compositor.setStandardOutputFile(QProcess::nullDevice());
-        // --debug lets a program that is not the shell take pictures.
-        compositor.start("weston", {"--backend=headless-backend.so", "--use-pixman", "--width=1280",
-                                    "--height=800", "--socket=wayland-test", "--no-config", "--debug"});
+        // It ends with the test, also if CTest kills that. --debug lets a program that is not the shell take
+        // pictures.
+        compositor.start("setpriv",
+                         {"--pdeathsig", "TERM", "weston", "--backend=headless-backend.so", "--use-pixman",
+                          "--width=1280", "--height=800", "--socket=wayland-test", "--no-config", "--debug"});
         QVERIFY(compositor.waitForStarted());
         // When two pictures are alike, the shell has drawn its background.
         QImage last;
