@@ -67,6 +67,7 @@ if(NOT APPLE)
 
     ferrolt_end_to_end_test(ClipboardTest ${long} TIMEOUT 180 COST 10)
     ferrolt_end_to_end_test(LogInTest ${long} TIMEOUT 300 COST 20)
+    ferrolt_end_to_end_test(MenuTest ${long} TIMEOUT 180)
     ferrolt_end_to_end_test(ScreenReaderTest ${long} TIMEOUT 180)
     ferrolt_end_to_end_test(SessionEndTest ${long} TIMEOUT 180)
     ferrolt_end_to_end_test(TrayTest ${long} TIMEOUT 300 COST 40)
