@@ -12,7 +12,7 @@
 namespace ferrolt {
 namespace {
 
-QString shown(const std::filesystem::path &path) {
+QString pathText(const std::filesystem::path &path) {
     return QDir::toNativeSeparators(QFile::decodeName(path.c_str()));
 }
 
@@ -26,9 +26,9 @@ QList<AboutDetail> aboutDetails() {
             {QStringLiteral("Build"), build},
             {QStringLiteral("Qt"), QString::fromLatin1(qVersion())},
             {QStringLiteral("Program"), QDir::toNativeSeparators(QCoreApplication::applicationFilePath())},
-            {QStringLiteral("Client Folder"), shown(clientVarFolder())},
+            {QStringLiteral("Client Folder"), pathText(clientVarFolder())},
             {QStringLiteral("State Folder"), QDir::toNativeSeparators(stateFolder())},
-            {QStringLiteral("Settings"), shown(SettingsStore::ofUser()->path())}};
+            {QStringLiteral("Settings"), pathText(SettingsStore::ofUser()->path())}};
 }
 
 QString plainText(const QList<AboutDetail> &details) {

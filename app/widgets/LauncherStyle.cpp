@@ -406,8 +406,8 @@ QIcon LauncherStyle::standardIcon(StandardPixmap icon, const QStyleOption *optio
 
 int LauncherStyle::styleHint(StyleHint hint, const QStyleOption *option, const QWidget *widget,
                              QStyleHintReturn *returned) const {
-    // Fusion draws a shadow below the text of a disabled menu item.
-    if (hint == SH_EtchDisabledText)
+    // Fusion draws a shadow below the text of a disabled menu item, and pictures in the buttons of dialogs.
+    if (hint == SH_EtchDisabledText || hint == SH_DialogButtonBox_ButtonsHaveIcons)
         return 0;
     if (hint == SH_Widget_Animation_Duration && motion == Motion::Reduced)
         return 0;

@@ -4,6 +4,7 @@
 
 #include <QApplication>
 #include <QDialog>
+#include <QProxyStyle>
 #include <QPushButton>
 #include <QScrollArea>
 #include <QScrollBar>
@@ -139,6 +140,21 @@ class LauncherStyleTest : public QObject {
         QTest::keyClick(&other, Qt::Key_Backtab, Qt::ShiftModifier);
         QTRY_VERIFY(button.hasFocus());
         QVERIFY(button.grab().toImage() != plain);
+    }
+
+    void theButtonsOfADialogHaveNoPictures() {
+        /// As Fusion on most desktops.
+        class StyleWithPictures : public QProxyStyle {
+            int styleHint(StyleHint hint, const QStyleOption *option, const QWidget *widget,
+                          QStyleHintReturn *returned) const override {
+                return hint == SH_DialogButtonBox_ButtonsHaveIcons
+                           ? 1
+                           : QProxyStyle::styleHint(hint, option, widget, returned);
+            }
+        };
+        LauncherStyle style;
+        style.setBaseStyle(new StyleWithPictures);
+        QCOMPARE(style.styleHint(QStyle::SH_DialogButtonBox_ButtonsHaveIcons, nullptr, nullptr, nullptr), 0);
     }
 
     void aDisabledDefaultButtonIsNotFilled() {
