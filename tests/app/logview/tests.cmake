@@ -16,13 +16,16 @@ endforeach()
 if(NOT FERROLT_SANITIZE)
     set(logview ${PROJECT_SOURCE_DIR}/app/logview)
     file(GLOB model_sources ${logview}/model/*.cpp)
-    ferrolt_test_program(unsigned-char-tests LINKS ferrolt_model ferrolt_widgets ferrolt_text
+    ferrolt_test_program(unsigned-char-tests LINKS ferrolt_logview ferrolt_text
         SOURCES app/logview/model/LogRowsTest.cpp app/logview/LogRowTextTest.cpp ${logview}/ConsoleFont.cpp
             ${logview}/LogRowText.cpp ${model_sources}
         OWN_FLAGS)
     target_compile_options(unsigned-char-tests PRIVATE -funsigned-char)
-    # Not their libraries, which would be a second copy of these sources.
-    target_include_directories(unsigned-char-tests PRIVATE ${logview} ${logview}/model)
+    if(NOT APPLE)
+        # mold takes an object of the console's library for weak functions alone, and with it a second copy of these
+        # sources. The program's own objects come first.
+        target_link_options(unsigned-char-tests PRIVATE -Wl,--allow-multiple-definition)
+    endif()
     foreach(test LogRowsTest LogRowTextTest)
         add_test(NAME app/logview.${test}UnsignedChar COMMAND unsigned-char-tests ${test})
         set_tests_properties(app/logview.${test}UnsignedChar PROPERTIES
