@@ -153,10 +153,10 @@ class DesktopAppearanceTest : public QObject {
         label.show();
         const auto appearance = DesktopAppearance::follow();
         QTRY_VERIFY(isDark());
-        QCOMPARE(label.palette().color(QPalette::Window), Theme::windowBackground(Theme::darkPalette()));
+        QTRY_COMPARE(label.palette().color(QPalette::Window), Theme::windowBackground(Theme::darkPalette()));
         portal.change(colorScheme, 2U);
         QTRY_VERIFY(isLight());
-        QCOMPARE(label.palette().color(QPalette::Window), Theme::windowBackground(Theme::lightPalette()));
+        QTRY_COMPARE(label.palette().color(QPalette::Window), Theme::windowBackground(Theme::lightPalette()));
         portal.change(colorScheme, 1U);
         QTRY_VERIFY(isDark());
         portal.change(colorScheme, 0U);
