@@ -8,6 +8,7 @@
 #include <QAbstractScrollArea>
 #include <QApplication>
 #include <QFocusEvent>
+#include <QMenu>
 #include <QPainter>
 #include <QStyleOption>
 
@@ -293,6 +294,12 @@ void LauncherStyle::drawPrimitive(PrimitiveElement element, const QStyleOption *
     } else if (element == PE_FrameFocusRect) {
         if (option->state.testFlag(State_KeyboardFocusChange))
             drawRing(*painter, option->rect, 0, ringWidthOf(option->palette), Theme::accent(option->palette));
+    } else if (element == PE_IndicatorCheckBox && qobject_cast<const QMenu *>(widget) != nullptr) {
+        // A mark or none: Fusion's empty box looks like a hole in a dark menu.
+        if (option->state.testFlag(State_On))
+            painter->drawPixmap(option->rect, symbolPixmap(Symbol::Checkmark, option->rect.size(),
+                                                           option->palette.color(QPalette::Text),
+                                                           painter->device()->devicePixelRatio()));
     } else if (element == PE_PanelMenu) {
         painter->fillRect(option->rect, Theme::controlBackground(option->palette));
         Drawing::strokeRectangle(*painter, option->rect, Theme::separator(option->palette));

@@ -4,6 +4,7 @@
 
 #include <QApplication>
 #include <QDialog>
+#include <QMenu>
 #include <QProxyStyle>
 #include <QPushButton>
 #include <QScrollArea>
@@ -155,6 +156,28 @@ class LauncherStyleTest : public QObject {
         LauncherStyle style;
         style.setBaseStyle(new StyleWithPictures);
         QCOMPARE(style.styleHint(QStyle::SH_DialogButtonBox_ButtonsHaveIcons, nullptr, nullptr, nullptr), 0);
+    }
+
+    void aSwitchInAMenuHasAMarkOrNothing() {
+        QApplication::setPalette(Theme::darkPalette());
+        QMenu menu;
+        QAction *const choice = menu.addAction("Choice");
+        choice->setCheckable(true);
+        menu.addAction("Other");
+        const auto coloursBeforeTheText = [&] {
+            const QRect item = menu.actionGeometry(choice);
+            const QImage picture =
+                menu.grab(QRect(item.left() + 2, item.top() + 2, 18, item.height() - 4)).toImage();
+            QSet<QRgb> colours;
+            for (int y = 0; y < picture.height(); ++y)
+                for (int x = 0; x < picture.width(); ++x)
+                    colours.insert(picture.pixel(x, y));
+            return colours;
+        };
+        menu.ensurePolished();
+        QCOMPARE(coloursBeforeTheText().size(), 1);
+        choice->setChecked(true);
+        QVERIFY(coloursBeforeTheText().contains(Theme::darkPalette().color(QPalette::Text).rgb()));
     }
 
     void aDisabledDefaultButtonIsNotFilled() {
