@@ -25,8 +25,8 @@ constexpr int valuePadding = 24;
 
 }  // namespace
 
-AboutDialog::AboutDialog(std::shared_ptr<Clipboard> given, QWidget *parent)
-    : QDialog(parent), clipboard(std::move(given)), details(aboutDetails()) {
+AboutDialog::AboutDialog(std::shared_ptr<Clipboard> clipboard, QWidget *parent)
+    : QDialog(parent), clipboard(std::move(clipboard)), details(aboutDetails()) {
     assertMainThread();
     const QString name = QGuiApplication::applicationDisplayName();
     setWindowTitle(tr("About %1").arg(name));

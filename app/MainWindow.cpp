@@ -31,10 +31,10 @@ constexpr QSize frameAllowance(16, 48);
 }  // namespace
 
 MainWindow::MainWindow(std::shared_ptr<AppVars> appVars, std::shared_ptr<TimeSource> time,
-                       std::shared_ptr<Clipboard> given, QString stateFile)
+                       std::shared_ptr<Clipboard> clipboard, QString stateFile)
     : stateFile(std::move(stateFile)),
-      clipboard(std::move(given)),
-      view(new ContentView(appVars, std::move(time), clipboard)),
+      clipboard(clipboard),
+      view(new ContentView(appVars, std::move(time), std::move(clipboard))),
       consoles(new ConsoleActions({view->homeLogs()->lumoraConsole(), view->homeLogs()->qorClientConsole()},
                                   this)),
       menu(new MainMenu(this, *consoles, std::move(appVars))) {

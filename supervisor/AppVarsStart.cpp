@@ -107,7 +107,7 @@ std::optional<LaunchError> AppVars::launchChild(const Child &child, const fs::pa
     process->setExitHook([observer] { observer->childHasEnded(); });
     this->*child.observer = std::move(observer);
 
-    if (const auto error = process->launch())
+    if (auto error = process->launch())
         return error;
     (this->*child.process).set(process);
     (this->*child.isRunning).set(true);

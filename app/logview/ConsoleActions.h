@@ -24,8 +24,8 @@ class ConsoleActions : public QObject {
     Q_OBJECT
 
   public:
-    /// `consoles` must not be empty. `window` holds them and becomes the parent.
-    ConsoleActions(QList<LogConsoleView *> consoles, QWidget *window);
+    /// `all` must not be empty. `window` holds these consoles and becomes the parent.
+    ConsoleActions(QList<LogConsoleView *> all, QWidget *window);
 
     QAction *const copy;
     QAction *const selectAll;

@@ -23,7 +23,7 @@ extern char **environ;  // NOLINT(readability-redundant-declaration): macOS has 
 namespace ferrolt {
 
 std::string LaunchError::localizedDescription() const {
-    const std::string message = std::generic_category().message(code);
+    std::string message = std::generic_category().message(code);
     if (workingFolder.empty())
         return message;
     return "The working folder \"" + workingFolder.string() + "\" cannot be entered: " + message;
