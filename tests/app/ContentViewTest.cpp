@@ -524,9 +524,9 @@ class ContentViewTest : public QObject {
         for (const QString name : {"Home", "Settings", "Lumora Core, stopped", "Qor Client, stopped",
                                    "Miner Client Registration", "Save & Apply Configuration"}) {
             const QWidget *const part = named(window, name);
-            QVERIFY2(part, qPrintable(name));
-            QVERIFY2(part->width() >= part->sizeHint().width(), qPrintable(name));
-            QVERIFY2(part->height() >= part->sizeHint().height(), qPrintable(name));
+            QVERIFY2(part != nullptr && part->width() >= part->sizeHint().width() &&
+                         part->height() >= part->sizeHint().height(),
+                     qPrintable(name));
         }
         for (const QString name :
              {"E-Mail Address", "User / Company Name", "Machine Display Name (Optional)"}) {

@@ -38,8 +38,8 @@ long long switches(pid_t id) {
     long long sum = 0;
     for (const auto &thread : std::filesystem::directory_iterator(threads)) {
         // ThreadSanitizer's background thread has the program's name and wakes up ten times a second.
-        const bool isMain = thread.path().filename() == std::to_string(id);
-        if (FERROLT_SANITIZED && !isMain && nameOf(thread) == nameOf(threads / std::to_string(id)))
+        if (FERROLT_SANITIZED && thread.path().filename() != std::to_string(id) &&
+            nameOf(thread) == nameOf(threads / std::to_string(id)))
             continue;
         std::ifstream status(thread.path() / "status");
         for (std::string line; std::getline(status, line);)

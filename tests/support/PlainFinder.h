@@ -49,9 +49,9 @@ class PlainFinder {
         return hits.empty() ? std::nullopt : std::optional(hits.front());
     }
     std::optional<LogSpan> previous(LogPosition from) const {
-        for (auto hit = hits.rbegin(); hit != hits.rend(); ++hit) {
-            if (hit->begin < from)
-                return *hit;
+        for (std::size_t i = hits.size(); i-- > 0;) {
+            if (hits[i].begin < from)
+                return hits[i];
         }
         return hits.empty() ? std::nullopt : std::optional(hits.back());
     }

@@ -16,7 +16,7 @@ using namespace ferrolt;
 using namespace std::chrono_literals;
 
 namespace QTest {
-template <>
+template <>  // NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
 char *toString(const std::vector<LogSpan> &spans) {
     QStringList words;
     for (const LogSpan &span : spans) {
