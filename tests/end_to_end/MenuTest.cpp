@@ -5,6 +5,7 @@
 #include "Waiting.h"
 
 #include <QFile>
+#include <QRegularExpression>
 #include <QTest>
 
 #include <chrono>
@@ -12,7 +13,7 @@
 using namespace ferrolt;
 using namespace std::chrono_literals;
 
-/// The built program's commands, by the keys of a keyboard and by a screen reader.
+/// The built program's commands, by keys, by mouse and by a screen reader.
 class MenuTest : public QObject {
     Q_OBJECT
 
@@ -25,10 +26,19 @@ class MenuTest : public QObject {
         return desktop->run(FERROLT_SCREEN_READER, QStringList(QString::number(launcher->id())) + command,
                             exitCode);
     }
-    bool press(const QString &name) const {
+    bool does(const QStringList &command) const {
         int exitCode = -1;
-        read({"press", name}, &exitCode);
+        read(command, &exitCode);
         return exitCode == 0;
+    }
+    bool press(const QString &name) const { return does({"press", name}); }
+    /// Where `command` says.
+    bool click(const QStringList &command) const {
+        const QStringList spot = read(command).split(' ');
+        if (spot.size() != 2)
+            return false;
+        desktop->run("xdotool", {"mousemove", spot[0], spot[1].trimmed(), "click", "1"});
+        return true;
     }
     bool isOnScreen(const QString &name) const {
         for (const QString &line : read({"list"}).split('\n')) {
@@ -52,7 +62,28 @@ class MenuTest : public QObject {
         type({"Home"});
         return comes("Newest Entry");
     }
-    bool chooseFromTheMenu(const QString &name) const { return press("Menu") && comes(name) && press(name); }
+    /// Does a command of the menu.
+    bool reach(const QString &command, const QStringList &keys) const {
+        QFETCH(QString, by);
+        if (by == "keys")
+            type(keys);
+        if (by == "mouse")
+            return click({"spot", "Menu"}) && click({"menu-spot", command});
+        return by == "keys" || (press("Menu") && does({"choose", command}));
+    }
+    /// The number in the find bar's "1 of 9", once it is another than `before`.
+    int otherHit(int before) const {
+        int hit = before;
+        waitUntil([&] {
+            const auto number = QRegularExpression("\\t(\\d+) of \\d+").match(read({"list"})).captured(1);
+            hit = number.isEmpty() ? before : number.toInt();
+            return hit != before;
+        });
+        return hit;
+    }
+    bool isOpenedAtLogIn() const {
+        return std::filesystem::exists(tree->home() / ".config/autostart/ferrolt-miner-launcher.desktop");
+    }
 
   private Q_SLOTS:
     /// A window whose engine has written a log that is longer than the screen.
@@ -78,29 +109,62 @@ class MenuTest : public QObject {
         desktop.reset();
     }
 
-    void theCommandsAreReachedByKeys() {
+    void everyCommandIsReached_data() {
+        QTest::addColumn<QString>("by");
+        for (const char *by : {"keys", "mouse", "screen reader"})
+            QTest::newRow(by) << by;
+    }
+    void everyCommandIsReached() {
+        QFETCH(QString, by);
         QVERIFY(scrollUp());
-        type({"alt+End"});
+        if (by == "keys")
+            type({"alt+End"});
+        else
+            QVERIFY(by == "mouse" ? click({"spot", "Newest Entry"}) : press("Newest Entry"));
         QVERIFY(goes("Newest Entry"));
-        type({"ctrl+a", "ctrl+c"});
+
+        QVERIFY(reach("Select All", {"ctrl+a"}));
+        QVERIFY(reach("Copy", {"ctrl+c"}));
         QVERIFY(waitUntil([&] { return onTheClipboard().startsWith("Lumora Core started.\n"); }));
-        type({"ctrl+f"});
-        QVERIFY(comes("Find Next"));
-        type({"Escape"});
-        QVERIFY(goes("Find Next"));
+        QVERIFY(reach("Find", {"ctrl+f"}));
+        QVERIFY(comes("Done"));
+        type({"ctrl+a", "e"});
+        QVERIFY(reach("Find Next", {"F3"}));
+        const int first = otherHit(-1);
+        QVERIFY(first > 0);
+        QVERIFY(reach("Find Next", {"F3"}));
+        QVERIFY(otherHit(first) != first);
+        QVERIFY(reach("Find Previous", {"shift+F3"}));
+        QCOMPARE(otherHit(first + 1), first);
+        QVERIFY(press("Done"));
+        QVERIFY(goes("Done"));
+        QVERIFY(reach("Save Log As…", {"ctrl+shift+s"}));
+        QVERIFY(comes("Save Log As"));
+        QVERIFY(press("Cancel"));
+        QVERIFY(goes("Save Log As"));
 
-        type({"ctrl+comma"});
+        QVERIFY(reach("Settings", {"ctrl+comma"}));
         QVERIFY(comes("E-Mail Address"));
-        type({"alt+Home"});
+        QVERIFY(reach("Home", {"alt+Home"}));
         QVERIFY(goes("E-Mail Address"));
-
-        type({"F10"});
-        QVERIFY(comes("About Ferrolt Miner Launcher"));
-        type({"b"});
-        QVERIFY(comes("Copy Details"));
+        QVERIFY(reach("Open at Login", {"F10", "g"}));
+        QVERIFY(waitUntil([&] { return isOpenedAtLogIn(); }));
+        QVERIFY(reach("About Ferrolt Miner Launcher", {"F10", "b"}));
+        QVERIFY(comes("Client Folder"));
+        QVERIFY(press("Copy Details"));
+        QVERIFY(waitUntil([&] { return onTheClipboard().contains("Client Folder: "); }));
         type({"Escape"});
         QVERIFY(goes("Copy Details"));
 
+        QVERIFY(reach("Close", {"ctrl+w"}));
+        QVERIFY(waitUntil([&] { return launcher->visibleWindows().isEmpty(); }));
+        QCOMPARE(launcher->startAgain(), 0);
+        QVERIFY(waitUntil([&] { return launcher->visibleWindows().size() == 1; }));
+        QVERIFY(reach("Quit", {"ctrl+q"}));
+        QVERIFY(waitUntil([&] { return !launcher->isRunning(); }));
+    }
+
+    void aLogIsSavedAsItIsShown() {
         const std::filesystem::path file = tree->home() / "saved.log";
         type({"ctrl+shift+s"});
         QVERIFY(comes("Save Log As"));
@@ -112,31 +176,6 @@ class MenuTest : public QObject {
         QVERIFY(saved.open(QFile::ReadOnly));
         QCOMPARE(QString::fromUtf8(saved.readAll()).trimmed(),
                  launcher->consoleText("Lumora Core Engine").trimmed());
-
-        type({"ctrl+w"});
-        QVERIFY(waitUntil([&] { return launcher->visibleWindows().isEmpty(); }));
-    }
-
-    void theCommandsAreReachedByAScreenReader() {
-        QVERIFY(scrollUp());
-        QVERIFY(press("Newest Entry"));
-        QVERIFY(goes("Newest Entry"));
-        QVERIFY(chooseFromTheMenu("Find"));
-        QVERIFY(comes("Done"));
-        QVERIFY(press("Done"));
-        QVERIFY(goes("Done"));
-        QVERIFY(chooseFromTheMenu("About Ferrolt Miner Launcher"));
-        QVERIFY(comes("Client Folder"));
-        QVERIFY(press("Copy Details"));
-        QVERIFY(waitUntil([&] { return onTheClipboard().contains("Client Folder: "); }));
-        QVERIFY(press("Close"));
-        QVERIFY(goes("Copy Details"));
-        QVERIFY(chooseFromTheMenu("Save Log As…"));
-        QVERIFY(comes("Save Log As"));
-        QVERIFY(press("Cancel"));
-        QVERIFY(goes("Save Log As"));
-        QVERIFY(chooseFromTheMenu("Quit"));
-        QVERIFY(waitUntil([&] { return !launcher->isRunning(); }));
     }
 };
 
