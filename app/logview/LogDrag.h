@@ -25,10 +25,10 @@ class LogDrag : public QObject {
 
     /// What the press selects around the point: a line for the third press of a triple click, else a
     /// character.
-    LogSelection::Unit press(QPointF point);
-    void doubleClick(QPointF point);
+    LogSelection::Unit press(QPointF at);
+    void doubleClick(QPointF at);
     /// Does nothing unless a drag is under way.
-    void moveTo(QPointF point);
+    void moveTo(QPointF to);
     void end();
     void cancel();
     bool isActive() const { return active; }

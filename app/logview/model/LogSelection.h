@@ -22,7 +22,7 @@ class LogSelection {
     // Positions must lie in elements that the log holds.
 
     /// Puts the caret at a position and selects the word or line there; nothing for Unit::Character.
-    void begin(LogPosition position, Unit unit = Unit::Character);
+    void begin(LogPosition position, Unit by = Unit::Character);
     /// Selects from where the selection began to this position, by the unit with which it began.
     void extendTo(LogPosition position);
     /// Moves the end at which the caret is to this very position. The unit of the selection does not matter.
