@@ -25,6 +25,7 @@ bool waitsForEnds = false;
 
 // Replaces the C library's function. With `waitsForEnds` it returns from a terminate request only after the
 // child has ended and its output was read.
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
 extern "C" int kill(pid_t process, int signal) noexcept {
     if (signal == SIGTERM)
         asked.push_back(process);
