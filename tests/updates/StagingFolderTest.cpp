@@ -39,6 +39,7 @@ extern "C" uid_t geteuid() noexcept {
 }
 
 /// Replaces the C library's function.
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
 extern "C" int flock(int file, int operation) noexcept {
     static const auto system = reinterpret_cast<int (*)(int, int)>(dlsym(RTLD_NEXT, "flock"));
     const auto act = atTheNextLock;  // which may replace itself
