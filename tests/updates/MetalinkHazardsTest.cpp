@@ -4,9 +4,8 @@
 
 #include <QTest>
 
+#include <ctime>
 #include <random>
-
-#include <time.h>
 
 using namespace ferrolt;
 
