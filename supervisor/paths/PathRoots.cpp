@@ -1,5 +1,7 @@
 #include "PathRoots.h"
 
+#include "RunningProgram.h"
+
 #include <cstdlib>
 
 namespace ferrolt {
@@ -17,7 +19,7 @@ std::filesystem::path homeFolder() {
 PathRoots::PathRoots()
     : root("/"),
       home(homeFolder()),
-      executableFolder(ferrolt::executableFolder()),
+      executableFolder(runningProgram().parent_path()),
       resources(resourceFolder(executableFolder)),
       developmentFolder(FERROLT_DEVELOPMENT_FOLDER),
       nodeServerHost(FERROLT_NODE_SERVER_HOST) {}

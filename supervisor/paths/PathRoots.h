@@ -18,9 +18,6 @@ struct PathRoots {
     std::string nodeServerHost;               ///< the default node server host
 };
 
-/// The folder of the running executable, links resolved; empty when the system does not report it.
-std::filesystem::path executableFolder();
-
 /// The bundle's resource folder that belongs to `executableFolder`.
 std::filesystem::path resourceFolder(const std::filesystem::path &executableFolder);
 

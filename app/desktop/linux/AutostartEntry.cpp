@@ -2,6 +2,7 @@
 
 #include "FileReplacement.h"
 #include "MainQueue.h"
+#include "RunningProgram.h"
 
 #include <QByteArray>
 #include <QByteArrayView>
@@ -183,9 +184,7 @@ std::unique_ptr<LoginItem> LoginItem::ofUser() {
     std::vector<fs::path> folders;
     for (const QString &base : QStandardPaths::standardLocations(QStandardPaths::GenericConfigLocation))
         folders.push_back(fs::path(QFile::encodeName(base).toStdString()) / "autostart");
-    std::error_code failure;
-    return std::make_unique<AutostartEntry>(commandOf(fs::read_symlink("/proc/self/exe", failure)),
-                                            std::move(folders));
+    return std::make_unique<AutostartEntry>(commandOf(runningProgram()), std::move(folders));
 }
 
 }  // namespace ferrolt

@@ -1,8 +1,8 @@
 #include "PkexecCopy.h"
 
 #include "RunProcess.h"
+#include "RunningProgram.h"
 
-#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -41,9 +41,7 @@ std::string PkexecCopy::missingProgram() const {
 }
 
 fs::path PkexecCopy::installedHelper() {
-    std::error_code failure;
-    const fs::path executable = fs::read_symlink("/proc/self/exe", failure);
-    return executable.parent_path().parent_path() / FERROLT_INSTALLATION_HELPER;
+    return runningProgram().parent_path().parent_path() / FERROLT_INSTALLATION_HELPER;
 }
 
 bool PkexecCopy::isWritableByRootOnly(const fs::path &program) {
