@@ -91,13 +91,13 @@ void MainMenu::setOpenAtLogin(QAction *action) {
 }
 
 void MainMenu::refreshFor(QMenu *menu) {
+    connect(menu, &QMenu::aboutToShow, &consoles, &ConsoleActions::refresh);
     connect(menu, &QMenu::aboutToShow, this, &MainMenu::refresh);
     // A screen reader's press on an item leaves the menu open in Qt 6.4.
     connect(menu, &QMenu::triggered, menu, &QWidget::close);
 }
 
 void MainMenu::refresh() {
-    consoles.refresh();
     // A menu bar outside of the window is there while the window is closed, too.
     const bool isClosed = !window->isVisible();
     home->setEnabled(isClosed || appVars->_selectedTab.get() != AppVars::homeTab);
@@ -106,7 +106,7 @@ void MainMenu::refresh() {
 }
 
 bool MainMenu::eventFilter(QObject *watched, QEvent *event) {
-    // Sent before a key is looked up among the shortcuts.
+    // Sent before a key is looked up among the shortcuts. The consoles' actions refresh themselves.
     if (event->type() == QEvent::ShortcutOverride)
         refresh();
     return QObject::eventFilter(watched, event);
