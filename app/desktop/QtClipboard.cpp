@@ -3,6 +3,7 @@
 #include "MainQueue.h"
 #include "Utf16.h"
 
+#include <QByteArrayList>
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QMimeData>
@@ -34,16 +35,7 @@ class TextInPieces : public QMimeData {
     static QString plainText() { return QStringLiteral("text/plain"); }
     static QString utf8Text() { return QStringLiteral("text/plain;charset=utf-8"); }
 
-    QByteArray joined() const {
-        qsizetype size = 0;
-        for (const QByteArray &piece : pieces)
-            size += piece.size();
-        QByteArray text;
-        text.reserve(size);
-        for (const QByteArray &piece : pieces)
-            text.append(piece);
-        return text;
-    }
+    QByteArray joined() const { return QByteArrayList(pieces.begin(), pieces.end()).join(); }
 
     std::vector<QByteArray> pieces;
 };

@@ -7,6 +7,7 @@
 #include "Symbols.h"
 #include "Theme.h"
 
+#include <QByteArrayList>
 #include <QDir>
 #include <QFile>
 #include <QMessageBox>
@@ -25,17 +26,6 @@ constexpr int warningSide = 40;
 QString documentsFolder() {
     const QString documents = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
     return QDir(documents).exists() ? documents : QDir::homePath();
-}
-
-std::string joined(const std::vector<QByteArray> &pieces) {
-    std::size_t size = 0;
-    for (const QByteArray &piece : pieces)
-        size += static_cast<std::size_t>(piece.size());
-    std::string text;
-    text.reserve(size);
-    for (const QByteArray &piece : pieces)
-        text.append(piece.constData(), static_cast<std::size_t>(piece.size()));
-    return text;
 }
 
 QString wordsFor(const std::error_code &reason) {
@@ -82,7 +72,9 @@ void LogSaver::write(const QString &file, std::vector<QByteArray> pieces) {
     const auto work = [self = QPointer(this), file, pieces = std::move(pieces)] {
         std::error_code reason;
         const std::filesystem::path path = QFile::encodeName(file).toStdString();
-        const bool isSaved = replaceFile(path, joined(pieces), reason);
+        const QByteArray text = QByteArrayList(pieces.begin(), pieces.end()).join();
+        const bool isSaved =
+            replaceFile(path, {text.constData(), static_cast<std::size_t>(text.size())}, reason);
         MainQueue::async([self, file, isSaved, reason] {
             if (self && isSaved)
                 Q_EMIT self->saved(file);
