@@ -8,7 +8,6 @@
 #include <memory>
 
 class QGridLayout;
-class QLineEdit;
 class QPushButton;
 
 namespace ferrolt {

@@ -14,7 +14,7 @@ class OpenAtLogin;
 
 /// Tells a new user, in notifications of the desktop, what the window does not show: that closing it ends
 /// nothing, and that the program can start at log-in. Each is told once in the life of the user's state file;
-/// what no desktop has shown is told at the next occasion of a later run. Main thread.
+/// one that no desktop has shown is told again in a later run. Main thread.
 class FirstTimeNotices : public QObject {
     Q_OBJECT
 

@@ -36,7 +36,7 @@ struct SelectionColors {
     QColor text;
 };
 
-/// Most palettes have one highlight for both groups; then gray shows that the keyboard is elsewhere. The gray
+/// Many palettes have one highlight for both groups; then gray shows that the keyboard is elsewhere. The gray
 /// is a veil, through which hits can be seen.
 SelectionColors selectionColors(const QPalette &palette, QPalette::ColorGroup group) {
     constexpr double minContrast = 3;

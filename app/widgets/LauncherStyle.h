@@ -12,8 +12,7 @@ namespace ferrolt {
 /// - Scroll bars have no arrow buttons. A splitter's handle shows nothing.
 /// - The keyboard focus is a ring in the accent colour. Line edits with a frame always show it; other
 ///   widgets only when the keyboard brought the focus there.
-/// - Whatever moves by itself asks SH_Widget_Animation_Duration first, which is 0 where the user wants no
-///   motion.
+/// - Animations ask for SH_Widget_Animation_Duration first, which is 0 where the user wants no motion.
 ///
 /// Main thread.
 class LauncherStyle : public QProxyStyle {

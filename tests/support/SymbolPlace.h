@@ -41,8 +41,8 @@ inline std::optional<QPoint> placeOfSymbol(const QImage &picture, const QRect &w
     return std::nullopt;
 }
 
-/// Which pixels in `within` somebody who sees no colour can tell from the one at its top left corner, row by
-/// row: '#' for those, '.' for the others.
+/// Row by row, '#' for each pixel in `within` whose brightness differs clearly from that at its top left
+/// corner, '.' for the others.
 inline QString grayShape(const QImage &picture, const QRect &within) {
     const QImage gray = picture.convertToFormat(QImage::Format_Grayscale8);
     const int ground = qGray(gray.pixel(within.topLeft()));

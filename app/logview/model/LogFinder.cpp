@@ -42,7 +42,7 @@ void LogFinder::setNeedle(const QString &text) {
         // byte can.
         std::fill(canStartHit.begin() + firstLeadByte, canStartHit.end(), true);
     }
-    // The table of Knuth, Morris and Pratt: no text takes longer than its length, whatever the needle.
+    // The failure table of Knuth, Morris and Pratt: the search is linear in the text, whatever the needle.
     fallbacks.assign(needle.size() + 1, 0);
     for (std::size_t length = 1, shorter = 0; length < needle.size(); ++length) {
         while (shorter > 0 && needle[length] != needle[shorter])
