@@ -164,7 +164,11 @@ class UpdateTest : public QObject {
             const pid_t client = launcher.child("qorclient")->id;
             servers.mayDeliver = true;
             QVERIFY(waitUntil(
-                [&] { return launcher.child("Orbix") && launcher.child("Orbix")->id != engine; }, 60s));
+                [&] {
+                    const std::optional<ChildFacts> running = launcher.child("Orbix");
+                    return running && running->id != engine;
+                },
+                60s));
             QVERIFY(!isAlive(engine));
             QCOMPARE(launcher.child("qorclient")->id, client);
 
