@@ -293,7 +293,7 @@ class UpdateTest : public QObject {
         QVERIFY(waitUntil([&] { return run.launcher->visibleWindows().contains("Ferrolt Miner Launcher"); }));
         // A resolver queries twice and waits five seconds each time.
         kill(run.launcher->id(), SIGTERM);
-        QVERIFY(waitUntil([&] { return !run.launcher->isRunning(); }, 4s));
+        QVERIFY(waitUntil([&] { return !run.launcher->isRunning(); }, 8s));
         QCOMPARE(run.launcher->program().exitStatus(), QProcess::NormalExit);
         QCOMPARE(run.launcher->program().exitCode(), 0);
     }
@@ -321,7 +321,7 @@ class UpdateTest : public QObject {
             QVERIFY(waitUntil([&] { return isStalling.load(); }, 60s));
             QVERIFY(launcher.isRunning());
             kill(launcher.id(), SIGTERM);
-            QVERIFY(waitUntil([&] { return !launcher.isRunning(); }, 5s));
+            QVERIFY(waitUntil([&] { return !launcher.isRunning(); }, 20s));
             QCOMPARE(launcher.program().exitStatus(), QProcess::NormalExit);
             QCOMPARE(launcher.program().exitCode(), 0);
         }

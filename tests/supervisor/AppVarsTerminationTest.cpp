@@ -136,7 +136,7 @@ class AppVarsTerminationTest : public QObject {
         const int client = s.clientId();
         const auto begin = std::chrono::steady_clock::now();
         s.vars->stopAll();
-        QVERIFY(std::chrono::steady_clock::now() - begin < std::chrono::milliseconds(100));
+        QVERIFY(std::chrono::steady_clock::now() - begin < std::chrono::seconds(2));
         QVERIFY(!s.vars->_isLumRunning);
         QVERIFY(s.waitForClientLog("Qor Client terminated with status 15\n"));
         QVERIFY(!isAlive(client));

@@ -166,7 +166,7 @@ class InstallerQuitTest : public QObject {
                        scene.server.base(), QString::fromStdString(scene.folder.string())});
         QVERIFY(waitUntil([&] { return isTool ? tool() != 0 : isStalling.load(); }));
         program.write("quit\n");
-        QVERIFY(program.waitForFinished(3000));  // instead of the 30 or 60 s that its work takes
+        QVERIFY(program.waitForFinished(15000));  // instead of the 30 or 60 s that its work takes
         QCOMPARE(program.exitStatus(), QProcess::NormalExit);
         QCOMPARE(program.exitCode(), 42);
         QVERIFY(!isTool || waitUntil([&] { return !isAlive(tool()); }));

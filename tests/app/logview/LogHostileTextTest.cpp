@@ -1,4 +1,5 @@
 #include "ConsoleFixture.h"
+#include "CpuTime.h"
 #include "LogText.h"
 #include "TestProgram.h"
 
@@ -28,11 +29,10 @@ class Frames : public QObject {
     double worstMilliseconds() const { return static_cast<double>(worst) / 1e6; }
     template <class Work>
     void frame(QWidget &window, Work work) {
-        QElapsedTimer clock;
-        clock.start();
+        const CpuTime clock;
         work();
         window.repaint();
-        worst = std::max(worst, clock.nsecsElapsed());
+        worst = std::max(worst, clock.nanoseconds());
     }
     void runFor(int milliseconds) {
         QElapsedTimer whole;
@@ -52,14 +52,13 @@ class Frames : public QObject {
     template <class Condition>
     void runUntil(Condition holds) {
         while (!holds()) {
-            QElapsedTimer clock;
-            clock.start();
+            const CpuTime clock;
             QCoreApplication::processEvents();
-            worst = std::max(worst, clock.nsecsElapsed());
+            worst = std::max(worst, clock.nanoseconds());
             QThread::usleep(200);
         }
     }
-    qint64 worst = 0;
+    long long worst = 0;  // nanoseconds
 };
 
 }  // namespace
