@@ -8,7 +8,9 @@
 #include <QTest>
 
 #include <atomic>
+#include <chrono>
 #include <csignal>
+#include <ctime>
 #include <future>
 #include <mutex>
 #include <string>
@@ -89,6 +91,22 @@ class PipeReaderTest : public QObject {
         write(pipe, "two");
         QVERIFY(waitWithoutEvents([&] { return collector.taken().size() == 2; }));
         QCOMPARE(collector.taken(), (std::vector<std::string>{"one", "two"}));
+    }
+
+    void whileNothingComesTheThreadSleeps() {
+        Collector collector;
+        Pipe pipe = Pipe::open();
+        const auto reader = startReader(std::move(pipe.readingEnd), collector.receiver());
+        write(pipe, "one");
+        QVERIFY(waitWithoutEvents([&] { return collector.taken().size() == 1; }));
+        const auto computed = [] {
+            timespec time{};
+            clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+            return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+        };
+        const auto before = computed();
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        QVERIFY(computed() - before < std::chrono::milliseconds(20));
     }
 
     void noReadIsLargerThan64KiBAndNothingIsLost() {

@@ -21,6 +21,7 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -126,6 +127,20 @@ class ProcessTest : public QObject {
         QCOMPARE(child.process.waitUntilExit(), 3);
         QCOMPARE(child.reports(), std::vector<Process::Status>{3});
         QVERIFY(!child.process.isRunning());
+    }
+
+    /// Else its end would never be the end of the pipe.
+    void afterTheLaunchTheChildAloneHoldsItsOutput() {
+        Pipe pipe = Pipe::open();
+        Process process;
+        process.setExecutable(FERROLT_PRACTICE_CHILD);
+        process.setArguments({"exit", "0"});
+        process.setWorkingFolder("/");
+        process.setOutput(std::move(pipe.writingEnd));
+        QVERIFY(!process.launch());
+        QCOMPARE(process.waitUntilExit(), 0);
+        pollfd end{pipe.readingEnd.get(), POLLIN, 0};
+        QVERIFY(poll(&end, 1, 0) == 1 && (end.revents & POLLHUP) != 0);
     }
 
     void theNumberOfTheTerminatingSignalIsTheStatus() {
