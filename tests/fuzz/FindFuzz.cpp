@@ -1,19 +1,14 @@
+#include "Expect.h"
 #include "FuzzInput.h"
 #include "LogFinder.h"
 #include "PlainFinder.h"
 
 #include <chrono>
-#include <cstdlib>
 
 using namespace ferrolt;
 using namespace std::chrono_literals;
 
 namespace {
-
-void expect(bool holds) {
-    if (!holds)
-        std::abort();
-}
 
 /// Few letters, so that a text repeats itself: of one to four bytes, in both cases, and a line break.
 QString textFrom(FuzzInput &input, std::size_t maxLength) {

@@ -1,20 +1,15 @@
+#include "Expect.h"
 #include "FuzzInput.h"
 #include "LogLayout.h"
 #include "LogRows.h"
 #include "Utf8.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <string_view>
 
 using namespace ferrolt;
 
 namespace {
-
-void expect(bool holds) {
-    if (!holds)
-        std::abort();
-}
 
 /// The rows of an element are its whole text, cut between characters, each in one line.
 void checkRows(const QByteArray &element, int columns) {
