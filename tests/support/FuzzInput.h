@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
@@ -20,11 +21,14 @@ class FuzzInput {
             number = number * 256 + (isEmpty() ? 0U : *at++);
         return number % limit;
     }
-    QByteArray rest() {
-        const QByteArray bytes(reinterpret_cast<const char *>(at), end - at);
-        at = end;
-        return bytes;
+    /// That many bytes, or as many as are left.
+    QByteArray bytes(std::size_t count) {
+        const auto length = std::min(static_cast<std::ptrdiff_t>(count), end - at);
+        const QByteArray taken(reinterpret_cast<const char *>(at), length);
+        at += length;
+        return taken;
     }
+    QByteArray rest() { return bytes(static_cast<std::size_t>(end - at)); }
 
   private:
     const std::uint8_t *at;

@@ -1,13 +1,12 @@
 #include "ChunkDecoder.h"
+#include "PlainDecoder.h"
 #include "TestProgram.h"
 #include "Utf8.h"
 
 #include <QTest>
 
 #include <cstdint>
-#include <optional>
 #include <random>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -36,107 +35,6 @@ std::string joined(const std::vector<LogElement> &elements) {
         text += element.toStdString();
     return text;
 }
-
-/// The same rule in its plainest form, slow: one code point at a time, every prefix tried in turn.
-namespace plain {
-
-std::optional<std::size_t> characterLength(const std::string &s, std::size_t at) {
-    const auto byte = [&](std::size_t i) { return static_cast<unsigned>(static_cast<unsigned char>(s[i])); };
-    const unsigned lead = byte(at);
-    if (lead < 0x80)
-        return 1;
-    const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
-    if (lead < 0xC0 || lead > 0xF7 || at + length > s.size())
-        return std::nullopt;
-    unsigned code = lead & (0xFFU >> (length + 1));
-    for (std::size_t i = 1; i < length; ++i) {
-        if ((byte(at + i) & 0xC0U) != 0x80U)
-            return std::nullopt;
-        code = code << 6U | (byte(at + i) & 0x3FU);
-    }
-    const unsigned smallest[] = {0, 0, 0x80, 0x800, 0x10000};
-    if (code < smallest[length] || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF))
-        return std::nullopt;
-    return length;
-}
-
-bool isStrict(const std::string &s) {
-    for (std::size_t at = 0; at < s.size();) {
-        const auto length = characterLength(s, at);
-        if (!length)
-            return false;
-        at += *length;
-    }
-    return true;
-}
-
-std::string encoded(unsigned code) {
-    const auto byte = [](unsigned value) { return static_cast<char>(static_cast<unsigned char>(value)); };
-    if (code < 0x80)
-        return {byte(code)};
-    if (code < 0x800)
-        return {byte(0xC0 | code >> 6), byte(0x80 | (code & 0x3F))};
-    if (code < 0x10000)
-        return {byte(0xE0 | code >> 12), byte(0x80 | (code >> 6 & 0x3F)), byte(0x80 | (code & 0x3F))};
-    return {byte(0xF0 | code >> 18), byte(0x80 | (code >> 12 & 0x3F)), byte(0x80 | (code >> 6 & 0x3F)),
-            byte(0x80 | (code & 0x3F))};
-}
-
-/// Whether `s` is a proper prefix of a character: such a prefix is replaced as a whole.
-bool isBeginningOfCharacter(const std::string &s) {
-    static const std::set<std::string> beginnings = [] {
-        std::set<std::string> all;
-        // The last byte of a character holds 6 bits of its code and is in no beginning.
-        for (unsigned code = 0; code <= 0x10FFFF; code += 64) {
-            if (code >= 0xD800 && code <= 0xDFFF)
-                continue;
-            const std::string character = encoded(code);
-            for (std::size_t length = 1; length < character.size(); ++length)
-                all.insert(character.substr(0, length));
-        }
-        return all;
-    }();
-    return beginnings.contains(s);
-}
-
-std::string replaced(const std::string &s) {
-    std::string text;
-    for (std::size_t at = 0; at < s.size();) {
-        if (const auto length = characterLength(s, at)) {
-            text += s.substr(at, *length);
-            at += *length;
-            continue;
-        }
-        std::size_t piece = 1;
-        for (std::size_t longer = 2; longer <= 3 && at + longer <= s.size(); ++longer) {
-            if (isBeginningOfCharacter(s.substr(at, longer)))
-                piece = longer;
-        }
-        text += "\xEF\xBF\xBD";
-        at += piece;
-    }
-    return text;
-}
-
-struct Decoder {
-    std::string pending;
-
-    std::string take(const std::string &bytes) {
-        pending += bytes;
-        const std::size_t n = pending.size();
-        for (std::size_t k = 0; k <= 3 && k <= n; ++k) {
-            if (const std::string prefix = pending.substr(0, n - k); isStrict(prefix)) {
-                pending.erase(0, n - k);
-                return prefix;
-            }
-        }
-        const std::string text = replaced(pending);
-        pending.clear();
-        return text;
-    }
-};
-
-}  // namespace plain
 
 /// Valid text mixed with the ill-formed sequences that a log may get.
 std::string sample(std::mt19937 &random) {
@@ -235,7 +133,8 @@ class ChunkDecoderTest : public QObject {
             // Every element but the last is full: less than one replacement character is missing.
             const std::string all = joined(elements) + joined(takeAll(decoder, "the end"));
             QCOMPARE(elements.size(), all.size() / (ChunkDecoder::maxText - 3) + 1);
-            QVERIFY(all == plain::replaced(bytes + "the end"));  // not QCOMPARE: it would print all of it
+            QVERIFY(all ==
+                    PlainDecoder::replaced(bytes + "the end"));  // not QCOMPARE: it would print all of it
         }
     }
 
@@ -246,7 +145,7 @@ class ChunkDecoderTest : public QObject {
             for (int i = 0; i < 12; ++i)
                 bytes += sample(random);
             ChunkDecoder decoder;
-            plain::Decoder plainDecoder;
+            PlainDecoder plainDecoder;
             std::size_t at = 0;
             for (auto arrived = std::as_bytes(std::span(bytes)); !arrived.empty();) {
                 const std::size_t before = arrived.size();
@@ -273,7 +172,7 @@ class ChunkDecoderTest : public QObject {
             const std::string text = sample(random);
             for (std::size_t offset = 0; offset <= text.size(); ++offset, ++cases) {
                 ChunkDecoder decoder;
-                plain::Decoder plainDecoder;
+                PlainDecoder plainDecoder;
                 for (const std::string &part :
                      {text.substr(0, offset), text.substr(offset), std::string("end.")})
                     QCOMPARE(take(decoder, part).toStdString(), plainDecoder.take(part));
@@ -285,7 +184,7 @@ class ChunkDecoderTest : public QObject {
         std::mt19937 random(7);
         for (int round = 0; round < manyCases; ++round) {
             ChunkDecoder decoder;
-            plain::Decoder plainDecoder;
+            PlainDecoder plainDecoder;
             const std::string text = sample(random) + sample(random);
             for (std::size_t at = 0; at < text.size();) {
                 const std::size_t length = std::uniform_int_distribution<std::size_t>(1, 9)(random);
