@@ -4,27 +4,22 @@
 #include "MainQueue.h"
 #include "RemoveTree.h"
 #include "ToolOutput.h"
-#include "VolumeTree.h"
+#include "VolumeUnpacker.h"
 
 #include <QStandardPaths>
 
-#include <algorithm>
 #include <array>
-#include <cerrno>
-#include <map>
 #include <optional>
+#include <span>
 #include <string>
 #include <utility>
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace ferrolt {
 
 namespace {
-
-constexpr std::size_t maxTargetLength = 4095;  // of a symbolic link on Linux
 
 /// 7-Zip exits with 1 after mere warnings, and it warns of some APFS records that it does not need.
 bool isGood(Process::Status status) {
@@ -88,89 +83,6 @@ std::optional<std::uint64_t> totalSize(const std::vector<ImageEntry> &entries) {
     return total;
 }
 
-bool writeAll(int file, std::string_view bytes) {
-    while (!bytes.empty()) {
-        const ssize_t count = ::write(file, bytes.data(), bytes.size());
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count <= 0)
-            return false;
-        bytes.remove_prefix(static_cast<std::size_t>(count));
-    }
-    return true;
-}
-
-/// The archiver's pipe: the contents of all files and links, without separators, in the order of the listing.
-class Contents {
-  public:
-    Contents(const DiskImage::Archiver &archiver, const std::filesystem::path &image, std::uint64_t total,
-             const ToolRunner::Progress &progress)
-        : output(run(archiver, {"x", "-so", "-bso0"}, image)), total(total), progress(progress) {}
-
-    /// Hands the next `size` bytes to `take` in pieces; false when they do not arrive or `take` returns
-    /// false.
-    template <class Take>
-    bool next(std::uint64_t size, Take take) {
-        while (size > 0) {
-            if (waiting.empty() && !refill())
-                return false;
-            const std::size_t count = static_cast<std::size_t>(std::min<std::uint64_t>(size, waiting.size()));
-            if (!take(waiting.substr(0, count)))
-                return false;
-            waiting.remove_prefix(count);
-            size -= count;
-            taken += count;
-            if (progress)
-                progress(taken, total);
-        }
-        return true;
-    }
-
-    /// Whether nothing is left and the archiver reports success. Blocks until it has ended.
-    bool isComplete() { return waiting.empty() && !refill() && !failed && isGood(output.status()); }
-
-  private:
-    bool refill() {
-        const ssize_t count = output.isLaunched() ? output.read(buffer) : -1;
-        failed = count < 0;
-        waiting = {buffer.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0))};
-        return count > 0;
-    }
-
-    ToolOutput output;
-    std::vector<char> buffer = std::vector<char>(std::size_t{256} * 1024);
-    std::string_view waiting;
-    std::uint64_t taken = 0;
-    std::uint64_t total;
-    const ToolRunner::Progress &progress;
-    bool failed = false;
-};
-
-bool unpackFile(VolumeTree &tree, const ImageEntry &entry, Contents &contents) {
-    const FileDescriptor file = tree.createFile(entry.path);
-    if (!file.isValid())
-        return false;
-    return contents.next(entry.size, [&](std::string_view bytes) { return writeAll(file.get(), bytes); }) &&
-           fchmod(file.get(), entry.permissions | S_IRUSR) == 0;
-}
-
-/// A link's target is its content; in an APFS volume a zero byte follows.
-std::optional<std::string> readTarget(const ImageEntry &entry, Contents &contents) {
-    if (entry.size > maxTargetLength + 1)
-        return std::nullopt;
-    std::string target;
-    if (!contents.next(entry.size, [&](std::string_view bytes) {
-            target.append(bytes);
-            return true;
-        }))
-        return std::nullopt;
-    if (target.ends_with('\0'))
-        target.pop_back();
-    if (target.empty() || target.find('\0') != std::string::npos)
-        return std::nullopt;
-    return target;
-}
-
 }  // namespace
 
 std::filesystem::path DiskImage::systemArchiver() {
@@ -203,39 +115,12 @@ bool DiskImage::unpack(const std::filesystem::path &image, const std::filesystem
     const auto total = entries ? totalSize(*entries) : std::nullopt;
     if (!total)
         return false;
-
-    // A sorted map has every folder before its contents. A name that occurs twice fails when it is created
-    // the second time.
-    VolumeTree tree(std::move(root));
-    std::map<std::string, mode_t> folders;
-    for (const ImageEntry &entry : *entries)
-        if (entry.kind == ImageEntry::Kind::Folder && !folders.emplace(entry.path, entry.permissions).second)
-            return false;
-    for (const auto &[path, permissions] : folders)
-        if (!tree.addFolder(path))
-            return false;
-
-    Contents contents(archiver, image, *total, progress);
-    std::vector<std::pair<std::string, std::string>> links;
-    for (const ImageEntry &entry : *entries) {
-        if (entry.kind == ImageEntry::Kind::File && !unpackFile(tree, entry, contents))
-            return false;
-        if (entry.kind == ImageEntry::Kind::Link) {
-            auto target = readTarget(entry, contents);
-            if (!target)
-                return false;
-            links.emplace_back(entry.path, std::move(*target));
-        }
-    }
-    if (!contents.isComplete())
+    ToolOutput output = run(archiver, {"x", "-so", "-bso0"}, image);
+    if (!output.isLaunched())
         return false;
-
-    for (const auto &[path, target] : links)
-        if (!tree.addLink(path, target))
-            return false;
-    return std::all_of(folders.begin(), folders.end(), [&](const auto &folder) {
-        return tree.setPermissions(folder.first, folder.second | S_IRUSR | S_IXUSR);
-    });
+    VolumeUnpacker unpacker(
+        std::move(root), [&](std::span<char> buffer) { return output.read(buffer); }, *total, progress);
+    return unpacker.unpack(*entries) && isGood(output.status());
 }
 
 bool DiskImage::detach(const std::filesystem::path &mountPoint) {

@@ -13,9 +13,7 @@ namespace ferrolt {
 /// "Attaching" unpacks the volume into the mount point with the user's own rights.
 ///
 /// The image comes from the network and is not trusted. 7-Zip only reads it, lists it and writes the contents
-/// to a pipe; this class decides from the listing which folders, files and links to create, and creates them
-/// itself. Links are created last, with their target unchanged, and never followed, so no entry can be
-/// written through one.
+/// to a pipe; VolumeUnpacker creates from these what the listing names.
 ///
 /// attach() and detach() block for the disk and the archiver: never the main thread.
 class DiskImage {
