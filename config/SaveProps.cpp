@@ -71,10 +71,14 @@ void SaveProps::save(const QString &emailAddress, const QString &entityName, con
         return;
     if (file.state == TextFile::State::Absent)
         file.text = clientConfigurationTemplate(pathRoots().nodeServerHost);
-    const std::string output = rewritten(
+    std::string output = rewritten(
         file.text, {{{"MinerEmailAddress", "MinerEmailAddress       = " + emailAddress.toStdString()},
                      {"MinerEntityName", "MinerEntityName         = " + entityName.toStdString()},
                      {"MinerDisplayName", "MinerDisplayName        = " + displayName.toStdString()}}});
+    // The next reader would take a U+FEFF that the first line begins with for a byte-order mark, and what
+    // follows it for an entry. A mark of its own keeps it text.
+    if (output.starts_with("\xEF\xBB\xBF"))
+        output.insert(0, "\xEF\xBB\xBF");
     // A file above this size could not be read, nor saved, again.
     if (output.size() <= TextFile::maxSize)
         static_cast<void>(replaceFile(path, output));

@@ -45,6 +45,7 @@ class SavePropsTest : public QObject {
     void everyOtherLineStaysAsItIs();
     void aFileInUtf16IsRewrittenAsUtf8();
     void aByteOrderMarkIsNotWrittenAgain();
+    void afterASecondByteOrderMarkThereIsNoEntry();
     void valuesAreWrittenUnchanged();
     void aNewlineInAValueMakesALineOfItsOwn();
     void aValueThatIsNotWellFormedLeavesTheFileReadable();
@@ -159,6 +160,14 @@ void SavePropsTest::aFileInUtf16IsRewrittenAsUtf8() {
 void SavePropsTest::aByteOrderMarkIsNotWrittenAgain() {
     QCOMPARE(savedOver("\xEF\xBB\xBFMinerEmailAddress = x\nMinerEntityName = x\nMinerDisplayName = x\n"),
              emailLine + "\n" + entityLine + "\n" + displayNameLine + "\n");
+}
+
+void SavePropsTest::afterASecondByteOrderMarkThereIsNoEntry() {
+    const QByteArray others = "\xEF\xBB\xBF\xEF\xBB\xBFMinerEntityName = old\n";
+    const QByteArray saved = savedOver(others);
+    QCOMPARE(saved, others + emailLine + "\n" + entityLine + "\n" + displayNameLine + "\n");
+    QCOMPARE(LoadProps::MinerEntityName(), entity);
+    QCOMPARE(savedOver(saved), saved);
 }
 
 void SavePropsTest::valuesAreWrittenUnchanged() {
