@@ -167,6 +167,21 @@ int relay(const Words &arguments) {
     }
 }
 
+int puppet(const Words &arguments) {
+    sigset_t strings = setOf(SIGUSR1);
+    sigaddset(&strings, SIGUSR2);
+    sigprocmask(SIG_BLOCK, &strings, nullptr);
+    say("ready\n");
+    for (int received = 0; received != SIGUSR1;) {
+        sigwait(&strings, &received);
+        if (received == SIGUSR2) {
+            std::signal(SIGTERM, SIG_IGN);
+            say("deaf\n");
+        }
+    }
+    return static_cast<int>(number(arguments, 0));
+}
+
 int leaveGrandchild(const Words &) {
     const pid_t grandchild = fork();
     if (grandchild == 0)
@@ -201,6 +216,9 @@ const std::vector<Misbehaviour> &misbehaviours() {
              awaitSignal(SIGUSR1);
              return static_cast<int>(number(a, 0));
          }},
+        {"puppet CODE",
+         "says \"ready\"; ends at SIGUSR1; from SIGUSR2 on, which it tells by \"deaf\", it ignores SIGTERM",
+         puppet},
         {"complain TEXT", "writes the text as a line to standard error, then waits",
          [](W a) -> int {
              const std::string line = text(a, 0) + '\n';

@@ -1,10 +1,12 @@
-ferrolt_test_program(supervisor-tests LINKS ferrolt_supervisor ferrolt_test_installation)
+ferrolt_test_program(supervisor-tests LINKS ferrolt_supervisor ferrolt_config ferrolt_test_installation
+    SOURCES supervisor/walk/LauncherRules.cpp supervisor/walk/Walk.cpp supervisor/walk/WalkDownloads.cpp)
 foreach(test AppVarsFatalErrorTest AppVarsStarvedTest AppVarsTest)
     ferrolt_test(supervisor ${test})
 endforeach()
 ferrolt_test(supervisor AppVarsStartTest OWN_NETWORK COST 10)
 set_tests_properties(supervisor.AppVarsStartTest PROPERTIES RESOURCE_LOCK port-9877)
 ferrolt_test(supervisor AppVarsUpdateCycleTest TLS COST 10)
+ferrolt_test(supervisor AppVarsWalkTest COST 15)
 
 # It puts a kill() of its own in place of the C library's, for all of its program.
 ferrolt_test_program(AppVarsTerminationTest LINKS ferrolt_supervisor)
