@@ -265,24 +265,25 @@ void Walk::endChild() {
     kill(child->id, signal);
 }
 
+bool Walk::hasSaid(Kind kind, const char *word) {
+    const pid_t id = rules.latest(kind) != nullptr ? rules.latest(kind)->id : 0;
+    const auto isUp = [&] {
+        return rules.isRunning[kind] && rules.latest(kind)->id == id && !rules.latest(kind)->isEnding();
+    };
+    if (!pumpUntil([&] { return !isUp() || said[kind].contains(word); }))
+        rules.complain(QStringLiteral("a child does not say \"%1\"").arg(QLatin1String(word)));
+    return isUp() && !rules.complaint;
+}
+
 void Walk::deafenChild() {
     const Kind kind = dice.percent(60) ? LauncherRules::Engine : LauncherRules::Client;
     note(LauncherRules::nameOf(kind) + QStringLiteral(" ignores SIGTERM from now on"));
-    const auto canBe = [&, id = rules.latest(kind) ? rules.latest(kind)->id : 0] {
-        const LauncherRules::Child *child = rules.latest(kind);
-        return rules.isRunning[kind] && child->id == id && !child->isEnding() && !rules.complaint;
-    };
-    const auto says = [&](const char *word) {
-        if (!pumpUntil([&] { return !canBe() || said[kind].contains(word); }))
-            rules.complain(QStringLiteral("a child does not say \"%1\"").arg(QLatin1String(word)));
-        return canBe();
-    };
-    if (!canBe() || rules.latest(kind)->isDeaf || !says("ready"))
+    if (!hasSaid(kind, "ready") || rules.latest(kind)->isDeaf)
         return;
     const std::size_t index = rules.children[kind].size() - 1;
     const pid_t id = rules.children[kind][index].id;
     kill(id, SIGUSR2);
-    if (says("deaf")) {
+    if (hasSaid(kind, "deaf")) {
         rules.children[kind][index].isDeaf = true;
     } else if (isAlive(id)) {  // asked to end at the same moment: nobody knows whether it has heard it
         rules.children[kind][index].ownEnds.insert(SIGKILL);
@@ -313,6 +314,7 @@ void Walk::changeProgram() {
     static constexpr std::array texts{"good", "one that ends at once", "missing", "not executable"};
     note(QStringLiteral("the program of %1 is %2")
              .arg(LauncherRules::nameOf(kind), QLatin1String(texts.at(static_cast<std::size_t>(program)))));
+    hasSaid(kind, "ready");  // a child that has only just begun still looks for its own file
     setProgram(kind, program);
 }
 

@@ -61,6 +61,8 @@ class Walk {
     void save();
     void endChild();
     void deafenChild();
+    /// Waits until the latest child has said it; false when it is not to run any more.
+    bool hasSaid(Kind kind, const char *word);
     void endDeafChildren();
     void changeProgram();
     void setProgram(Kind kind, LauncherRules::Program program);
