@@ -9,10 +9,12 @@
 #include <cstdio>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -36,19 +38,46 @@ std::optional<fs::path> endOfLinks(fs::path path) {
     return std::nullopt;
 }
 
+/// Of the files that are to replace others. A short name: one derived from the target's could be too long for
+/// the file system.
+constexpr std::string_view newFilePrefix = ".ferrolt-save-";
+
+/// Whether the file system has no such thing. Any other error is a failure.
+bool isUnsupported(int error) {
+    return error == EINVAL || error == ENOSYS || error == ENOTSUP;
+}
+
+/// Removes new files that killed processes left in the folder. A process that still writes one holds its
+/// lock, and the system releases the lock when that process ends.
+void removeAbandonedFiles(const fs::path &folder) {
+    std::error_code failure;
+    for (fs::directory_iterator entry(folder, failure), end; !failure && entry != end;
+         entry.increment(failure)) {
+        const fs::path &path = entry->path();
+        if (!path.filename().native().starts_with(newFilePrefix))
+            continue;
+        const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC));
+        struct stat status {};
+        if (file.isValid() && ::fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode) &&
+            status.st_uid == ::geteuid() && ::flock(file.get(), LOCK_EX | LOCK_NB) == 0)
+            ::unlink(path.c_str());
+    }
+}
+
 /// The file that is to replace the old one. Removed again unless it did.
 class NewFile {
   public:
     NewFile(const fs::path &folder, mode_t mode) {
-        // A short name: one derived from the target's could be too long for the file system.
         for (int attempt = 0; attempt < 100; ++attempt) {
             const auto number = static_cast<unsigned long long>(QRandomGenerator::system()->generate64());
-            path = folder / (".ferrolt-save-" + std::to_string(number));
+            path = folder / (std::string(newFilePrefix) + std::to_string(number));
             descriptor = FileDescriptor(
                 ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
-            if (descriptor.isValid() || errno != EEXIST)
+            if (descriptor.isValid() ? lock() : errno != EEXIST)
                 return;
         }
+        descriptor.close();
+        errno = EEXIST;
     }
     ~NewFile() {
         if (descriptor.isValid() && !isInPlace)
@@ -59,18 +88,18 @@ class NewFile {
 
     bool isOpen() const { return descriptor.isValid(); }
 
-    /// Best effort: a file system without permissions refuses, and then all its files have the same ones.
-    void takeAccessOf(const struct stat &old) {
+    /// A file system without permissions refuses, which is no failure: all its files have the same ones.
+    bool takeAccessOf(const struct stat &old) {
         struct stat own {};
         if (::fstat(descriptor.get(), &own) != 0)
-            return;
+            return false;
         // The owner before the permissions, because chown() may clear some of these. An ordinary user may
         // still set a group that they belong to.
         const bool differs = own.st_uid != old.st_uid || own.st_gid != old.st_gid;
         [[maybe_unused]] const bool isGiven =
             differs && (::fchown(descriptor.get(), old.st_uid, old.st_gid) == 0 ||
                         ::fchown(descriptor.get(), static_cast<uid_t>(-1), old.st_gid) == 0);
-        ::fchmod(descriptor.get(), old.st_mode & 0777);
+        return ::fchmod(descriptor.get(), old.st_mode & 0777) == 0 || errno == EPERM || isUnsupported(errno);
     }
 
     bool write(std::string_view contents) {
@@ -94,7 +123,7 @@ class NewFile {
         do
             result = ::fsync(descriptor.get());
         while (result != 0 && errno == EINTR);
-        return result == 0 || errno == EINVAL || errno == ENOSYS || errno == ENOTSUP;
+        return result == 0 || isUnsupported(errno);
     }
 
     bool takePlaceOf(const fs::path &target) {
@@ -103,6 +132,18 @@ class NewFile {
     }
 
   private:
+    /// False, and the file is gone, when another process has taken it for abandoned in the moment since it
+    /// was created: that process holds the lock, or has removed the file already. Some network file systems
+    /// have no locks; the file is kept without one.
+    bool lock() {
+        const bool isTaken = ::flock(descriptor.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+        struct stat status {};
+        if (!isTaken && (::fstat(descriptor.get(), &status) != 0 || status.st_nlink > 0))
+            return true;
+        ::unlink(path.c_str());
+        return false;
+    }
+
     fs::path path;
     FileDescriptor descriptor;
     bool isInPlace = false;
@@ -134,13 +175,14 @@ bool replaceFile(const fs::path &path, std::string_view contents, std::error_cod
     };
     if (!exists && errno != ENOENT)
         return fail(errno);
+    removeAbandonedFiles(target->parent_path());
     // The new contents of a private file must never be readable by others.
     NewFile file(target->parent_path(), exists ? 0600 : 0666);
     if (!file.isOpen())
         return fail(errno);
-    if (exists)
-        file.takeAccessOf(old);
-    return (file.write(contents) && file.writeThrough() && file.takePlaceOf(*target)) || fail(errno);
+    return ((!exists || file.takeAccessOf(old)) && file.write(contents) && file.writeThrough() &&
+            file.takePlaceOf(*target)) ||
+           fail(errno);
 }
 
 }  // namespace ferrolt

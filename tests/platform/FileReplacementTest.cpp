@@ -1,3 +1,4 @@
+#include "FileDescriptor.h"
 #include "FileReplacement.h"
 #include "InChild.h"
 #include "TestProgram.h"
@@ -12,14 +13,16 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 namespace {
 
-std::vector<std::string> calls;  // of the two functions below
+std::vector<std::string> calls;  // of fsync() and rename()
 int syncResult = 0;
+int modeResult = 0;
 
 off_t sizeOf(int descriptor) {
     struct stat status {};
@@ -28,7 +31,7 @@ off_t sizeOf(int descriptor) {
 
 }  // namespace
 
-// These two replace the C library's functions in this program.
+// These three replace the C library's functions in this program.
 // NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
 extern "C" int fsync(int descriptor) {
     calls.push_back("fsync of " + std::to_string(sizeOf(descriptor)) + " bytes");
@@ -42,6 +45,13 @@ extern "C" int rename(const char *from, const char *to) noexcept {
     calls.push_back("rename");
     return static_cast<int>(syscall(SYS_renameat2, AT_FDCWD, from, AT_FDCWD, to, 0));
 }
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
+extern "C" int fchmod(int descriptor, mode_t mode) noexcept {
+    if (modeResult == 0)
+        return static_cast<int>(syscall(SYS_fchmod, descriptor, mode));
+    errno = modeResult;
+    return -1;
+}
 
 namespace ferrolt {
 
@@ -54,6 +64,7 @@ class FileReplacementTest : public QObject {
     void init() {
         folder.emplace();
         calls.clear();
+        modeResult = 0;
     }
     void cleanup() { folder.reset(); }
 
@@ -74,6 +85,10 @@ class FileReplacementTest : public QObject {
     void contentsMayBeEmptyOrLarge();
     void theContentsAreOnDiskBeforeTheyTakeTheNameOfTheOld();
     void aDiskThatFailsToWriteThroughLeavesTheOldFile();
+    void permissionsThatCannotBeKeptLeaveTheOldFile();
+    void aFileSystemWithoutPermissionsIsNoHindrance();
+    void whatAKilledProcessLeftIsRemoved();
+    void whatIsNotAKilledProcessesStays();
 
   private:
     fs::path home() const { return QFile::encodeName(folder->path()).toStdString(); }
@@ -266,6 +281,47 @@ void FileReplacementTest::aDiskThatFailsToWriteThroughLeavesTheOldFile() {
     QCOMPARE(contents(home()), QStringList{QStringLiteral("file")});
     QCOMPARE(result(EINVAL), 0);  // a file system without fsync()
     QCOMPARE(read(path()), QByteArray("new"));
+}
+
+void FileReplacementTest::permissionsThatCannotBeKeptLeaveTheOldFile() {
+    write(path(), "old");
+    modeResult = EIO;
+    std::error_code reason;
+    QVERIFY(!replaceFile(path(), "new", reason));
+    QCOMPARE(reason.value(), EIO);
+    QCOMPARE(read(path()), QByteArray("old"));
+    QCOMPARE(contents(home()), QStringList{QStringLiteral("file")});
+}
+
+void FileReplacementTest::aFileSystemWithoutPermissionsIsNoHindrance() {
+    for (const int error : {EPERM, ENOTSUP, ENOSYS, EINVAL}) {
+        write(path(), "old");
+        modeResult = error;
+        QVERIFY(replaceFile(path(), "new"));
+        QCOMPARE(read(path()), QByteArray("new"));
+        fs::remove(path());
+    }
+}
+
+void FileReplacementTest::whatAKilledProcessLeftIsRemoved() {
+    write(home() / ".ferrolt-save-1", "half a fi");
+    write(home() / ".ferrolt-save-2", "");
+    QVERIFY(replaceFile(path(), "new"));
+    QCOMPARE(contents(home()), QStringList{QStringLiteral("file")});
+}
+
+void FileReplacementTest::whatIsNotAKilledProcessesStays() {
+    const fs::path inUse = home() / ".ferrolt-save-in-use";
+    write(inUse, "by another process");
+    const FileDescriptor lock(open(inUse.c_str(), O_RDONLY | O_CLOEXEC));
+    QCOMPARE(::flock(lock.get(), LOCK_EX | LOCK_NB), 0);
+    fs::create_symlink(inUse, home() / ".ferrolt-save-link");
+    QCOMPARE(::mkfifo((home() / ".ferrolt-save-pipe").c_str(), 0600), 0);
+    fs::create_directory(home() / ".ferrolt-save-folder");
+    write(home() / "ferrolt-save-1", "another's");
+    const QStringList before = contents(home());
+    QVERIFY(replaceFile(path(), "new"));
+    QCOMPARE(contents(home()), before + QStringList{QStringLiteral("file")});
 }
 
 }  // namespace ferrolt
