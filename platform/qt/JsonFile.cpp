@@ -26,7 +26,10 @@ std::optional<QJsonObject> JsonFile::read(const fs::path &file) {
     QFile opened(QFile::decodeName(file.c_str()));
     if (!opened.open(QIODevice::ReadOnly))
         return std::nullopt;
-    return QJsonDocument::fromJson(opened.read(qint64{maxFileSize})).object();
+    const QByteArray text = opened.read(qint64{maxFileSize});
+    if (opened.error() != QFileDevice::NoError)
+        return std::nullopt;
+    return QJsonDocument::fromJson(text).object();
 }
 
 bool JsonFile::write(const fs::path &file, const QJsonObject &object) {
