@@ -10,7 +10,8 @@ Pipe Pipe::open() {
     if (pipe2(ends, O_CLOEXEC) != 0)
         return {};
     Pipe pipe{FileDescriptor(ends[0]), FileDescriptor(ends[1])};
-    fcntl(pipe.readingEnd.get(), F_SETFL, O_NONBLOCK);
+    if (fcntl(pipe.readingEnd.get(), F_SETFL, O_NONBLOCK) != 0)
+        return {};
     return pipe;
 }
 

@@ -14,7 +14,8 @@ Pipe Pipe::open() {
     Pipe pipe{FileDescriptor(ends[0]), FileDescriptor(ends[1])};
     fcntl(ends[0], F_SETFD, FD_CLOEXEC);
     fcntl(ends[1], F_SETFD, FD_CLOEXEC);
-    fcntl(ends[0], F_SETFL, O_NONBLOCK);
+    if (fcntl(ends[0], F_SETFL, O_NONBLOCK) != 0)
+        return {};
     return pipe;
 }
 
