@@ -29,7 +29,7 @@ struct PipeReader::Shared {
     Receiver receiver;
     const std::unique_ptr<std::byte[]> bytes = std::make_unique_for_overwrite<std::byte[]>(maxRead);
 
-    Pipe wakeUp;  ///< interrupts the wait for bytes
+    Pipe wakeUp;  ///< interrupts the wait for bytes when its writing end is closed
     std::atomic<bool> detached = false;
     std::atomic<bool> childEnded = false;
     std::atomic<std::thread::id> thread;  ///< that reads; only assertions ask for it
@@ -135,8 +135,9 @@ void PipeReader::childHasEnded() {
     Q_ASSERT(shared->thread.load() != std::thread::id());
     Q_ASSERT(shared->thread.load() != std::this_thread::get_id());
     shared->childEnded.store(true, std::memory_order_release);
-    const char wake = 0;
-    [[maybe_unused]] const ssize_t written = write(shared->wakeUp.writingEnd.get(), &wake, 1);
+    // Not by a write, which can lack the memory; the wait below would then never end while another process
+    // holds the pipe open.
+    shared->wakeUp.writingEnd.close();
     std::unique_lock lock(shared->mutex);
     shared->changed.wait(lock, [&] { return shared->closed; });
 }
