@@ -25,4 +25,9 @@ namespace ferrolt {
 [[nodiscard]] bool replaceFile(const std::filesystem::path &path, std::string_view contents,
                                std::error_code &reason);
 
+/// Removes the new files that killed processes left in `folder`, but none that a running process still
+/// writes: that one holds its lock, and the system releases the lock when the process ends. Errors are
+/// ignored; any thread.
+void removeAbandonedReplacements(const std::filesystem::path &folder);
+
 }  // namespace ferrolt

@@ -1,5 +1,6 @@
 #include "AppVars.h"
 
+#include "FileReplacement.h"
 #include "LibreOfficeInstaller.h"
 #include "LoadProps.h"
 #include "MainQueue.h"
@@ -61,6 +62,9 @@ AppVars::AppVars(Seams seams)
       _selectedTab(*this, std::nullopt),
       seams(std::move(seams)) {
     assertMainThread();
+    // A launcher that was killed while it saved has left a file that perhaps no other save would remove.
+    removeAbandonedReplacements(clientConfigurationPath().parent_path());
+    removeAbandonedReplacements(this->seams.settings->path().parent_path());
     _selectedTab.set(initialTab());
     // Holds this object weakly: the connection ends with it.
     cancellable = connect(updater.get(), &Updater::objectWillChange, this, &AppVars::announceChange);

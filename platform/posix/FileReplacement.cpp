@@ -47,23 +47,6 @@ bool isUnsupported(int error) {
     return error == EINVAL || error == ENOSYS || error == ENOTSUP;
 }
 
-/// Removes new files that killed processes left in the folder. A process that still writes one holds its
-/// lock, and the system releases the lock when that process ends.
-void removeAbandonedFiles(const fs::path &folder) {
-    std::error_code failure;
-    for (fs::directory_iterator entry(folder, failure), end; !failure && entry != end;
-         entry.increment(failure)) {
-        const fs::path &path = entry->path();
-        if (!path.filename().native().starts_with(newFilePrefix))
-            continue;
-        const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC));
-        struct stat status {};
-        if (file.isValid() && ::fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode) &&
-            status.st_uid == ::geteuid() && ::flock(file.get(), LOCK_EX | LOCK_NB) == 0)
-            ::unlink(path.c_str());
-    }
-}
-
 /// The file that is to replace the old one. Removed again unless it did.
 class NewFile {
   public:
@@ -151,6 +134,22 @@ class NewFile {
 
 }  // namespace
 
+void removeAbandonedReplacements(const fs::path &folder) {
+    std::error_code failure;
+    for (fs::directory_iterator entry(folder, failure), end; !failure && entry != end;
+         entry.increment(failure)) {
+        const fs::path &path = entry->path();
+        if (!path.filename().native().starts_with(newFilePrefix))
+            continue;
+        // O_NONBLOCK: opening a pipe of this name must not wait.
+        const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC));
+        struct stat status {};
+        if (file.isValid() && ::fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode) &&
+            status.st_uid == ::geteuid() && ::flock(file.get(), LOCK_EX | LOCK_NB) == 0)
+            ::unlink(path.c_str());
+    }
+}
+
 bool replaceFile(const fs::path &path, std::string_view contents) {
     std::error_code reason;
     return replaceFile(path, contents, reason);
@@ -175,7 +174,7 @@ bool replaceFile(const fs::path &path, std::string_view contents, std::error_cod
     };
     if (!exists && errno != ENOENT)
         return fail(errno);
-    removeAbandonedFiles(target->parent_path());
+    removeAbandonedReplacements(target->parent_path());
     // The new contents of a private file must never be readable by others.
     NewFile file(target->parent_path(), exists ? 0600 : 0666);
     if (!file.isOpen())

@@ -6,6 +6,7 @@
 #include <QTest>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <optional>
@@ -23,10 +24,17 @@ namespace {
 std::vector<std::string> calls;  // of fsync() and rename()
 int syncResult = 0;
 int modeResult = 0;
+std::optional<std::string> dyingCall;
+std::filesystem::path cleaning;  ///< a folder that another process cleans up just before a renaming
 
 off_t sizeOf(int descriptor) {
     struct stat status {};
     return fstat(descriptor, &status) == 0 ? status.st_size : -1;
+}
+
+void dieIn(const char *call) {
+    if (dyingCall == call)
+        kill(getpid(), SIGKILL);
 }
 
 }  // namespace
@@ -35,6 +43,7 @@ off_t sizeOf(int descriptor) {
 // NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
 extern "C" int fsync(int descriptor) {
     calls.push_back("fsync of " + std::to_string(sizeOf(descriptor)) + " bytes");
+    dieIn("fsync");
     if (syncResult == 0)
         return static_cast<int>(syscall(SYS_fsync, descriptor));
     errno = syncResult;
@@ -43,6 +52,9 @@ extern "C" int fsync(int descriptor) {
 // NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
 extern "C" int rename(const char *from, const char *to) noexcept {
     calls.push_back("rename");
+    dieIn("rename");
+    if (!cleaning.empty())
+        ferrolt::removeAbandonedReplacements(cleaning);
     return static_cast<int>(syscall(SYS_renameat2, AT_FDCWD, from, AT_FDCWD, to, 0));
 }
 // NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
@@ -87,7 +99,9 @@ class FileReplacementTest : public QObject {
     void aDiskThatFailsToWriteThroughLeavesTheOldFile();
     void permissionsThatCannotBeKeptLeaveTheOldFile();
     void aFileSystemWithoutPermissionsIsNoHindrance();
+    void whatAKilledProcessLeftIsRemoved_data();
     void whatAKilledProcessLeftIsRemoved();
+    void whatARunningProcessWritesStays();
     void whatIsNotAKilledProcessesStays();
 
   private:
@@ -303,11 +317,32 @@ void FileReplacementTest::aFileSystemWithoutPermissionsIsNoHindrance() {
     }
 }
 
+void FileReplacementTest::whatAKilledProcessLeftIsRemoved_data() {
+    QTest::addColumn<QString>("call");
+    QTest::newRow("before it is on disk") << "fsync";
+    QTest::newRow("before it has the name") << "rename";
+}
 void FileReplacementTest::whatAKilledProcessLeftIsRemoved() {
-    write(home() / ".ferrolt-save-1", "half a fi");
-    write(home() / ".ferrolt-save-2", "");
-    QVERIFY(replaceFile(path(), "new"));
-    QCOMPARE(contents(home()), QStringList{QStringLiteral("file")});
+    QFETCH(QString, call);
+    write(path(), "old");
+    const int code = inChild([&] {
+        dyingCall = call.toStdString();
+        return replaceFile(path(), "new") ? 0 : 1;
+    });
+    QCOMPARE(code, -SIGKILL);
+    QCOMPARE(read(path()), QByteArray("old"));
+    QCOMPARE(contents(home()).size(), 2);
+    QVERIFY(replaceFile(home() / "another", "new"));
+    QCOMPARE(contents(home()), (QStringList{"another", "file"}));
+}
+
+void FileReplacementTest::whatARunningProcessWritesStays() {
+    const int code = inChild([&] {
+        cleaning = home();
+        return replaceFile(path(), "new") ? 0 : 1;
+    });
+    QCOMPARE(code, 0);
+    QCOMPARE(read(path()), QByteArray("new"));
 }
 
 void FileReplacementTest::whatIsNotAKilledProcessesStays() {

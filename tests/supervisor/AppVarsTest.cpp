@@ -142,6 +142,20 @@ class AppVarsTest : public QObject {
         QCOMPARE(newAppVars(tree)->_selectedTab.get(), std::optional(QStringLiteral("settings")));
     }
 
+    void whatAKilledLauncherLeftOfASaveGoesAtTheNextStart() {
+        const TestTree tree;
+        const auto ofIdentity = tree.clientConfiguration().parent_path() / ".ferrolt-save-1";
+        const auto ofSettings = tree.path() / "home/.config/.ferrolt-save-2";
+        TestTree::write(ofIdentity, "half");
+        TestTree::write(ofSettings, "half");
+        Seams seams(std::make_shared<RecordingAlerts>());
+        seams.paths = tree.roots();
+        seams.settings = std::make_shared<SettingsStore>(tree.path() / "home/.config/settings.json");
+        const auto vars = std::make_shared<AppVars>(std::move(seams));
+        QVERIFY(!std::filesystem::exists(ofIdentity));
+        QVERIFY(!std::filesystem::exists(ofSettings));
+    }
+
     void everyChangeIsAnnouncedBeforeItHappens() {
         const TestTree tree;
         const auto vars = newAppVars(tree);
