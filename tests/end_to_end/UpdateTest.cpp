@@ -8,13 +8,12 @@
 #include "ProcessFacts.h"
 #include "TestAuthority.h"
 #include "TestDiskImage.h"
-#include "TestHttpsServer.h"
 #include "TestProgram.h"
 #include "TreeSnapshot.h"
+#include "UpdateServers.h"
 #include "Waiting.h"
 
 #include <QCoreApplication>
-#include <QCryptographicHash>
 #include <QTest>
 
 #include <atomic>
@@ -31,71 +30,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
-const QString manifestPath = "/download/updates/macminerdeploy.json";
-/// Not the program's built-in default.
-const QString version = "26.8.1";
-const QString metalinkPath =
-    "/libreoffice/stable/" + version + "/mac/aarch64/LibreOffice_" + version + "_MacOS_aarch64.dmg.meta4";
-const QStringList mirrorHosts{"one.mirror.example", "two.mirror.example", "three.mirror.example"};
 const fs::path application = "/Applications/LibreOffice.app";
+const QString &version = UpdateServers::version;
 const QString settingsFile = ".config/" FERROLT_REVERSE_DOMAIN ".json";
-
-QString hostOf(const char *address) {
-    return QUrl(address).host();
-}
-
-std::vector<std::string> servedHosts() {
-    std::vector<std::string> names;
-    for (const QString &host :
-         mirrorHosts + QStringList{hostOf(FERROLT_UPDATE_SERVER), hostOf(FERROLT_LIBREOFFICE_SERVER)})
-        names.push_back(host.toStdString());
-    return names;
-}
-
-/// The servers whose addresses are built into the program, and their contents.
-struct Servers {
-    TestHttpsServer origin;
-    std::vector<std::unique_ptr<TestHttpsServer>> mirrors;
-    std::atomic<bool> mayDeliver = false;
-
-    explicit Servers(const TestAuthority &authority)
-        : origin(authority.issue({hostOf(FERROLT_UPDATE_SERVER), hostOf(FERROLT_LIBREOFFICE_SERVER)}), 443) {
-        for (const QString &host : mirrorHosts)
-            mirrors.push_back(std::make_unique<TestHttpsServer>(authority.issue({host})));
-    }
-
-    void publish(const QByteArray &image) {
-        origin.on(manifestPath,
-                  TestHttpsServer::replies(200, "{\"checkUpdateInterval\": 6, \"libreofficeversion\": \"" +
-                                                    version.toUtf8() + "\"}"));
-        QByteArray document =
-            "<metalink xmlns=\"urn:ietf:params:xml:ns:metalink\"><file name=\"image\">"
-            "<hash type=\"sha-256\">" +
-            QCryptographicHash::hash(image, QCryptographicHash::Sha256).toHex() + "</hash>";
-        for (std::size_t i = 0; i < mirrors.size(); ++i)
-            document += "<url>https://" + mirrorHosts[static_cast<qsizetype>(i)].toUtf8() + ':' +
-                        QByteArray::number(mirrors[i]->port()) + "/image.dmg</url>";
-        origin.on(metalinkPath, TestHttpsServer::replies(200, document + "</file></metalink>"));
-        mirrors[0]->on("/image.dmg", TestHttpsServer::replies(404, "not here"));
-        mirrors[1]->on("/image.dmg", TestHttpsServer::replies(200, QByteArray(500'000, ' ')));
-        mirrors[2]->on("/image.dmg", [this, image](TestExchange &exchange) {
-            while (!mayDeliver && exchange.pause(10)) {
-            }
-            exchange.reply(200, image);
-        });
-    }
-};
-
-/// An application of at least the minimum size, on a volume with the usual link to /Applications.
-void makeVolume(const fs::path &folder) {
-    const fs::path contents = folder / "LibreOffice.app/Contents";
-    fs::create_directories(contents / "MacOS");
-    writeFile(contents / "MacOS/soffice", testPattern() + testPattern());
-    fs::permissions(contents / "MacOS/soffice", fs::perms(0755));
-    writeFile(contents / "\u00dcbersicht.txt", "accents");
-    fs::create_symlink("MacOS/soffice", contents / "link");
-    fs::create_symlink("/Applications", folder / "Applications");
-}
 
 }  // namespace
 
@@ -136,7 +73,7 @@ class UpdateTest : public QObject {
 
     void init() {
         fs::remove_all(application);
-        PrivateSystem::setHosts(servedHosts());
+        PrivateSystem::setHosts(UpdateServers::servedHosts());
         PrivateSystem::setCertificates(PrivateSystem::Certificates::Both,
                                        authority.certificate().toStdString());
     }
@@ -144,9 +81,9 @@ class UpdateTest : public QObject {
     void theNamedVersionIsInstalledAndTheEngineAloneIsRestarted() {
         const VirtualDesktop desktop;
         QVERIFY2(desktop.failure().isEmpty(), qPrintable(desktop.failure()));
-        Servers servers(authority);
+        UpdateServers servers(authority);
         const QTemporaryDir volume;
-        makeVolume(volume.path().toStdString());
+        makeApplicationVolume(volume.path().toStdString());
         const QByteArray hfs = hfsPlusVolumeOf(volume.path(), "LibreOffice 26.2");
         QVERIFY2(!hfs.isEmpty(), "xorriso is needed to write an HFS+ volume");
         servers.publish(udifImage(hfs, UdifBlocks::Zlib));
@@ -175,7 +112,7 @@ class UpdateTest : public QObject {
             QCOMPARE(launcher.startAgain(), 0);
             QVERIFY(waitUntil([&] { return launcher.visibleWindows().contains("Ferrolt Miner Launcher"); }));
             QString expected = "Fetching LibreOffice " + version + " download info\u2026\n";
-            for (const QString &host : mirrorHosts)
+            for (const QString &host : UpdateServers::mirrorHosts)
                 expected += "Downloading LibreOffice from " + host + "\u2026\n";
             expected +=
                 "Verifying download\u2026\nMounting disk image\u2026\n"
@@ -203,16 +140,16 @@ class UpdateTest : public QObject {
         QVERIFY(fs::is_empty(temporary.path().toStdString()));
 
         // A second check finds nothing to do.
-        const auto metalinks = servers.origin.requestCount(metalinkPath);
-        const auto manifests = servers.origin.requestCount(manifestPath);
+        const auto metalinks = servers.origin.requestCount(UpdateServers::metalinkPath);
+        const auto manifests = servers.origin.requestCount(UpdateServers::manifestPath);
         Launcher again(desktop, tree.executable(), tree.home());
         QVERIFY(waitUntil([&] { return again.child("Orbix") && again.child("qorclient"); }, 60s));
         QCOMPARE(again.startAgain(), 0);
         QVERIFY(waitUntil([&] { return again.visibleWindows().contains("Ferrolt Miner Launcher"); }));
         QVERIFY(waitUntil([&] { return again.consoleText("Qor Client").contains("ready"); }));
         QCOMPARE(again.consoleText("Lumora Core Engine").trimmed(), QString("Lumora Core started."));
-        QCOMPARE(servers.origin.requestCount(manifestPath), manifests + 1);
-        QCOMPARE(servers.origin.requestCount(metalinkPath), metalinks);
+        QCOMPARE(servers.origin.requestCount(UpdateServers::manifestPath), manifests + 1);
+        QCOMPARE(servers.origin.requestCount(UpdateServers::metalinkPath), metalinks);
     }
 
     void theMachinesAuthoritiesAreTrustedHoweverTheyAreStored_data() {
@@ -224,20 +161,21 @@ class UpdateTest : public QObject {
     void theMachinesAuthoritiesAreTrustedHoweverTheyAreStored() {
         QFETCH(PrivateSystem::Certificates, layout);
         PrivateSystem::setCertificates(layout, authority.certificate().toStdString());
-        Servers servers(authority);
+        UpdateServers servers(authority);
         servers.publish("no image");
         Run run;
         QVERIFY2(run.desktop.failure().isEmpty(), qPrintable(run.desktop.failure()));
         run.start();
         // The program requests the Metalink only after it has received the manifest with the version.
-        QVERIFY(waitUntil([&] { return servers.origin.requestCount(metalinkPath) == 1; }, 60s));
-        QCOMPARE(servers.origin.requestCount(manifestPath), 1);
+        QVERIFY(
+            waitUntil([&] { return servers.origin.requestCount(UpdateServers::metalinkPath) == 1; }, 60s));
+        QCOMPARE(servers.origin.requestCount(UpdateServers::manifestPath), 1);
     }
 
     void withoutAuthoritiesTheUpdateFailsAndTheChildrenRun() {
         PrivateSystem::setCertificates(PrivateSystem::Certificates::None,
                                        authority.certificate().toStdString());
-        Servers servers(authority);
+        UpdateServers servers(authority);
         servers.publish("no image");
         Run run;
         QVERIFY2(run.desktop.failure().isEmpty(), qPrintable(run.desktop.failure()));
@@ -301,11 +239,11 @@ class UpdateTest : public QObject {
     void aQuitInTheMiddleOfADownloadEndsTheProgramAtOnce() {
         const VirtualDesktop desktop;
         QVERIFY2(desktop.failure().isEmpty(), qPrintable(desktop.failure()));
-        Servers servers(authority);
+        UpdateServers servers(authority);
         const QByteArray image = testPattern() + testPattern();
         servers.publish(image);
         std::atomic<bool> isStalling = false;
-        servers.mirrors[2]->on("/image.dmg", [&](TestExchange &exchange) {
+        servers.mirrors[2]->on(UpdateServers::imagePath, [&](TestExchange &exchange) {
             exchange.head(200, {{"Content-Length", QByteArray::number(image.size())}});
             exchange.send(image.left(100'000));
             isStalling = true;
@@ -331,10 +269,11 @@ class UpdateTest : public QObject {
         // The next start removes what was left behind, even if it installs nothing.
         fs::create_directories(fs::path(temporary.path().toStdString()) /
                                "ferrolt-libreoffice-0F8FAD5B-D9CB-469F-A165-70867728950E/mnt");
-        servers.mirrors[2]->on("/image.dmg", TestHttpsServer::replies(404, "not here"));
-        const auto asked = servers.mirrors[2]->requestCount("/image.dmg");
+        servers.mirrors[2]->on(UpdateServers::imagePath, TestHttpsServer::replies(404, "not here"));
+        const auto asked = servers.mirrors[2]->requestCount(UpdateServers::imagePath);
         Launcher again(desktop, tree.executable(), tree.home());
-        QVERIFY(waitUntil([&] { return servers.mirrors[2]->requestCount("/image.dmg") > asked; }, 60s));
+        QVERIFY(waitUntil([&] { return servers.mirrors[2]->requestCount(UpdateServers::imagePath) > asked; },
+                          60s));
         QVERIFY(waitUntil([&] { return fs::is_empty(temporary.path().toStdString()); }));
     }
 };

@@ -2,7 +2,8 @@
 ferrolt_test_program(end_to_end-tests
     LINKS ferrolt_http ferrolt_paths ferrolt_platform ferrolt_test_images ferrolt_test_server Qt6::Gui
         $<$<NOT:$<PLATFORM_ID:Darwin>>:Qt6::DBus>
-    SOURCES end_to_end/Launcher.cpp end_to_end/PrivateSystem.cpp end_to_end/VirtualDesktop.cpp
+    SOURCES end_to_end/Launcher.cpp end_to_end/PrivateSystem.cpp end_to_end/UpdateServers.cpp
+        end_to_end/VirtualDesktop.cpp
     DEFINITIONS
         FERROLT_AUTOSTART_COMMAND="${PROJECT_SOURCE_DIR}/tests/support/autostart_command.py"
         FERROLT_CONSOLE_TEXT="${PROJECT_SOURCE_DIR}/tools/console-text"
