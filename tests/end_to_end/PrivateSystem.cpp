@@ -147,8 +147,8 @@ std::string enter(const fs::path &scratch, const std::string &prompt) {
 
 int PrivateSystem::run(const std::string &prompt,
                        const std::function<int(const std::string &trouble)> &work) {
-    char scratch[] = "/tmp/ferrolt-private-system-XXXXXX";
-    if (mkdtemp(scratch) == nullptr)
+    std::string scratch = fs::temp_directory_path() / "ferrolt-private-system-XXXXXX";
+    if (mkdtemp(scratch.data()) == nullptr)
         return 1;
     // A process never leaves the system that it has entered, and from inside cannot remove the folder that
     // the system is built in. So a child enters it.
