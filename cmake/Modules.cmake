@@ -17,6 +17,13 @@ if(FERROLT_SANITIZE)
         -fno-sanitize-recover=all)
     target_link_options(ferrolt_build INTERFACE -fsanitize=${FERROLT_SANITIZE})
 endif()
+if(FERROLT_COVERAGE)
+    # %c keeps the counters in a mapped file, so that they survive SIGKILL and _exit(), %m one file for all runs of a
+    # program. The file's name is built in: children without the environment would leave one in their working folder.
+    target_compile_options(ferrolt_build INTERFACE -fprofile-instr-generate=${PROJECT_BINARY_DIR}/profiles/%m%c.profraw
+        -fcoverage-mapping "SHELL:-mllvm -runtime-counter-relocation")
+    target_link_options(ferrolt_build INTERFACE -fprofile-instr-generate)
+endif()
 
 # What is shipped names no folder of its builder's, and is the same from any folder.
 foreach(where IN ITEMS ${PROJECT_SOURCE_DIR}=source ${PROJECT_BINARY_DIR}=build)

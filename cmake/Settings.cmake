@@ -18,6 +18,7 @@ set(FERROLT_HOMEPAGE "https://ferrolt.example" CACHE STRING "The program's page,
 set(FERROLT_PACKAGER "Ferrolt <packages@ferrolt.example>" CACHE STRING "Who answers for the packages, as \"name <address>\"")
 option(BUILD_TESTING "Build the tests and benchmarks" ON)
 option(FERROLT_FUZZ "Build the fuzz targets, with clang" OFF)
+option(FERROLT_COVERAGE "Count which branches are taken, with clang" OFF)
 set(FERROLT_SANITIZE "" CACHE STRING "Sanitizers to build with, as -fsanitize takes them")
 
 # Not a builder's choice: the program looks for its helper here, from the folder above its own.

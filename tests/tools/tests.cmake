@@ -8,6 +8,7 @@ ferrolt_script_test(own_processes)
 ferrolt_script_test(end_orphans)
 ferrolt_script_test(skipped_tests)
 ferrolt_script_test(figures_table)
+ferrolt_script_test(branches_table)
 add_test(NAME tools.check_includes
     COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/tools/check_includes_test.py ${PROJECT_BINARY_DIR})
 set_tests_properties(tools.check_includes PROPERTIES TIMEOUT 600 LABELS tools COST 20)
