@@ -108,8 +108,11 @@ class ApplicationIconEngine : public QIconEngine {
     QIconEngine *clone() const override { return new ApplicationIconEngine(drawing); }
 
     void paint(QPainter *painter, const QRect &rectangle, QIcon::Mode, QIcon::State) override {
-        initSymbolResource();
-        QSvgRenderer(drawing).render(painter, rectangle);
+        if (!renderer.isValid()) {
+            initSymbolResource();
+            renderer.load(drawing);
+        }
+        renderer.render(painter, rectangle);
     }
 
     QPixmap pixmap(const QSize &size, QIcon::Mode mode, QIcon::State state) override {
@@ -126,6 +129,7 @@ class ApplicationIconEngine : public QIconEngine {
 
   private:
     QString drawing;
+    QSvgRenderer renderer;  ///< loaded with the first picture
 };
 
 }  // namespace

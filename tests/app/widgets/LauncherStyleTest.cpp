@@ -237,6 +237,12 @@ class LauncherStyleTest : public QObject {
         LauncherStyle::install();
         QVERIFY(qobject_cast<LauncherStyle *>(QApplication::style()));
     }
+
+    void aMenuBarLoadsNoPictures() {
+        const LauncherStyle style;
+        QVERIFY(style.standardIcon(QStyle::SP_ToolBarHorizontalExtensionButton, nullptr, nullptr).isNull());
+        QVERIFY(!style.standardIcon(QStyle::SP_LineEditClearButton, nullptr, nullptr).isNull());
+    }
 };
 
 TEST_CLASS(LauncherStyleTest, QApplication)
