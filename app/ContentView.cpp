@@ -23,8 +23,8 @@ namespace ferrolt {
 
 ContentView::ContentView(std::shared_ptr<AppVars> appVars, std::shared_ptr<TimeSource> time,
                          std::shared_ptr<Clipboard> clipboard, QWidget *parent)
-    : QWidget(parent), _appVars(std::move(appVars)), time(std::move(time)) {
-    if (!_appVars || !this->time || !clipboard)
+    : QWidget(parent), _appVars(std::move(appVars)), time(std::move(time)), clipboard(std::move(clipboard)) {
+    if (!_appVars || !this->time || !this->clipboard)
         qFatal("The main window was built without the launcher state that it shows.");
     assertMainThread();
     installAccessibleRoles();
@@ -32,9 +32,7 @@ ContentView::ContentView(std::shared_ptr<AppVars> appVars, std::shared_ptr<TimeS
 
     column = new Sidebar;
     column->setFoot(new ProgressStrip(_appVars->libreOfficeInstaller->progress));
-    home = new HomeLogView(_appVars, this->time, std::move(clipboard));
     detail = new QStackedWidget;
-    detail->addWidget(home);
 
     columns = new PaneSplitter(Qt::Horizontal, QStringLiteral("Sidebar width"));
     // The sidebar draws the dividing line.
@@ -56,7 +54,16 @@ ContentView::ContentView(std::shared_ptr<AppVars> appVars, std::shared_ptr<TimeS
         if (change == AppVars::Change::State)
             follower->changeAnnounced();
     });
-    refresh();
+}
+
+HomeLogView *ContentView::homeLogs() {
+    if (home == nullptr) {
+        home = new HomeLogView(_appVars, time, clipboard);
+        home->setUpperShare(shareToCome);
+        detail->addWidget(home);
+        Q_EMIT logsMade(home);
+    }
+    return home;
 }
 
 int ContentView::sidebarWidth() const {
@@ -71,11 +78,13 @@ void ContentView::setSidebarWidth(int width) {
 }
 
 double ContentView::upperLogShare() const {
-    return home->upperShare();
+    return home != nullptr ? home->upperShare() : shareToCome;
 }
 
 void ContentView::setUpperLogShare(double share) {
-    home->setUpperShare(share);
+    shareToCome = share;
+    if (home != nullptr)
+        home->setUpperShare(share);
 }
 
 void ContentView::refresh() {
@@ -86,10 +95,10 @@ void ContentView::refresh() {
     detail->setCurrentWidget(page(_appVars->_selectedTab.get().value_or(AppVars::homeTab)));
 }
 
-/// Builds the form when it is first shown: most runs never show it.
+/// Builds the form when it is first shown: most runs never show it. The first run shows nothing else.
 QWidget *ContentView::page(const QString &tab) {
     if (tab != AppVars::settingsTab)
-        return home;
+        return homeLogs();
     if (!prefs) {
         const auto startServices = [weakVars = std::weak_ptr(_appVars), self = QPointer(this)] {
             if (const auto vars = weakVars.lock())

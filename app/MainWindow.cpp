@@ -33,16 +33,21 @@ constexpr QSize frameAllowance(16, 48);
 MainWindow::MainWindow(std::shared_ptr<AppVars> appVars, std::shared_ptr<TimeSource> time,
                        std::shared_ptr<Clipboard> clipboard, QString stateFile)
     : stateFile(std::move(stateFile)),
-      clipboard(clipboard),
-      view(new ContentView(appVars, std::move(time), std::move(clipboard))),
-      consoles(new ConsoleActions({view->homeLogs()->lumoraConsole(), view->homeLogs()->qorClientConsole()},
-                                  this)),
-      menu(new MainMenu(this, *consoles, std::move(appVars))) {
+      appVars(std::move(appVars)),
+      time(std::move(time)),
+      clipboard(std::move(clipboard)) {
     setWindowTitle(QStringLiteral("Ferrolt Miner Launcher"));
     setWindowIcon(applicationIcon());
-    setCentralWidget(view);
-    makeMenu();
     restoreState();
+    // Where the desktop shows menu bars outside of windows, it shows this one, even while the window is
+    // closed. A menu bar inside the window would take a whole row for a few commands.
+    auto *bar = new QMenuBar(this);
+    if (bar->isNativeMenuBar()) {
+        setMenuBar(bar);
+        makeContent();
+    } else {
+        delete bar;
+    }
     connect(qApp, &QCoreApplication::aboutToQuit, this, &MainWindow::saveState);
     for (QScreen *const screen : QGuiApplication::screens())
         followScale(screen);
@@ -53,28 +58,54 @@ QString MainWindow::defaultStateFile() {
     return stateFolder() + QStringLiteral("/window.json");
 }
 
+ContentView *MainWindow::content() {
+    if (view == nullptr)
+        makeContent();
+    return view;
+}
+
+void MainWindow::makeContent() {
+    view = new ContentView(appVars, time, clipboard);
+    connect(view, &ContentView::settingsSaved, this, &MainWindow::settingsSaved);
+    consoles = new ConsoleActions(this);
+    connect(view, &ContentView::logsMade, consoles, [actions = consoles](HomeLogView *logs) {
+        actions->add(logs->lumoraConsole());
+        actions->add(logs->qorClientConsole());
+    });
+    menu = new MainMenu(this, *consoles, appVars);
+    makeMenu();
+    setCentralWidget(view);
+    view->resize(size());
+    view->setSidebarWidth(savedState.sidebarWidth);
+    view->setUpperLogShare(savedState.upperLogShare);
+    view->refresh();
+}
+
 void MainWindow::makeMenu() {
     connect(menu, &MainMenu::aboutRequested, this, &MainWindow::showAbout);
     connect(menu, &MainMenu::closeRequested, this, &QWidget::close);
     connect(menu, &MainMenu::quitRequested, this, &MainWindow::quitRequested);
 
-    // Where the desktop shows menu bars outside of windows, it shows this one. A menu bar inside the window
-    // would take a whole row for a few commands, so elsewhere a button opens them as one menu.
-    auto *bar = new QMenuBar(this);
-    if (bar->isNativeMenuBar()) {
-        menu->fill(bar);
-        setMenuBar(bar);
-        return;
+    if (menuWidget() != nullptr) {
+        menu->fill(menuBar());
+    } else {  // a button opens all commands as one menu
+        view->sidebar()->setMenu(menu->compactMenu());
+        auto *openMenu = new QShortcut(QKeySequence(Qt::Key_F10), this);
+        connect(openMenu, &QShortcut::activated, view->sidebar()->menuButton(), &MenuButton::showMenu);
     }
-    delete bar;
-    view->sidebar()->setMenu(menu->compactMenu());
-    auto *openMenu = new QShortcut(QKeySequence(Qt::Key_F10), this);
-    connect(openMenu, &QShortcut::activated, view->sidebar()->menuButton(), &MenuButton::showMenu);
+    addOpenAtLogin();
 }
 
-void MainWindow::setOpenAtLogin(OpenAtLogin &openAtLogin) {
-    menu->setOpenAtLogin(openAtLogin.action());
-    openAtLogin.followMenus();
+void MainWindow::setOpenAtLogin(OpenAtLogin &item) {
+    openAtLogin = &item;
+    addOpenAtLogin();
+}
+
+void MainWindow::addOpenAtLogin() {
+    if (menu == nullptr || openAtLogin == nullptr)
+        return;
+    menu->setOpenAtLogin(openAtLogin->action());
+    openAtLogin->followMenus();
 }
 
 void MainWindow::showAbout() {
@@ -103,13 +134,10 @@ void MainWindow::followScale(QScreen *screen) {
 
 void MainWindow::restoreState() {
     savedState = WindowState::load(stateFile);
-    QSize size = savedState.size.expandedTo(view->minimumSize());
+    QSize size = savedState.size.expandedTo({ContentView::minimumWidth, ContentView::minimumHeight});
     if (const QScreen *const screen = QGuiApplication::primaryScreen())
         size = size.boundedTo(screen->availableSize() - frameAllowance);
     resize(size);
-    view->resize(size);
-    view->setSidebarWidth(savedState.sidebarWidth);
-    view->setUpperLogShare(savedState.upperLogShare);
     if (savedState.isMaximized)
         setWindowState(windowState() | Qt::WindowMaximized);
 }
@@ -119,8 +147,8 @@ WindowState MainWindow::state() const {
     state.isMaximized = isMaximized();
     const QSize normal = normalGeometry().size();
     state.size = (isMaximized() || isFullScreen()) && !normal.isEmpty() ? normal : size();
-    state.sidebarWidth = view->sidebarWidth();
-    state.upperLogShare = view->upperLogShare();
+    state.sidebarWidth = view != nullptr ? view->sidebarWidth() : savedState.sidebarWidth;
+    state.upperLogShare = view != nullptr ? view->upperLogShare() : savedState.upperLogShare;
     return state;
 }
 
@@ -128,6 +156,12 @@ void MainWindow::saveState() {
     assertMainThread();
     savedState = state();
     savedState.save(stateFile);
+}
+
+void MainWindow::setVisible(bool isVisible) {
+    if (isVisible)
+        content();
+    QMainWindow::setVisible(isVisible);
 }
 
 void MainWindow::showEvent(QShowEvent *event) {

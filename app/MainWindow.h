@@ -22,7 +22,8 @@ class OpenAtLogin;
 class TimeSource;
 
 /// The one main window. Closing only hides it; it can be shown again. Remembers its size and its dividers.
-/// Main thread.
+/// Its content is made when it is first shown: a program that runs behind a closed window from log-in to
+/// log-out does without. Main thread.
 class MainWindow : public QMainWindow {
     Q_OBJECT
 
@@ -35,14 +36,16 @@ class MainWindow : public QMainWindow {
     /// The state file of the user who runs the program.
     static QString defaultStateFile();
 
-    ContentView *content() const { return view; }
+    ContentView *content();
     MainMenu *mainMenu() const { return menu; }
 
-    /// Adds the switch to the menu. Not owned; call once.
-    void setOpenAtLogin(OpenAtLogin &openAtLogin);
+    /// The switch for the menu. Not owned; call once.
+    void setOpenAtLogin(OpenAtLogin &item);
 
     /// Writes the state file. Waits for the disk.
     void saveState();
+
+    void setVisible(bool isVisible) override;
 
   Q_SIGNALS:
     /// The content is on screen, for the first time or after the window was closed. Emitted from the event
@@ -51,6 +54,8 @@ class MainWindow : public QMainWindow {
     void contentAppeared();
     /// The user chose Quit in the menu or pressed its shortcut.
     void quitRequested();
+    /// The settings form was saved.
+    void settingsSaved();
     /// The window was visible and is being closed: by its user, or because the application quits.
     void closing();
 
@@ -61,7 +66,9 @@ class MainWindow : public QMainWindow {
     bool eventFilter(QObject *watched, QEvent *event) override;
 
   private:
+    void makeContent();
     void makeMenu();
+    void addOpenAtLogin();
     void showAbout();
     void followScale(QScreen *screen);
     void restoreState();
@@ -69,10 +76,13 @@ class MainWindow : public QMainWindow {
 
     const QString stateFile;
     WindowState savedState;  ///< as in the file
+    const std::shared_ptr<AppVars> appVars;
+    const std::shared_ptr<TimeSource> time;
     const std::shared_ptr<Clipboard> clipboard;
-    ContentView *view;
-    ConsoleActions *consoles;
-    MainMenu *menu;
+    ContentView *view = nullptr;  ///< none before the first showing, and then none of these
+    ConsoleActions *consoles = nullptr;
+    MainMenu *menu = nullptr;
+    OpenAtLogin *openAtLogin = nullptr;
     QPointer<AboutDialog> about;  ///< while it is shown
     bool isAppearing = false;     ///< shown, but contentAppeared() not yet emitted
 };

@@ -1,6 +1,5 @@
 #include "AccessibleRoles.h"
 #include "BringToFront.h"
-#include "ContentView.h"
 #include "DesktopAppearance.h"
 #include "DesktopNotifications.h"
 #include "DesktopReopen.h"
@@ -127,8 +126,7 @@ Ending runApplication(SingleInstance &instance, DesktopReopen &desktop, const Pr
         notices.windowClosed(trayItem ? FirstTimeNotices::WayBack::Tray
                                       : FirstTimeNotices::WayBack::SecondStart);
     });
-    QObject::connect(window.content(), &ContentView::settingsSaved, &notices,
-                     &FirstTimeNotices::settingsSaved);
+    QObject::connect(&window, &MainWindow::settingsSaved, &notices, &FirstTimeNotices::settingsSaved);
 
     MainQueue::async([&] {
         delegate.applicationDidFinishLaunching();

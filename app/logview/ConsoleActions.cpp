@@ -11,8 +11,6 @@
 #include <QLineEdit>
 #include <QMenu>
 
-#include <utility>
-
 namespace ferrolt {
 namespace {
 
@@ -32,7 +30,7 @@ QAction *makeAction(QWidget *window, const QString &text, QKeySequence::Standard
 
 }  // namespace
 
-ConsoleActions::ConsoleActions(QList<LogConsoleView *> all, QWidget *window)
+ConsoleActions::ConsoleActions(QWidget *window)
     : QObject(window),
       copy(makeAction(window, tr("&Copy"), QKeySequence::Copy)),
       selectAll(makeAction(window, tr("Select &All"), QKeySequence::SelectAll)),
@@ -44,13 +42,10 @@ ConsoleActions::ConsoleActions(QList<LogConsoleView *> all, QWidget *window)
       newestEntry(makeAction(window, tr("Newest &Entry"), {QKeySequence(Qt::ALT | Qt::Key_End)})),
       saveLog(makeAction(window, tr("&Save Log As…"), {QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S)})),
       window(window),
-      consoles(std::move(all)),
-      lastUsed(consoles.value(0)),
+      contextMenu(makeContextMenu()),
       saver(new LogSaver(window)) {
     assertMainThread();
-    Q_ASSERT(!consoles.isEmpty());
     connectActions();
-    makeContextMenu();
     refresh();
     window->installEventFilter(this);
     connect(qApp, &QApplication::focusChanged, this, [this](QWidget *, QWidget *now) {
@@ -60,6 +55,13 @@ ConsoleActions::ConsoleActions(QList<LogConsoleView *> all, QWidget *window)
                 lastUsed = console;
         }
     });
+}
+
+void ConsoleActions::add(LogConsoleView *console) {
+    consoles.append(console);
+    if (lastUsed == nullptr)
+        lastUsed = console;
+    console->textArea().setContextMenu(contextMenu);
 }
 
 void ConsoleActions::connectActions() {
@@ -90,7 +92,7 @@ void ConsoleActions::connectActions() {
     });
 }
 
-void ConsoleActions::makeContextMenu() {
+QMenu *ConsoleActions::makeContextMenu() {
     auto *const menu = new QMenu(window);
     menu->addActions({copy, selectAll});
     menu->addSeparator();
@@ -98,12 +100,11 @@ void ConsoleActions::makeContextMenu() {
     menu->addSeparator();
     menu->addActions({newestEntry, saveLog});
     connect(menu, &QMenu::aboutToShow, this, &ConsoleActions::refresh);
-    for (LogConsoleView *const each : consoles)
-        each->textArea().setContextMenu(menu);
+    return menu;
 }
 
 LogConsoleView *ConsoleActions::console() const {
-    return lastUsed->isVisible() ? lastUsed : nullptr;
+    return lastUsed != nullptr && lastUsed->isVisible() ? lastUsed : nullptr;
 }
 
 QLineEdit *ConsoleActions::focusedField() const {

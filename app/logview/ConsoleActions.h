@@ -5,6 +5,7 @@
 
 class QAction;
 class QLineEdit;
+class QMenu;
 class QWidget;
 
 namespace ferrolt {
@@ -24,8 +25,11 @@ class ConsoleActions : public QObject {
     Q_OBJECT
 
   public:
-    /// `all` must not be empty. `window` holds these consoles and becomes the parent.
-    ConsoleActions(QList<LogConsoleView *> all, QWidget *window);
+    /// `window` becomes the parent.
+    explicit ConsoleActions(QWidget *window);
+
+    /// Adds a console of the window, which must live as long as this object. It gets the context menu.
+    void add(LogConsoleView *console);
 
     QAction *const copy;
     QAction *const selectAll;
@@ -44,15 +48,16 @@ class ConsoleActions : public QObject {
 
   private:
     void connectActions();
-    void makeContextMenu();
-    /// None while no console is shown.
+    QMenu *makeContextMenu();
+    /// None while the one that had the focus last is not shown.
     LogConsoleView *console() const;
     /// None if something else has the focus.
     QLineEdit *focusedField() const;
 
     QWidget *const window;
-    const QList<LogConsoleView *> consoles;
-    LogConsoleView *lastUsed;
+    QMenu *const contextMenu;
+    QList<LogConsoleView *> consoles;
+    LogConsoleView *lastUsed = nullptr;  ///< none before the first console
     LogSaver *const saver;
 };
 

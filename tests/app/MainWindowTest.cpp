@@ -1,5 +1,6 @@
 #include "ContentView.h"
 #include "HomeLogView.h"
+#include "LauncherPrefs.h"
 #include "LogConsoleView.h"
 #include "LogTextArea.h"
 #include "MainMenu.h"
@@ -14,6 +15,7 @@
 #include <QClipboard>
 #include <QLineEdit>
 #include <QMenu>
+#include <QPushButton>
 #include <QScopeGuard>
 #include <QSignalSpy>
 #include <QTest>
@@ -45,6 +47,21 @@ class MainWindowTest : public QObject {
         QCOMPARE(window.size(), QSize(1000, 640));
     }
 
+    void itsContentIsMadeWhenItIsShown() {
+        WindowFixture fixture;
+        fixture.tree.writeIdentity("", "");
+        fixture.create();
+        fixture.window = std::make_unique<MainWindow>(fixture.vars, fixture.time,
+                                                      std::make_shared<QtClipboard>(), fixture.stateFile());
+        MainWindow &window = *fixture.window;
+        QVERIFY(window.close());  // as at launch
+        QVERIFY(!window.findChild<ContentView *>());
+        WindowFixture::show(window);
+        QVERIFY(window.findChild<ContentView *>());
+        QVERIFY(window.findChild<LauncherPrefs *>());
+        QVERIFY(!window.findChild<HomeLogView *>());
+    }
+
     void closingIsAnnouncedWhenItWasVisible() {
         WindowFixture fixture;
         MainWindow &window = fixture.open();
@@ -55,6 +72,15 @@ class MainWindowTest : public QObject {
         WindowFixture::show(window);
         window.close();
         QCOMPARE(closing.size(), 1);
+    }
+
+    void itTellsThatTheSettingsWereSaved() {
+        WindowFixture fixture;
+        fixture.tree.writeIdentity("", "");
+        MainWindow &window = fixture.open();
+        QSignalSpy saved(&window, &MainWindow::settingsSaved);
+        named<QPushButton>(window, "Save & Apply Configuration")->click();
+        QTRY_COMPARE(saved.size(), 1);
     }
 
     void closingHidesItAndItCanBeShownAgain() {
@@ -290,6 +316,22 @@ class MainWindowTest : public QObject {
         QCOMPARE(after.size, state.size);
         QCOMPARE(after.sidebarWidth, 181);
         QCOMPARE(after.upperLogShare, 0.25);
+    }
+
+    void theDividersAreKeptWhileTheLogsAreNotMade() {
+        WindowFixture fixture;
+        fixture.tree.writeIdentity("", "");
+        WindowState state;
+        state.sidebarWidth = 181;
+        state.upperLogShare = 0.25;
+        state.save(fixture.stateFile());
+        fixture.open().close();
+        QCOMPARE(WindowState::load(fixture.stateFile()), state);
+        MainWindow &window = fixture.open();
+        fixture.vars->selectTab(AppVars::homeTab);
+        QTRY_VERIFY(window.findChild<HomeLogView *>());
+        QTRY_VERIFY(window.content()->homeLogs()->isVisible());
+        QVERIFY(qAbs(window.content()->upperLogShare() - 0.25) < 0.01);
     }
 
     void aRememberedSizeIsFittedToTheScreenAndToTheLeastSize_data() {

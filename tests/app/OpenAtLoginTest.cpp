@@ -71,6 +71,20 @@ class OpenAtLoginTest : public QObject {
         QCOMPARE(alerts->shown.size(), 2U);
     }
 
+    void aWindowThatIsShownLaterHasItInItsMenu() {
+        WindowFixture fixture;
+        fixture.create();
+        fixture.window = std::make_unique<MainWindow>(fixture.vars, fixture.time,
+                                                      std::make_shared<QtClipboard>(), fixture.stateFile());
+        fixture.window->setOpenAtLogin(*openAtLogin);
+        WindowFixture::show(*fixture.window);
+        QMenu *const menu = fixture.window->content()->sidebar()->menuButton()->menu();
+        QVERIFY(menu->actions().contains(openAtLogin->action()));
+        facts.state = State::On;
+        Q_EMIT menu->aboutToShow();
+        QVERIFY(openAtLogin->action()->isChecked());
+    }
+
     void inTheWindowsMenuItIsWorkedByMouseKeysAndScreenReaders() {
         WindowFixture fixture;
         MainWindow &window = fixture.open();

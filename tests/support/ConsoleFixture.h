@@ -60,6 +60,7 @@ struct ConsoleFixture {
     explicit ConsoleFixture(const QString &title = QStringLiteral("Lumora Core Engine"))
         : view(title, log, QStringLiteral("lumBottom"), clipboard, time) {
         LauncherStyle::install();
+        actions.add(&view);
     }
 
     /// Keeps the newest 1000 elements, as the launcher does.
@@ -106,7 +107,7 @@ struct ConsoleFixture {
     RecordingClipboard clipboard;
     ManualTime time;
     LogConsoleView view;
-    ConsoleActions actions{{&view}, &view};
+    ConsoleActions actions{&view};
 };
 
 }  // namespace ferrolt
