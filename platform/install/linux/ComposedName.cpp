@@ -1,5 +1,6 @@
 #include "ComposedName.h"
 
+#include <QByteArrayView>
 #include <QString>
 #include <QStringDecoder>
 
@@ -15,10 +16,13 @@ bool isNeverDecomposed(QChar unit) {
 }  // namespace
 
 std::string composedName(const std::string &path) {
-    QStringDecoder utf8(QStringDecoder::Utf8);
-    const QString decoded = utf8.decode(QByteArrayView(path.data(), static_cast<qsizetype>(path.size())));
-    if (utf8.hasError())
+    const QByteArrayView bytes(path.data(), static_cast<qsizetype>(path.size()));
+    // The decoder reports no error for a path that ends inside a character, and drops that character.
+    if (!bytes.isValidUtf8())
         return path;
+    // By default it would also drop a first U+FEFF as a byte-order mark.
+    QStringDecoder utf8(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom);
+    const QString decoded = utf8.decode(bytes);
     QString composed;
     for (qsizetype start = 0; start < decoded.size();) {
         const bool isKept = isNeverDecomposed(decoded[start]);

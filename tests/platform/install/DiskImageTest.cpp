@@ -176,6 +176,16 @@ class DiskImageTest : public QObject {
         QCOMPARE(readFile(mountPoint / "LibreOffice.app/\uf900"), QByteArray("3"));
     }
 
+    void aNameLosesNeitherAFirstMarkNorALastHalfOfACharacter() {
+        const QByteArray names[] = {"\xEF\xBB\xBFmark", "half\xE2\x84"};
+        QByteArray entries = "Path = Volume\nFolder = +\n\n";
+        for (const QByteArray &name : names)
+            entries += "Path = Volume/" + name + "\nSize = 1\nMode = -rw-r--r--\n\n";
+        QVERIFY(attachWith(listing(entries).replace("APFS", "HFS"), "printf 12"));
+        for (const QByteArray &name : names)
+            QVERIFY2(treeSnapshot(mountPoint).contains(name.toStdString()), name);
+    }
+
     void resourceForksAndSetUserIdAreLeftBehind() {
         TestHfsVolume volume(QStringLiteral("Volume"));
         const auto file = volume.addFile(TestHfsVolume::rootFolder, QStringLiteral("first"), "one", 0106755);
