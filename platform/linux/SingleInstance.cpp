@@ -14,7 +14,6 @@
 #include <deque>
 #include <fstream>
 #include <functional>
-#include <iterator>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -155,8 +154,12 @@ struct ProcessIdentity {
 
 /// Nothing if there is no such process or it is a zombie.
 std::optional<ProcessIdentity> identify(int id) {
-    std::ifstream file("/proc/" + std::to_string(id) + "/stat");
-    const std::string line{std::istreambuf_iterator<char>(file), {}};
+    const std::ifstream file("/proc/" + std::to_string(id) + "/stat");
+    // Not by an iterator of the stream's buffer: it would throw when the process ends before the reading
+    // (ESRCH).
+    std::ostringstream text;
+    text << file.rdbuf();
+    const std::string line = text.str();
     const auto name = line.rfind(')');  // the last one: the name itself may contain blanks and parentheses
     if (name == std::string::npos)
         return std::nullopt;

@@ -11,6 +11,7 @@ set(alone FileReplacementTest PortProbeTest)
 if(NOT APPLE)
     ferrolt_test(platform WidenPipeTest)
     list(APPEND alone StoppedChildTest)  # macOS's waitid()
+    list(APPEND alone VanishingProcessTest)  # its /proc
 endif()
 foreach(test ${alone})
     ferrolt_test_program(${test} LINKS ferrolt_platform)
