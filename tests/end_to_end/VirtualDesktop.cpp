@@ -54,10 +54,12 @@ QString VirtualDesktop::startWithAnnouncement(const QString &program, const QStr
     service.setStandardErrorFile(QProcess::nullDevice());
     service.start(program, arguments);
     QByteArray announced;
-    const bool found = waitUntil([&] {
-        announced += service.readAllStandardOutput();
-        return announced.contains('\n') || service.state() == QProcess::NotRunning;
-    });
+    const bool found = waitUntil(
+        [&] {
+            announced += service.readAllStandardOutput();
+            return announced.contains('\n') || service.state() == QProcess::NotRunning;
+        },
+        std::chrono::seconds(60));
     if (!found || !announced.contains('\n')) {
         trouble = program + " does not start";
         return {};
