@@ -119,7 +119,7 @@ void KillTrial::prepare() {
     else if (phase == Phase::Reload && oneOfTwo())
         engine = "slow-term 150";
     tree = std::make_unique<InstalledTree>(engine, phase == Phase::Flood ? "flood" : "wait");
-    tree->writeEnginePort(std::to_string(world.enginePort.port));
+    tree->writeEnginePort(std::to_string(enginePort.port));
     fs::create_directory(temporary());
     fs::create_directories(settings().parent_path());
 
@@ -269,7 +269,10 @@ fs::path KillTrial::startToMountPoint() {
 /// Counts only time in which this process was given the processor as well.
 void KillTrial::checkChildrenAreGone() {
     const auto begin = Clock::now();
-    auto last = begin;
+    // Before all of its threads have ended, its children are still its own and not this process's.
+    require(launcher->program().waitForFinished(30000) || !launcher->isRunning(),
+            "the launcher does not end");
+    auto last = Clock::now();
     Clock::duration counted{};
     for (;;) {
         std::vector<Descendant> left = world.descendants.living(launcher->id());
@@ -361,7 +364,6 @@ void KillTrial::run() {
     require(launcher->isRunning(), "the launcher has ended before the kill");
     kill(launcher->id(), SIGKILL);
     checkChildrenAreGone();
-    launcher->program().waitForFinished();
     if (keys)
         keys->waitForFinished();
     require(launcher->program().exitStatus() == QProcess::CrashExit, "the launcher was not killed");

@@ -3,6 +3,7 @@
 #include "InstalledTree.h"
 #include "KillWorld.h"
 #include "Launcher.h"
+#include "Listener.h"
 
 #include <QByteArray>
 
@@ -75,6 +76,7 @@ class KillTrial {
     QByteArray oldProperties;
     QByteArray newProperties;
     QByteArray oldSettings;  ///< empty if there is no such file
+    Listener enginePort;     // accepts no connection: one for all kills would be full after 64 starts
     std::unique_ptr<InstalledTree> tree;
     std::unique_ptr<Launcher> launcher;
     std::unique_ptr<QProcess> keys;

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "Descendants.h"
-#include "Listener.h"
 #include "TestAuthority.h"
 #include "UpdateServers.h"
 #include "VirtualDesktop.h"
@@ -47,7 +46,6 @@ struct KillWorld {
     TestAuthority authority;
     VirtualDesktop desktop;
     Descendants descendants;
-    Listener enginePort;
     UpdateServers servers;
     std::atomic<int> imageRequests = 0;
 

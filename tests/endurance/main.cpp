@@ -10,16 +10,19 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <map>
+#include <new>
 #include <string>
 #include <vector>
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -45,11 +48,11 @@ struct Result {
     double goneAfter = 0;  ///< in milliseconds
 };
 
-void killInTurn(const Options &options, long worker, int results) {
+/// Takes the next number that no worker has taken yet, until there is none.
+void killInTurn(const Options &options, std::atomic<long> &next, int results) {
     KillWorld world;
     KillTrial::measure(world);
-    for (long number = options.first + worker; number < options.first + options.count;
-         number += options.workers) {
+    for (long number = next++; number < options.first + options.count; number = next++) {
         const auto phase = static_cast<KillTrial::Phase>(number % KillTrial::phases);
         std::seed_seq mixed{options.seed, number};
         std::array<std::uint32_t, 2> words{};
@@ -73,7 +76,7 @@ void killInTurn(const Options &options, long worker, int results) {
 }
 
 /// Never returns.
-[[noreturn]] void work(const Options &options, long worker, int results, int argc, char **argv) {
+[[noreturn]] void work(const Options &options, std::atomic<long> &next, int results, int argc, char **argv) {
     std::exit(PrivateSystem::run(KillWorld::prompt(), [&](const std::string &trouble) {
         if (!trouble.empty()) {
             std::printf("No system of its own can be made here: %s\n", trouble.c_str());
@@ -81,7 +84,7 @@ void killInTurn(const Options &options, long worker, int results) {
         }
         QCoreApplication application(argc, argv);
         try {
-            killInTurn(options, worker, results);
+            killInTurn(options, next, results);
             return 0;
         } catch (const std::exception &failure) {
             std::printf("FAILED before the first kill: %s\n", failure.what());
@@ -122,13 +125,18 @@ int main(int argc, char **argv) {
     std::array<int, 2> results{};
     if (pipe2(results.data(), O_CLOEXEC) != 0)
         return 1;
+    void *const shared =
+        mmap(nullptr, sizeof(std::atomic<long>), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    if (shared == MAP_FAILED)
+        return 1;
+    auto *const next = new (shared) std::atomic<long>(options.first);
     std::vector<pid_t> workers;
     for (long worker = 0; worker < options.workers; ++worker) {
         const pid_t child = fork();
         if (child == 0) {
             prctl(PR_SET_PDEATHSIG, SIGKILL);
             close(results[0]);
-            work(options, worker, results[1], argc, argv);
+            work(options, *next, results[1], argc, argv);
         }
         workers.push_back(child);
     }
