@@ -239,7 +239,7 @@ void KillTrial::bringIntoSave() {
                    QString::number(launcher->id());
         },
         "the window has no focus");
-    world.desktop.run("xdotool", {"key", "--delay", "1", "Tab", "G", "r", "a", "c", "e", "Tab", "Tab"});
+    world.desktop.run("xdotool", {"key", "Tab", "G", "r", "a", "c", "e", "Tab", "Tab"});
 
     FolderWatch saved(properties().parent_path());
     keys = std::make_unique<QProcess>();
