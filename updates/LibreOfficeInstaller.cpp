@@ -45,7 +45,12 @@ struct LibreOfficeInstaller::State {
     std::optional<QString> recorded() {
         if (const auto version = unwritten)
             record(*version);  // the disk may have space again
-        return unwritten ? unwritten : services.settings->text(versionKey);
+        if (unwritten)
+            return unwritten;
+        // A read that fails for a moment, as for lack of a descriptor, looks like no version. An old
+        // application would then be recorded as the wanted version, and never be replaced by it.
+        const auto version = services.settings->text(versionKey);
+        return version ? version : services.settings->text(versionKey);
     }
 };
 

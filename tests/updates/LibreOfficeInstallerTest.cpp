@@ -14,6 +14,7 @@
 #include <mutex>
 #include <semaphore>
 #include <thread>
+#include <utility>
 
 #include <pthread.h>
 #include <sys/resource.h>
@@ -216,6 +217,24 @@ class LibreOfficeInstallerTest : public QObject {
         scene->publish({scene->goodMirror()}, QStringLiteral("26.8.0"));
         QCOMPARE(scene->install(QStringLiteral("26.8.0")),
                  InstallOutcome::installed(QStringLiteral("26.8.0")));
+        QCOMPARE(scene->installedContent(), QByteArray("new"));
+    }
+
+    /// Else the old application would be recorded as the wanted version.
+    void settingsThatCannotBeReadForAMomentMakeNoApplicationTheUsers() {
+        class Settings : public SettingsStore {
+          public:
+            using SettingsStore::SettingsStore;
+            std::optional<QString> text(const QString &key) const override {
+                return std::exchange(isReadable, true) ? SettingsStore::text(key) : std::nullopt;
+            }
+            mutable bool isReadable = false;
+        };
+        scene->services.settings = std::make_shared<Settings>(scene->folder / "settings.json");
+        scene->record(QStringLiteral("7.6.4"));
+        scene->installBefore();
+        scene->publish({scene->goodMirror()});
+        QCOMPARE(scene->install(), InstallOutcome::installed(version));
         QCOMPARE(scene->installedContent(), QByteArray("new"));
     }
 
