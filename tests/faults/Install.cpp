@@ -1,4 +1,5 @@
 #include "InstallationScene.h"
+#include "MainQueue.h"
 #include "Operations.h"
 #include "RunProcess.h"
 #include "TestDiskImage.h"
@@ -85,6 +86,9 @@ Operation install(const fs::path &folder) {
             loop.quit();
         });
         loop.exec();
+        // What a killed process left is removed in the background.
+        if (installer->workQueue->async([&loop] { MainQueue::async([&loop] { loop.quit(); }); }))
+            loop.exec();
         return told.toStdString();
     };
 }

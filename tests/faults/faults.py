@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""faults.py BUILD SCRATCH [--quick] [--seed S] [--only "OPERATION [FAULT]"]: makes one system call of an operation of the
+"""faults.py BUILD SCRATCH [--quick] [--seed S] [--starts N] [--only "OPERATION [FAULT]"]: makes one system call of an operation of the
 product fail, or be the last before a kill -9, and looks at what that leaves; for each system call that the operation
 makes, for each error that it could return, for the first such call, the second, and so on until the operation makes no
 more of them. Run by tools/faults, which makes SCRATCH and ends what is left.
@@ -14,9 +14,9 @@ far the counting goes.
 """
 
 import argparse
+import collections
 import concurrent.futures
 import ctypes
-import errno
 import os
 import pathlib
 import random
@@ -27,12 +27,15 @@ import subprocess
 import sys
 import time
 
-TIME_LIMIT = 60  # seconds for one operation; the slowest takes one
+from first_start import FirstStart
+
+TIME_LIMIT = 120  # seconds for one operation; the slowest takes one, and an unanswered request 30
 END_LIMIT = 30  # seconds in which children have to end after the operation; the terminate request reaches them at once
 
 FILE_ERRORS = ["EIO", "ENOSPC", "EMFILE", "EINTR", "ENOMEM", "EAGAIN"]
+MEMORY = ["brk", "mmap", "mprotect", "mremap", "madvise"]
 ERRORS = {  # of the system calls that are no file calls
-    **dict.fromkeys(["brk", "mmap", "mprotect", "mremap", "madvise"], ["ENOMEM"]),
+    **dict.fromkeys(MEMORY, ["ENOMEM"]),
     **dict.fromkeys(["clone", "clone3", "fork", "vfork"], ["EAGAIN", "ENOMEM"]),
     **dict.fromkeys(["execve"], ["EIO", "EMFILE", "ENOMEM", "EAGAIN"]),
     **dict.fromkeys(["pipe2", "socket", "socketpair", "eventfd2", "timerfd_create", "epoll_create1", "inotify_init1",
@@ -114,6 +117,10 @@ class Operation:
     subject = ""
     watched = "."
     may_leave_children = False
+    bound = 40  # of the calls of one kind, this many are made to fail, and as many drawn of the others
+
+    def look(self, world):
+        return files_below(world / self.watched)
 
     def lay_out(self, folder):
         raise NotImplementedError
@@ -124,8 +131,10 @@ class Operation:
     def succeeded(self, report):
         return True
 
-    def old_or_new(self, found, old, new):
-        return found in (old, new)
+    def check_files(self, found, old, new, fault):
+        if fault.endswith(":signal=KILL"):
+            found = {path: file for path, file in found.items() if "/.ferrolt-save-" not in "/" + path}
+        require(found in (old, new), "neither the old files nor the new ones: " + difference(found, old, new))
 
 
 class SaveIdentity(Operation):
@@ -208,6 +217,59 @@ class LaunchParent(LaunchChild):
 
     def succeeded(self, report):
         return re.fullmatch(r"ended 0 1\ngrandchild=\d+\n", report) is not None
+
+
+class Install(Operation):
+    """A download, an archiver and a copy; the copy's prompt is the harness's own, so what it leaves half done is, too."""
+
+    name = subject = "install"
+    bound = 5
+
+    def __init__(self, servers):
+        self.servers = servers
+
+    def look(self, world):
+        application = world / "Applications/LibreOffice.app"
+        settings = world / "config/settings.json"
+        return {"application": files_below(application) if application.is_dir() else None,
+                "settings": settings.read_bytes(),
+                "beside": [path.name for path in (world / "config").iterdir() if path != settings],
+                "staging": [path.name for path in (world / "tmp").iterdir()]}
+
+    def lay_out(self, folder):
+        for name in ("Applications/LibreOffice.app", "config", "tmp"):
+            (folder / name).mkdir(parents=True)
+        (folder / "Applications/LibreOffice.app/content").write_text("old")
+        (folder / "config/settings.json").write_text('{\n    "InstalledLibreOfficeVersion": "7.6.4"\n}\n')
+        for name in ("server", "authority.pem"):
+            shutil.copy(self.servers / name, folder)
+
+    def check_files(self, found, old, new, fault):
+        applications = [None, old["application"], new["application"]]
+        require(found["application"] in applications, "the application is torn")
+        require(found["settings"] in (old["settings"], new["settings"]), f"the settings are {found['settings']}")
+        # A folder that cannot be removed now is removed by the next installation.
+        call = fault.split(":")[0]
+        if not fault.endswith(":signal=KILL") and call not in self.REMOVING:
+            require(found["staging"] == [], f"it leaves the folder {found['staging']}")
+        if not fault.endswith(":signal=KILL"):
+            require(found["beside"] == [], f"beside the settings lies {found['beside']}")
+
+    REMOVING = {"openat", "getdents64", "newfstatat", "fstat", "fchmod", "fchmodat", "unlinkat", "fcntl", "brk", "mmap"}
+
+    def check_report(self, report, old, found, new, trace):
+        if report is None:
+            return
+        if report.startswith("installed "):
+            require(found["application"] == new["application"], "it reports an installation, and there is none")
+        else:
+            require(report.startswith("failed "), f"it reports {report!r}")
+            require(found["application"] != new["application"] or trace.is_hit_in_program or "authorization" in report,
+                    "it reports a failure, and installed the application")
+            require(found["settings"] == old["settings"], "it reports a failure, and recorded the version")
+
+    def succeeded(self, report):
+        return report in ("installed 26.2.4", "alreadyCurrent ")
 
 
 class Runner:
@@ -300,21 +362,18 @@ class Runner:
     def outcome(self, operation, fault, golden):
         """Whether the fault met the product, and what was wrong with what followed."""
         world = self.fresh_world(operation)
-        watched = world / operation.watched
-        old = files_below(watched)
+        old = operation.look(world)
         is_hit = True
         try:
             report, trace = self.perform(operation, world, strace_of(fault))
             is_hit = trace.is_hit
-            found = files_below(watched)
-            is_killed = report is None
-            if is_killed:
-                found = {path: file for path, file in found.items() if "/.ferrolt-save-" not in "/" + path}
-            require(operation.old_or_new(found, old, golden), "neither the old files nor the new ones: " + difference(found, old, golden))
+            require(report is not None or may_end(fault), f"it died: {self.errors.read_text(errors='replace')}")
+            found = operation.look(world)
+            operation.check_files(found, old, golden, fault.rpartition(":")[0])
             operation.check_report(report, old, found, golden, trace)
             again, _ = self.perform(operation, world)
             require(again is not None and operation.succeeded(again), f"the next one reports {again!r}")
-            found = files_below(watched)
+            found = operation.look(world)
             require(found == golden, "after the next one: " + difference(found, old, golden))
             return is_hit, None
         except Wrong as wrong:
@@ -331,6 +390,11 @@ def difference(found, old, new):
         elif found[path] not in (old.get(path), new.get(path)):
             told.append(f"{path} is {found[path]}")
     return "; ".join(told) or "a mixture of both"
+
+
+def may_end(fault):
+    """Whether the process may die of it: nothing of it can run on without memory."""
+    return "signal=KILL" in fault or fault.split(":")[0] in MEMORY
 
 
 def strace_of(fault):
@@ -354,7 +418,7 @@ def explore(operation):
     report, trace = runner.perform(operation, world, ["strace", "-f"])
     if report is None or not operation.succeeded(report):
         sys.exit(f"{operation.name} fails without a fault: {report!r}")
-    return files_below(world / operation.watched), trace.calls
+    return operation.look(world), trace.calls
 
 
 def inject(operation, kind, numbers, goes_on, golden):
@@ -372,6 +436,14 @@ def inject(operation, kind, numbers, goes_on, golden):
     return outcomes
 
 
+def explore_starts(program):
+    return program.faults(runner, kinds_of)
+
+
+def inject_start(program, fault):
+    return fault, *program.outcome(runner, fault)
+
+
 def kinds_of(call, is_quick):
     if call in IGNORED:
         return []
@@ -385,7 +457,7 @@ def numbers_of(count, bound, is_quick, generator):
     """Which calls of `count`: all, or the first ones and a sample of the others. And whether to look for more."""
     numbers = list(range(1, count + 1))
     if is_quick:
-        return numbers[generator.randrange(min(3, count))::3], False
+        return numbers[:2 * bound][generator.randrange(min(3, count))::3], False
     if count <= bound:
         return numbers, True
     return numbers[:bound] + sorted(generator.sample(numbers[bound:], min(bound, count - bound))), False
@@ -398,14 +470,23 @@ def main():
     parser.add_argument("--quick", action="store_true")
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--only", default="")
+    parser.add_argument("--starts", type=int, default=0, help="how many faults to draw for the first start")
     options = parser.parse_args()
     build, scratch = options.build.resolve(), options.scratch.resolve()
     chosen, _, chosen_fault = options.only.partition(" ")
 
+    served = scratch / "served"
+    served.mkdir()
+    server = subprocess.Popen([build / "tests/faults-subject", "serve-installation", served], stdin=subprocess.DEVNULL)
+    deadline = time.monotonic() + END_LIMIT
+    while not (served / "server").exists() and time.monotonic() < deadline:
+        time.sleep(0.02)
+
     operations = [operation for operation in (SaveIdentity(), FirstSave(), StoreSetting(), LaunchChild(build),
-                                                   LaunchParent(build))
+                                              LaunchParent(build), Install(served))
                   if chosen in ("", operation.name)]
-    if not operations:
+    first_start = FirstStart(build) if chosen in ("", FirstStart.name) else None
+    if not operations and not first_start:
         sys.exit(f"tools/faults: no operation is named {chosen}")
     start = time.monotonic()
     print(f"seed {options.seed}")
@@ -425,21 +506,40 @@ def main():
                 continue
             for call, count in sorted(calls.items()):
                 for kind in kinds_of(call, options.quick):
-                    numbers, goes_on = numbers_of(count, 40, options.quick, generator)
+                    numbers, goes_on = numbers_of(count, operation.bound, options.quick, generator)
                     if numbers:
                         running[pool.submit(inject, operation, kind, numbers, goes_on, golden)] = operation
+        def note(name, fault, is_hit, wrong, by):
+            nonlocal total, met
+            total += 1
+            met += is_hit
+            if wrong:
+                wrongs.append(fault)
+                print(f"{name} {fault}: {wrong[:500]}\n    again: tools/faults --only '{name} {fault}'\n    by: {by}",
+                      flush=True)
+
         for future in concurrent.futures.as_completed(running):
             operation = running[future]
             for fault, is_hit, wrong in future.result():
-                total += 1
-                met += is_hit
-                if wrong:
-                    wrongs.append((operation, fault))
-                    print(f"{operation.name} {fault}: {wrong[:500]}\n"
-                          f"    again: tools/faults --only '{operation.name} {fault}'\n"
-                          f"    by: {' '.join(strace_of(fault))} -p PID of a stopped faults-subject {operation.subject}",
-                          flush=True)
-    print(f"{met} faults met {len(operations)} operations in {total} runs and {time.monotonic() - start:.0f} s "
+                note(operation.name, fault, is_hit, wrong, f"{' '.join(strace_of(fault))} -p PID of a stopped "
+                      f"faults-subject {operation.subject}")
+
+        # Last, so that what takes longest does not compete with what is timed in milliseconds.
+        if first_start:
+            faults = [chosen_fault] if chosen_fault else pool.submit(explore_starts, first_start).result()
+            drawn = generator.sample(faults, min(len(faults), options.starts or (4 if options.quick else 120)))
+            print(f"{first_start.name}: {len(drawn)} of {len(faults)} faults", flush=True)
+            seen = collections.Counter()
+            for future in concurrent.futures.as_completed(pool.submit(inject_start, first_start, fault) for fault in drawn):
+                fault, outcome, is_hit, wrong = future.result()
+                seen[outcome] += 1
+                *paths, injection = fault.split(" ")
+                note(first_start.name, fault, is_hit, wrong,
+                      f"strace -f {' '.join(paths)} -e inject={injection} {first_start.launcher}")
+            print(f"{first_start.name}: " + ", ".join(f"{count} {outcome}" for outcome, count in sorted(seen.items())))
+    server.kill()
+    server.wait()
+    print(f"{met} faults met {len(operations) + bool(first_start)} operations in {total} runs and {time.monotonic() - start:.0f} s "
           f"(seed {options.seed}): {len(wrongs)} left something wrong.")
     sys.exit(0 if met and not wrongs else 1)
 
