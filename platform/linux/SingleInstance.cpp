@@ -59,15 +59,18 @@ std::vector<std::filesystem::path> candidateFolders(const std::filesystem::path 
                           std::to_string(std::hash<std::string>()(home.native())))};
 }
 
-/// Opens a folder that only this user can enter. Creates it and its missing parents with mode 0700, and sets
-/// that mode if an existing folder of this user's is open to others. Not valid if the folder belongs to
-/// another user, is a symbolic link or cannot be created.
-FileDescriptor openPrivateFolder(const std::filesystem::path &path) {
+/// Creates the folder and its missing parents with mode 0700. Existing folders stay unchanged.
+void makePrivateFolder(const std::filesystem::path &path) {
     std::filesystem::path made;
     for (const std::filesystem::path &part : path) {
         made /= part;
-        mkdir(made.c_str(), 0700);  // fails for existing folders, which stay unchanged
+        mkdir(made.c_str(), 0700);
     }
+}
+
+/// Opens a folder that only this user can enter, and sets mode 0700 if one of this user's is open to others.
+/// Not valid if the folder belongs to another user, is a symbolic link or does not exist.
+FileDescriptor openPrivateFolder(const std::filesystem::path &path) {
     FileDescriptor folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NOFOLLOW));
     struct stat status {};
     if (!folder.isValid() || fstat(folder.get(), &status) != 0 || status.st_uid != geteuid())
@@ -142,6 +145,16 @@ bool handOver(const FileDescriptor &folder) {
         return true;
     char confirmation = 0;
     return recv(socket.get(), &confirmation, 1, 0) == 1;
+}
+
+/// Whether a launcher that has its lock in this folder took the hand-over.
+bool isHandedOverIn(const std::filesystem::path &path) {
+    const FileDescriptor folder = openPrivateFolder(path);
+    if (!folder.isValid())
+        return false;
+    const FileDescriptor lock = openLock(folder);
+    return lock.isValid() && flock(lock.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK &&
+           handOver(folder);
 }
 
 /// Identifies a process. The kernel reuses ids, so an id alone may belong to another process later.
@@ -285,12 +298,23 @@ void SingleInstance::State::receive(int descriptor) {
 }
 
 SingleInstance::SingleInstance(const std::filesystem::path &home) : state(std::make_unique<State>()) {
-    for (const std::filesystem::path &path : candidateFolders(home)) {
-        const FileDescriptor folder = openPrivateFolder(path);
-        if (!folder.isValid())
-            continue;
-        if (const auto start = state->claim(folder)) {
+    const auto folders = candidateFolders(home);
+    for (auto path = folders.begin(); path != folders.end(); ++path) {
+        // A failure of the moment, as for lack of memory, must not lead past a launcher that has its lock
+        // here.
+        for (int attempt = 0; attempt < 2; ++attempt) {
+            makePrivateFolder(*path);
+            const FileDescriptor folder = openPrivateFolder(*path);
+            const auto start = folder.isValid() ? state->claim(folder) : std::nullopt;
+            if (!start)
+                continue;
             outcome = *start;
+            // A launcher that could not use this folder when it started, as on a full disk, has its lock in a
+            // later one.
+            if (outcome == Start::First && std::any_of(path + 1, folders.end(), isHandedOverIn)) {
+                state = std::make_unique<State>();
+                outcome = Start::HandedOver;
+            }
             return;
         }
     }

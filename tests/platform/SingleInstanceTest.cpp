@@ -490,6 +490,19 @@ class SingleInstanceTest : public QObject {
         QCOMPARE(SingleInstance(file).start(), SingleInstance::Start::HandedOver);
     }
 
+    void aFirstThatCouldNotUseTheHomeIsFoundWhenItCanBeUsedAgain() {
+        const QTemporaryDir fresh;
+        const std::filesystem::path own = fresh.path().toStdString();
+        const std::filesystem::path obstacle = own / ".local";
+        QVERIFY(::close(::creat(obstacle.c_str(), 0600)) == 0);
+        auto first = std::make_unique<SingleInstance>(own);
+        QCOMPARE(first->start(), SingleInstance::Start::First);
+        std::filesystem::remove(obstacle);
+        QCOMPARE(SingleInstance(own).start(), SingleInstance::Start::HandedOver);
+        first.reset();
+        QCOMPARE(SingleInstance(own).start(), SingleInstance::Start::First);
+    }
+
     void aLockThatIsALinkIsNotFollowed() {
         const QTemporaryDir fresh;
         const std::filesystem::path state = stateFolder(fresh.path().toStdString());
