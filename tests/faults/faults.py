@@ -456,8 +456,10 @@ def kinds_of(call, is_quick):
 def numbers_of(count, bound, is_quick, generator):
     """Which calls of `count`: all, or the first ones and a sample of the others. And whether to look for more."""
     numbers = list(range(1, count + 1))
+    if is_quick and count > bound:
+        return generator.sample(numbers, 1), False
     if is_quick:
-        return numbers[:2 * bound][generator.randrange(min(3, count))::3], False
+        return numbers[generator.randrange(min(3, count))::3], False
     if count <= bound:
         return numbers, True
     return numbers[:bound] + sorted(generator.sample(numbers[bound:], min(bound, count - bound))), False
