@@ -51,6 +51,7 @@ void LauncherRules::awaitPort() {
     isAwaitingPort = true;
     awaitedPort = port;
     wasAwaitedPortOpen = isPortOpen;
+    isAsleepSinceSettled = false;
     isOpenSinceSettled = false;
     deadline = now + 30s;
 }
@@ -61,11 +62,19 @@ void LauncherRules::openPort() {
         wasAwaitedPortOpen = true;
 }
 
+void LauncherRules::movePort(std::int64_t next) {
+    port = next;
+    isPortOpen = false;
+    isOpenSinceSettled = false;
+}
+
 bool LauncherRules::mustPortWaitEnd() const {
-    return now >= deadline || (isOpenSinceSettled && hasMovedSince);
+    // A probe that was under way while time moved is followed by a sleep, whatever the time is then.
+    return isAsleepSinceSettled && hasMovedSince && (now >= deadline || isOpenSinceSettled);
 }
 
 void LauncherRules::settled() {
+    isAsleepSinceSettled = isAwaitingPort;
     isOpenSinceSettled = isAwaitingPort && wasAwaitedPortOpen && isPortOpen && awaitedPort == port;
     hasMovedSince = false;
     installationsAsked = 0;

@@ -63,6 +63,7 @@ class LauncherRules {
     void startTimer() { timerAt = now + interval; }
     void advance(TimeSource::Duration by);
     void openPort();
+    void movePort(std::int64_t next);
     /// All work that the launcher had to do has been done; see Walk::settle().
     void settled();
 
@@ -116,8 +117,9 @@ class LauncherRules {
     std::chrono::hours interval{1};
     std::int64_t awaitedPort = 0;
     bool wasAwaitedPortOpen = false;
-    bool isOpenSinceSettled = false;  ///< the awaited port, and its wait was asleep then
-    bool hasMovedSince = false;       ///< by at least one interval between probes
+    bool isAsleepSinceSettled = false;  ///< the wait for the port was between two probes then
+    bool isOpenSinceSettled = false;    ///< and the port has been open since
+    bool hasMovedSince = false;         ///< time, by at least one interval between probes
     TimeSource::Duration deadline{};
 };
 

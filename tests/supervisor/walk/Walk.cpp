@@ -329,16 +329,18 @@ void Walk::openPort() {
     if (rules.isPortOpen)
         return;
     rules.openPort();
-    listen(port->socket.get(), 64);
+    listen(ports.back()->socket.get(), 64);
 }
 
 void Walk::movePort() {
     note(QStringLiteral("the engine's port is another one, and closed"));
-    auto next = std::make_unique<ClosedPort>();  // while the old one is held: it is another number
-    port = std::move(next);
-    rules.port = port->port;
-    rules.isPortOpen = false;
-    tree.writeEnginePort(std::to_string(port->port));
+    // The old ones are kept until the end of the walk: a wait may still probe them, and no other program is
+    // to listen there.
+    if (!ports.empty())
+        shutdown(ports.back()->socket.get(), SHUT_RDWR);
+    ports.push_back(std::make_unique<ClosedPort>());
+    rules.movePort(ports.back()->port);
+    tree.writeEnginePort(std::to_string(rules.port));
 }
 
 void Walk::moveTime() {
@@ -606,7 +608,7 @@ void Walk::settle() {
         if (!isKnown)
             rules.complain(QStringLiteral("process %1 was not reaped").arg(own.id));
     }
-    acceptAll(*port);
+    acceptAll(*ports.back());
     isCalm = true;
 }
 

@@ -19,6 +19,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <vector>
 
 namespace ferrolt {
 
@@ -97,7 +98,7 @@ class Walk {
     TestTree tree;
     std::shared_ptr<SettingsStore> settings;
     std::filesystem::path temporary;
-    std::unique_ptr<ClosedPort> port;
+    std::vector<std::unique_ptr<ClosedPort>> ports;  ///< of the engine, the current one last
     QString savedEntity;
     int savesAsked = 0;
     int savesAnswered = 0;
