@@ -10,7 +10,7 @@ ferrolt_test(supervisor AppVarsSoakTest COST 5)
 add_test(NAME supervisor.AppVarsSoakTest.months COMMAND supervisor-tests AppVarsSoakTest)
 set_tests_properties(supervisor.AppVarsSoakTest.months PROPERTIES LABELS "supervisor;long" TIMEOUT 1800
     ENVIRONMENT "FERROLT_SOAK_HOURS=4000;QTEST_FUNCTION_TIMEOUT=1800000")
-ferrolt_test(supervisor AppVarsWalkTest COST 15)
+ferrolt_test(supervisor AppVarsWalkTest COST 15 TIMEOUT 300)
 
 # It puts a kill() of its own in place of the C library's, for all of its program.
 ferrolt_test_program(AppVarsTerminationTest LINKS ferrolt_supervisor)
