@@ -11,6 +11,7 @@
 #include <list>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <thread>
 #include <utility>
 
@@ -104,6 +105,7 @@ struct TestHttpsServer::State {
     std::map<QString, Handler> handlers;
     QList<TestRequest> requests;
     std::list<std::thread> threads;
+    std::set<std::thread::id> finished;  ///< of these: each keeps its stack until it is joined
     int accepted = 0;
     int open = 0;
 
@@ -143,6 +145,12 @@ void TestHttpsServer::State::acceptAll() {
         std::lock_guard lock(mutex);
         ++accepted;
         ++open;
+        threads.remove_if([this](std::thread &thread) {
+            if (finished.erase(thread.get_id()) == 0)
+                return false;
+            thread.join();  // it has given up the lock and ends
+            return true;
+        });
         threads.emplace_back([this, socket = std::move(socket)]() mutable { serve(std::move(socket)); });
     }
 }
@@ -183,6 +191,7 @@ void TestHttpsServer::State::serve(FileDescriptor socket) {
     }
     std::lock_guard lock(mutex);
     --open;
+    finished.insert(std::this_thread::get_id());
 }
 
 TestHttpsServer::TestHttpsServer(const TestCertificate &certificate, std::uint16_t port)
@@ -219,6 +228,11 @@ QUrl TestHttpsServer::url(const QString &path) const {
 void TestHttpsServer::on(const QString &path, Handler handler) {
     std::lock_guard lock(state->mutex);
     state->handlers[path] = std::move(handler);
+}
+
+void TestHttpsServer::forgetRequests() {
+    std::lock_guard lock(state->mutex);
+    state->requests.clear();
 }
 
 QList<TestRequest> TestHttpsServer::requests() const {

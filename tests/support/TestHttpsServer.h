@@ -76,6 +76,8 @@ class TestHttpsServer {
     /// The requests so far, whole ones only.
     QList<TestRequest> requests() const;
     qsizetype requestCount(const QString &path) const;
+    /// For a test that makes thousands.
+    void forgetRequests();
     /// Connections that were accepted so far, and those that are open now.
     int connectionCount() const;
     int openConnectionCount() const;

@@ -94,6 +94,7 @@ void WalkDownloads::connectTo(Seams &seams) const {
 }
 
 void WalkDownloads::publish(const Manifest &next) {
+    server.forgetRequests();
     std::lock_guard lock(mutex);
     manifest = next;
 }
