@@ -11,10 +11,8 @@ class FileDescriptor {
     explicit FileDescriptor(int descriptor) : descriptor(descriptor) {}
     FileDescriptor(FileDescriptor &&other) noexcept : descriptor(std::exchange(other.descriptor, -1)) {}
     FileDescriptor &operator=(FileDescriptor &&other) noexcept {
-        if (this != &other) {
-            close();
-            descriptor = std::exchange(other.descriptor, -1);
-        }
+        FileDescriptor taken(std::move(other));  // closes the old one
+        std::swap(descriptor, taken.descriptor);
         return *this;
     }
     ~FileDescriptor() { close(); }

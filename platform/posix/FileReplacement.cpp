@@ -179,9 +179,10 @@ bool replaceFile(const fs::path &path, std::string_view contents, std::error_cod
     NewFile file(target->parent_path(), exists ? 0600 : 0666);
     if (!file.isOpen())
         return fail(errno);
-    return ((!exists || file.takeAccessOf(old)) && file.write(contents) && file.writeThrough() &&
-            file.takePlaceOf(*target)) ||
-           fail(errno);
+    if ((exists && !file.takeAccessOf(old)) || !file.write(contents) || !file.writeThrough() ||
+        !file.takePlaceOf(*target))
+        return fail(errno);
+    return true;
 }
 
 }  // namespace ferrolt

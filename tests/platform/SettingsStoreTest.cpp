@@ -1,3 +1,4 @@
+#include "InChild.h"
 #include "JsonFile.h"
 #include "ProcessSetup.h"
 #include "ReverseDomain.h"
@@ -47,6 +48,13 @@ class SettingsStoreTest : public QObject {
     void aFreshStoreHasNothing() {
         QVERIFY(!store().text(key));
         QVERIFY(!QFile::exists(path()));
+    }
+
+    void aFileThatMayNotBeReadHasNothing() {
+        QVERIFY(store().setText(key, QStringLiteral("26.2.4")));
+        QCOMPARE(::chmod(path().toUtf8().constData(), 0), 0);
+        const int code = inChild([&] { return obeyPermissions() && !store().text(key) ? 0 : 1; });
+        QCOMPARE(code, 0);
     }
 
     void aTextComesBackAsItWasFromAnotherStore_data() {

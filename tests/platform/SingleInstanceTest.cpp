@@ -177,6 +177,16 @@ class SingleInstanceTest : public QObject {
         QCOMPARE(reopened, 1);
     }
 
+    void aSecondStartLearnsThatItWasHeard() {
+        SingleInstance first(home());
+        int reopened = 0;
+        first.listen([&](const std::string &) { ++reopened; });
+        const pid_t second = startAnother(home());
+        QVERIFY(waitUntil([&] { return hasEnded(second); }));
+        QCOMPARE(exitCode(second), asExitCode(SingleInstance::Start::HandedOver));
+        QVERIFY(waitUntil([&] { return reopened == 1; }));
+    }
+
     void aSecondStartBeforeTheFirstListensIsNotForgotten() {
         SingleInstance first(home());
         QCOMPARE(exitCode(startAnother(home())), asExitCode(SingleInstance::Start::HandedOver));
@@ -297,6 +307,8 @@ class SingleInstanceTest : public QObject {
     void aMessageThatIsNoRequestIsIgnored_data() {
         QTest::addColumn<QByteArray>("message");
         QTest::newRow("another") << QByteArray("close\n");
+        QTest::newRow("another of its length") << QByteArray("reclose\nnow");
+        QTest::newRow("a character without a picture") << QByteArray("reopen\na\x7f");
         QTest::newRow("cut short") << QByteArray("reope");
         QTest::newRow("too long") << QByteArray("reopen\n" + QByteArray(257, 't'));
         QTest::newRow("far too long") << QByteArray("reopen\n" + QByteArray(100'000, 't'));

@@ -1,3 +1,4 @@
+#include "ProcessFacts.h"
 #include "TestProgram.h"
 #include "Waiting.h"
 #include "WorkQueue.h"
@@ -46,6 +47,17 @@ class WorkQueueTest : public QObject {
         QVERIFY(!overlapped);
         QCOMPARE(order.size(), std::size_t(1000));
         QVERIFY(std::ranges::is_sorted(order));
+    }
+
+    void itsThreadHasTheLabelsLastPartForAName() {
+        for (const char *label : {"io.example.named", "named"}) {
+            WorkQueue queue(label, QualityOfService::Default);
+            std::atomic<int> found = -1;
+            QVERIFY(queue.async([&] { found = threadsNamed("named"); }));
+            QVERIFY(waitUntil([&] { return found != -1; }));
+            QCOMPARE(found.load(), 1);
+            QVERIFY(waitUntil([] { return threadsNamed("named") == 0; }));
+        }
     }
 
     void itStaysSerialOverManyThreadsComingAndGoing() {
