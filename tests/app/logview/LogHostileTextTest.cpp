@@ -4,6 +4,7 @@
 #include "TestProgram.h"
 
 #include <QElapsedTimer>
+#include <QScopeGuard>
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QSplitter>
@@ -153,6 +154,10 @@ class LogHostileTextTest : public QObject {
         QSplitter splitter(Qt::Vertical);
         splitter.addWidget(&upper.view);
         splitter.addWidget(&lower.view);
+        const auto take = qScopeGuard([&] {  // the splitter would delete what it does not own
+            upper.view.setParent(nullptr);
+            lower.view.setParent(nullptr);
+        });
         splitter.resize(800, 640);
         Frames show;
         show.frame(splitter, [&] { splitter.show(); });
@@ -187,8 +192,6 @@ class LogHostileTextTest : public QObject {
         for (const Frames *frames : {&show, &resize, &scroll, &flood})
             QVERIFY2(frames->worstMilliseconds() < 500,
                      "far beyond what it takes on the slowest of machines");
-        upper.view.setParent(nullptr);
-        lower.view.setParent(nullptr);
     }
 };
 

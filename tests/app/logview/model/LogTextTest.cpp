@@ -105,6 +105,42 @@ class LogTextTest : public QObject {
         QCOMPARE(text(log, LogText::wordAt(log, at(0, 4))), " ");
     }
 
+    void atTheEdgesOfTheLogThereIsNoFurtherWord() {
+        const LogBuffer log = logOf({"  one", "two "});
+        QCOMPARE(LogText::nextWord(log, at(1, 0)), at(1, 4));
+        QCOMPARE(LogText::nextWord(log, at(1, 4)), at(1, 4));
+        QCOMPARE(LogText::previousWord(log, at(0, 2)), at(0, 0));
+        QCOMPARE(LogText::previousWord(log, at(0, 0)), at(0, 0));
+    }
+
+    void aRunOfSpacesIsOneWord() {
+        const LogBuffer log = logOf({"   two    words   "});
+        QCOMPARE(LogText::wordAt(log, at(0, 1)), (LogSpan{at(0, 0), at(0, 3)}));
+        for (const std::uint32_t offset : {6U, 8U, 9U})
+            QCOMPARE(LogText::wordAt(log, at(0, offset)), (LogSpan{at(0, 6), at(0, 10)}));
+        QCOMPARE(LogText::wordAt(log, at(0, 16)), (LogSpan{at(0, 15), at(0, 18)}));
+    }
+
+    void anEmptyLineOrElementHasNoWord() {
+        const LogBuffer log = logOf({"a\n\nb", ""});
+        QCOMPARE(LogText::wordAt(log, at(0, 2)), (LogSpan{at(0, 2), at(0, 3)}));  // the break itself
+        QVERIFY(LogText::wordAt(log, at(1, 0)).isEmpty());
+        QVERIFY(LogText::lineAt(log, at(1, 0)).isEmpty());
+        QCOMPARE(text(log, LogText::lineAt(log, at(0, 0))), "a\n");
+    }
+
+    void placesThatTheLogNoLongerHoldsAreMovedToItsEdges() {
+        LogBuffer log = logOf({"one", "two", "three"});
+        log.takeFirst();
+        QCOMPARE(LogText::clamped(log, at(0, 2)), at(1, 0));
+        QCOMPARE(LogText::clamped(log, at(1, 9)), at(1, 3));
+        QCOMPARE(LogText::clamped(log, at(7, 1)), at(2, 5));
+        QVERIFY(!LogText::isEmpty(log, {at(0, 1), at(0, 2)}));
+        QVERIFY(LogText::isEmpty(log, {at(1, 3), at(2, 0)}));
+        QVERIFY(LogText::isEmpty(log, {at(1, 3), at(1, 3)}));
+        QCOMPARE(text(log, {at(1, 1), at(7, 1)}), "wothree");
+    }
+
     void anAddressIsOneWord() {
         const LogBuffer log = logOf({"listening on 127.0.0.1 now"});
         QCOMPARE(text(log, LogText::wordAt(log, at(0, 15))), "127.0.0.1");

@@ -55,6 +55,23 @@ class LogViewportTest : public QObject {
         QCOMPARE(seen.layout.height(), seen.layout.markerBottom() + 16);
     }
 
+    void aRowIsRevealedByTheShortestWay() {
+        Seen seen;
+        seen.appendLines(100);
+        seen.view.sync(LogViewport::Hold::Offset, 10'000);
+        const auto reveal = [&](std::uint64_t sequence) {
+            seen.view.reveal(seen.layout.row(sequence, 0));
+            return seen.view.yOf(seen.layout.row(sequence, 0));
+        };
+        QCOMPARE(reveal(50), 90);  // at the bottom
+        const qint64 offset = seen.view.offset();
+        reveal(49);
+        QCOMPARE(seen.view.offset(), offset);  // it is on screen
+        QCOMPARE(reveal(20), 0);               // at the top
+        QCOMPARE(reveal(0), 16);               // with the space above the first
+        QCOMPARE(seen.view.offset(), 0);
+    }
+
     void onlyWhatIsOnScreenIsCounted() {
         Seen seen;
         for (int i = 0; i < 1000; ++i)
