@@ -91,6 +91,10 @@ class InstallerMetalinkTest : public QObject {
             << 200 << document(hash(good + QLatin1Char('a')) + url(somewhere)) << noHash;
         QTest::newRow("hash that is not hexadecimal")
             << 200 << document(hash(good.chopped(1) + QLatin1Char('g')) + url(somewhere)) << noHash;
+        QTest::newRow("hash with a character before the digits")
+            << 200 << document(hash(good.chopped(1) + QLatin1Char('/')) + url(somewhere)) << noHash;
+        QTest::newRow("hash with a character before the letters")
+            << 200 << document(hash(good.chopped(1) + QLatin1Char(':')) + url(somewhere)) << noHash;
         QTest::newRow("hash with a line break")
             << 200 << document(hash(good.chopped(1) + QStringLiteral("\na")) + url(somewhere)) << noHash;
         QTest::newRow("hash of another type")

@@ -155,13 +155,6 @@ LogSpan LogText::wordAt(const LogBuffer &log, LogPosition position) {
     qsizetype end = finder.toNextBoundary();
     if (end < 0)
         end = window.text.size();
-    // QTextBoundaryFinder takes each space for a word.
-    if (begin < window.text.size() && window.text[begin] == u' ') {
-        while (begin > 0 && window.text[begin - 1] == u' ')
-            --begin;
-        while (end < window.text.size() && window.text[end] == u' ')
-            ++end;
-    }
     return {{position.sequence, window.offsetOf(begin)}, {position.sequence, window.offsetOf(end)}};
 }
 

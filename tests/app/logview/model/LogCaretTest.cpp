@@ -31,13 +31,13 @@ class LogCaretTest : public QObject {
 
     using Step = LogCaret::Step;
 
-    /// Ten columns, rows of ten pixels, and a view of 50 pixels.
+    /// Ten columns, rows of ten pixels, and a view of 100 pixels.
     struct Seen {
         explicit Seen(const QList<QByteArray> &elements) : layout(log), view(layout), selection(log) {
             for (const QByteArray &element : elements)
                 log.append(element);
             view.setGrid(10, 10);
-            view.setHeight(50);
+            view.setHeight(100);
             view.sync(LogViewport::Hold::Offset, 1000);
         }
         LogPosition moved(Step step, Direction direction, LogCaret::Mode mode = LogCaret::Mode::Move) {
@@ -98,7 +98,7 @@ class LogCaretTest : public QObject {
 
     void aPageIsARowLessThanTheViewShows() {
         Seen seen(QList<QByteArray>(30, "line\n"));
-        QCOMPARE(seen.forward(Step::Page), at(4, 0));
+        QCOMPARE(seen.forward(Step::Page), at(9, 0));
         QCOMPARE(seen.backward(Step::Page), at(0, 0));
     }
 
@@ -116,7 +116,7 @@ class LogCaretTest : public QObject {
         Seen seen(QList<QByteArray>(300, "line\n"));
         seen.view.scrollTo(seen.view.maximum() / 2);
         const std::uint64_t top = seen.view.rowAt(0)->sequence;
-        const std::uint64_t bottom = seen.view.rowAt(49)->sequence;
+        const std::uint64_t bottom = seen.view.rowAt(99)->sequence;
         QVERIFY(top > 0 && bottom > top);
         QCOMPARE(seen.forward(Step::Character), at(top, 1));
         seen.selection.begin(at(299, 0));

@@ -36,6 +36,20 @@ class LogRowsTest : public QObject {
     }
 
   private Q_SLOTS:
+    void whatHasNoPictureIsShownAsADot() {
+        for (const char32_t c : {0x01U, 0x1FU, 0x7FU, 0x80U, 0x9FU, 0x2028U, 0x2029U, 0xFFFCU})
+            QCOMPARE(shownInsteadOf(c), u'\u00B7');
+        for (const char32_t c : {0x09U, 0x20U, 0x7EU, 0xA0U, 0x20ACU, 0xFFFDU})
+            QCOMPARE(shownInsteadOf(c), char16_t(0));
+    }
+
+    void aCharacterTakesTheCellsOfItsWidth() {
+        QCOMPARE(cells("\xe1\x84\x80"), 2U);              // a Hangul consonant, U+1100
+        QCOMPARE(cells("\xe1\x85\xa0\xe1\x87\xbf"), 0U);  // the vowels and finals behind it, U+1160, U+11FF
+        QCOMPARE(cells("\xe2\x83\x9d\xcc\x81"), 0U);      // marks, U+20DD and U+0301
+        QCOMPARE(cells("\xef\xbf\xbc\xf4\x8f\xbf\xbd"), 2U);  // a placeholder and the last private character
+    }
+
     void theLineBreakThatEndsAnElementOpensNoEmptyLine() {
         QCOMPARE(rows("one\n", 20), QList<QByteArray>({"one"}));
         QCOMPARE(rows("one\ntwo\n", 20), QList<QByteArray>({"one", "two"}));
