@@ -328,7 +328,8 @@ class SingleInstanceTest : public QObject {
         QVERIFY(waitUntil([&] { return !tokens.empty(); }));
         QCOMPARE(tokens, std::vector<std::string>{"after"});
         char byte = 0;
-        QCOMPARE(recv(bad, &byte, 1, 0), ssize_t{0});  // hung up
+        QCOMPARE(recv(bad, &byte, 1, 0), ssize_t{0});   // hung up
+        QCOMPARE(recv(good, &byte, 1, 0), ssize_t{1});  // confirmed
         ::close(bad);
         ::close(good);
     }
