@@ -99,6 +99,21 @@ class Utf8Test : public QObject {
                 QCOMPARE(some.taken, bytes.size());
         }
     }
+
+    /// Every byte, first in a text, between others and last.
+    void aByteAloneIsACharacterOrReplaced() {
+        for (int value = 0; value < 256; ++value) {
+            const bool isAscii = value < 0x80;
+            const std::string byte(1, static_cast<char>(value));
+            const std::string bytes = byte + "a" + byte;
+            const std::string character = isAscii ? byte : "\xEF\xBF\xBD";
+            const utf8::Replaced replaced = utf8::withReplacements(bytes, 100);
+            QCOMPARE(replaced.text.toStdString(), character + "a" + character);
+            QCOMPARE(replaced.taken, bytes.size());
+            QCOMPARE(replaced.text.capacity(), replaced.text.size());
+            QCOMPARE(utf8::validPrefixLength(bytes), isAscii ? bytes.size() : 0U);
+        }
+    }
 };
 
 TEST_CLASS(Utf8Test, NoApplication)
