@@ -13,7 +13,8 @@ namespace {
 /// This many bytes before and after a position decide where its character or word ends. A longer word is cut.
 constexpr std::size_t reach = 512;
 
-/// The text around a position in UTF-16, for QTextBoundaryFinder.
+/// The text around a position in UTF-16, for QTextBoundaryFinder: its two ends are boundaries, so one is
+/// found in every direction in which there is text.
 class Window {
   public:
     Window(const LogElement &element, std::size_t at) {
@@ -92,9 +93,7 @@ LogPosition LogText::nextCharacter(const LogBuffer &log, LogPosition from) {
     const Window window(element, count(from.offset));
     QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, window.text);
     finder.setPosition(window.unit);
-    const qsizetype next = finder.toNextBoundary();
-    return forward(log, {from.sequence, next < 0 ? byteOffset(static_cast<std::size_t>(element.size()))
-                                                 : window.offsetOf(next)});
+    return forward(log, {from.sequence, window.offsetOf(finder.toNextBoundary())});
 }
 
 LogPosition LogText::previousCharacter(const LogBuffer &log, LogPosition from) {
@@ -104,8 +103,7 @@ LogPosition LogText::previousCharacter(const LogBuffer &log, LogPosition from) {
     const Window window(log.bySequence(from.sequence), count(from.offset));
     QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, window.text);
     finder.setPosition(window.unit);
-    const qsizetype previous = finder.toPreviousBoundary();
-    return {from.sequence, previous < 0 ? ByteOffset{0} : window.offsetOf(previous)};
+    return {from.sequence, window.offsetOf(finder.toPreviousBoundary())};
 }
 
 LogPosition LogText::nextWord(const LogBuffer &log, LogPosition from) {
@@ -117,9 +115,9 @@ LogPosition LogText::nextWord(const LogBuffer &log, LogPosition from) {
     QTextBoundaryFinder finder(QTextBoundaryFinder::Word, window.text);
     finder.setPosition(window.unit);
     qsizetype at = finder.toNextBoundary();
-    while (at >= 0 && at < window.text.size() && window.text[at].isSpace())
+    while (at < window.text.size() && window.text[at].isSpace())
         at = finder.toNextBoundary();
-    return forward(log, {from.sequence, window.offsetOf(at < 0 ? window.text.size() : at)});
+    return forward(log, {from.sequence, window.offsetOf(at)});
 }
 
 LogPosition LogText::previousWord(const LogBuffer &log, LogPosition from) {
@@ -132,7 +130,7 @@ LogPosition LogText::previousWord(const LogBuffer &log, LogPosition from) {
     qsizetype at = finder.toPreviousBoundary();
     while (at > 0 && window.text[at].isSpace())
         at = finder.toPreviousBoundary();
-    return {from.sequence, window.offsetOf(std::max<qsizetype>(at, 0))};
+    return {from.sequence, window.offsetOf(at)};
 }
 
 LogSpan LogText::wordAt(const LogBuffer &log, LogPosition position) {
@@ -150,11 +148,9 @@ LogSpan LogText::wordAt(const LogBuffer &log, LogPosition position) {
     finder.setPosition(window.unit);
     qsizetype begin = window.unit;
     if (!finder.isAtBoundary())
-        begin = std::max<qsizetype>(finder.toPreviousBoundary(), 0);
+        begin = finder.toPreviousBoundary();
     finder.setPosition(window.unit);
     qsizetype end = finder.toNextBoundary();
-    if (end < 0)
-        end = window.text.size();
     return {{position.sequence, window.offsetOf(begin)}, {position.sequence, window.offsetOf(end)}};
 }
 
@@ -190,7 +186,8 @@ QByteArray LogText::firstLine(const LogBuffer &log, LogSpan span, qsizetype maxB
 
 std::vector<QByteArray> LogText::pieces(const LogBuffer &log, LogSpan span) {
     std::vector<QByteArray> found;
-    for (std::uint64_t i = span.begin.sequence; i <= span.end.sequence && log.holds(i); ++i) {
+    for (std::uint64_t i = std::max(span.begin.sequence, log.firstSequence());
+         i <= span.end.sequence && log.holds(i); ++i) {
         const LogElement &element = log.bySequence(i);
         const auto from = i == span.begin.sequence ? static_cast<qsizetype>(count(span.begin.offset)) : 0;
         const auto to =

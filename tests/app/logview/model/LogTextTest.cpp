@@ -1,4 +1,3 @@
-#include "LogSelection.h"
 #include "LogText.h"
 #include "PlaceInLog.h"
 #include "TestProgram.h"
@@ -164,34 +163,93 @@ class LogTextTest : public QObject {
         QCOMPARE(text(log, LogText::lineAt(log, at(1, 2))), "e\n");
     }
 
-    void aSelectionStaysOnItsTextWhileElementsDrop() {
-        LogBuffer log = logOf({"one\n", "two\n", "three\n", "four\n"});
-        LogSelection selection(log);
-        selection.begin(at(1, 1));
-        selection.extendTo(at(2, 2));
-        QCOMPARE(text(log, selection.span()), "wo\nth");
+    void aPlaceInDroppedTextIsTheNearestThatIsLeft() {
+        LogBuffer log = logOf({"one\n", "two\n", "three\n"});
         log.takeFirst();
-        QVERIFY(!selection.sync());
-        QCOMPARE(text(log, selection.span()), "wo\nth");
-        log.takeFirst();
-        QVERIFY(selection.sync());
-        QCOMPARE(text(log, selection.span()), "th");
-        log.takeFirst();
-        selection.sync();
-        QVERIFY(selection.isEmpty());
+        QCOMPARE(LogText::begin(log), at(1, 0));
+        QCOMPARE(LogText::end(log), at(2, 6));
+        QCOMPARE(LogText::clamped(log, at(0, 2)), at(1, 0));
+        QCOMPARE(LogText::clamped(log, at(1, 2)), at(1, 2));
+        QCOMPARE(LogText::clamped(log, at(1, 9)), at(1, 4));
+        QCOMPARE(LogText::clamped(log, at(2, 6)), at(2, 6));
+        QCOMPARE(LogText::clamped(log, at(3, 0)), at(2, 6));
     }
 
-    void aSelectionGrowsByTheUnitItWasBegunWith() {
-        const LogBuffer log = logOf({"alpha beta gamma delta\n"});
-        LogSelection selection(log);
-        selection.begin(at(0, 7), LogSelection::Unit::Word);
-        QCOMPARE(text(log, selection.span()), "beta");
-        selection.extendTo(at(0, 13));
-        QCOMPARE(text(log, selection.span()), "beta gamma");
-        selection.extendTo(at(0, 2));
-        QCOMPARE(text(log, selection.span()), "alpha beta");
-        selection.moveEndTo(at(0, 4));
-        QCOMPARE(text(log, selection.span()), "a beta");
+    void droppedElementsAreLeftOut() {
+        LogBuffer log = logOf({"one\n", "two\n", "three\n"});
+        log.takeFirst();
+        QCOMPARE(text(log, {at(0, 1), at(1, 1)}), "t");
+        QCOMPARE(text(log, {at(0, 1), at(0, 3)}), "");
+        QCOMPARE(text(log, {at(2, 1), at(7, 3)}), "hree\n");
+        QCOMPARE(LogText::firstLine(log, {at(0, 1), at(2, 3)}, 100), "two");
+    }
+
+    void betweenTwoElementsThereIsNoText() {
+        LogBuffer log = logOf({"one\n", "two\n"});
+        QVERIFY(LogText::isEmpty(log, {at(0, 1), at(0, 1)}));
+        QVERIFY(LogText::isEmpty(log, {at(0, 4), at(1, 0)}));
+        QVERIFY(LogText::isEmpty(log, {at(1, 4), at(1, 4)}));
+        QVERIFY(!LogText::isEmpty(log, {at(0, 4), at(1, 1)}));
+        QVERIFY(!LogText::isEmpty(log, {at(0, 3), at(1, 0)}));
+        QVERIFY(!LogText::isEmpty(log, {at(1, 3), at(1, 4)}));
+        log.takeFirst();
+        QVERIFY(!LogText::isEmpty(log, {at(0, 4), at(1, 1)}));  // without a look at the dropped element
+    }
+
+    /// A run of spaces, or a word that more spaces or an end follow.
+    void aRunOfSpacesIsOneWord() {
+        const LogBuffer log = logOf({"a   b c\n", "  x"});
+        for (const std::uint32_t place : {1U, 2U, 3U})
+            QCOMPARE(LogText::wordAt(log, at(0, place)), (LogSpan{at(0, 1), at(0, 4)}));
+        QCOMPARE(LogText::wordAt(log, at(0, 0)), (LogSpan{at(0, 0), at(0, 1)}));
+        QCOMPARE(LogText::wordAt(log, at(0, 4)), (LogSpan{at(0, 4), at(0, 5)}));
+        QCOMPARE(LogText::wordAt(log, at(1, 1)), (LogSpan{at(1, 0), at(1, 2)}));
+        const LogBuffer spaces = logOf({"    "});
+        QCOMPARE(LogText::wordAt(spaces, at(0, 2)), (LogSpan{at(0, 0), at(0, 4)}));
+        QCOMPARE(LogText::wordAt(spaces, at(0, 4)), (LogSpan{at(0, 0), at(0, 4)}));
+        QCOMPARE(LogText::nextWord(log, at(0, 0)), at(0, 4));
+        QCOMPARE(LogText::previousWord(log, at(0, 4)), at(0, 0));
+        QCOMPARE(LogText::previousWord(log, at(1, 2)), at(1, 0));
+        QCOMPARE(LogText::nextWord(spaces, at(0, 0)), at(0, 4));
+    }
+
+    void atTheEndsOfTheLogThereIsNoFurtherWord() {
+        const LogBuffer log = logOf({"one", "two"});
+        QCOMPARE(LogText::nextWord(log, at(1, 0)), at(1, 3));
+        QCOMPARE(LogText::nextWord(log, at(1, 3)), at(1, 3));
+        QCOMPARE(LogText::nextWord(log, at(0, 3)),
+                 at(1, 3));  // the end of the first is the beginning of the second
+        QCOMPARE(LogText::previousWord(log, at(0, 0)), at(0, 0));
+        QCOMPARE(LogText::previousWord(log, at(0, 2)), at(0, 0));
+    }
+
+    /// Only so much text around a position is read.
+    void aWordOfManyKilobytesIsCut() {
+        const LogBuffer log = logOf({"x " + QByteArray(5000, 'a')});
+        QCOMPARE(LogText::wordAt(log, at(0, 2)), (LogSpan{at(0, 2), at(0, 2 + 512)}));
+        QCOMPARE(LogText::wordAt(log, at(0, 2000)), (LogSpan{at(0, 2000 - 512), at(0, 2000 + 512)}));
+        QCOMPARE(LogText::nextWord(log, at(0, 2000)), at(0, 2000 + 512));
+        QCOMPARE(LogText::previousWord(log, at(0, 2000)), at(0, 2000 - 512));
+        QCOMPARE(LogText::previousWord(log, at(0, 514)), at(0, 2));
+    }
+
+    void anEmptyLineIsAWordOfItsLineBreak() {
+        const LogBuffer log = logOf({"a\n\nb\n"});
+        QCOMPARE(LogText::wordAt(log, at(0, 2)), (LogSpan{at(0, 2), at(0, 3)}));
+        QCOMPARE(LogText::wordAt(log, at(0, 1)), (LogSpan{at(0, 0), at(0, 1)}));
+        QCOMPARE(LogText::lineAt(log, at(0, 2)), (LogSpan{at(0, 2), at(0, 3)}));
+        QCOMPARE(LogText::lineAt(log, at(0, 0)), (LogSpan{at(0, 0), at(0, 2)}));
+    }
+
+    void everyCharacterThatEndsALineEndsTheFirst() {
+        for (const char *feed : {"\n", "\v", "\f", "\r"}) {
+            const LogBuffer log = logOf({feed, QByteArray("one") + feed + "two"});
+            QCOMPARE(LogText::firstLine(log, LogText::whole(log), 100), "one");
+        }
+        for (const char *other : {"\t", "\x0e"}) {
+            const LogBuffer log = logOf({QByteArray("one") + other + "two"});
+            QCOMPARE(LogText::firstLine(log, LogText::whole(log), 100), log.at(0));
+        }
     }
 };
 
