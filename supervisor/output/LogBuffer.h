@@ -46,19 +46,20 @@ class LogBuffer {
     }
 
     /// All elements together, in bytes.
-    std::size_t byteCount() const { return bytes; }
-
-    void append(LogElement element) {
-        bytes += static_cast<std::size_t>(element.size());
-        elements.push_back(std::move(element));
+    std::size_t byteCount() const {
+        std::size_t bytes = 0;
+        for (const LogElement &element : elements)
+            bytes += static_cast<std::size_t>(element.size());
+        return bytes;
     }
+
+    void append(LogElement element) { elements.push_back(std::move(element)); }
 
     /// Removes the oldest element; there must be one.
     LogElement takeFirst() {
         Q_ASSERT(!isEmpty());
         LogElement oldest = std::move(elements.front());
         elements.pop_front();
-        bytes -= static_cast<std::size_t>(oldest.size());
         ++first;
         return oldest;
     }
@@ -66,7 +67,6 @@ class LogBuffer {
     /// All elements joined without separators: they carry their own line breaks.
     QByteArray joined() const {
         QByteArray text;
-        text.reserve(static_cast<qsizetype>(bytes));
         for (const LogElement &element : elements)
             text.append(element);
         return text;
@@ -78,7 +78,6 @@ class LogBuffer {
   private:
     std::deque<LogElement> elements;
     std::uint64_t first = 0;
-    std::size_t bytes = 0;
 };
 
 }  // namespace ferrolt
