@@ -2,6 +2,7 @@
 
 #include "Utf8.h"
 
+#include <QDeadlineTimer>
 #include <QList>
 
 #include <algorithm>
@@ -43,8 +44,8 @@ void LogFinder::setNeedle(const QString &text) {
         std::fill(canStartHit.begin() + firstLeadByte, canStartHit.end(), true);
     }
     // The failure table of Knuth, Morris and Pratt: the search is linear in the text, whatever the needle.
-    fallbacks.assign(needle.size() + 1, 0);
-    for (std::size_t length = 1, shorter = 0; length < needle.size(); ++length) {
+    fallbacks.assign(needle.size(), 0);
+    for (std::size_t length = 1, shorter = 0; length + 1 < needle.size(); ++length) {
         while (shorter > 0 && needle[length] != needle[shorter])
             shorter = fallbacks[shorter];
         if (needle[length] == needle[shorter])
@@ -172,7 +173,7 @@ void LogFinder::sync() {
 
 void LogFinder::countFor(std::chrono::nanoseconds maxTime) {
     sync();
-    const auto end = std::chrono::steady_clock::now() + maxTime;
+    const QDeadlineTimer deadline(maxTime);
     while (!isCounted()) {
         const Element &element = elements[countedEnd];
         const std::uint32_t entry =
@@ -181,7 +182,7 @@ void LogFinder::countFor(std::chrono::nanoseconds maxTime) {
         if (!isKnown)
             searchElement(countedEnd, entry);
         ++countedEnd;
-        if (!isKnown && std::chrono::steady_clock::now() >= end)
+        if (!isKnown && deadline.hasExpired())
             return;
     }
 }
@@ -258,10 +259,10 @@ void LogFinder::startSearch(LogPosition from, Direction direction) {
 
 LogFinder::Answer LogFinder::searchFor(std::chrono::nanoseconds maxTime) {
     sync();
-    const auto end = std::chrono::steady_clock::now() + maxTime;
+    const QDeadlineTimer deadline(maxTime);
     const bool isForward = searchDirection == Direction::Forward;
     // First the part of the log that lies ahead, then all of it from the other end.
-    while (searching && !log.isEmpty() && searchedElements <= 2 * log.size()) {
+    while (searching && !log.isEmpty() && searchedElements < 2 * log.size()) {
         if (!log.holds(nextToSearch)) {
             nextToSearch = isForward ? log.firstSequence() : log.endSequence() - 1;
             searchFrom = isForward ? LogPosition() : beyondAll;
@@ -275,7 +276,7 @@ LogFinder::Answer LogFinder::searchFor(std::chrono::nanoseconds maxTime) {
         }
         ++searchedElements;
         nextToSearch = isForward ? nextToSearch + 1 : nextToSearch - 1;
-        if (std::chrono::steady_clock::now() >= end)
+        if (deadline.hasExpired())
             return Answer::NotYet;
     }
     searching = false;

@@ -42,8 +42,6 @@ void LogFollower::startMoving() {
 }
 
 void LogFollower::moveTo(qreal progress) {
-    if (distance == 0)
-        return;
     // Measured back from the end, which rows that are counted and entries that are dropped meanwhile move.
     const auto rest = static_cast<qint64>(std::llround(static_cast<double>(distance) * (1 - progress)));
     if (rest == 0)
@@ -55,8 +53,8 @@ void LogFollower::moveTo(qreal progress) {
 
 void LogFollower::jumpToEnd() {
     held = LogViewport::Hold::Offset;
-    // Counting the rows that come on screen at the end moves the end; few elements fit on a screen.
-    for (int round = 0; round < 16 && view.offset() != view.followOffset(); ++round) {
+    // Counting the rows that come on screen at the end moves the end; each round but the last counts some.
+    while (view.offset() != view.followOffset()) {
         view.scrollTo(view.followOffset());
         view.settle();
     }

@@ -2,6 +2,8 @@
 
 #include "LogRows.h"
 
+#include <QDeadlineTimer>
+
 #include <algorithm>
 
 namespace ferrolt {
@@ -40,7 +42,7 @@ LogLayout::Element LogLayout::estimate(std::uint32_t bytes) const {
     element.bytes = bytes;
     const std::uint64_t guess = countedBytes > 0 ? bytes * countedRows / countedBytes
                                                  : bytes / static_cast<std::uint32_t>(gridColumns);
-    element.rows = static_cast<std::uint32_t>(std::clamp<std::uint64_t>(guess, 1, std::max(bytes, 1U)));
+    element.rows = static_cast<std::uint32_t>(std::max<std::uint64_t>(guess, 1));
     return element;
 }
 
@@ -61,7 +63,6 @@ void LogLayout::sync() {
 
 const std::vector<qint64> &LogLayout::tops() const {
     if (topsKept.empty()) {
-        topsKept.reserve(elements.size() + 1);
         qint64 y = padding;
         for (const Element &element : elements) {
             topsKept.push_back(y);
@@ -113,18 +114,16 @@ void LogLayout::measure(std::uint64_t sequence) {
 bool LogLayout::measureNewest(std::uint64_t &sequence) {
     if (isExact() || !isCurrent())
         return false;
-    while (sequence > firstSequence() && isExact(sequence - 1))
+    while (isExact(sequence - 1))
         --sequence;
-    if (sequence == firstSequence())
-        return false;
     measure(--sequence);
     return true;
 }
 
 void LogLayout::measureFor(std::chrono::nanoseconds maxTime) {
-    const auto end = std::chrono::steady_clock::now() + maxTime;
+    const QDeadlineTimer deadline(maxTime);
     std::uint64_t sequence = endSequence();
-    while (measureNewest(sequence) && std::chrono::steady_clock::now() < end) {
+    while (measureNewest(sequence) && !deadline.hasExpired()) {
     }
 }
 

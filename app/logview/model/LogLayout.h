@@ -50,7 +50,8 @@ class LogLayout {
 
     const LogBuffer &buffer() const { return log; }
 
-    /// `columns` and `rowHeight` must be at least 1.
+    /// `columns` and `rowHeight` must be at least 1. Until then they are a terminal's: text may be asked for
+    /// before it is shown.
     void setGrid(int columns, int rowHeight);
     int columns() const { return gridColumns; }
     int rowHeight() const { return gridRowHeight; }
@@ -92,11 +93,13 @@ class LogLayout {
     LogRow row(std::uint64_t sequence, std::uint32_t number);
     /// The row that holds a position; the element's last row for the end of the element.
     LogRow rowOf(LogPosition position);
+    /// How many row starts are kept, of all elements: no more than a megabyte and those of one element.
+    std::size_t rowStartsKept() const { return startsKept; }
 
   private:
     struct Element {
         std::uint32_t bytes = 0;
-        std::uint32_t rows = 1;  ///< an estimate unless `isExact`
+        std::uint32_t rows{};  ///< an estimate unless `isExact`
         std::uint32_t lines = 0;
         std::uint32_t widestLine = 0;  ///< in cells
         bool hasLines = false;         ///< `lines` and `widestLine` are known
@@ -108,6 +111,8 @@ class LogLayout {
     const std::vector<std::uint32_t> &startsOf(std::uint64_t sequence);
     const std::vector<qint64> &tops() const;
     void forgetRowStarts();
+    /// Counts the newest element before `sequence` that is not counted; from there on all are. Returns
+    /// whether there was one.
     bool measureNewest(std::uint64_t &sequence);
 
     const LogBuffer &log;

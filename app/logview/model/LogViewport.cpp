@@ -33,15 +33,15 @@ void LogViewport::reveal(const LogRow &row) {
     const qint64 bottom = top + layout.rowHeight();
     if (top < offset())
         scrollTo(row.sequence == layout.firstSequence() && row.number == 0 ? 0 : top);
-    else if (bottom > offset() + height)
-        scrollTo(bottom - height);
+    else
+        scrollTo(std::max(offset(), bottom - height));
 }
 
 template <class Change>
 void LogViewport::keepingEnd(Change change) {
     // A log that fits on screen is at its end and at its top. When it no longer fits, it stays at its top.
     const bool atEnd = offset() > 0 && showsEnd();
-    const qint64 below = atEnd ? maximum() - offset() : 0;
+    const qint64 below = maximum() - offset();
     change();
     if (atEnd)
         scrollTo(std::max(maximum() - below, followOffset()));
@@ -123,7 +123,6 @@ std::vector<LogViewport::VisibleRow> LogViewport::visibleRows() {
 }
 
 qint64 LogViewport::yOf(const LogRow &row) {
-    layout.measure(row.sequence);
     return layout.top(row.sequence) + qint64{row.number} * layout.rowHeight() - offset();
 }
 

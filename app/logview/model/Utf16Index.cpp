@@ -33,11 +33,12 @@ qint64 Utf16Index::unitsIn(QByteArrayView text) {
 
 std::size_t Utf16Index::bytesOf(QByteArrayView text, qint64 units) {
     std::size_t at = 0;
-    while (units > 0 && at < static_cast<std::size_t>(text.size())) {
+    while (at < static_cast<std::size_t>(text.size())) {
         const utf8::Character character = utf8::characterAt(text, at);
         units -= QChar::requiresSurrogates(character.codePoint) ? 2 : 1;
-        if (units >= 0)
-            at += character.length;
+        if (units < 0)
+            break;
+        at += character.length;
     }
     return at;
 }

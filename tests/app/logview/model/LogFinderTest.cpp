@@ -60,6 +60,63 @@ class LogFinderTest : public QObject {
         QCOMPARE(countAll(log, QStringLiteral("k")), 3U);
         QCOMPARE(countAll(log, QStringLiteral("missing")), 0U);
         QCOMPARE(countAll(log, QString::fromUtf8("漢")), 0U);
+        // From the first letter to the last, and not their neighbours.
+        LogBuffer letters;
+        letters.append("@AZ[`az{");
+        for (const char16_t letter : {u'a', u'A', u'z', u'Z'})
+            QCOMPARE(countAll(letters, QString(letter)), 2U);
+        for (const char16_t other : {u'@', u'[', u'`', u'{'})
+            QCOMPARE(countAll(letters, QString(other)), 1U);
+    }
+
+    void anotherNeedleEndsASearch() {
+        LogBuffer log;
+        log.append("one two\n");
+        LogFinder finder(log);
+        QVERIFY(!finder.isSearching());
+        finder.startSearch(at(0, 0), Direction::Forward);
+        QVERIFY(!finder.isSearching());  // for nothing
+        finder.setNeedle(QStringLiteral("two"));
+        QVERIFY(!finder.isSearching());
+        finder.startSearch(at(0, 0), Direction::Forward);
+        QVERIFY(finder.isSearching());
+        finder.setNeedle(QStringLiteral("one"));
+        QVERIFY(!finder.isSearching());
+        QVERIFY(finder.searchFor(1s) == LogFinder::Answer::Nothing);
+    }
+
+    /// To the end of the log and once through all of it, an element with each call.
+    void aSearchWithoutAHitEnds() {
+        LogBuffer log;
+        for (int i = 0; i < 3; ++i)
+            log.append("text\n");
+        LogFinder finder(log);
+        finder.setNeedle(QStringLiteral("missing"));
+        for (const Direction direction : {Direction::Forward, Direction::Backward}) {
+            int calls = 0;
+            finder.startSearch(at(1, 0), direction);
+            while (finder.searchFor(0ns) == LogFinder::Answer::NotYet)
+                ++calls;
+            QCOMPARE(calls, 2 * 3);
+            QVERIFY(!finder.isSearching());
+        }
+        finder.startSearch(at(1, 0), Direction::Forward);
+        QVERIFY(finder.searchFor(1h) == LogFinder::Answer::Nothing);
+    }
+
+    /// Hits that lie within their elements are not counted again when others are dropped.
+    void droppedTextCostsNothingToForget() {
+        LogBuffer log;
+        for (int i = 0; i < 10; ++i)
+            log.append("hit\n");
+        LogFinder finder(log);
+        finder.setNeedle(QStringLiteral("hit"));
+        finder.countFor(1h);
+        QVERIFY(finder.isCounted());
+        log.takeFirst();
+        finder.sync();
+        QVERIFY(finder.isCounted());
+        QCOMPARE(finder.total(), 9U);
     }
 
     void hitsDoNotOverlap() {

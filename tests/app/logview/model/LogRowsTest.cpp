@@ -165,6 +165,37 @@ class LogRowsTest : public QObject {
         }
     }
 
+    /// Text that is all ASCII has rules of its own for speed. The same text after a line that is not breaks
+    /// as it does alone.
+    void asciiBreaksAsAnyOtherText_data() { noTextIsLostAndNoRowIsTooLong_data(); }
+    void asciiBreaksAsAnyOtherText() {
+        QFETCH(int, columns);
+        const QByteArray bits[] = {"a", " ", "  ", "word ", "\n", " \n", "0123456789abcdef", "0123456"};
+        const QByteArray other = "\xc3\xa9\n";
+        QRandomGenerator random(11);
+        for (int round = 0; round < 300; ++round) {
+            QByteArray element;
+            for (int i = random.bounded(1, 60); i > 0; --i)
+                element += bits[random.bounded(static_cast<int>(std::size(bits)))];
+            std::vector<std::uint32_t> starts = rowStarts(other + element, columns);
+            starts.erase(starts.begin());
+            for (std::uint32_t &start : starts)
+                start -= static_cast<std::uint32_t>(other.size());
+            QCOMPARE(starts, rowStarts(element, columns));
+            const RowCount alone = countRows(element, columns);
+            const RowCount after = countRows(other + element, columns);
+            QCOMPARE(after.rows, alone.rows + 1);
+            QCOMPARE(after.lines, alone.lines + 1);
+            QCOMPARE(after.widest, std::max(alone.widest, 1U));
+        }
+    }
+
+    void wordsOfAnyLanguageStayWhole() {
+        QCOMPARE(rows("thé quick brown fox", 10), QList<QByteArray>({"thé quick ", "brown fox"}));
+        QCOMPARE(rows("\xc3\xa9\t0123456789", 12), QList<QByteArray>({"\xc3\xa9\t", "0123456789"}));
+        QCOMPARE(rows("ab漢字", 3), QList<QByteArray>({"ab", "漢", "字"}));
+    }
+
     void textThatIsNotUtf8IsReadWithinItsBounds() {
         const QByteArray broken[] = {"\x80\x80\x80", "\xe2\x82", "\xf0\x9f", "\xff\xfe", "a\xc3"};
         for (const QByteArray &element : broken)

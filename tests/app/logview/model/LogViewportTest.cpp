@@ -188,6 +188,31 @@ class LogViewportTest : public QObject {
         QVERIFY(seen.view.showsEnd());
     }
 
+    /// Also one that was scrolled to the very end, below the marker, or by a single pixel.
+    void aViewAtTheEndKeepsItsDistanceFromIt() {
+        Seen seen;
+        seen.appendLines(20);
+        seen.view.sync(LogViewport::Hold::Offset, 1000);
+        for (const int below : {0, 7, 16}) {
+            seen.view.setHeight(100);
+            seen.view.scrollTo(seen.view.maximum() - below);
+            seen.view.setHeight(60);
+            QCOMPARE(seen.view.offset(), seen.view.maximum() - below);
+            seen.view.settle();
+            QCOMPARE(seen.view.offset(), seen.view.maximum() - below);
+        }
+        seen.view.scrollTo(seen.view.maximum() - 17);
+        const qint64 offset = seen.view.offset();
+        seen.view.setHeight(50);
+        QCOMPARE(seen.view.offset(), offset);
+
+        seen.view.setHeight(static_cast<int>(seen.layout.markerBottom()) - 1);
+        seen.view.scrollTo(1);
+        QVERIFY(seen.view.showsEnd());
+        seen.view.setHeight(50);
+        QVERIFY(seen.view.showsEnd());
+    }
+
     void aLogThatFittedStaysAtItsTopWhenItNoLongerDoes() {
         Seen seen;
         seen.appendLines(4);
@@ -219,6 +244,193 @@ class LogViewportTest : public QObject {
         QVERIFY(seen.layout.isExact());
         seen.view.setGrid(5, 10);
         QVERIFY(seen.layout.isExact());
+    }
+
+    /// Rows of 10 pixels: row n of the only element is 16 + 10n pixels from the top.
+    static void appendRows(Seen &seen, int rows) {
+        seen.log.append(QByteArray("row\n").repeated(rows));
+        seen.view.sync(LogViewport::Hold::Offset, std::size_t{1} << 30);
+    }
+
+    void aRowIsRevealedByTheLeastDistance() {
+        Seen seen;
+        appendRows(seen, 100);
+        const auto reveal = [&seen](std::uint32_t row, qint64 from) {
+            seen.view.scrollTo(from);
+            seen.view.reveal(seen.layout.row(0, row));
+            return seen.view.offset();
+        };
+        QCOMPARE(reveal(20, 500), 16 + 200);
+        QCOMPARE(reveal(20, 217), 16 + 200);
+        QCOMPARE(reveal(20, 216), 216);
+        QCOMPARE(reveal(20, 150), 150);
+        QCOMPARE(reveal(20, 126), 126);
+        QCOMPARE(reveal(20, 125), 126);
+        QCOMPARE(reveal(20, 0), 126);
+        // With the first row comes the space above it, if there is anything to scroll.
+        QCOMPARE(reveal(0, 500), 0);
+        QCOMPARE(reveal(0, 17), 0);
+        QCOMPARE(reveal(0, 16), 16);
+        QCOMPARE(reveal(1, 500), 26);
+        seen.log.append("next\n");
+        seen.view.sync(LogViewport::Hold::Offset, 100);
+        seen.view.reveal(seen.layout.row(1, 0));
+        QCOMPARE(seen.view.offset(), seen.layout.top(1) + 10 - 100);
+        seen.view.scrollTo(seen.view.maximum());
+        seen.view.setHeight(20);
+        seen.view.scrollTo(seen.view.maximum());
+        seen.view.reveal(seen.layout.row(1, 0));
+        QCOMPARE(seen.view.offset(), seen.layout.top(1));
+    }
+
+    void rowsAreCountedBeforeOneIsRevealed() {
+        Seen seen;
+        seen.log.append(QByteArray("\n").repeated(100));
+        seen.view.sync(LogViewport::Hold::Offset, 0);
+        QVERIFY(!seen.layout.isExact(0));
+        LogRow row;
+        row.number = 50;
+        seen.view.reveal(row);
+        QVERIFY(seen.layout.isExact(0));
+        QCOMPARE(seen.view.offset(), 16 + 510 - 100);
+    }
+
+    /// Whatever is asked first of rows that were only estimated.
+    void aViewAtTheEndOrTheTopStaysThereWhenItsRowsAreCounted() {
+        const auto uncounted = [](Seen &seen, int elements) {
+            for (int i = 0; i < elements; ++i)
+                seen.log.append("\n\n\n\n");
+            seen.view.sync(LogViewport::Hold::Offset, 0);
+        };
+        Seen drawn;
+        uncounted(drawn, 50);
+        drawn.view.scrollTo(drawn.view.followOffset());
+        QCOMPARE(drawn.view.visibleRows().back().row.sequence, 49U);
+        QVERIFY(drawn.view.showsEnd());
+        Seen clicked;
+        uncounted(clicked, 50);
+        clicked.view.scrollTo(clicked.view.followOffset());
+        clicked.view.rowAt(0);
+        QVERIFY(clicked.view.showsEnd());
+        Seen fitting;
+        uncounted(fitting, 4);
+        QCOMPARE(fitting.view.maximum(), 0);
+        fitting.view.settle();
+        QVERIFY(fitting.view.maximum() > 0);
+        QCOMPARE(fitting.view.offset(), 0);
+    }
+
+    void itScrollsWithinTheText() {
+        Seen seen;
+        appendRows(seen, 20);
+        QCOMPARE(seen.view.maximum(), 16 + 200 + 4 + 1 + 16 - 100);
+        QCOMPARE(seen.view.followOffset(), seen.view.maximum() - 16);
+        seen.view.scrollTo(-1);
+        QCOMPARE(seen.view.offset(), 0);
+        seen.view.scrollTo(100000);
+        QCOMPARE(seen.view.offset(), seen.view.maximum());
+        QVERIFY(seen.view.showsEnd());
+        seen.view.scrollTo(seen.view.followOffset());
+        QVERIFY(seen.view.showsEnd());
+        seen.view.scrollTo(seen.view.followOffset() - 1);
+        QVERIFY(!seen.view.showsEnd());
+    }
+
+    void aPixelBelongsToTheNearestRow() {
+        Seen seen;
+        seen.log.append("one\ntwo\n");
+        seen.log.append("three\n");
+        seen.view.sync(LogViewport::Hold::Offset, 100);
+        for (const auto &[y, text] : {std::pair(-50, "one"),
+                                      {0, "one"},
+                                      {25, "one"},
+                                      {26, "two"},
+                                      {35, "two"},
+                                      {39, "two"},
+                                      {40, "three"},
+                                      {49, "three"},
+                                      {500, "three"}})
+            QCOMPARE(seen.text(*seen.view.rowAt(y)), text);
+        QCOMPARE(seen.view.yOf(seen.layout.row(0, 1)), 26);
+        QCOMPARE(seen.view.yOf(seen.layout.row(1, 0)), 40);
+        seen.view.setHeight(30);
+        seen.view.scrollTo(12);
+        QCOMPARE(seen.view.yOf(seen.layout.row(0, 1)), 14);
+        QCOMPARE(seen.text(*seen.view.rowAt(14)), "two");
+        seen.log.append("four\n");
+        QVERIFY(!seen.view.rowAt(0));
+        QVERIFY(seen.view.visibleRows().empty());
+    }
+
+    void rowsOfWhichAPixelIsOnScreenAreVisible() {
+        Seen seen;
+        appendRows(seen, 100);
+        const auto seenFrom = [&seen](qint64 offset) {
+            seen.view.scrollTo(offset);
+            const auto rows = seen.view.visibleRows();
+            return QList<int>{static_cast<int>(rows.front().row.number), rows.front().y,
+                              static_cast<int>(rows.back().row.number), rows.back().y};
+        };
+        QCOMPARE(seenFrom(0), (QList<int>{0, 16, 8, 96}));
+        QCOMPARE(seenFrom(16), (QList<int>{0, 0, 9, 90}));
+        QCOMPARE(seenFrom(17), (QList<int>{0, -1, 10, 99}));
+        QCOMPARE(seenFrom(25), (QList<int>{0, -9, 10, 91}));
+        QCOMPARE(seenFrom(26), (QList<int>{1, 0, 10, 90}));
+        // An element of which only the spacing is on screen has none.
+        seen.log.append("next\n");
+        seen.view.sync(LogViewport::Hold::Offset, 100);
+        seen.view.setHeight(14);
+        QCOMPARE(seenFrom(16 + 1000), (QList<int>{0, 4, 0, 4}));
+        QCOMPARE(seenFrom(16 + 990), (QList<int>{99, 0, 99, 0}));
+        seen.view.setHeight(15);
+        QCOMPARE(seenFrom(16 + 990), (QList<int>{99, 0, 0, 14}));
+    }
+
+    void thePixelsAboveTheTopmostRowStayWhenTheGridChanges() {
+        Seen seen;
+        seen.log.append("0123456789 0123456789 0123456789\n" + QByteArray("row\n").repeated(100));
+        seen.log.append(QByteArray("row\n").repeated(100));
+        seen.view.sync(LogViewport::Hold::Text, std::size_t{1} << 30);
+        seen.view.scrollTo(16 + 23);  // 3 pixels of the third row, of the text from 22, are above
+        seen.view.setGrid(11, 20);
+        QCOMPARE(seen.view.rowAt(0)->begin, ByteOffset{22});
+        QCOMPARE(seen.view.offset(), 16 + 2 * 20 + 3);
+        seen.view.setGrid(40, 20);
+        QCOMPARE(seen.view.rowAt(0)->begin, ByteOffset{0});
+        QCOMPARE(seen.view.offset(), 16 + 3);
+        // In the spacing below an element.
+        seen.view.scrollTo(seen.layout.top(1) - 1);
+        QCOMPARE(seen.view.offset(), 16 + 101 * 20 + 3);
+        seen.view.setGrid(11, 10);
+        QCOMPARE(seen.view.offset(), seen.layout.top(1) - 1);
+        QCOMPARE(seen.view.offset(), 16 + 103 * 10 + 3);
+        // Above the first.
+        seen.view.scrollTo(5);
+        seen.view.setGrid(20, 30);
+        QCOMPARE(seen.view.offset(), 5);
+    }
+
+    void aGridChangesWhileTheLogDoes() {
+        Seen seen;
+        seen.appendLines(100);
+        seen.view.sync(LogViewport::Hold::Text, 1000);
+        seen.view.scrollTo(500);
+        const QByteArray before = seen.top();
+        seen.dropOldest(1);
+        seen.view.setGrid(10, 10);
+        QCOMPARE(seen.layout.columns(), 10);
+        seen.view.sync(LogViewport::Hold::Text, 1000);
+        QCOMPARE(seen.top(), before);
+    }
+
+    void newElementsAreCountedUpToSoManyBytes() {
+        Seen seen;
+        for (int i = 0; i < 10; ++i)
+            seen.log.append("\n\n\n\n");
+        seen.view.sync(LogViewport::Hold::Offset, 8);
+        QVERIFY(seen.layout.isExact(9));
+        QVERIFY(seen.layout.isExact(8));
+        QVERIFY(!seen.layout.isExact(7));
     }
 };
 
