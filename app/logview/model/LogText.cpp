@@ -19,7 +19,7 @@ class Window {
   public:
     Window(const LogElement &element, std::size_t at) {
         const auto size = static_cast<std::size_t>(element.size());
-        begin = utf8::characterStart(element, at > reach ? at - reach : 0);
+        begin = utf8::characterStart(element, at - std::min(at, reach));
         const std::size_t end = utf8::characterStart(element, std::min(at + reach, size));
         bytes = QByteArrayView(element).sliced(static_cast<qsizetype>(begin),
                                                static_cast<qsizetype>(end - begin));
@@ -33,11 +33,11 @@ class Window {
     }
 
     QString text;
-    int unit = 0;  ///< the index of the position in `text`
+    int unit{};  ///< the index of the position in `text`
 
   private:
     QByteArrayView bytes;
-    std::size_t begin = 0;
+    std::size_t begin{};
 };
 
 std::size_t sizeOf(const LogBuffer &log, std::uint64_t sequence) {
