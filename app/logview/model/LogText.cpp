@@ -136,6 +136,8 @@ LogPosition LogText::previousWord(const LogBuffer &log, LogPosition from) {
 LogSpan LogText::wordAt(const LogBuffer &log, LogPosition position) {
     Q_ASSERT(log.holds(position.sequence));
     const LogElement &element = log.bySequence(position.sequence);
+    if (element.isEmpty())
+        return {position, position};
     const LogSpan line = lineAt(log, position);
     // A position behind the last character of a line belongs to the line's last word.
     const QByteArrayView rest =

@@ -112,14 +112,6 @@ class LogTextTest : public QObject {
         QCOMPARE(LogText::previousWord(log, at(0, 0)), at(0, 0));
     }
 
-    void aRunOfSpacesIsOneWord() {
-        const LogBuffer log = logOf({"   two    words   "});
-        QCOMPARE(LogText::wordAt(log, at(0, 1)), (LogSpan{at(0, 0), at(0, 3)}));
-        for (const std::uint32_t offset : {6U, 8U, 9U})
-            QCOMPARE(LogText::wordAt(log, at(0, offset)), (LogSpan{at(0, 6), at(0, 10)}));
-        QCOMPARE(LogText::wordAt(log, at(0, 16)), (LogSpan{at(0, 15), at(0, 18)}));
-    }
-
     void anEmptyLineOrElementHasNoWord() {
         const LogBuffer log = logOf({"a\n\nb", ""});
         QCOMPARE(LogText::wordAt(log, at(0, 2)), (LogSpan{at(0, 2), at(0, 3)}));  // the break itself
