@@ -8,6 +8,7 @@
 #include <QCoreApplication>
 #include <QTest>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <optional>
@@ -91,10 +92,18 @@ class AppVarsWalkTest : public QObject {
                        openDescriptors() <= descriptors.value_or(openDescriptors());
             });
             if (!isQuiet)
-                QFAIL(qPrintable(QStringLiteral("a walk leaves a thread or a descriptor (seed %1)\n%2")
-                                     .arg(seed)
-                                     .arg(again)));
-            descriptors = openDescriptors();
+                QFAIL(qPrintable(
+                    QStringLiteral("a walk leaves threads or descriptors: %1 child, %2 utility, %3 "
+                                   "background, %4 connections, %5 of %6 descriptors (seed %7)\n%8")
+                        .arg(threadsNamed("child-"))
+                        .arg(threadsNamed("utility"))
+                        .arg(threadsNamed("background"))
+                        .arg(downloads.openConnections())
+                        .arg(openDescriptors())
+                        .arg(descriptors.value_or(0))
+                        .arg(seed)
+                        .arg(again)));
+            descriptors = std::max(descriptors.value_or(0), openDescriptors());
         }
         std::printf(
             "%llu walks, %d events, %d lives, %d launches, %d ends told, %d restarts, %d checks, %d "
