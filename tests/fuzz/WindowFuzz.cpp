@@ -73,7 +73,7 @@ class Desktop {
 
 /// Everything of the window can be seen and its edges can be reached, so that a user can change what is
 /// wrong.
-void checkReachable(const MainWindow &window) {
+void checkReachable(MainWindow &window) {
     const QRect screen = window.screen()->availableGeometry();
     expect(window.isVisible() && screen.contains(window.geometry()));
     expect(window.width() >= ContentView::minimumWidth && window.height() >= ContentView::minimumHeight);
