@@ -101,7 +101,8 @@ class ImageListingTest : public QObject {
     }
 
     void aPathWithANulIsRefused() {
-        QVERIFY(!parseEntries(std::string("Path = a\0b\nMode = -rwxr-xr-x\n\n", 33)));
+        using namespace std::string_literals;
+        QVERIFY(!parseEntries("Path = a\0b\nMode = -rwxr-xr-x\n\n"s));
     }
 
     void anAlternateStreamIsNoEntryOfItsOwn() {
