@@ -508,7 +508,8 @@ void Walk::lookAtLog(Kind kind) {
 void Walk::look() {
     if (rules.isCheckRunning && !isMovingTime && time->pending() == 1)
         rules.checkEnded(downloads.intervalAnswered());
-    // A restart that could not launch the engine says nothing, and a child's end may be told of right after it.
+    // A restart that could not launch the engine says nothing, and a child's end may be told of right after
+    // it.
     const bool isLogNew = nextElement[LauncherRules::Engine] < vars->lumoraLog().endSequence() ||
                           nextElement[LauncherRules::Client] < vars->qorClientLog().endSequence();
     if (!isLogNew && rules.stop == LauncherRules::Stop::EngineRestart && !vars->isOrbixReloadInProgress())

@@ -2,6 +2,7 @@
 #include "LogText.h"
 #include "PlaceInLog.h"
 #include "TestProgram.h"
+#include "TextOfLog.h"
 
 #include <QTest>
 
@@ -11,19 +12,6 @@ class LogSelectionTest : public QObject {
     Q_OBJECT
 
     using Unit = LogSelection::Unit;
-
-    static LogBuffer logOf(const QList<QByteArray> &elements) {
-        LogBuffer log;
-        for (const QByteArray &element : elements)
-            log.append(element);
-        return log;
-    }
-    static QByteArray text(const LogBuffer &log, LogSpan span) {
-        QByteArray joined;
-        for (const QByteArray &piece : LogText::pieces(log, span))
-            joined += piece;
-        return joined;
-    }
 
   private Q_SLOTS:
     void itBeginsWithNothingAWordOrALine() {

@@ -1,6 +1,7 @@
 #include "LogText.h"
 #include "PlaceInLog.h"
 #include "TestProgram.h"
+#include "TextOfLog.h"
 
 #include <QTest>
 
@@ -8,19 +9,6 @@ using namespace ferrolt;
 
 class LogTextTest : public QObject {
     Q_OBJECT
-
-    static LogBuffer logOf(const QList<QByteArray> &elements) {
-        LogBuffer log;
-        for (const QByteArray &element : elements)
-            log.append(element);
-        return log;
-    }
-    static QByteArray text(const LogBuffer &log, LogSpan span) {
-        QByteArray joined;
-        for (const QByteArray &piece : LogText::pieces(log, span))
-            joined += piece;
-        return joined;
-    }
 
   private Q_SLOTS:
     void aSpanOverElementsIsTheirTextWithNothingBetween() {
