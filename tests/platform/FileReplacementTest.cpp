@@ -25,6 +25,9 @@ std::vector<std::string> calls;  // of fsync() and rename()
 int syncResult = 0;
 int modeResult = 0;
 std::optional<std::string> dyingCall;
+int locksToRefuse = 0;
+int lockError = EWOULDBLOCK;
+std::filesystem::path emptied;   ///< a folder that loses its new files just before a lock
 std::filesystem::path cleaning;  ///< a folder that another process cleans up just before a renaming
 int syncsToInterrupt = 0;
 
@@ -40,7 +43,7 @@ void dieIn(const char *call) {
 
 }  // namespace
 
-// These three replace the C library's functions in this program.
+// These four replace the C library's functions in this program.
 // NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
 extern "C" int fsync(int descriptor) {
     calls.push_back("fsync of " + std::to_string(sizeOf(descriptor)) + " bytes");
@@ -69,6 +72,22 @@ extern "C" int fchmod(int descriptor, mode_t mode) noexcept {
         return static_cast<int>(syscall(SYS_fchmod, descriptor, mode));
     errno = modeResult;
     return -1;
+}
+
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
+extern "C" int flock(int descriptor, int operation) noexcept {
+    for (const auto &entry : emptied.empty() ? std::filesystem::directory_iterator()
+                                             : std::filesystem::directory_iterator(emptied)) {
+        if (entry.path().filename().native().starts_with(".ferrolt-save-"))
+            std::filesystem::remove(entry);
+    }
+    emptied.clear();
+    if (locksToRefuse > 0) {
+        --locksToRefuse;
+        errno = lockError;
+        return -1;
+    }
+    return static_cast<int>(syscall(SYS_flock, descriptor, operation));
 }
 
 namespace ferrolt {
@@ -109,6 +128,8 @@ class FileReplacementTest : public QObject {
     void whatAKilledProcessLeftIsRemoved_data();
     void whatAKilledProcessLeftIsRemoved();
     void whatARunningProcessWritesStays();
+    void aNewFileThatAnotherTakesForAbandonedIsMadeAnew();
+    void aFileSystemWithoutLocksIsNoHindrance();
     void whatIsNotAKilledProcessesStays();
     void anInterruptedWriteThroughIsDoneAgain();
 
@@ -369,6 +390,26 @@ void FileReplacementTest::whatARunningProcessWritesStays() {
         return replaceFile(path(), "new") ? 0 : 1;
     });
     QCOMPARE(code, 0);
+    QCOMPARE(read(path()), QByteArray("new"));
+}
+
+void FileReplacementTest::aNewFileThatAnotherTakesForAbandonedIsMadeAnew() {
+    lockError = EWOULDBLOCK;
+    locksToRefuse = 2;
+    QVERIFY(replaceFile(path(), "new"));
+    QCOMPARE(locksToRefuse, 0);
+    QCOMPARE(read(path()), QByteArray("new"));
+    emptied = home();
+    QVERIFY(replaceFile(path(), "newer"));
+    QCOMPARE(read(path()), QByteArray("newer"));
+    QCOMPARE(contents(home()), QStringList{QStringLiteral("file")});
+}
+
+void FileReplacementTest::aFileSystemWithoutLocksIsNoHindrance() {
+    lockError = ENOLCK;
+    locksToRefuse = 1;
+    QVERIFY(replaceFile(path(), "new"));
+    QCOMPARE(locksToRefuse, 0);
     QCOMPARE(read(path()), QByteArray("new"));
 }
 
