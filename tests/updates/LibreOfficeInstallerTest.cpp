@@ -9,6 +9,7 @@
 #include <QSignalSpy>
 #include <QTest>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <mutex>
@@ -495,6 +496,12 @@ class LibreOfficeInstallerTest : public QObject {
         QVERIFY(waitUntil([&] { return installer.progress->isIdle(); }));
         using Phase = InstallProgress::Phase;
         QVERIFY(seen.contains({.phase = Phase::Installing, .version = version, .done = 2, .total = 2}));
+        // Neither before the archiver begins nor during the copy is there a number to show.
+        const InstallProgress::Status withoutNumbers{.phase = Phase::Installing, .version = version};
+        const auto first = std::ranges::find(seen, Phase::Installing, &InstallProgress::Status::phase);
+        QVERIFY(first != seen.end() && *first == withoutNumbers);
+        QCOMPARE(seen.at(seen.size() - 2), withoutNumbers);
+        QVERIFY(seen.constLast().phase == Phase::Idle);
     }
 
     void progressIsNotShownBeforeThereIsSomethingToDownload() {
