@@ -76,8 +76,13 @@ Walk::~Walk() {
     if (vars)
         vars->stopAll();
     vars.reset();
-    time->advance(1s);
-    waitUntil([] { return ownChildren().empty() && !LibreOfficeInstaller::isInstalling(); }, walkPatience);
+    waitUntil(
+        [this] {
+            time->advance(1s);  // each time: a port wait may begin to sleep only now, and then looks for vars
+            return ownChildren().empty() && !LibreOfficeInstaller::isInstalling() &&
+                   threadsNamed("background") == 0;
+        },
+        walkPatience);
 }
 
 std::optional<QString> Walk::run(int events) {
