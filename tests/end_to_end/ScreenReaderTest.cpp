@@ -36,7 +36,10 @@ class ScreenReaderTest : public QObject {
         return found;
     }
     bool waitFor(const Launcher &launcher, const QString &name, qsizetype times = 1) const {
-        return waitUntil([&] { return count(launcher, name) == times; });
+        const bool found = waitUntil([&] { return count(launcher, name) == times; });
+        if (!found)
+            qWarning().noquote() << "What is on screen:\n" + read(launcher, {"list"});
+        return found;
     }
 
   private Q_SLOTS:

@@ -2,6 +2,7 @@
 
 #include "Waiting.h"
 
+#include <QCoreApplication>
 #include <QFile>
 
 #include <csignal>
@@ -10,20 +11,32 @@
 
 namespace ferrolt {
 
+namespace {
+
+/// A number that no other desktop has. The X server's own choice is the first that is free in its network,
+/// and servers of the same number in different networks take each other's files in /tmp.
+QString displayNumber() {
+    static int count = 0;
+    return ":" + QString::number(100 + QCoreApplication::applicationPid() % 5000 * 10 + count++ % 10);
+}
+
+}  // namespace
+
 VirtualDesktop::VirtualDesktop(const QStringList &windowManager, const QString &screenSize) {
     QDir(folder.path()).mkdir("runtime");
     QFile::setPermissions(folder.filePath("runtime"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     bus = startWithAnnouncement("dbus-daemon",
                                 {"--session", "--nofork", "--nopidfile", "--nosyslog", "--print-address=1"});
-    display = startWithAnnouncement(
-        "Xvfb", {"-displayfd", "1", "-screen", "0", screenSize + "x24", "-nolisten", "tcp"});
+    // A server that resets when its last program leaves drops those that connect meanwhile.
+    display = startWithAnnouncement("Xvfb", {displayNumber(), "-noreset", "-displayfd", "1", "-screen", "0",
+                                             screenSize + "x24", "-nolisten", "tcp"});
     if (!display.isEmpty())
         display.prepend(':');
     auto &manager = addService();
     manager.setProcessEnvironment(environment(folder.path()));
     manager.setStandardErrorFile(QProcess::nullDevice());
     manager.start(windowManager.front(), windowManager.mid(1));
-    if (!manager.waitForStarted())
+    if (!waitUntil([this] { return hasWindowManager(); }, std::chrono::seconds(60)))
         trouble = windowManager.front() + " does not start";
     // The accessibility bus must run before the first program, because Qt looks for it only once.
     run("dbus-send",
@@ -38,6 +51,13 @@ VirtualDesktop::~VirtualDesktop() {
             service->waitForFinished();
         }
     }
+}
+
+/// A window that is mapped just when the window manager takes over may never be shown.
+bool VirtualDesktop::hasWindowManager() const {
+    int exitCode = -1;
+    run("xdotool", {"get_num_desktops"}, &exitCode);
+    return exitCode == 0;
 }
 
 /// A service that ends with the test, also if CTest kills the test after its timeout.

@@ -40,6 +40,7 @@ class VirtualDesktop {
     void takePicture(const QString &file) const;
 
   private:
+    bool hasWindowManager() const;
     QProcess &addService();
     QString startWithAnnouncement(const QString &program, const QStringList &arguments);
     QProcessEnvironment base() const;
