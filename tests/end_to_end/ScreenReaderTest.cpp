@@ -38,7 +38,9 @@ class ScreenReaderTest : public QObject {
     bool waitFor(const Launcher &launcher, const QString &name, qsizetype times = 1) const {
         const bool found = waitUntil([&] { return count(launcher, name) == times; });
         if (!found)
-            qWarning().noquote() << "What is on screen:\n" + read(launcher, {"list"});
+            qWarning().noquote() << (launcher.isRunning() ? "It runs; what is on screen:\n"
+                                                          : "It has ended:\n") +
+                                        read(launcher, {"list"});
         return found;
     }
 

@@ -39,8 +39,12 @@ VirtualDesktop::VirtualDesktop(const QStringList &windowManager, const QString &
     if (!waitUntil([this] { return hasWindowManager(); }, std::chrono::seconds(60)))
         trouble = windowManager.front() + " does not start";
     // The accessibility bus must run before the first program, because Qt looks for it only once.
+    int exitCode = -1;
     run("dbus-send",
-        {"--session", "--print-reply", "--dest=org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus.GetAddress"});
+        {"--session", "--print-reply", "--dest=org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus.GetAddress"},
+        &exitCode);
+    if (exitCode != 0)
+        trouble = "The accessibility bus does not start";
 }
 
 VirtualDesktop::~VirtualDesktop() {
