@@ -9,6 +9,12 @@ namespace ferrolt {
 
 using namespace std::chrono_literals;
 
+namespace {
+
+constexpr TimeSource::Duration portProbeInterval = 250ms;
+
+}  // namespace
+
 QString LauncherRules::nameOf(Kind kind) {
     return kind == Engine ? QStringLiteral("Lumora Core") : QStringLiteral("Qor Client");
 }
@@ -51,8 +57,7 @@ void LauncherRules::awaitPort() {
     isAwaitingPort = true;
     awaitedPort = port;
     wasAwaitedPortOpen = isPortOpen;
-    isAsleepSinceSettled = false;
-    isOpenSinceSettled = false;
+    nap.reset();
     deadline = now + 30s;
 }
 
@@ -65,18 +70,24 @@ void LauncherRules::openPort() {
 void LauncherRules::movePort(std::int64_t next) {
     port = next;
     isPortOpen = false;
-    isOpenSinceSettled = false;
+    if (nap)
+        nap->isPortOpen = false;
 }
 
-bool LauncherRules::mustPortWaitEnd() const {
-    // A probe that was under way while time moved is followed by a sleep, whatever the time is then.
-    return isAsleepSinceSettled && hasMovedSince && (now >= deadline || isOpenSinceSettled);
+bool LauncherRules::mustPortWaitHaveEnded() const {
+    // Only the step of time that wakes the wait counts: a later one may fall into its next probe, which is
+    // followed by another nap, whatever the time is then.
+    return nap && now >= nap->end && (*nap->firstStep >= deadline || nap->isPortOpen);
 }
 
 void LauncherRules::settled() {
-    isAsleepSinceSettled = isAwaitingPort;
-    isOpenSinceSettled = isAwaitingPort && wasAwaitedPortOpen && isPortOpen && awaitedPort == port;
-    hasMovedSince = false;
+    if (isAwaitingPort && !isFinal() && mustPortWaitHaveEnded())
+        complain(QStringLiteral("the wait for the port goes on"));
+    nap.reset();
+    if (isAwaitingPort && !isFinal())
+        nap = Nap{.end = now + portProbeInterval,
+                  .firstStep = std::nullopt,
+                  .isPortOpen = wasAwaitedPortOpen && isPortOpen && awaitedPort == port};
     installationsAsked = 0;
     successes = 0;
     if (isRestartDue)
@@ -169,14 +180,20 @@ void LauncherRules::advance(TimeSource::Duration by) {
     const auto end = now + by;
     while (timerAt && *timerAt <= end) {
         const auto tick = *timerAt;
+        step(tick);
         timerAt.reset();
         if (isCheckRunning || stop != Stop::None)
             timerAt = tick + interval;
         else
             isCheckRunning = true;
     }
-    now = end;
-    hasMovedSince = hasMovedSince || by >= 250ms;
+    step(end);
+}
+
+void LauncherRules::step(TimeSource::Duration next) {
+    now = next;
+    if (nap && !nap->firstStep)
+        nap->firstStep = next;
 }
 
 void LauncherRules::checkEnded(std::optional<std::int64_t> intervalOfManifest) {

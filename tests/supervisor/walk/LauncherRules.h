@@ -86,8 +86,6 @@ class LauncherRules {
     bool isCheckRunning = false;
     std::optional<TimeSource::Duration> timerAt;
     bool isAwaitingPort = false;
-    /// The wait for the port must have ended once everything is settled.
-    bool mustPortWaitEnd() const;
     std::deque<Alert> alertsToCome;
     std::array<std::vector<Child>, 2> children;
     Child *latest(Kind kind) { return children[kind].empty() ? nullptr : &children[kind].back(); }
@@ -117,10 +115,17 @@ class LauncherRules {
     std::chrono::hours interval{1};
     std::int64_t awaitedPort = 0;
     bool wasAwaitedPortOpen = false;
-    bool isAsleepSinceSettled = false;  ///< the wait for the port was between two probes then
-    bool isOpenSinceSettled = false;    ///< and the port has been open since
-    bool hasMovedSince = false;         ///< time, by at least one interval between probes
     TimeSource::Duration deadline{};
+
+    /// The sleep between two probes in which the wait for the port was when all was settled.
+    struct Nap {
+        TimeSource::Duration end{};                     ///< at the latest
+        std::optional<TimeSource::Duration> firstStep;  ///< the time to which the walk moved first since then
+        bool isPortOpen = false;                        ///< since then, without a break
+    };
+    std::optional<Nap> nap;
+    bool mustPortWaitHaveEnded() const;
+    void step(TimeSource::Duration next);
 };
 
 }  // namespace ferrolt

@@ -588,7 +588,7 @@ bool Walk::isSettled() {
     }
     if (rules.stop == LauncherRules::Stop::EngineRestart && rules.latest(LauncherRules::Engine)->isEnding())
         return false;
-    if (rules.isAwaitingPort && !rules.isFinal() && (rules.mustPortWaitEnd() || time->sleeping() == 0))
+    if (rules.isAwaitingPort && !rules.isFinal() && time->sleeping() == 0)
         return false;
     return true;
 }
