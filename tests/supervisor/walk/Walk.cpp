@@ -171,7 +171,7 @@ void Walk::endLife(bool isAwaited) {
     figures.alerts += static_cast<int>(alerts->shown.size());
     form.reset();
     vars.reset();
-    time->advance(1s);  // ends a wait for the port
+    endPortWait();
     const bool isOver = waitUntil(
         [&] {
             for (const OwnChild &child : ownChildren())  // what is left ignores SIGTERM, or will end anyway
@@ -185,6 +185,14 @@ void Walk::endLife(bool isAwaited) {
         rules.complain(QStringLiteral("something is left of a life"));
     if (!fs::is_empty(temporary))
         rules.complain(QStringLiteral("something is left in the temporary folder"));
+}
+
+void Walk::endPortWait() {
+    // A probe that is under way is followed by one more sleep, which only this life's time can end.
+    waitUntil([this] { return time->sleeping() > 0 || threadsNamed("background") == 0; }, walkPatience);
+    time->advance(1s);
+    if (!waitUntil([] { return threadsNamed("background") == 0; }, walkPatience))
+        rules.complain(QStringLiteral("the wait for the port goes on after the launcher's end"));
 }
 
 void Walk::perform(WalkEvent event) {

@@ -57,6 +57,8 @@ class Walk {
 
     void beginLife();
     void endLife(bool isAwaited);
+    /// After the end of AppVars: a wait for the port looks for it when it wakes.
+    void endPortWait();
     void perform(WalkEvent event);
     void startServices();
     void save();
