@@ -86,11 +86,12 @@ class AppVarsWalkTest : public QObject {
                 add(walk.figures);
             }
             // After the first walk: Qt opens some once.
-            const bool isQuiet = waitUntil([&] {
+            const auto isAllGone = [&] {
                 return threadsNamed("child-") == 0 && threadsNamed("utility") == 0 &&
                        threadsNamed("background") == 0 && downloads.openConnections() == 0 &&
                        openDescriptors() <= descriptors.value_or(openDescriptors());
-            });
+            };
+            const bool isQuiet = waitUntil(isAllGone, std::chrono::minutes(1));
             if (!isQuiet)
                 QFAIL(qPrintable(
                     QStringLiteral("a walk leaves threads or descriptors: %1 child, %2 utility, %3 "
