@@ -10,9 +10,7 @@ ferrolt_test(supervisor AppVarsSoakTest COST 5)
 add_test(NAME supervisor.AppVarsSoakTest.months COMMAND supervisor-tests AppVarsSoakTest)
 set_tests_properties(supervisor.AppVarsSoakTest.months PROPERTIES LABELS "supervisor;long" TIMEOUT 1800
     ENVIRONMENT "FERROLT_SOAK_HOURS=4000;QTEST_FUNCTION_TIMEOUT=1800000")
-# Six of 2000 long walks are still said to break a rule (2026-11-22); a random failure must not hide what else fails.
 ferrolt_test(supervisor AppVarsWalkTest COST 15 TIMEOUT 300)
-set_property(TEST supervisor.AppVarsWalkTest APPEND PROPERTY LABELS long)
 
 # It puts a kill() of its own in place of the C library's, for all of its program.
 ferrolt_test_program(AppVarsTerminationTest LINKS ferrolt_supervisor)
