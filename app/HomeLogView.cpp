@@ -30,6 +30,7 @@ HomeLogView::HomeLogView(std::shared_ptr<AppVars> appVars, std::shared_ptr<TimeS
                                    QStringLiteral("qorBottom"), *this->clipboard, *this->time);
     panes = new PaneSplitter(Qt::Vertical, QStringLiteral("Log heights"));
     panes->setHandleWidth(dividerHeight);
+    connect(panes, &QSplitter::splitterMoved, this, &HomeLogView::dividerMoved);
     for (LogConsoleView *console : {lumora, qorClient})
         panes->addWidget(console);
     auto *whole = new QVBoxLayout(this);
@@ -37,7 +38,6 @@ HomeLogView::HomeLogView(std::shared_ptr<AppVars> appVars, std::shared_ptr<TimeS
     whole->addWidget(panes);
     // The gaps between the panes show the window's background.
     setAutoFillBackground(true);
-    setUpperShare(0.5);
     // Tab reaches the divider between the two logs.
     setTabOrder(&lumora->textArea(), panes->handle(1));
 
@@ -63,30 +63,27 @@ HomeLogView::~HomeLogView() {
     delete panes;
 }
 
-double HomeLogView::upperShare() const {
-    if (shareToCome)
-        return *shareToCome;
-    const QList<int> heights = panes->sizes();
-    const int whole = heights.constFirst() + heights.constLast();
-    return whole > 0 ? static_cast<double>(heights.constFirst()) / whole : 0.5;
+void HomeLogView::setUpperShare(double wanted) {
+    share = std::clamp(wanted, 0.0, 1.0);
+    placeDivider();
 }
 
-void HomeLogView::setUpperShare(double share) {
-    share = std::clamp(share, 0.0, 1.0);
-    if (!isVisible()) {
-        // The final height is not known yet; with a smaller one the min heights could distort the share.
-        shareToCome = share;
-        return;
-    }
+void HomeLogView::placeDivider() {
     const int whole = panes->height() - dividerHeight;
     const int upper = static_cast<int>(std::lround(whole * share));
     panes->setSizes({upper, whole - upper});
 }
 
-void HomeLogView::showEvent(QShowEvent *event) {
-    QWidget::showEvent(event);
-    if (shareToCome)
-        setUpperShare(*std::exchange(shareToCome, std::nullopt));
+void HomeLogView::dividerMoved() {
+    const QList<int> heights = panes->sizes();
+    share = static_cast<double>(heights.constFirst()) / (heights.constFirst() + heights.constLast());
+}
+
+/// From the share each time: the splitter would go by the heights before, in which a window that was still
+/// lower, such as one about to be maximized, may have held a log at its min height.
+void HomeLogView::resizeEvent(QResizeEvent *event) {
+    QWidget::resizeEvent(event);
+    placeDivider();
 }
 
 void HomeLogView::refresh() {

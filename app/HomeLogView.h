@@ -3,7 +3,6 @@
 #include <QWidget>
 
 #include <memory>
-#include <optional>
 
 namespace ferrolt {
 
@@ -26,14 +25,17 @@ class HomeLogView : public QWidget {
     LogConsoleView *lumoraConsole() const { return lumora; }
     LogConsoleView *qorClientConsole() const { return qorClient; }
 
-    /// The upper log's share of the height, from 0 to 1. Setting it respects the logs' min heights.
-    double upperShare() const;
-    void setUpperShare(double share);
+    /// The share of the height that the user wants for the upper log, from 0 to 1. The logs' min heights may
+    /// hold it off in a low window; it is there again in a higher one.
+    double upperShare() const { return share; }
+    void setUpperShare(double wanted);
 
   protected:
-    void showEvent(QShowEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
 
   private:
+    void placeDivider();
+    void dividerMoved();
     void refresh();
 
     std::shared_ptr<AppVars> _appVars;
@@ -42,7 +44,7 @@ class HomeLogView : public QWidget {
     PaneSplitter *panes;
     LogConsoleView *lumora;
     LogConsoleView *qorClient;
-    std::optional<double> shareToCome;  ///< until the view is shown
+    double share = 0.5;
 };
 
 }  // namespace ferrolt

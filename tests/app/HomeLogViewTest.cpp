@@ -91,13 +91,25 @@ class HomeLogViewTest : public QObject {
     void theShareOfTheHeightStaysWhenTheViewGrows() {
         Home home;
         home.view->setUpperShare(0.7);
-        QVERIFY(qAbs(home.view->upperShare() - 0.7) < 0.01);
+        QCOMPARE(home.view->lumoraConsole()->height(), qRound((640 - 6) * 0.7));
         home.view->resize(800, 1200);
-        QTRY_VERIFY(qAbs(home.view->upperShare() - 0.7) < 0.02);
+        QTRY_COMPARE(home.view->lumoraConsole()->height(), qRound((1200 - 6) * 0.7));
         home.view->setUpperShare(0);
         QCOMPARE(home.view->lumoraConsole()->height(), 150);
         home.view->setUpperShare(1);
         QCOMPARE(home.view->qorClientConsole()->height(), 150);
+    }
+
+    void aLogHeldAtItsLeastHeightGetsItsShareWhenTheViewGrows() {
+        Home home({800, 500});
+        home.view->setUpperShare(0.2);
+        QCOMPARE(home.view->lumoraConsole()->height(), 150);
+        home.view->resize(800, 1206);
+        QTRY_COMPARE(home.view->lumoraConsole()->height(), 240);
+        home.drag(-1000);
+        home.view->resize(800, 2406);
+        QTRY_COMPARE(home.view->lumoraConsole()->height(), 300);
+        QCOMPARE(home.view->upperShare(), 0.125);
     }
 
     void theWindowBackgroundLiesBehind() {
