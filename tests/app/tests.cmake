@@ -6,7 +6,7 @@ foreach(test AboutDialogTest ContentViewTest FirstTimeNoticesTest HomeLogViewTes
     ferrolt_test(app ${test} WINDOW)
 endforeach()
 ferrolt_test(app LifecycleTest WINDOW TLS)
-ferrolt_test(app PicturesTest WINDOW TIMEOUT 300 COST 20)
+ferrolt_test(app PicturesTest WINDOW TIMEOUT 900 COST 20)
 ferrolt_test(app WindowStateTest)
 
 # It exports a name that makes its process a unit-test host.

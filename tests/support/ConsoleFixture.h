@@ -85,7 +85,7 @@ struct ConsoleFixture {
     void appendAndWait(const QByteArray &element) {
         QSignalSpy refreshed(&area(), &LogTextArea::refreshed);
         append(element);
-        QVERIFY(refreshed.wait());
+        QVERIFY(refreshed.wait(60000));
     }
     void press(Qt::Key key, Qt::KeyboardModifiers modifiers = {}) {
         QTest::keyClick(&area(), key, modifiers);

@@ -1,5 +1,6 @@
 #include "ApplicationLook.h"
 #include "ConsoleFixture.h"
+#include "ManualAnimations.h"
 #include "StatusBadge.h"
 #include "TestProgram.h"
 #include "Theme.h"
@@ -74,9 +75,13 @@ class LogConsoleLookTest : public QObject {
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
         QTest::keyClick(&console.area(), Qt::Key_A, Qt::ControlModifier);
         save(console.view, QStringLiteral("selected-") + tone);
-        console.appendLines(400, "[engine] unit done, number");
-        QTRY_VERIFY(console.area().isFollowing());
-        QTRY_VERIFY(!console.area().isFollowing());
+        {
+            ManualAnimations animations;
+            console.appendLines(400, "[engine] unit done, number");
+            QTRY_VERIFY(console.area().isFollowing());
+            animations.advanceBy(300);
+            QVERIFY(!console.area().isFollowing());
+        }
         QTest::mouseClick(console.area().viewport(), Qt::LeftButton);
         QTest::mouseClick(&console.copyButton(), Qt::LeftButton);
         save(console.view, QStringLiteral("full-") + tone);

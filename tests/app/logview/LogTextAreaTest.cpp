@@ -1,4 +1,5 @@
 #include "ConsoleFixture.h"
+#include "ManualAnimations.h"
 #include "PlaceInLog.h"
 #include "TestProgram.h"
 
@@ -35,9 +36,12 @@ class LogTextAreaTest : public QObject {
         QList<int> values;
         connect(console.area().verticalScrollBar(), &QScrollBar::valueChanged, this,
                 [&](int v) { values.append(v); });
+        ManualAnimations animations;
         console.append("new\n");
         QTRY_VERIFY(console.area().isFollowing());
-        settle(console);
+        for (int i = 0; i < 10; ++i)
+            animations.advanceBy(30);
+        QVERIFY(!console.area().isFollowing());
         QVERIFY(markerIsAtTheBottomEdge(console));
         QVERIFY2(values.size() > 3, "the movement is animated");
         QVERIFY(std::is_sorted(values.begin(), values.end()));
@@ -111,9 +115,11 @@ class LogTextAreaTest : public QObject {
         ConsoleFixture console;
         console.appendLines(998);
         console.show();
+        ManualAnimations animations;
         console.appendLines(5);
         QTRY_VERIFY(console.area().isFollowing());
-        settle(console);
+        animations.advanceBy(300);
+        QVERIFY(!console.area().isFollowing());
         QVERIFY(markerIsAtTheBottomEdge(console));
     }
 
@@ -121,10 +127,14 @@ class LogTextAreaTest : public QObject {
         ConsoleFixture console;
         console.appendLines(300);
         console.show();
-        for (int i = 0; i < 12; ++i)
+        ManualAnimations animations;
+        for (int i = 0; i < 12; ++i) {
             console.appendAndWait("arrives on the way\n");
+            animations.advanceBy(64);
+        }
         QVERIFY(console.area().isFollowing());
-        settle(console);
+        animations.advanceBy(300 - 64);
+        QVERIFY(!console.area().isFollowing());
         QVERIFY(markerIsAtTheBottomEdge(console));
     }
 
@@ -132,6 +142,7 @@ class LogTextAreaTest : public QObject {
         ConsoleFixture console;
         console.appendLines(300);
         console.show();
+        const ManualAnimations animations;
         console.appendAndWait("new\n");
         QVERIFY(console.area().isFollowing());
         console.press(Qt::Key_Home);

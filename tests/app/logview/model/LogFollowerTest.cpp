@@ -1,7 +1,7 @@
 #include "LogFollower.h"
+#include "ManualAnimations.h"
 #include "TestProgram.h"
 
-#include <QAnimationDriver>
 #include <QTest>
 
 #include <algorithm>
@@ -14,22 +14,6 @@ class LogFollowerTest : public QObject {
 
     using Movement = LogFollower::Movement;
     using Hold = LogViewport::Hold;
-
-    /// Animations advance by the test's time.
-    class ManualDriver : public QAnimationDriver {
-      public:
-        ManualDriver() { install(); }
-        ~ManualDriver() override { uninstall(); }
-        qint64 elapsed() const override { return milliseconds; }
-        void advanceBy(qint64 more) {
-            QCoreApplication::processEvents();  // an animation is registered by an event
-            milliseconds += more;
-            advance();
-        }
-
-      private:
-        qint64 milliseconds = 0;
-    };
 
     /// 10 pixels a row, 100 pixels of height, so many lines of one row in as many elements.
     struct Followed {
@@ -87,52 +71,48 @@ class LogFollowerTest : public QObject {
     }
 
     void aMovementTakes300MillisecondsAndSlowsDown() {
-        ManualDriver driver;
+        ManualAnimations animations;
         Followed log(50);
         log.follow(Movement::Animated);
         QVERIFY(log.follower.isMoving());
         QCOMPARE(log.view.offset(), 0);
-        driver.advanceBy(0);
         const auto end = static_cast<double>(log.view.followOffset());
         for (int milliseconds = 30; milliseconds < 300; milliseconds += 30) {
-            driver.advanceBy(30);
+            animations.advanceBy(30);
             const double rest = 1 - milliseconds / 300.0;
             QCOMPARE(log.view.offset(), static_cast<qint64>(end) - std::llround(end * rest * rest * rest));
             QVERIFY(log.follower.isMoving());
         }
         QVERIFY(log.moves >= 9);
-        driver.advanceBy(29);
+        animations.advanceBy(29);
         QVERIFY(log.follower.isMoving());
-        driver.advanceBy(1);
+        animations.advanceBy(1);
         QVERIFY(!log.follower.isMoving());
         QVERIFY(log.isAtEnd());
     }
 
     void whatArrivesMeanwhileIsReachedToo() {
-        ManualDriver driver;
+        ManualAnimations animations;
         Followed log(50);
         log.follow(Movement::Animated);
-        driver.advanceBy(0);
-        driver.advanceBy(150);
+        animations.advanceBy(150);
         log.append(30);
         const qint64 before = log.view.offset();
         log.follow(Movement::Animated);
-        driver.advanceBy(0);
         QCOMPARE(log.view.offset(), before);
-        driver.advanceBy(299);
+        animations.advanceBy(299);
         QVERIFY(log.follower.isMoving());
-        driver.advanceBy(1);
+        animations.advanceBy(1);
         QVERIFY(!log.follower.isMoving());
         QVERIFY(log.isAtEnd());
     }
 
     void theEndIsReachedThoughItMoves() {
-        ManualDriver driver;
+        ManualAnimations animations;
         Followed log(50);
         log.follow(Movement::Animated);
-        driver.advanceBy(0);
         log.append(5);
-        driver.advanceBy(300);
+        animations.advanceBy(300);
         QVERIFY(log.isAtEnd());
         QVERIFY(log.moves > 0);
     }
