@@ -53,7 +53,8 @@ void LogFollower::moveTo(qreal progress) {
 
 void LogFollower::jumpToEnd() {
     held = LogViewport::Hold::Offset;
-    // Counting the rows that come on screen at the end moves the end; each round but the last counts some.
+    // Counting the rows that come on screen at the end moves the end. A round that counts none is the last,
+    // and no element is counted twice; only those that fit on a screen at one row each come on screen.
     while (view.offset() != view.followOffset()) {
         view.scrollTo(view.followOffset());
         view.settle();

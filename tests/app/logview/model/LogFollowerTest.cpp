@@ -167,6 +167,24 @@ class LogFollowerTest : public QObject {
         QVERIFY(!log.layout.isExact());
     }
 
+    /// In a full log whose estimates are off by a factor of 660 in either direction.
+    void aJumpCountsNoMoreThanFitsOnAScreen() {
+        const QByteArray flat = ("a" + QByteArray("\u0301").repeated(16)).repeated(20);  // a row of 20 cells
+        const QByteArray tall = QByteArray("\n").repeated(flat.size());
+        for (const QByteArray pattern : {"tff", "fft", "fffffffffft", "tf", "ft", "t", "f"}) {
+            Followed log(0);
+            for (int i = 0; i < 1000; ++i)
+                log.log.append(pattern[i % pattern.size()] == 't' ? tall : flat);
+            log.view.sync(Hold::Offset, 1);
+            log.follower.jumpToEnd();
+            QVERIFY(log.isAtEnd());
+            int counted = 0;
+            for (std::uint64_t i = 0; i < 1000; ++i)
+                counted += log.layout.isExact(i);
+            QVERIFY2(counted <= 100 / (10 + LogLayout::spacing) + 2, qPrintable(QString::number(counted)));
+        }
+    }
+
     void rowsThatTheUserScrollsToAreCounted() {
         Followed log(0);
         for (int i = 0; i < 50; ++i)
