@@ -16,7 +16,7 @@ is_filled() {
 start_bus() {
     dbus-daemon --session --nofork --nopidfile --nosyslog --print-address=3 3>"$virtual_display_files/bus" >"$virtual_display_files/bus.log" 2>&1 &
     virtual_display_services+=("$!")
-    wait_until 10 is_filled "$virtual_display_files/bus" || fail "The session bus does not start."
+    wait_until 60 is_filled "$virtual_display_files/bus" || fail "The session bus does not start."
     DBUS_SESSION_BUS_ADDRESS=$(<"$virtual_display_files/bus")
     export DBUS_SESSION_BUS_ADDRESS
 }
@@ -31,12 +31,12 @@ start_display() {
     # reset when the last program leaves: that drops those that connect meanwhile.
     Xvfb ":$((50100 + $$ % 9000))" -noreset -displayfd 3 -screen 0 1280x800x24 -nolisten tcp 3>"$virtual_display_files/display" 2>"$virtual_display_files/display.log" &
     virtual_display_services+=("$!")
-    wait_until 20 is_filled "$virtual_display_files/display" || fail "The virtual display does not start: $(<"$virtual_display_files/display.log")"
+    wait_until 60 is_filled "$virtual_display_files/display" || fail "The virtual display does not start: $(<"$virtual_display_files/display.log")"
     DISPLAY=:$(<"$virtual_display_files/display")
     export DISPLAY
     openbox --sm-disable >"$virtual_display_files/openbox.log" 2>&1 &
     virtual_display_services+=("$!")
-    wait_until 20 has_window_manager || fail "The window manager does not start: $(<"$virtual_display_files/openbox.log")"
+    wait_until 60 has_window_manager || fail "The window manager does not start: $(<"$virtual_display_files/openbox.log")"
 }
 
 # start_virtual_display FOLDER: exports the display and the bus; what the services say goes into files of the folder.

@@ -24,15 +24,18 @@ std::string contentsOf(const fs::path &file) {
     return {std::istreambuf_iterator<char>(in), {}};
 }
 
-/// The prompt that the user accepts: the copy is made by a program, as in the shipped launcher, and put into
-/// place whole.
+/// The prompt that the user accepts. As in the shipped launcher a program makes the copy, and puts it into
+/// place by two renames: wherever it is killed, the application is the old one, the new one, or not there.
 class AcceptedPrompt : public PrivilegedCopy {
   public:
     bool privilegedCopy(const fs::path &source, const fs::path &destination) override {
-        return runProcess(
-            "/bin/sh",
-            {"-c", "rm -rf \"$2.new\" && cp -a \"$1\" \"$2.new\" && rm -rf \"$2\" && mv -T \"$2.new\" \"$2\"",
-             "copy", source.string(), destination.string()});
+        return runProcess("/bin/sh", {"-ec",
+                                      R"(rm -rf "$2.new" "$2.old"
+                                         cp -a "$1" "$2.new"
+                                         [ ! -e "$2" ] || mv -T "$2" "$2.old"
+                                         mv -T "$2.new" "$2"
+                                         rm -rf "$2.old")",
+                                      "copy", source.string(), destination.string()});
     }
     std::string missingProgram() const override { return {}; }
 };
