@@ -26,7 +26,7 @@ Resolved &resolved() {
 
 bool pathExists(const fs::path &path) {
     std::error_code failure;
-    return fs::exists(path, failure) && !failure;
+    return fs::exists(path, failure);
 }
 
 void usePathRoots(PathRoots roots) {

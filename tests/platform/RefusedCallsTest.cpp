@@ -327,6 +327,8 @@ class RefusedCallsTest : public QObject {
             if (!refuseCall(call, error))
                 return 1;
             SingleInstance first(folder);
+            first.listen([](const std::string &) {});
+            first.rememberChild(getppid());
             SingleInstance second(folder);
             return first.start() == SingleInstance::Start::First &&
                            second.start() == SingleInstance::Start::First

@@ -483,6 +483,54 @@ class SingleInstanceTest : public QObject {
         exitCode(current);
     }
 
+    void aChildThatEndedBeforeItWasNotedIsLeftOut() {
+        SingleInstance first(home());
+        const pid_t ended = startSleeper();
+        kill(ended, SIGKILL);
+        exitCode(ended);
+        first.rememberChild(ended);
+        QCOMPARE(std::filesystem::file_size(stateFolder(home()) / "instance.lock"), std::uintmax_t{0});
+    }
+
+    /// A launcher on another machine, whose home is this one over a network, or one that neither listens nor
+    /// ends.
+    void aStartThatNobodyAnswersGivesUpAfterFiveSeconds() {
+        const QTemporaryDir fresh;
+        const std::filesystem::path state = stateFolder(fresh.path().toStdString());
+        std::filesystem::create_directories(state);
+        const int lock = ::open((state / "instance.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+        QCOMPARE(flock(lock, LOCK_EX | LOCK_NB), 0);
+        const auto begin = std::chrono::steady_clock::now();
+        QCOMPARE(SingleInstance(fresh.path().toStdString()).start(), SingleInstance::Start::Unanswered);
+        QVERIFY(std::chrono::steady_clock::now() - begin >= std::chrono::seconds(5));
+        ::close(lock);
+    }
+
+    void aSecondFolderWhoseLauncherDoesNotAnswerStopsNoStart_data() {
+        QTest::addColumn<bool>("isLocked");
+        QTest::newRow("it holds the lock and does not listen") << true;
+        QTest::newRow("the lock is a folder") << false;
+    }
+    void aSecondFolderWhoseLauncherDoesNotAnswerStopsNoStart() {
+        QFETCH(bool, isLocked);
+        const QTemporaryDir fresh;
+        const std::filesystem::path own = fresh.path().toStdString();
+        const std::filesystem::path second = std::filesystem::path(runtimeFolder.path().toStdString()) /
+                                             ("ferrolt-miner-launcher-" + std::to_string(getuid()) + '-' +
+                                              std::to_string(std::hash<std::string>()(own.native())));
+        std::filesystem::create_directory(second);
+        int lock = -1;
+        if (isLocked) {
+            lock = ::open((second / "instance.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+            QCOMPARE(flock(lock, LOCK_EX | LOCK_NB), 0);
+        } else {
+            std::filesystem::create_directory(second / "instance.lock");
+        }
+        QCOMPARE(SingleInstance(own).start(), SingleInstance::Start::First);
+        ::close(lock);
+        std::filesystem::remove_all(second);
+    }
+
     void theSameHomeByAnotherPathIsTheSameLauncher() {
         const QTemporaryDir other;
         const std::filesystem::path link = other.path().toStdString() + "/link";
@@ -511,6 +559,16 @@ class SingleInstanceTest : public QObject {
         QCOMPARE(SingleInstance(own).start(), SingleInstance::Start::HandedOver);
         first.reset();
         QCOMPARE(SingleInstance(own).start(), SingleInstance::Start::First);
+    }
+
+    void aLockThatIsNoFileIsNotUsed() {
+        const QTemporaryDir fresh;
+        const std::filesystem::path state = stateFolder(fresh.path().toStdString());
+        std::filesystem::create_directories(state);
+        QCOMPARE(mkfifo((state / "instance.lock").c_str(), 0600), 0);
+        const SingleInstance first(fresh.path().toStdString());
+        QCOMPARE(first.start(), SingleInstance::Start::First);
+        QVERIFY(!std::filesystem::exists(state / "reopen.socket"));
     }
 
     void aLockThatIsALinkIsNotFollowed() {

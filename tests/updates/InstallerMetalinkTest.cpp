@@ -202,6 +202,15 @@ class InstallerMetalinkTest : public QObject {
         QVERIFY(!scene->recorded());
     }
 
+    void aServerWithoutAHostIsAFailureBeforeAnythingElse() {
+        scene->services.server = QStringLiteral("file:///srv");
+        const QString version = QStringLiteral("26.2.4");
+        QCOMPARE(
+            scene->install(version),
+            InstallOutcome::failed(QStringLiteral("could not build Metalink URL for version ") + version));
+        QVERIFY(scene->log().isEmpty());
+    }
+
     void aVersionWithoutADocumentIsAFailure_data() {
         QTest::addColumn<QString>("version");
         QTest::newRow("empty") << QStringLiteral("");

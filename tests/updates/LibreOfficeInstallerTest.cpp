@@ -433,6 +433,11 @@ class LibreOfficeInstallerTest : public QObject {
         installer.install(version, {});
         QVERIFY(waitUntil([&] { return scene->recorded() == version; }));
         QVERIFY(waitUntil([&] { return !LibreOfficeInstaller::isInstalling(); }));
+        installer.install(version, {});  // it is current
+        bool turned = false;
+        MainQueue::async([&] { turned = true; });
+        QVERIFY(waitUntil([&] { return turned; }));
+        QCOMPARE(scene->recorded(), std::optional(version));
     }
 
     void anInstallerThatIsGoneBeforeItsTurnDoesNothing() {

@@ -73,6 +73,11 @@ class StagingFolderTest : public QObject {
         atTheNextLock = nullptr;
     }
 
+    void inAFolderThatTakesNoneNoneIsCreated() {
+        QVERIFY(!StagingFolder::create("/proc", failure));  // it is there, and takes none from root either
+        QVERIFY(failure);
+    }
+
     void itsNameEndsInAnUpperCaseUuidAndItIsTheUsersAlone() {
         const auto staging = StagingFolder::create(temporary, failure);
         QVERIFY(staging.has_value());

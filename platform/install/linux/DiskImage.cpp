@@ -98,7 +98,7 @@ bool DiskImage::attach(const std::filesystem::path &image, const std::filesystem
                        const ToolRunner::Progress &progress) const {
     assertNotMainThread();
     std::error_code failure;
-    if (!std::filesystem::is_empty(mountPoint, failure) || failure)
+    if (!std::filesystem::is_empty(mountPoint, failure))
         return false;
     if (unpack(image, mountPoint, progress))
         return true;

@@ -247,13 +247,22 @@ class HttpDownloadTest : public QObject {
         QCOMPARE(stored(), QByteArray("a file, not a folder"));
     }
 
+    void aDiskThatFillsUpIsAFileErrorAndLeavesNothing_data() {
+        QTest::addColumn<int>("room");
+        QTest::addColumn<int>("size");
+        QTest::newRow("while the file arrives") << 1'000'000 << 5'000'000;
+        QTest::newRow("when its last bytes are written") << 50 << 100;  // Qt buffers up to 16 KiB
+    }
     void aDiskThatFillsUpIsAFileErrorAndLeavesNothing() {
+        QFETCH(int, room);
+        QFETCH(int, size);
         rlimit before{};
         getrlimit(RLIMIT_FSIZE, &before);
         setUpProcess();
-        const rlimit small{1'000'000, before.rlim_max};
+        const rlimit small{static_cast<rlim_t>(room), before.rlim_max};
         setrlimit(RLIMIT_FSIZE, &small);
-        server.on(QStringLiteral("/image"), TestHttpsServer::repliesPattern(5'000'000));
+        server.on(QStringLiteral("/image"),
+                  TestHttpsServer::replies(200, testPattern().repeated(5).left(size)));
         const HttpReply reply = download(QStringLiteral("/image"));
         setrlimit(RLIMIT_FSIZE, &before);
         QCOMPARE(reply.error, Error::File);

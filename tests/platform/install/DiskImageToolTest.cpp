@@ -48,6 +48,35 @@ class DiskImageToolTest : public QObject {
         QVERIFY(fs::is_empty(mountPoint));
     }
 
+    void eachOptionOfTheTwoCommandsIsLookedAt_data() {
+        QTest::addColumn<int>("option");
+        for (const int option : {0, 2, 4, 5, 6})
+            QTest::addRow("attach, argument %d", option) << option;
+        QTest::addRow("detach, argument 2") << -2;
+    }
+    void eachOptionOfTheTwoCommandsIsLookedAt() {
+        QFETCH(int, option);
+        const fs::path image = folder / "LibreOffice.dmg";
+        const fs::path mountPoint = folder / "mnt";
+        fs::create_directory(mountPoint);
+        TestHfsVolume volume(QStringLiteral("LibreOffice"));
+        volume.addFile(TestHfsVolume::rootFolder, QStringLiteral("file"), "content");
+        writeFile(image, udifImage(volume.bytes(), UdifBlocks::Zlib));
+        std::vector<std::string> attach{"attach",    image.string(), "-mountpoint", mountPoint.string(),
+                                        "-nobrowse", "-readonly",    "-quiet"};
+        std::vector<std::string> detach{"detach", mountPoint.string(), "-force"};
+        if (option >= 0) {
+            attach[static_cast<std::size_t>(option)] += "x";
+            QVERIFY(!hdiutil(attach));
+            QVERIFY(fs::is_empty(mountPoint));
+        } else {
+            QVERIFY(hdiutil(attach));
+            detach[static_cast<std::size_t>(-option)] += "x";
+            QVERIFY(!hdiutil(detach));
+            QVERIFY(fs::exists(mountPoint / "file"));
+        }
+    }
+
     void theDiskImageToolKnowsNoOtherCommands() {
         writeFile(folder / "precious", "x");
         QVERIFY(!hdiutil({}));

@@ -163,6 +163,20 @@ class ImageListingTest : public QObject {
         QCOMPARE(entries->at(0).path, std::string("M\xFCller"));
     }
 
+    /// Composing takes some characters apart instead: U+0344 has two bytes, and what it becomes has four.
+    void aNameThatIsTooLongOnceComposedIsRefused() {
+        const auto listing = [](std::size_t characters) {
+            std::string name;
+            for (std::size_t i = 0; i < characters; ++i)
+                name += "\u0344";
+            return listingOf("HFS", "Path = V\nFolder = +\n\nPath = V/" + name + "\nFolder = -\n\n");
+        };
+        const auto longest = parse(listing(ImageListing::maxPathLength / 4));
+        QVERIFY(longest);
+        QCOMPARE(longest->at(0).path.size(), ImageListing::maxPathLength);
+        QVERIFY(!parse(listing(ImageListing::maxPathLength / 4 + 1)));
+    }
+
     void afterARefusalNothingIsTaken() {
         ImageListing parser;
         QVERIFY(!parser.feed(listingOf("APFS", "Path = ../out\n\n")));

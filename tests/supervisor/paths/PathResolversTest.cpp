@@ -11,6 +11,15 @@ class PathResolversTest : public QObject {
     Q_OBJECT
 
   private Q_SLOTS:
+    void withoutAHomeTheUsersFilesAreNowhere() {
+        const QByteArray home = qgetenv("HOME");
+        QVERIFY(qunsetenv("HOME"));
+        const PathRoots roots;
+        qputenv("HOME", home);
+        QCOMPARE(roots.home, fs::path("/nonexistent"));
+        QCOMPARE(PathRoots().home, fs::path(home.toStdString()));
+    }
+
     void theInstalledEngineFolderComesFirst() {
         const TestTree tree;
         fs::create_directories(tree.path() / "root/Library/Application Support/Ferrolt/LumoraCore");

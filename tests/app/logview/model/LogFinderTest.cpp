@@ -293,6 +293,64 @@ class LogFinderTest : public QObject {
         }
     }
 
+    /// A view asks for those of the elements on screen, and the user may scroll through all of them.
+    void theHitsOfManyElementsAreTheSameWhenAskedForAgain() {
+        LogBuffer log;
+        for (int i = 0; i < 4; ++i)
+            log.append(QByteArray(60'000, 'a'));  // more than 64 Ki hits from the second on
+        LogFinder finder(log);
+        finder.setNeedle(QStringLiteral("a"));
+        for (int round = 0; round < 2; ++round) {
+            for (std::uint64_t i = 0; i < 4; ++i) {
+                const auto hits = finder.hitsBetween(i, ByteOffset{0}, ByteOffset{60'000});
+                QCOMPARE(hits.size(), 60'000U);
+                QCOMPARE(hits.front(), (LogSpan{at(i, 0), at(i, 1)}));
+                QCOMPARE(hits.back(), (LogSpan{at(i, 59'999), at(i, 60'000)}));
+            }
+        }
+    }
+
+    void withoutANeedleOrALogNothingIsFound() {
+        LogBuffer log;
+        LogFinder finder(log);
+        QVERIFY(!find(finder, at(0, 0), Direction::Forward));
+        QVERIFY(finder.searchFor(1s) == LogFinder::Answer::Nothing);  // none was started
+        finder.setNeedle(QStringLiteral("x"));
+        QVERIFY(!find(finder, at(0, 0), Direction::Forward));
+        QVERIFY(!find(finder, at(0, 0), Direction::Backward));
+        finder.setNeedle(QString());
+        log.append("x\n");
+        QVERIFY(!find(finder, at(0, 0), Direction::Forward));
+        QVERIFY(!finder.numberOf(at(0, 0)));
+        QVERIFY(finder.hitsBetween(0, ByteOffset{0}, ByteOffset{1}).empty());
+    }
+
+    void aHitHasANumberOnceAllAreCountedAndWhileTheLogHasIt() {
+        LogBuffer log;
+        log.append("x\n");
+        log.append("y x\n");
+        LogFinder finder(log);
+        finder.setNeedle(QStringLiteral("x"));
+        QVERIFY(!finder.numberOf(at(1, 2)));
+        finder.countFor(1s);
+        QCOMPARE(finder.numberOf(at(1, 2)), std::optional<std::size_t>(2));
+        log.takeFirst();
+        finder.countFor(1s);
+        QCOMPARE(finder.numberOf(at(1, 2)), std::optional<std::size_t>(1));
+        QVERIFY(!finder.numberOf(at(0, 0)));
+        QVERIFY(finder.hitsBetween(0, ByteOffset{0}, ByteOffset{1}).empty());
+    }
+
+    void aSearchBackwardsFromTextThatWasDroppedGoesOnAtTheEnd() {
+        LogBuffer log;
+        log.append("x\n");
+        log.append("x x\n");
+        LogFinder finder(log);
+        finder.setNeedle(QStringLiteral("x"));
+        log.takeFirst();
+        QCOMPARE(find(finder, at(0, 1), Direction::Backward), std::optional(LogSpan{at(1, 2), at(1, 3)}));
+    }
+
     /// An element that arrives is searched, and nothing else: not the one before it again, however short what
     /// arrives, nor anything twice for the needle's sake.
     void whatArrivesCostsItsLength() {

@@ -410,6 +410,27 @@ class LogViewportTest : public QObject {
         QCOMPARE(seen.view.offset(), 5);
     }
 
+    void thePixelsBelowAnElementStayWhenTheGridChanges() {
+        Seen seen;
+        seen.appendLines(100);
+        seen.view.sync(LogViewport::Hold::Offset, 10'000);
+        seen.view.scrollTo(seen.layout.top(50) + 10 + 3);  // in the space between two elements
+        seen.view.setGrid(20, 15);
+        QCOMPARE(seen.view.offset(), seen.layout.top(50) + 15 + 3);
+    }
+
+    void beforeItFollowsTheLogNoRowIsAnswered() {
+        Seen seen;
+        seen.appendLines(3);
+        seen.view.sync(LogViewport::Hold::Offset, 10'000);
+        QCOMPARE(seen.view.visibleRows().size(), 3U);
+        seen.appendLines(1);
+        QVERIFY(seen.view.visibleRows().empty());
+        QVERIFY(!seen.view.rowAt(20));
+        seen.view.sync(LogViewport::Hold::Offset, 10'000);
+        QCOMPARE(seen.view.visibleRows().size(), 4U);
+    }
+
     void aGridChangesWhileTheLogDoes() {
         Seen seen;
         seen.appendLines(100);
