@@ -37,7 +37,6 @@ class MainWindow : public QMainWindow {
     static QString defaultStateFile();
 
     ContentView *content();
-    MainMenu *mainMenu() const { return menu; }
 
     /// The switch for the menu. Not owned; call once.
     void setOpenAtLogin(OpenAtLogin &item);

@@ -37,7 +37,7 @@ class MainMenuTest : public QObject {
     }
     /// Those that the compact menu enables when it opens.
     static QStringList enabled(MainWindow &window) {
-        const std::unique_ptr<QMenu> menu(window.mainMenu()->compactMenu());
+        const std::unique_ptr<QMenu> menu(window.findChild<MainMenu *>()->compactMenu());
         menu->popup(QPoint());
         QStringList texts;
         for (const QAction *each : menu->actions()) {
@@ -58,7 +58,7 @@ class MainMenuTest : public QObject {
         WindowFixture fixture;
         MainWindow &window = fixture.open();
         QMenuBar bar;
-        window.mainMenu()->fill(&bar);
+        window.findChild<MainMenu *>()->fill(&bar);
         QStringList menus;
         for (const QAction *each : bar.actions())
             menus.append(each->text().remove('&'));
@@ -80,7 +80,7 @@ class MainMenuTest : public QObject {
     void everyCommandHasAKeyAndALetterOfItsOwn() {
         WindowFixture fixture;
         MainWindow &window = fixture.open();
-        QMenu *const menu = window.mainMenu()->compactMenu();
+        QMenu *const menu = window.findChild<MainMenu *>()->compactMenu();
         QStringList keys;
         QStringList letters;
         for (const QAction *each : menu->actions()) {
@@ -102,8 +102,8 @@ class MainMenuTest : public QObject {
     void closeAndQuitAskForIt() {
         WindowFixture fixture;
         MainWindow &window = fixture.open();
-        QSignalSpy closing(window.mainMenu(), &MainMenu::closeRequested);
-        QSignalSpy quitting(window.mainMenu(), &MainMenu::quitRequested);
+        QSignalSpy closing(window.findChild<MainMenu *>(), &MainMenu::closeRequested);
+        QSignalSpy quitting(window.findChild<MainMenu *>(), &MainMenu::quitRequested);
         action(window, "Quit")->trigger();
         QCOMPARE(quitting.size(), 1);
         QCOMPARE(closing.size(), 0);
@@ -198,10 +198,10 @@ class MainMenuTest : public QObject {
         WindowFixture fixture;
         MainWindow &window = fixture.open();
         QMenuBar bar;
-        window.mainMenu()->fill(&bar);
-        const QMenu *const compact = window.mainMenu()->compactMenu();
+        window.findChild<MainMenu *>()->fill(&bar);
+        const QMenu *const compact = window.findChild<MainMenu *>()->compactMenu();
         QAction openAtLogin("Open at Login");
-        window.mainMenu()->setOpenAtLogin(&openAtLogin);
+        window.findChild<MainMenu *>()->setOpenAtLogin(&openAtLogin);
         for (const QMenu *menu : {compact, static_cast<const QMenu *>(bar.actions()[0]->menu())}) {
             const qsizetype at = texts(menu).indexOf("Settings");
             QCOMPARE(texts(menu).mid(at, 3), (QStringList{"Settings", "Open at Login", ""}));

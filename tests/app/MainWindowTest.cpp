@@ -197,7 +197,7 @@ class MainWindowTest : public QObject {
         QTRY_COMPARE(email->text(), QString("ada@example.org"));
         email->setFocus();
         for (const QString name : {"Select All", "Copy"}) {
-            const std::unique_ptr<QMenu> menu(window.mainMenu()->compactMenu());
+            const std::unique_ptr<QMenu> menu(window.findChild<MainMenu *>()->compactMenu());
             menu->popup(QPoint());
             for (QAction *action : menu->actions()) {
                 if (action->text().remove('&') == name)
