@@ -2,16 +2,15 @@
 
 #include "AppVars.h"
 #include "DesktopNotifications.h"
+#include "FilePath.h"
 #include "JsonFile.h"
 #include "LoadProps.h"
 #include "MainQueue.h"
 #include "OpenAtLogin.h"
 #include "StateFolder.h"
 
-#include <QFile>
 #include <QPointer>
 
-#include <filesystem>
 #include <utility>
 
 namespace ferrolt {
@@ -19,10 +18,6 @@ namespace {
 
 const QString runsOn = QStringLiteral("runsOnBehindClosedWindow");
 const QString startsAtLogin = QStringLiteral("openAtLogin");
-
-std::filesystem::path pathTo(const QString &file) {
-    return QFile::encodeName(file).toStdString();
-}
 
 QString wordsFor(FirstTimeNotices::WayBack wayBack) {
     switch (wayBack) {
@@ -54,14 +49,14 @@ bool FirstTimeNotices::isFirst(const QString &notice) {
     if (told.contains(notice))
         return false;
     told.insert(notice);
-    return !JsonFile::read(pathTo(stateFile)).value_or(QJsonObject()).value(notice).toBool();
+    return !JsonFile::read(pathOf(stateFile)).value_or(QJsonObject()).value(notice).toBool();
 }
 
 /// A failure is ignored: the notice is shown once more in a later run.
 void FirstTimeNotices::remember(const QString &notice) const {
-    auto all = JsonFile::read(pathTo(stateFile)).value_or(QJsonObject());
+    auto all = JsonFile::read(pathOf(stateFile)).value_or(QJsonObject());
     all.insert(notice, true);
-    static_cast<void>(JsonFile::write(pathTo(stateFile), all));
+    static_cast<void>(JsonFile::write(pathOf(stateFile), all));
 }
 
 void FirstTimeNotices::windowClosed(WayBack wayBack) {

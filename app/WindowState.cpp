@@ -1,10 +1,7 @@
 #include "WindowState.h"
 
+#include "FilePath.h"
 #include "JsonFile.h"
-
-#include <QFile>
-
-#include <filesystem>
 
 namespace ferrolt {
 namespace {
@@ -14,10 +11,6 @@ const QString height = QStringLiteral("height");
 const QString maximized = QStringLiteral("maximized");
 const QString sidebar = QStringLiteral("sidebarWidth");
 const QString upperLog = QStringLiteral("upperLogShare");
-
-std::filesystem::path pathOf(const QString &file) {
-    return QFile::encodeName(file).toStdString();
-}
 
 }  // namespace
 

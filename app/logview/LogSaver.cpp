@@ -1,5 +1,6 @@
 #include "LogSaver.h"
 
+#include "FilePath.h"
 #include "FileReplacement.h"
 #include "LogBuffer.h"
 #include "MainQueue.h"
@@ -9,7 +10,6 @@
 
 #include <QByteArrayList>
 #include <QDir>
-#include <QFile>
 #include <QMessageBox>
 #include <QStandardPaths>
 
@@ -71,7 +71,7 @@ void LogSaver::save(const QString &title, const LogBuffer &log) {
 void LogSaver::write(const QString &file, std::vector<QByteArray> pieces) {
     const auto work = [self = QPointer(this), file, pieces = std::move(pieces)] {
         std::error_code reason;
-        const std::filesystem::path path = QFile::encodeName(file).toStdString();
+        const std::filesystem::path path = pathOf(file);
         const QByteArray text = QByteArrayList(pieces.begin(), pieces.end()).join();
         const bool isSaved =
             replaceFile(path, {text.constData(), static_cast<std::size_t>(text.size())}, reason);

@@ -1,5 +1,6 @@
 #include "HttpSession.h"
 
+#include "FilePath.h"
 #include "HttpTransfer.h"
 #include "MainQueue.h"
 
@@ -90,7 +91,7 @@ bool moveTo(const fs::path &destination, QTemporaryFile &file) {
         return false;
     std::error_code failure;
     fs::remove_all(destination, failure);
-    fs::rename(QFile::encodeName(file.fileName()).toStdString(), destination, failure);
+    fs::rename(pathOf(file.fileName()), destination, failure);
     file.setAutoRemove(bool(failure));
     return !failure;
 }

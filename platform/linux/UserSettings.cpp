@@ -1,7 +1,7 @@
+#include "FilePath.h"
 #include "ReverseDomain.h"
 #include "SettingsStore.h"
 
-#include <QFile>
 #include <QStandardPaths>
 
 #include <string>
@@ -10,8 +10,7 @@ namespace ferrolt {
 
 std::shared_ptr<SettingsStore> SettingsStore::ofUser() {
     const QString folder = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
-    return std::make_shared<SettingsStore>(std::filesystem::path(QFile::encodeName(folder).toStdString()) /
-                                           (std::string(reverseDomain) + ".json"));
+    return std::make_shared<SettingsStore>(pathOf(folder) / (std::string(reverseDomain) + ".json"));
 }
 
 }  // namespace ferrolt

@@ -1,7 +1,7 @@
+#include "FilePath.h"
 #include "ReverseDomain.h"
 #include "SettingsStore.h"
 
-#include <QFile>
 #include <QSettings>
 #include <QString>
 #include <QStringList>
@@ -19,9 +19,7 @@ class UserDefaults : public SettingsStore {
         : SettingsStore(std::filesystem::path()),
           settings(QSettings::NativeFormat, QSettings::UserScope, organisation, application) {}
 
-    std::filesystem::path path() const override {
-        return QFile::encodeName(settings.fileName()).toStdString();
-    }
+    std::filesystem::path path() const override { return pathOf(settings.fileName()); }
 
     std::optional<QString> text(const QString &key) const override {
         const QVariant value = settings.value(key);

@@ -1,5 +1,6 @@
 #include "AutostartEntry.h"
 
+#include "FilePath.h"
 #include "FileReplacement.h"
 #include "MainQueue.h"
 #include "RunningProgram.h"
@@ -183,7 +184,7 @@ std::optional<QString> AutostartEntry::write(Visibility visibility) const {
 std::unique_ptr<LoginItem> LoginItem::ofUser() {
     std::vector<fs::path> folders;
     for (const QString &base : QStandardPaths::standardLocations(QStandardPaths::GenericConfigLocation))
-        folders.push_back(fs::path(QFile::encodeName(base).toStdString()) / "autostart");
+        folders.push_back(pathOf(base) / "autostart");
     return std::make_unique<AutostartEntry>(commandOf(runningProgram()), std::move(folders));
 }
 
