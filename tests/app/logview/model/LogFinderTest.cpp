@@ -104,6 +104,21 @@ class LogFinderTest : public QObject {
         QVERIFY(finder.searchFor(1h) == LogFinder::Answer::Nothing);
     }
 
+    void aSearchUnderWayFollowsTheLog() {
+        LogBuffer log;
+        for (int i = 0; i < 3; ++i)
+            log.append("text\n");
+        LogFinder finder(log);
+        finder.setNeedle(QStringLiteral("hit"));
+        finder.startSearch(at(0, 0), Direction::Forward);
+        QVERIFY(finder.searchFor(0ns) == LogFinder::Answer::NotYet);
+        log.takeFirst();
+        log.takeFirst();
+        log.append("a hit\n");
+        QVERIFY(finder.searchFor(1h) == LogFinder::Answer::Found);
+        QCOMPARE(finder.found().begin, at(3, 2));
+    }
+
     /// Hits that lie within their elements are not counted again when others are dropped.
     void droppedTextCostsNothingToForget() {
         LogBuffer log;

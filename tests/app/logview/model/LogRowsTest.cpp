@@ -104,6 +104,16 @@ class LogRowsTest : public QObject {
             QVERIFY(row.size() < 80 * 18 * 2);
     }
 
+    /// Also where a row begins with the marks.
+    void sixteenMarksTakeNoCellsAndEachFurtherOneTakesOne() {
+        for (const char *const base : {"", "e"}) {
+            const auto marked = [base](int marks) { return base + QByteArray("\xcc\x81").repeated(marks); };
+            const auto cellsOfBase = static_cast<std::uint32_t>(qstrlen(base));
+            QCOMPARE(countRows(marked(16), 80).widest, cellsOfBase);
+            QCOMPARE(countRows(marked(17), 80).widest, cellsOfBase + 1);
+        }
+    }
+
     void aTabReachesTheNextStop() {
         QCOMPARE(rows("a\tb", 9).size(), 1);
         QCOMPARE(rows("a\tbc", 9).size(), 2);
