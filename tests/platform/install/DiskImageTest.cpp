@@ -307,6 +307,14 @@ class DiskImageTest : public QObject {
         QVERIFY(!fs::exists("/escaped"));
     }
 
+    void aFolderThatCannotBeMadeIsRefused() {
+        // The file system allows 255 bytes. No file is inside that could not be created either.
+        QVERIFY(!attachWith(
+            listing("Path = " + QByteArray(256, 'x') + "\nSize = 0\nFolder = +\nMode = drwxr-xr-x\n\n"),
+            "exit 0"));
+        QVERIFY(fs::is_empty(mountPoint));
+    }
+
     void devicesDuplicatesAndHardLinksAreRefused_data() {
         QTest::addColumn<QByteArray>("content");
         for (const int mode : {0020666, 0060666, 0010666, 0140666}) {
