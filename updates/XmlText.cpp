@@ -68,7 +68,6 @@ class Scanner {
 
     /// Moves `at` behind a tag or declaration; false, and `at` stays, when it has too many attributes.
     bool skipTag() {
-        const bool isDocumentType = startsWith(u"<!DOCTYPE");
         int equals = 0;
         for (qsizetype next = at + 1; next < text.size(); ++next) {
             const QChar character = text[next];
@@ -78,7 +77,9 @@ class Scanner {
                     break;
             } else if (character == u'=' && ++equals > maxAttributes) {
                 return false;
-            } else if (character == u'>' || (isDocumentType && character == u'[')) {
+            } else if (character == u'>' || character == u'[') {
+                // The declarations of a document type begin at '['. In any other tag the parser gives up
+                // there.
                 at = next + 1;
                 return true;
             }

@@ -92,6 +92,7 @@ class MetalinkHazardsTest : public QObject {
             QTest::newRow(name) << QByteArray("<a>" + goodElements + rest);
         };
         row("attributes", "<b " + numbered(" a", "=''", size) + "/>");
+        row("attributes behind a bracket", "<b [" + numbered(" a", "=''", size) + "/>");
         row("just so many attributes", repeated("<b" + numbered(" a", "=''", 1600) + "/>", size));
         row("one attribute", "<b a='" + QByteArray(size, 'x') + "'/>");
         row("references in an attribute", "<b a='" + repeated("&amp;", size) + "'/>");
