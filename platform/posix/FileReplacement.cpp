@@ -102,11 +102,11 @@ class NewFile {
     /// Needed before the renaming: after a power cut the name could lead to an empty file. Also, a network
     /// file system reports a full disk only here. A file system without fsync() is no failure.
     bool writeThrough() {
-        int result = 0;
-        do
-            result = ::fsync(descriptor.get());
-        while (result != 0 && errno == EINTR);
-        return result == 0 || isUnsupported(errno);
+        do {
+            if (::fsync(descriptor.get()) == 0)
+                return true;
+        } while (errno == EINTR);
+        return isUnsupported(errno);
     }
 
     bool takePlaceOf(const fs::path &target) {
