@@ -45,18 +45,19 @@ LauncherPrefs::LauncherPrefs(std::function<void()> startServices, std::shared_pt
                              QWidget *parent)
     : QWidget(parent), model(std::move(startServices), std::move(time)) {
     auto *content = new QWidget;
-    QVBoxLayout *groups = makeStack(content, groupSpacing, Theme::padding);
-    groups->addWidget(makeIdentityGroup());
-    groups->addWidget(makeApplyGroup());
-    groups->addStretch();
-
     auto *scrollArea = new QScrollArea(this);
     scrollArea->setFrameShape(QFrame::NoFrame);
     scrollArea->setWidgetResizable(true);
     // The controls inside take the focus, and are scrolled into view then.
     scrollArea->setFocusPolicy(Qt::NoFocus);
+    // While it is empty: setWidget() would lay it out for a size that it never gets.
     scrollArea->setWidget(content);
     makeStack(this, 0, 0)->addWidget(scrollArea);
+
+    QVBoxLayout *groups = makeStack(content, groupSpacing, Theme::padding);
+    groups->addWidget(makeIdentityGroup());
+    groups->addWidget(makeApplyGroup());
+    groups->addStretch();
 
     connect(&model, &LauncherPrefsModel::savedSuccessfullyChanged, this, &LauncherPrefs::showStatusLine);
     showStatusLine();

@@ -13,7 +13,9 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QLabel>
+#include <QProxyStyle>
 #include <QPushButton>
+#include <QScopeGuard>
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QTest>
@@ -376,6 +378,26 @@ class LauncherPrefsTest : public QObject {
         QTRY_VERIFY(QRect(QPoint(), scrollArea->viewport()->size())
                         .contains(QRect(form.button()->mapTo(scrollArea->viewport(), QPoint()),
                                         form.button()->size())));
+    }
+
+    void itIsNotLaidOutBeforeItIsShown() {
+        class CountingStyle : public QProxyStyle {
+          public:
+            mutable int measured = 0;
+
+          private:
+            QSize sizeFromContents(ContentsType type, const QStyleOption *option, const QSize &size,
+                                   const QWidget *widget) const override {
+                if (type == CT_LineEdit || type == CT_PushButton)
+                    ++measured;
+                return QProxyStyle::sizeFromContents(type, option, size, widget);
+            }
+        };
+        auto *const style = new CountingStyle;
+        QApplication::setStyle(style);
+        const auto restore = qScopeGuard([] { QApplication::setStyle(new LauncherStyle); });
+        const LauncherPrefs prefs([] {}, std::make_shared<ManualTime>());
+        QCOMPARE(style->measured, 0);
     }
 
     void withoutASupervisorToServeTheProgramEnds() {
