@@ -8,6 +8,8 @@
 #include <QAbstractScrollArea>
 #include <QApplication>
 #include <QFocusEvent>
+#include <QFontDatabase>
+#include <QFontInfo>
 #include <QMenu>
 #include <QPainter>
 #include <QStyleOption>
@@ -130,6 +132,17 @@ void drawFlatButton(const QStyleOptionButton &button, QPainter &painter) {
               inkOf(button, Theme::primaryText(palette)));
 }
 
+/// Whether the font has a weight between normal and bold. Where it has none, Qt draws normal for medium, but
+/// loads the font a second time for it.
+bool hasMediumWeight(const QFont &font) {
+    const QString family = QFontInfo(font).family();
+    const QStringList styles = QFontDatabase::styles(family);
+    return std::any_of(styles.begin(), styles.end(), [&family](const QString &style) {
+        const int weight = QFontDatabase::weight(family, style);
+        return weight > QFont::Normal && weight < QFont::Bold;
+    });
+}
+
 void drawPushButton(const QStyleOptionButton &button, QPainter &painter) {
     const QPalette &palette = button.palette;
     const bool isProminent = button.features.testFlag(QStyleOptionButton::DefaultButton) &&
@@ -150,8 +163,10 @@ void drawPushButton(const QStyleOptionButton &button, QPainter &painter) {
     if (showsFocus(button))  // in the label's colour and off the edge: the accent colour would not show here
         drawRing(painter, button.rect.adjusted(2, 2, -2, -2), controlRadius - 2, ringWidthOf(palette), ink);
     QFont font = painter.font();
-    font.setWeight(QFont::Medium);
-    painter.setFont(font);
+    if (hasMediumWeight(font)) {
+        font.setWeight(QFont::Medium);
+        painter.setFont(font);
+    }
     drawLabel(painter, button, labelOf(button), button.rect, Qt::AlignHCenter, ink, ink);
 }
 

@@ -4,7 +4,9 @@
 
 #include <QApplication>
 #include <QDialog>
+#include <QFontDatabase>
 #include <QMenu>
+#include <QPainter>
 #include <QProxyStyle>
 #include <QPushButton>
 #include <QScrollArea>
@@ -178,6 +180,26 @@ class LauncherStyleTest : public QObject {
         QCOMPARE(coloursBeforeTheText().size(), 1);
         choice->setChecked(true);
         QVERIFY(coloursBeforeTheText().contains(Theme::darkPalette().color(QPalette::Text).rgb()));
+    }
+
+    void aDefaultButtonsTextIsOfMediumWeightWhereTheFontHasIt_data() {
+        QTest::addColumn<QFont::Weight>("weight");
+        QTest::newRow("Inter") << QFont::Medium;
+        QTest::newRow("DejaVu Sans") << QFont::Normal;  // has only bold besides
+    }
+    void aDefaultButtonsTextIsOfMediumWeightWhereTheFontHasIt() {
+        const QString family = QTest::currentDataTag();
+        QVERIFY(QFontDatabase::hasFamily(family));
+        QStyleOptionButton option;
+        option.rect = QRect(0, 0, 100, 40);
+        option.state = QStyle::State_Enabled;
+        option.features = QStyleOptionButton::DefaultButton;
+        option.text = "Save";
+        QImage picture(option.rect.size(), QImage::Format_RGB32);
+        QPainter painter(&picture);
+        painter.setFont(QFont(family));
+        QApplication::style()->drawControl(QStyle::CE_PushButton, &option, &painter);
+        QTEST(painter.font().weight(), "weight");
     }
 
     void aDisabledDefaultButtonIsNotFilled() {
