@@ -3,6 +3,7 @@
 #include "RedirectRule.h"
 
 #include <QNetworkAccessManager>
+#include <QTimer>
 
 #include <array>
 #include <utility>
@@ -37,14 +38,11 @@ bool isStatusError(QNetworkReply::NetworkError error, int statusCode) {
 }  // namespace
 
 HttpTransfer::HttpTransfer(QNetworkAccessManager &manager, const QNetworkRequest &request, HttpBody body)
-    : manager(manager), request(request), body(std::move(body)) {
-    resourceTimer.setSingleShot(true);
-    connect(&resourceTimer, &QTimer::timeout, this, [this] { end(Error::TimedOut); });
-}
+    : manager(manager), request(request), body(std::move(body)) {}
 
 HttpReply HttpTransfer::run(std::chrono::milliseconds resourceTimeout) {
-    Q_ASSERT(!isOver && !resourceTimer.isActive());
-    resourceTimer.start(resourceTimeout);
+    Q_ASSERT(!isOver && !reply);
+    QTimer::singleShot(resourceTimeout, this, [this] { end(Error::TimedOut); });
     start(request.url());
     if (!isOver)
         loop.exec();

@@ -7,7 +7,6 @@
 #include <QNetworkReply>
 #include <QNetworkRequest>
 #include <QObject>
-#include <QTimer>
 
 #include <functional>
 #include <memory>
@@ -48,7 +47,6 @@ class HttpTransfer : public QObject {
     QNetworkRequest request;  // its URL follows the redirects
     const HttpBody body;
     QEventLoop loop;
-    QTimer resourceTimer;
     std::unique_ptr<QNetworkReply> reply;
     int redirects = 0;
     bool isOver = false;
