@@ -165,6 +165,14 @@ class ChunkDecoderTest : public QObject {
         QVERIFY(take(decoder, read).toStdString() == "\xF0\x9F\x9A" + read);
     }
 
+    void aFullReadIsTakenWholeThoughItsLastBytesAreNoText() {
+        ChunkDecoder decoder;
+        QCOMPARE(take(decoder, "\xF0\x9F\x9A"), LogElement());
+        const std::string text = '\x80' + std::string(65532, 'x');
+        QVERIFY(take(decoder, text + "\xFF\xFF\xFF").toStdString() == "\xF0\x9F\x9A" + text);
+        QCOMPARE(take(decoder, "!"), LogElement("\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD!"));
+    }
+
     void anyTextSplitAtEveryOffsetIsDecodedAsThePlainRuleSays() {
         std::mt19937 random(20261121);
         int cases = 0;
