@@ -61,6 +61,20 @@ class MetalinkHazardsTest : public QObject {
         QCOMPARE(metalink.mirrors, QList<QUrl>{QUrl(QStringLiteral("https://one.example/"))});
     }
 
+    void onlyATagHasAttributes_data() {
+        QTest::addColumn<QByteArray>("text");
+        const QByteArray equals(1000, '=');
+        QTest::newRow("text") << equals;
+        QTest::newRow("text after a comment") << "<!-- -->" + equals;
+        QTest::newRow("a comment") << "<!--<b " + equals + "-->";
+        QTest::newRow("CDATA") << "<![CDATA[<b " + equals + "]]>";
+        QTest::newRow("an instruction") << "<?a <b " + equals + "?>";
+    }
+    void onlyATagHasAttributes() {
+        QFETCH(QByteArray, text);
+        QVERIFY(isGood(parseMetalink("<a>" + text + goodElements + "</a>")));
+    }
+
     void externalEntitiesAreNeverFetched_data() {
         QTest::addColumn<QByteArray>("declarations");
         QTest::newRow("general") << QByteArray("<!DOCTYPE a [<!ENTITY e SYSTEM \"@/e\">]>");
