@@ -59,9 +59,10 @@ class PortProbeTest : public QObject {
         QVERIFY(!probe("127.0.0.1", port));
     }
 
-    void aPortAbove65535IsNotCutToSixteenBits() {
+    void aNumberThatIsNoPortIsNotCutToSixteenBits() {
         const Listener listener;
         QVERIFY(!probe("127.0.0.1", listener.port + 65536));
+        QVERIFY(!probe("127.0.0.1", listener.port - 65536));
         QVERIFY(!probe("127.0.0.1", INT64_MAX));
         QVERIFY(!probe("127.0.0.1", 0));
         QVERIFY(!probe("127.0.0.1", -1));
