@@ -143,6 +143,23 @@ class OutputReaderTest : public QObject {
         QCOMPARE(s.elements, (std::vector<LogElement>{"read"}));
     }
 
+    void whatArrivedBeforeADetachIsDeliveredByItAndNothingAfterIt() {
+        Subscription s;
+        s.write("one");
+        QVERIFY(s.waitUntilRead());
+        s.write("two");
+        QVERIFY(s.waitUntilRead());  // so "one" has arrived; the main thread has not looked yet
+        QVERIFY(s.elements.empty());
+        s.reader->detach();
+        QVERIFY(!s.elements.empty());
+        QCOMPARE(s.elements.front(), LogElement("one"));
+        const std::size_t delivered = s.elements.size();
+        s.pipe.writingEnd.close();
+        s.reader->childHasEnded();  // no read is under way
+        s.reader->handOver();
+        QCOMPARE(s.elements.size(), delivered);
+    }
+
     void whileTheMainThreadIsBusyTheChildIsNotHeldUpAndTheNewest1000Wait() {
         Subscription s;
         // Ten times as many reads as are kept, without the event loop turning once.
