@@ -21,8 +21,8 @@ bool isPlain(QByteArrayView text) {
     const auto *at = reinterpret_cast<const unsigned char *>(text.data());
     const auto size = static_cast<std::size_t>(text.size());
     const auto isOther = [](unsigned char c) { return !isPrintableAscii(c) && c != '\n'; };
-    constexpr std::size_t block =
-        64;  // with a constant number of iterations the compiler vectorises the loop
+    // With a constant number of iterations the compiler vectorises the loop.
+    constexpr std::size_t block = 64;
     std::size_t i = 0;
     for (; i + block <= size; i += block) {
         unsigned char found = 0;
