@@ -72,11 +72,14 @@ void LogViewport::setGrid(int columns, int rowHeight) {
 
 void LogViewport::sync(Hold hold, std::size_t bytesToCount) {
     const qint64 before = offset();
+    const bool keepsText = hold == Hold::Text && !layout.isEmpty();
     layout.sync();
     // Counted before the offset is looked up: an estimate that is corrected later would move the text.
     layout.measureBytes(bytesToCount);
-    if (hold == Hold::Offset || !layout.knows(anchor))
-        anchorAt(hold == Hold::Offset ? before : 0);
+    if (!keepsText)
+        anchorAt(before);
+    else if (!layout.knows(anchor))
+        anchorAt(0);
 }
 
 void LogViewport::settle() {

@@ -128,6 +128,14 @@ class LogViewportTest : public QObject {
         QVERIFY(seen.view.visibleRows() == before);
     }
 
+    /// As while the user drags in a console that is still empty.
+    void theFirstTextIsShownFromItsTopWhateverIsHeld() {
+        Seen seen;
+        seen.appendLines(100);
+        seen.view.sync(LogViewport::Hold::Text, 0);
+        QCOMPARE(seen.view.offset(), 0);
+    }
+
     void theOldestTextIsShownWhenWhatWasOnScreenHasDropped() {
         Seen seen;
         seen.appendLines(1000);
