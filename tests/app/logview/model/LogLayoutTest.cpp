@@ -39,6 +39,13 @@ class LogLayoutTest : public QObject {
         LogLayout layout(log);
         QCOMPARE(layout.columns(), 80);
         QCOMPARE(layout.rowHeight(), 16);
+        // Estimates go by what is counted in it.
+        log.append(QByteArray("a\n").repeated(10));
+        layout.sync();
+        layout.measure(0);
+        log.append(QByteArray(40, 'a'));
+        layout.sync();
+        QCOMPARE(layout.heightOf(1), 20 * 16);
     }
 
     void elementsStandBelowEachOther() {

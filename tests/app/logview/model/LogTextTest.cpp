@@ -219,6 +219,8 @@ class LogTextTest : public QObject {
         QCOMPARE(LogText::wordAt(log, at(0, 1)), (LogSpan{at(0, 0), at(0, 1)}));
         QCOMPARE(LogText::lineAt(log, at(0, 2)), (LogSpan{at(0, 2), at(0, 3)}));
         QCOMPARE(LogText::lineAt(log, at(0, 0)), (LogSpan{at(0, 0), at(0, 2)}));
+        const LogBuffer emptyFirst = logOf({"\na\n"});
+        QCOMPARE(LogText::lineAt(emptyFirst, at(0, 0)), (LogSpan{at(0, 0), at(0, 1)}));
     }
 
     void everyCharacterThatEndsALineEndsTheFirst() {
