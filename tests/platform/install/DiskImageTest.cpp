@@ -307,11 +307,20 @@ class DiskImageTest : public QObject {
         QVERIFY(!fs::exists("/escaped"));
     }
 
-    void aFolderThatCannotBeMadeIsRefused() {
-        // The file system allows 255 bytes. No file is inside that could not be created either.
-        QVERIFY(!attachWith(
-            listing("Path = " + QByteArray(256, 'x') + "\nSize = 0\nFolder = +\nMode = drwxr-xr-x\n\n"),
-            "exit 0"));
+    /// Each is the only entry, so that no other fails in its place.
+    void anEntryThatCannotBeMadeIsRefused_data() {
+        QTest::addColumn<QByteArray>("lines");
+        QTest::addColumn<QByteArray>("extract");
+        QTest::newRow("folder") << QByteArray("Size = 0\nFolder = +\nMode = drwxr-xr-x")
+                                << QByteArray("exit 0");
+        QTest::newRow("empty file") << QByteArray("Size = 0\nMode = -rw-r--r--") << QByteArray("exit 0");
+        QTest::newRow("link") << QByteArray("Size = 1\nMode = lrwxr-xr-x") << QByteArray("printf x");
+    }
+    void anEntryThatCannotBeMadeIsRefused() {
+        QFETCH(QByteArray, lines);
+        QFETCH(QByteArray, extract);
+        const QByteArray name(256, 'x');  // a file system allows 255 bytes
+        QVERIFY(!attachWith(listing("Path = " + name + "\n" + lines + "\n\n"), extract));
         QVERIFY(fs::is_empty(mountPoint));
     }
 

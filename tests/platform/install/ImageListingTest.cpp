@@ -78,6 +78,7 @@ class ImageListingTest : public QObject {
         QVERIFY(entries);
         QCOMPARE(entries->at(0).kind == ImageEntry::Kind::Folder, isFolder);
         QCOMPARE(static_cast<int>(entries->at(0).permissions), isFolder ? 0755 : 0644);
+        QCOMPARE(entries->at(0).size, std::uint64_t(0));
     }
 
     void whatContradictsItselfOrIsNoFileIsRefused_data() {
