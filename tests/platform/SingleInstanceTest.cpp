@@ -457,7 +457,8 @@ class SingleInstanceTest : public QObject {
 
     void anotherProcessThatHasAChildsIdHoldsNobodyUp() {
         exitCode(startAnother(home()));
-        std::ofstream(stateFolder(home()) / "instance.lock") << getpid() << " 1\nno number\n";
+        std::ofstream(stateFolder(home()) / "instance.lock") << getpid() << " 0\n"
+                                                             << getpid() << " 1\nno number\n";
         const pid_t next = startAnother(home());
         QVERIFY(waitWithoutEvents([&] { return hasEnded(next); }, std::chrono::seconds(5)));
         QCOMPARE(exitCode(next), asExitCode(SingleInstance::Start::First));
