@@ -194,12 +194,16 @@ class ProcessTest : public QObject {
         qputenv("FERROLT_TEST_MARK", "inherited");
         Child child({"facts"});
         const auto failure = child.launch();
-        pthread_sigmask(SIG_SETMASK, &before, nullptr);
+        sigset_t after;
+        pthread_sigmask(SIG_SETMASK, &before, &after);
         std::signal(SIGUSR2, SIG_DFL);
         std::signal(SIGHUP, SIG_DFL);
         close(file);
         close(high);
         QVERIFY(!failure);
+        // The launcher keeps its own.
+        QCOMPARE(sigismember(&after, SIGTERM), 1);
+        QCOMPARE(sigismember(&after, SIGINT), 0);
         child.process.waitUntilExit();
         const std::string facts = child.output();
         QCOMPARE(factOf(facts, "descriptors"), "0 1 2");

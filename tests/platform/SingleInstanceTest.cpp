@@ -383,6 +383,14 @@ class SingleInstanceTest : public QObject {
         exitCode(stranger);
     }
 
+    void theFoldersThatItMakesAreForThisUserOnly() {
+        QVERIFY(!std::filesystem::exists(home() / ".local"));
+        const SingleInstance first(home());
+        const auto parent = stateFolder(home()).parent_path();
+        for (const auto &folder : {stateFolder(home()), parent, parent.parent_path()})
+            QCOMPARE(std::filesystem::status(folder).permissions(), std::filesystem::perms::owner_all);
+    }
+
     void whatAnotherUserLeftThereIsNotUsedAndStopsNoStart_data() {
         QTest::addColumn<QString>("left");
         QTest::newRow("their folder, open to all") << "folder";
