@@ -22,6 +22,8 @@ class InstallProgressTest : public QObject {
         QTest::newRow("downloading who knows how much")
             << Status{Phase::Downloading, version, 143'900'000, -1}
             << QStringLiteral("LibreOffice 26.2.4: 143 MB");
+        QTest::newRow("downloading nothing")
+            << Status{Phase::Downloading, version, 0, 0} << QStringLiteral("LibreOffice 26.2.4: 0 of 0 MB");
         QTest::newRow("verifying") << Status{Phase::Verifying, version, 0, -1}
                                    << QStringLiteral("LibreOffice 26.2.4: verifying");
         QTest::newRow("installing") << Status{Phase::Installing, version, 5, 10}
