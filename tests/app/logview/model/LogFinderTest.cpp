@@ -134,6 +134,18 @@ class LogFinderTest : public QObject {
         QCOMPARE(finder.total(), 9U);
     }
 
+    void withoutANeedleOrTheTextThereAreNoHits() {
+        LogBuffer log;
+        log.append("hit\n");
+        LogFinder finder(log);
+        QVERIFY(finder.hitsBetween(0, ByteOffset{0}, ByteOffset{4}).empty());
+        finder.setNeedle(QStringLiteral("hit"));
+        QCOMPARE(finder.hitsBetween(0, ByteOffset{0}, ByteOffset{4}).size(), 1U);
+        log.append("hit\n");
+        log.takeFirst();
+        QVERIFY(finder.hitsBetween(0, ByteOffset{0}, ByteOffset{4}).empty());
+    }
+
     void hitsDoNotOverlap() {
         LogBuffer log;
         log.append("aaaaa");
