@@ -384,10 +384,11 @@ class SingleInstanceTest : public QObject {
     }
 
     void theFoldersThatItMakesAreForThisUserOnly() {
-        QVERIFY(!std::filesystem::exists(home() / ".local"));
-        const SingleInstance first(home());
-        const auto parent = stateFolder(home()).parent_path();
-        for (const auto &folder : {stateFolder(home()), parent, parent.parent_path()})
+        const QTemporaryDir fresh;
+        const std::filesystem::path newHome = fresh.path().toStdString();
+        const SingleInstance first(newHome);
+        const auto parent = stateFolder(newHome).parent_path();
+        for (const auto &folder : {stateFolder(newHome), parent, parent.parent_path()})
             QCOMPARE(std::filesystem::status(folder).permissions(), std::filesystem::perms::owner_all);
     }
 
