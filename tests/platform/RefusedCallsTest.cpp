@@ -84,9 +84,8 @@ class RefusedCallsTest : public QObject {
     void aChildWithoutStandardDescriptorsIsNotStarted() {
         for (const unsigned descriptor : {0U, 1U, 2U}) {
             const int code = inChild([&] {
-                for (const long call : {SYS_dup2, SYS_dup3})
-                    if (!refuseCall(call, EBUSY, CallArgument{1, descriptor}))
-                        return 1;
+                if (!refuseCalls({SYS_dup2, SYS_dup3}, EBUSY, CallArgument{1, descriptor}))
+                    return 1;
                 const int status = runScript("exit 0");
                 return status == -1 && errno == EBUSY && waitpid(-1, nullptr, WNOHANG) == -1 ? 0 : 2;
             });
@@ -197,9 +196,8 @@ class RefusedCallsTest : public QObject {
     void aFileThatCannotTakeTheOldOnesPlaceIsRemoved() {
         std::ofstream(folder / "file") << "old";
         const int code = inChild([&] {
-            for (const long call : {SYS_rename, SYS_renameat, SYS_renameat2})
-                if (!refuseCall(call, EIO))
-                    return 1;
+            if (!refuseCalls({SYS_rename, SYS_renameat, SYS_renameat2}, EIO))
+                return 1;
             std::error_code reason;
             return !replaceFile(folder / "file", "new", reason) && reason == std::errc::io_error ? 0 : 2;
         });
@@ -276,9 +274,8 @@ class RefusedCallsTest : public QObject {
 
     void aProgramWhoseFileIsUnknownIsNeverReplaced() {
         const int code = inChild([] {
-            for (const long call : {SYS_readlink, SYS_readlinkat})
-                if (!refuseCall(call, EACCES))
-                    return 1;
+            if (!refuseCalls({SYS_readlink, SYS_readlinkat}, EACCES))
+                return 1;
             if (!runningProgram().empty())
                 return 2;
             return ProgramFile().isReplaced() ? 3 : 0;

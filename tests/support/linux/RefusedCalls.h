@@ -1,6 +1,8 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
+#include <initializer_list>
 #include <optional>
 #include <vector>
 
@@ -53,6 +55,12 @@ inline bool refuseCall(long call, int error, std::optional<CallArgument> only = 
     const sock_fprog filter{static_cast<unsigned short>(program.size()), program.data()};
     return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
            prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter) == 0;
+}
+
+/// The same for all calls by which one function of the C library may reach the kernel.
+inline bool refuseCalls(std::initializer_list<long> calls, int error,
+                        std::optional<CallArgument> only = std::nullopt) {
+    return std::all_of(calls.begin(), calls.end(), [&](long call) { return refuseCall(call, error, only); });
 }
 
 }  // namespace ferrolt
