@@ -1,12 +1,13 @@
 #include "Launcher.h"
 
+#include "ProcessFacts.h"
+
 #include <QDir>
 #include <QFile>
 #include <QTest>
 
 #include <fstream>
 #include <memory>
-#include <sstream>
 #include <vector>
 
 namespace ferrolt {
@@ -30,25 +31,12 @@ Launcher::~Launcher() {
 
 std::optional<ChildFacts> Launcher::child(const QString &name) const {
     for (const QString &entry : QDir("/proc").entryList(QDir::Dirs)) {
-        std::ifstream file("/proc/" + entry.toStdString() + "/stat");
-        std::string line;
-        if (!entry.front().isDigit() || !std::getline(file, line))
+        if (!entry.front().isDigit())
             continue;
-        const auto open = line.find('(');
-        const auto close = line.rfind(')');
-        if (open == std::string::npos || line.substr(open + 1, close - open - 1) != name.toStdString())
-            continue;
-        std::istringstream rest(line.substr(close + 2));
-        std::string state;
-        pid_t parent = 0;
-        rest >> state >> parent;
-        std::string skipped;
-        for (int field = 5; field <= 21; ++field)
-            rest >> skipped;
-        ChildFacts facts{.id = static_cast<pid_t>(entry.toInt())};
-        rest >> facts.startTime;  // field 22
-        if (parent == id() && state != "Z")
-            return facts;
+        const auto process = static_cast<pid_t>(entry.toInt());
+        const auto stat = processStat(process);
+        if (stat && stat->name == name.toStdString() && stat->parent == id() && stat->state != 'Z')
+            return ChildFacts{.id = process, .startTime = stat->startTime};
     }
     return std::nullopt;
 }

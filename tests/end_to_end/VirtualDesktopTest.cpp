@@ -28,9 +28,8 @@ int stayOnADesktop() {
 std::vector<pid_t> childrenOf(qint64 process) {
     std::vector<pid_t> children;
     for (const QString &entry : QDir("/proc").entryList(QDir::Dirs)) {
-        QFile status("/proc/" + entry + "/status");
-        if (status.open(QIODevice::ReadOnly) &&
-            status.readAll().contains("\nPPid:\t" + QByteArray::number(process) + "\n"))
+        const auto stat = processStat(static_cast<pid_t>(entry.toInt()));
+        if (stat && stat->parent == process)
             children.push_back(static_cast<pid_t>(entry.toInt()));
     }
     return children;

@@ -1,10 +1,11 @@
 #include "Descendants.h"
 
+#include "ProcessFacts.h"
+
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <map>
-#include <optional>
 #include <sstream>
 
 #include <sys/prctl.h>
@@ -20,15 +21,6 @@ struct Entry {
     bool isZombie = false;
 };
 
-/// Nothing also when the process ends between the opening and the reading.
-std::optional<std::string> contentOf(const std::string &file) {
-    const std::ifstream in(file);
-    std::ostringstream text;
-    if (!in || !(text << in.rdbuf()))
-        return std::nullopt;
-    return text.str();
-}
-
 /// All processes by their parent's id.
 std::multimap<pid_t, Entry> processes() {
     std::multimap<pid_t, Entry> found;
@@ -38,21 +30,19 @@ std::multimap<pid_t, Entry> processes() {
         const std::string id = entry->path().filename();
         if (id.find_first_not_of("0123456789") != std::string::npos)
             continue;
-        const auto stat = contentOf("/proc/" + id + "/stat");
-        const auto name = stat ? stat->rfind(')') : std::string::npos;
-        if (name == std::string::npos)
-            continue;
-        std::istringstream rest(stat->substr(name + 1));
-        std::string state;
-        pid_t parent = 0;
-        rest >> state >> parent;
-        found.emplace(parent, Entry{static_cast<pid_t>(std::stol(id)), state == "Z" || state == "X"});
+        const auto process = static_cast<pid_t>(std::stol(id));
+        if (const auto stat = processStat(process))
+            found.emplace(stat->parent, Entry{process, !stat->isAlive()});
     }
     return found;
 }
 
 std::string commandOf(pid_t process) {
-    std::string command = contentOf("/proc/" + std::to_string(process) + "/cmdline").value_or("");
+    // Empty also when the process ends between the opening and the reading.
+    const std::ifstream file("/proc/" + std::to_string(process) + "/cmdline");
+    std::ostringstream text;
+    text << file.rdbuf();
+    std::string command = text.str();
     std::replace(command.begin(), command.end(), '\0', ' ');
     return command;
 }

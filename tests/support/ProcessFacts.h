@@ -1,6 +1,7 @@
 #pragma once
 
 #include <fstream>
+#include <optional>
 #include <sstream>
 #include <string>
 
@@ -37,14 +38,40 @@ inline int threadsNamed(const std::string &prefix) {
     return count;
 }
 
-/// The state letter of a process as the kernel tells it ('R', 'S', 'Z', ...); 0 when it is gone.
-inline char processState(pid_t process) {
-    std::ifstream file("/proc/" + std::to_string(process) + "/stat");
+/// What the kernel tells of a process in /proc/ID/stat.
+struct ProcessStat {
+    std::string name;
+    char state = '\0';  ///< 'R', 'S', 'Z', ...
+    pid_t parent = 0;
+    unsigned long long startTime = 0;  ///< in clock ticks since the machine's start
+
+    bool isAlive() const { return state != 'Z' && state != 'X'; }
+};
+
+/// Nothing when the process is gone, also when it ends between the opening and the reading.
+inline std::optional<ProcessStat> processStat(pid_t process) {
+    const std::ifstream file("/proc/" + std::to_string(process) + "/stat");
     std::stringstream text;
     text << file.rdbuf();
     const std::string line = text.str();
-    const auto name = line.rfind(')');
-    return name == std::string::npos || name + 2 >= line.size() ? '\0' : line[name + 2];
+    const auto open = line.find('(');
+    const auto close = line.rfind(')');  // the name itself may contain blanks and parentheses
+    if (open == std::string::npos || close == std::string::npos)
+        return std::nullopt;
+    ProcessStat stat{.name = line.substr(open + 1, close - open - 1)};
+    std::istringstream rest(line.substr(close + 1));
+    rest >> stat.state >> stat.parent;
+    std::string skipped;
+    for (int field = 5; field <= 21; ++field)
+        rest >> skipped;
+    rest >> stat.startTime;  // field 22
+    return stat;
+}
+
+/// The state letter of a process; 0 when it is gone.
+inline char processState(pid_t process) {
+    const auto stat = processStat(process);
+    return stat ? stat->state : '\0';
 }
 
 /// A bit for each signal that the process ignores, the lowest one for signal 1.
@@ -58,8 +85,8 @@ inline unsigned long long ignoredSignals(pid_t process) {
 
 /// Whether the process is there and no zombie.
 inline bool isAlive(pid_t process) {
-    const char state = processState(process);
-    return state != '\0' && state != 'Z' && state != 'X';
+    const auto stat = processStat(process);
+    return stat && stat->isAlive();
 }
 
 }  // namespace ferrolt
