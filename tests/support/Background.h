@@ -14,9 +14,10 @@ template <class Work>
 auto inBackground(Work work) {
     std::packaged_task<decltype(work())()> task(std::move(work));
     auto result = task.get_future();
-    std::thread(std::move(task)).detach();
+    std::thread thread(std::move(task));
     while (result.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready)
         QCoreApplication::processEvents();
+    thread.join();  // at its end Qt frees what the thread had; a program that ends before would leak it
     return result.get();
 }
 
