@@ -5,6 +5,7 @@
 #include "DesktopReopen.h"
 #include "DesktopSession.h"
 #include "DesktopTray.h"
+#include "DisplayLoss.h"
 #include "EndProcess.h"
 #include "Ferrolt_Miner_LauncherApp.h"
 #include "FirstTimeNotices.h"
@@ -152,6 +153,7 @@ int run(int argc, char **argv) {
     }
 
     DesktopReopen desktop;
+    endWithTheDisplay();
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("ferrolt-miner-launcher"));
     QApplication::setApplicationDisplayName(QStringLiteral("Ferrolt Miner Launcher"));

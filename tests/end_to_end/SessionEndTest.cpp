@@ -129,6 +129,7 @@ class SessionEndTest : public QObject {
         fragile.reset();
         QVERIFY(waitUntil([&] { return !launcher.isRunning(); }));
         QCOMPARE(launcher.program().exitStatus(), QProcess::NormalExit);
+        QCOMPARE(launcher.program().exitCode(), 1);
         QVERIFY(waitUntil([&] { return !isAlive(engine) && !isAlive(client); }, 1s));
     }
 };
