@@ -60,6 +60,8 @@ void UpgradeOffer::ask() {
     box->setDefaultButton(later);
     box->setEscapeButton(later);
     connect(box, &QMessageBox::finished, this, [this, restart] {
+        // A second press of a key reaches the box before it has deleted itself, and finishes it once more.
+        box->disconnect(this);
         const bool isAccepted = box->clickedButton() == restart;
         box = nullptr;  // deletes itself
         if (isAccepted)

@@ -7,6 +7,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QMessageBox>
+#include <QPointer>
 #include <QTest>
 #include <QTimer>
 #include <QWidget>
@@ -99,6 +100,18 @@ class UpgradeOfferTest : public QObject {
         QVERIFY(QTest::qWaitForWindowActive(u.boxes().at(0)));
         QTest::keyClick(u.boxes().at(0), Qt::Key(key));
         QVERIFY(waitUntil([&] { return u.boxes().isEmpty(); }));
+        QCOMPARE(u.accepted, 0);
+    }
+
+    void aKeyThatIsPressedTwiceAnswersOnce() {
+        Upgraded u;
+        u.offer.ask();
+        const QPointer<QMessageBox> box = u.boxes().at(0);
+        QVERIFY(QTest::qWaitForWindowActive(box));
+        QTest::keyClick(box, Qt::Key_Escape);
+        QVERIFY(box);  // it deletes itself later
+        QTest::keyClick(box, Qt::Key_Escape);
+        QVERIFY(waitUntil([&] { return !box; }));
         QCOMPARE(u.accepted, 0);
     }
 
