@@ -27,9 +27,9 @@ has_window_manager() {
 }
 
 start_display() {
-    # A number of its own: servers of the same number in different networks take each other's files in /tmp. And no
-    # reset when the last program leaves: that drops those that connect meanwhile.
-    Xvfb ":$((50100 + $$ % 9000))" -noreset -displayfd 3 -screen 0 1280x800x24 -nolisten tcp 3>"$virtual_display_files/display" 2>"$virtual_display_files/display.log" &
+    # No reset when the last program leaves: that drops those that connect meanwhile. And no files in /tmp, which servers
+    # of the same number in different networks would take from each other: it is found by its abstract socket.
+    Xvfb -noreset -displayfd 3 -screen 0 1280x800x24 -nolisten tcp -nolisten unix 3>"$virtual_display_files/display" 2>"$virtual_display_files/display.log" &
     virtual_display_services+=("$!")
     wait_until 60 is_filled "$virtual_display_files/display" || fail "The virtual display does not start: $(<"$virtual_display_files/display.log")"
     DISPLAY=:$(<"$virtual_display_files/display")

@@ -2,7 +2,6 @@
 
 #include "Waiting.h"
 
-#include <QCoreApplication>
 #include <QFile>
 
 #include <csignal>
@@ -11,25 +10,16 @@
 
 namespace ferrolt {
 
-namespace {
-
-/// A number that no other desktop has. The X server's own choice is the first that is free in its network,
-/// and servers of the same number in different networks take each other's files in /tmp.
-QString displayNumber() {
-    static int count = 0;
-    return ":" + QString::number(100 + QCoreApplication::applicationPid() % 5000 * 10 + count++ % 10);
-}
-
-}  // namespace
-
 VirtualDesktop::VirtualDesktop(const QStringList &windowManager, const QString &screenSize) {
     QDir(folder.path()).mkdir("runtime");
     QFile::setPermissions(folder.filePath("runtime"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     bus = startWithAnnouncement("dbus-daemon",
                                 {"--session", "--nofork", "--nopidfile", "--nosyslog", "--print-address=1"});
-    // A server that resets when its last program leaves drops those that connect meanwhile.
-    display = startWithAnnouncement("Xvfb", {displayNumber(), "-noreset", "-displayfd", "1", "-screen", "0",
-                                             screenSize + "x24", "-nolisten", "tcp"});
+    // A server that resets when its last program leaves drops those that connect meanwhile. It takes the
+    // first number that is free in its network; servers of the same number in different networks would take
+    // each other's files in /tmp, so it has none and is found by its abstract socket.
+    display = startWithAnnouncement("Xvfb", {"-noreset", "-displayfd", "1", "-screen", "0",
+                                             screenSize + "x24", "-nolisten", "tcp", "-nolisten", "unix"});
     if (!display.isEmpty())
         display.prepend(':');
     auto &manager = addService();
