@@ -5,7 +5,7 @@ endforeach()
 foreach(test InstallerMachineTest InstallerMetalinkTest LibreOfficeInstallerTest UpdaterTest)
     ferrolt_test(updates ${test} TLS)
 endforeach()
-ferrolt_test(updates InstallerMirrorsTest TLS COST 30)
+ferrolt_test(updates InstallerMirrorsTest TLS TIMEOUT 300 COST 30)
 ferrolt_test(updates MetalinkHazardsTest TLS TIMEOUT 600 COST 10 LONG_UNDER thread)  # the parser has one thread
 if(NOT APPLE)
     target_include_directories(updates-tests PRIVATE ${PROJECT_SOURCE_DIR}/platform/install/linux)
