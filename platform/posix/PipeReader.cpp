@@ -133,12 +133,13 @@ void PipeReader::detach() {
 
 void PipeReader::childHasEnded() {
     Q_ASSERT(shared->thread.load() != std::thread::id());
-    Q_ASSERT(shared->thread.load() != std::this_thread::get_id());
     shared->childEnded.store(true, std::memory_order_release);
     // Not by a write, which can lack the memory; the wait below would then never end while another process
     // holds the pipe open.
     shared->wakeUp.writingEnd.close();
     std::unique_lock lock(shared->mutex);
+    // Once the reading thread has ended another one may have its id.
+    Q_ASSERT(shared->closed || shared->thread.load() != std::this_thread::get_id());
     shared->changed.wait(lock, [&] { return shared->closed; });
 }
 

@@ -12,7 +12,9 @@
 #include <chrono>
 #include <csignal>
 #include <future>
+#include <latch>
 #include <mutex>
+#include <span>
 #include <string>
 #include <thread>
 #include <vector>
@@ -160,6 +162,35 @@ class PipeReaderTest : public QObject {
         QCOMPARE(collector.joined(), "last words\n");
         QVERIFY(isClosedForWriting(pipe));
         reader->childHasEnded();  // once more changes nothing and does not wait
+    }
+
+    /// The system gives the id of a thread that has ended to a later one.
+    void theChildsEndMayComeFromAThreadWithTheIdOfTheEndedReader() {
+        std::promise<std::thread::id> announced;
+        Pipe pipe = Pipe::open();
+        const auto reader = startReader(std::move(pipe.readingEnd), [&](std::span<const std::byte>) {
+            announced.set_value(std::this_thread::get_id());
+        });
+        write(pipe, "x");
+        const std::thread::id readingThread = announced.get_future().get();
+        pipe.writingEnd.close();
+        std::atomic<bool> wasTold = false;
+        QVERIFY(waitWithoutEvents([&] {
+            constexpr int count = 20;  // at once, so that their ids differ: more than threads have ended
+            std::latch allRun(count);
+            std::vector<std::thread> threads;
+            for (int i = 0; i < count; ++i)
+                threads.emplace_back([&] {
+                    allRun.arrive_and_wait();
+                    if (std::this_thread::get_id() == readingThread) {
+                        reader->childHasEnded();
+                        wasTold = true;
+                    }
+                });
+            for (std::thread &thread : threads)
+                thread.join();
+            return wasTold.load();
+        }));
     }
 
     void aGrandchildThatFloodsDoesNotDelayTheChildsEnd() {
