@@ -27,9 +27,10 @@ has_window_manager() {
 }
 
 start_display() {
-    # No reset when the last program leaves: that drops those that connect meanwhile. And no files in /tmp, which servers
-    # of the same number in different networks would take from each other: it is found by its abstract socket.
-    Xvfb -noreset -displayfd 3 -screen 0 1280x800x24 -nolisten tcp -nolisten unix 3>"$virtual_display_files/display" 2>"$virtual_display_files/display.log" &
+    # A number that no other server has: servers of the same number in different networks take each other's files in
+    # /tmp, by which programs in networks of their own find it. No reset when the last program leaves: that drops those
+    # that connect meanwhile.
+    Xvfb ":$((50100 + SRANDOM % 9000))" -noreset -displayfd 3 -screen 0 1280x800x24 -nolisten tcp 3>"$virtual_display_files/display" 2>"$virtual_display_files/display.log" &
     virtual_display_services+=("$!")
     wait_until 60 is_filled "$virtual_display_files/display" || fail "The virtual display does not start: $(<"$virtual_display_files/display.log")"
     DISPLAY=:$(<"$virtual_display_files/display")
