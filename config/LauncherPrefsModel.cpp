@@ -9,41 +9,26 @@
 #include <QPointer>
 #include <QtGlobal>
 
-#include <condition_variable>
-#include <mutex>
 #include <string>
 #include <utility>
 
 namespace ferrolt {
 
-/// Shared with the thread that saves, which may live longer than the form.
-struct LauncherPrefsModel::Saves {
-    std::mutex mutex;
-    std::condition_variable changed;
-    int running = 0;
-};
-
 LauncherPrefsModel::LauncherPrefsModel(std::function<void()> startServices, std::shared_ptr<TimeSource> time)
     : startServices(std::move(startServices)),
       time(std::move(time)),
-      saves(std::make_shared<Saves>()),
       saveQueue(std::string(reverseDomain) + ".save-identity", QualityOfService::Default) {
     if (!this->startServices || !this->time)
         qFatal("The settings form was built without the supervisor that it serves.");
 }
 
 LauncherPrefsModel::~LauncherPrefsModel() {
-    waitForSaves(maxWaitAtEnd);
-}
-
-bool LauncherPrefsModel::waitForSaves(std::chrono::milliseconds timeout) const {
-    std::unique_lock lock(saves->mutex);
-    return saves->changed.wait_for(lock, timeout, [&] { return saves->running == 0; });
+    saveQueue.waitUntilDone(maxWaitAtEnd);
 }
 
 void LauncherPrefsModel::load() {
     assertMainThread();
-    if (!waitForSaves(std::chrono::milliseconds::zero()))
+    if (!saveQueue.waitUntilDone(std::chrono::milliseconds::zero()))
         return;
     _email = LoadProps::MinerEmailAddress();
     _entity = LoadProps::MinerEntityName();
@@ -52,22 +37,15 @@ void LauncherPrefsModel::load() {
 
 void LauncherPrefsModel::saveAndApply() {
     assertMainThread();
-    const auto save = [saves = saves, email = _email, entity = _entity, displayName = _displayName,
+    const auto save = [email = _email, entity = _entity, displayName = _displayName,
                        startServices = startServices] {
         SaveProps::save(email, entity, displayName);
         MainQueue::async(startServices);
-        std::lock_guard lock(saves->mutex);
-        --saves->running;
-        saves->changed.notify_all();
     };
     clientConfigurationPath();  // computes and caches it: the first call must be on the main thread
-    {
-        std::lock_guard lock(saves->mutex);
-        ++saves->running;
-    }
     if (!saveQueue.async(save))
         save();  // the system has no thread to give, so the main thread waits for the disk
-    waitForSaves(maxFreeze);
+    saveQueue.waitUntilDone(maxFreeze);
     setSavedSuccessfully(true);
     time->callAfter(successDuration, [model = QPointer(this)] {
         if (model)

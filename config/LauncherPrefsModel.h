@@ -61,15 +61,10 @@ class LauncherPrefsModel : public QObject {
 
   private:
     void setSavedSuccessfully(bool isSaved);
-    /// False if a save still runs after `timeout`.
-    bool waitForSaves(std::chrono::milliseconds timeout) const;
 
     std::function<void()> startServices;
     std::shared_ptr<TimeSource> time;
     bool _isSavedSuccessfully = false;
-
-    struct Saves;
-    std::shared_ptr<Saves> saves;
     WorkQueue saveQueue;
 };
 

@@ -2,6 +2,7 @@
 
 #include "BackgroundQueue.h"
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -26,6 +27,10 @@ class WorkQueue {
     /// Queues `work`. Any thread, also from inside the queue's own work. The work must not throw. Returns
     /// false, and does not run the work, if the system cannot create a thread.
     [[nodiscard]] bool async(std::function<void()> work);
+
+    /// Waits until no work is left, but no longer than `timeout`: false if some is left then. Any thread but
+    /// the queue's.
+    bool waitUntilDone(std::chrono::milliseconds timeout) const;
 
   private:
     struct Shared;

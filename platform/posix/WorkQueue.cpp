@@ -4,6 +4,7 @@
 
 #include <QtGlobal>
 
+#include <condition_variable>
 #include <deque>
 #include <mutex>
 #include <system_error>
@@ -17,6 +18,7 @@ struct WorkQueue::Shared {
     std::string threadName;
     QualityOfService service;
     std::mutex mutex;
+    std::condition_variable done;
     std::deque<std::function<void()>> waiting;
     bool running = false;
 
@@ -61,6 +63,11 @@ bool WorkQueue::async(std::function<void()> work) {
     return true;
 }
 
+bool WorkQueue::waitUntilDone(std::chrono::milliseconds timeout) const {
+    std::unique_lock lock(shared->mutex);
+    return shared->done.wait_for(lock, timeout, [this] { return !shared->running; });
+}
+
 void WorkQueue::Shared::run() {
     nameThisThread(threadName.c_str());
     if (service == QualityOfService::Utility)
@@ -71,6 +78,7 @@ void WorkQueue::Shared::run() {
             std::lock_guard lock(mutex);
             if (waiting.empty()) {
                 running = false;
+                done.notify_all();
                 return;
             }
             work = std::move(waiting.front());

@@ -8,6 +8,7 @@
 #include <QTest>
 
 #include <atomic>
+#include <chrono>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -16,6 +17,7 @@
 #include <unistd.h>
 
 using namespace ferrolt;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -125,6 +127,24 @@ class WorkQueueTest : public QObject {
         QCOMPARE(done, 0);
         release = true;
         QVERIFY(waitUntil([&] { return done == 3; }));
+    }
+
+    void waitingEndsWithTheLastWorkOrWithTheTime() {
+        WorkQueue queue("io.example.wait", QualityOfService::Default);
+        QVERIFY(queue.waitUntilDone(0ms));
+        std::atomic<bool> release = false;
+        std::atomic<int> done = 0;
+        for (int i = 0; i < 3; ++i)
+            QVERIFY(queue.async([&] {
+                while (!release)
+                    std::this_thread::yield();
+                ++done;
+            }));
+        QVERIFY(!queue.waitUntilDone(0ms));
+        QVERIFY(!queue.waitUntilDone(20ms));
+        release = true;
+        QVERIFY(queue.waitUntilDone(20s));
+        QCOMPARE(done, 3);
     }
 
     void thereIsNoThreadWithoutWork() {
