@@ -14,6 +14,7 @@
 #include <QStandardPaths>
 
 #include <cerrno>
+#include <chrono>
 #include <filesystem>
 #include <string>
 #include <utility>
@@ -22,6 +23,7 @@ namespace ferrolt {
 namespace {
 
 constexpr int warningSide = 40;
+constexpr std::chrono::seconds maxWaitAtEnd{10};
 
 QString documentsFolder() {
     const QString documents = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
@@ -53,6 +55,11 @@ LogSaver::LogSaver(QWidget *window)
     assertMainThread();
 }
 
+/// The program ends without its background threads, and the user has seen the dialog accept the name.
+LogSaver::~LogSaver() {
+    queue.waitUntilDone(maxWaitAtEnd);
+}
+
 void LogSaver::save(const QString &title, const LogBuffer &log) {
     if (dialog != nullptr)
         return;
@@ -63,8 +70,11 @@ void LogSaver::save(const QString &title, const LogBuffer &log) {
     dialog->setNameFilters({tr("Logs (*.log)"), tr("All Files (*)")});
     dialog->setDefaultSuffix(QStringLiteral("log"));
     dialog->selectFile(title + QStringLiteral(".log"));
-    connect(dialog, &QFileDialog::fileSelected, this,
-            [this, &log](const QString &file) { write(file, log.snapshot()); });
+    connect(dialog, &QFileDialog::fileSelected, this, [this, &log](const QString &file) {
+        // A second press of a key reaches the dialog before it has deleted itself.
+        dialog->disconnect(this);
+        write(file, log.snapshot());
+    });
     dialog->open();
 }
 

@@ -26,6 +26,8 @@ class LogSaver : public QObject {
   public:
     /// `window` gets the dialogs and becomes the parent.
     explicit LogSaver(QWidget *window);
+    /// Waits for a file that is being written, up to ten seconds for a slow disk.
+    ~LogSaver() override;
 
     /// Asks for a file and proposes one with the name `title`; saves the log as it is when the user has
     /// answered. Does nothing while the dialog is open. `log` must outlive the window.

@@ -74,6 +74,33 @@ class LogSaverTest : public QObject {
         QVERIFY(read(saving.path("full.log")) == element.repeated(999) + "the end\n");
     }
 
+    void aFileIsWrittenWholeThoughTheWindowGoesMeanwhile() {
+        const QTemporaryDir folder;
+        const QByteArray element = QByteArray("0123456789abcde\n").repeated(4096);
+        {
+            Saving saving;
+            for (int i = 0; i < 999; ++i)
+                saving.log.append(element);
+            saving.appendAndWait("the end\n");
+            saving.ask();
+            saving.answer(folder.filePath("full.log"));
+        }
+        QVERIFY(read(folder.filePath("full.log")) == element.repeated(999) + "the end\n");
+    }
+
+    void anAnswerThatIsGivenTwiceWritesTheFileOnce() {
+        Saving saving;
+        saving.appendAndWait("one\n");
+        saving.ask();
+        QFileDialog *const dialog = saving.dialogs().constFirst();
+        Q_EMIT dialog->fileSelected(saving.path("a.log"));
+        Q_EMIT dialog->fileSelected(saving.path("b.log"));
+        QVERIFY(waitUntil([&] { return saving.saved.size() == 1; }));
+        QTest::qWait(100);
+        QCOMPARE(saving.saved.size(), 1);
+        QVERIFY(!QFile::exists(saving.path("b.log")));
+    }
+
     void itProposesTheLogsTitleInTheDocumentsFolder() {
         Saving saving;
         saving.appendAndWait("one\n");
