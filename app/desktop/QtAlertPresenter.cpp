@@ -151,6 +151,7 @@ void QtAlertPresenter::appearAgain() {
     box->setWindowModality(modality());
     box->setAttribute(Qt::WA_ShowWithoutActivating, false);
     box->show();
+    sinceShown.start();  // the keys that were meant for the window come to the box from now on
     box->raise();
     box->activateWindow();
 }

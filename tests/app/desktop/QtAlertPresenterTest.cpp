@@ -191,6 +191,28 @@ class QtAlertPresenterTest : public QObject {
         QCOMPARE(shown()->isModal(), takesKeyboard);
     }
 
+    void aKeyMeantForTheMainWindowDismissesNoWarningThatJustTookItsKeyboard() {
+        QWidget window;
+        QtAlertPresenter presenter;
+        presenter.setMainWindow(&window);
+        QTRY_VERIFY(!QGuiApplication::focusWindow());
+        std::optional<qint64> dismissedAfter;
+        QElapsedTimer sinceTurnedTo;
+        presenter.present(alert("Message"), [&] { dismissedAfter = sinceTurnedTo.elapsed(); });
+        QTest::qWait(1100);
+        sinceTurnedTo.start();
+        window.show();
+        window.activateWindow();
+        QVERIFY(waitUntil([&] { return shown()->isModal(); }));
+        QVERIFY(QTest::qWaitForWindowActive(shown()));
+        QVERIFY(waitUntil([&] {
+            if (shown())
+                QTest::keyClick(shown()->windowHandle(), Qt::Key_Space);
+            return dismissedAfter.has_value();
+        }));
+        QVERIFY2(*dismissedAfter >= 990, qPrintable(QString::number(*dismissedAfter)));
+    }
+
     void aWarningThatTookNoKeyboardBlocksTheMainWindowOnceTheUserTurnsToIt() {
         QWidget window;
         QtAlertPresenter presenter;
