@@ -1,5 +1,6 @@
 #include "LauncherPrefs.h"
 
+#include "BringToFront.h"
 #include "Card.h"
 #include "StatusLine.h"
 #include "SymbolView.h"
@@ -120,7 +121,7 @@ TextField *LauncherPrefs::makeField(const QString &placeholder, QString Launcher
 void LauncherPrefs::showEvent(QShowEvent *event) {
     QWidget::showEvent(event);
     // Spontaneous: the window was minimized or on another desktop, not closed.
-    if (event->spontaneous())
+    if (event->spontaneous() || isBeingShownAgain(*window()))
         return;
     model.load();
     // A stored text that is too long for its field is shown cut, and stays whole in the file unless it is

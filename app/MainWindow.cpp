@@ -1,6 +1,7 @@
 #include "MainWindow.h"
 
 #include "AboutDialog.h"
+#include "BringToFront.h"
 #include "ConsoleActions.h"
 #include "ContentView.h"
 #include "HomeLogView.h"
@@ -166,7 +167,7 @@ void MainWindow::setVisible(bool isVisible) {
 
 void MainWindow::showEvent(QShowEvent *event) {
     QMainWindow::showEvent(event);
-    if (event->spontaneous())
+    if (event->spontaneous() || isBeingShownAgain(*this))
         return;
     isAppearing = true;
     windowHandle()->installEventFilter(this);
@@ -193,7 +194,7 @@ void MainWindow::closeEvent(QCloseEvent *event) {
 
 void MainWindow::hideEvent(QHideEvent *event) {
     QMainWindow::hideEvent(event);
-    if (event->spontaneous())
+    if (event->spontaneous() || isBeingShownAgain(*this))
         return;
     isAppearing = false;
     if (about != nullptr)

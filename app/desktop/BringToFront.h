@@ -11,4 +11,8 @@ namespace ferrolt {
 /// that Wayland demands for that; may be empty. Main thread.
 void bringToFront(QWidget &window, const std::string &activationToken);
 
+/// Whether bringToFront() just hides the window and shows it again, as it must on Wayland: its user has not
+/// closed it. To be asked in an event handler. Main thread.
+bool isBeingShownAgain(const QWidget &window);
+
 }  // namespace ferrolt

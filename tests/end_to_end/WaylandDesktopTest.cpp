@@ -228,6 +228,21 @@ class WaylandDesktopTest : public QObject {
         QCOMPARE(window()["id"].toInt(), before);  // without a token it would be a new window
     }
 
+    /// The window is hidden and shown for it, which is no reason to load the form anew.
+    void aSecondStartWithoutATokenKeepsWhatIsTyped() {
+        const QRect settings = place("Settings");
+        QVERIFY(settings.isValid());
+        QVERIFY(mouseMovesTo(settings.center()) && mouseDoes("press") && mouseDoes("release"));
+        const QString reader = QString::number(launcher->id());
+        const QString field = "E-Mail Address";
+        desktop.run(FERROLT_SCREEN_READER, {reader, "fill", field, "grace@example.org"});
+        const int before = window()["id"].toInt();
+        QCOMPARE(launcher->startAgain(), 0);
+        QVERIFY(waitUntil([&] { return hasFocus() && window()["id"].toInt() != before; }));
+        QCOMPARE(desktop.run(FERROLT_SCREEN_READER, {reader, "text", field}).trimmed(),
+                 QString("grace@example.org"));
+    }
+
     void itsTextGoesToTheClipboardAndToThePrimarySelection() {
         const QRect area = place("Lumora Core Engine");
         QVERIFY(area.isValid());

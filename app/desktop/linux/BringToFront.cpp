@@ -17,6 +17,7 @@ namespace {
 /// The source indication of the Extended Window Manager Hints.
 constexpr std::uint32_t directUserAction = 2;
 constexpr std::uint32_t allDesktops = 0xFFFFFFFF;
+constexpr const char *shownAgain = "ferrolt-shown-again";
 
 /// A window property that holds one number; nothing if it is missing or holds something else.
 std::optional<std::uint32_t> number(xcb_connection_t *display, xcb_window_t window, const char *name) {
@@ -68,11 +69,17 @@ bool isOnWayland() {
 /// On Wayland a program can neither activate its window without a token nor restore a minimized one. But a
 /// newly shown window appears in front.
 void showAgain(QWidget &window) {
+    window.setProperty(shownAgain, true);
     window.hide();
     window.show();
+    window.setProperty(shownAgain, {});
 }
 
 }  // namespace
+
+bool isBeingShownAgain(const QWidget &window) {
+    return window.property(shownAgain).isValid();
+}
 
 void bringToFront(QWidget &window, const std::string &activationToken) {
     assertMainThread();

@@ -10,4 +10,8 @@ void bringToFront(QWidget &window, const std::string &) {
     window.activateWindow();
 }
 
+bool isBeingShownAgain(const QWidget &) {
+    return false;
+}
+
 }  // namespace ferrolt
