@@ -181,7 +181,13 @@ bool MainWindow::eventFilter(QObject *watched, QEvent *event) {
     // The content is painted while this event is handled; a queued call runs after that.
     if (watched == windowHandle() && event->type() == QEvent::Expose && windowHandle()->isExposed() &&
         std::exchange(isAppearing, false))
-        QMetaObject::invokeMethod(this, &MainWindow::contentAppeared, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            this,
+            [this] {
+                if (isVisible())  // and not closed again meanwhile
+                    Q_EMIT contentAppeared();
+            },
+            Qt::QueuedConnection);
     return QMainWindow::eventFilter(watched, event);
 }
 

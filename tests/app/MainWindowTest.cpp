@@ -9,6 +9,7 @@
 #include "QtAlertPresenter.h"
 #include "Sidebar.h"
 #include "TestProgram.h"
+#include "Waiting.h"
 #include "WindowFixture.h"
 #include "WindowState.h"
 
@@ -23,6 +24,27 @@
 #include <QWindow>
 
 using namespace ferrolt;
+
+namespace {
+
+/// Closes a window in the turn in which its content appears, before what is queued then.
+class CloseOnceExposed : public QObject {
+  public:
+    explicit CloseOnceExposed(MainWindow &window) : window(window) {
+        window.windowHandle()->installEventFilter(this);  // called before those that are installed already
+    }
+
+    bool eventFilter(QObject *, QEvent *event) override {
+        if (event->type() == QEvent::Expose)
+            QMetaObject::invokeMethod(&window, &QWidget::close, Qt::QueuedConnection);
+        return false;
+    }
+
+  private:
+    MainWindow &window;
+};
+
+}  // namespace
 
 class MainWindowTest : public QObject {
     Q_OBJECT
@@ -113,6 +135,20 @@ class MainWindowTest : public QObject {
         fixture.window->close();
         fixture.window->show();
         QTRY_COMPARE(appeared.size(), 2);
+    }
+
+    void itDoesNotTellThatItsContentAppearsOnceItIsClosed() {
+        WindowFixture fixture;
+        fixture.create();
+        fixture.window = std::make_unique<MainWindow>(fixture.vars, fixture.time,
+                                                      std::make_shared<QtClipboard>(), fixture.stateFile());
+        MainWindow &window = *fixture.window;
+        QSignalSpy appeared(&window, &MainWindow::contentAppeared);
+        window.show();
+        CloseOnceExposed closing(window);
+        QVERIFY(waitUntil([&] { return !window.isVisible(); }));
+        QCoreApplication::processEvents();
+        QCOMPARE(appeared.size(), 0);
     }
 
     void controlQAsksForQuitAndControlWCloses() {
