@@ -159,13 +159,13 @@ int run(int argc, char **argv) {
     QApplication::setApplicationDisplayName(QStringLiteral("Ferrolt Miner Launcher"));
     QApplication::setDesktopFileName(QStringLiteral("ferrolt-miner-launcher"));
     const Ending ending = runApplication(instance, desktop, program);
-    // All that must be saved is saved. The destructor of the application object still hands the clipboard
-    // over to the desktop.
-    endProcessSoon(ending.exitCode);
     if (ending.next == Next::NewVersion)
         if (const auto error = program.startReplacement())
             std::fprintf(stderr, "The new version cannot be started: %s\n",
                          error->localizedDescription().c_str());
+    // All that must be saved is saved. The destructor of the application object still hands the clipboard
+    // over to the desktop.
+    endProcessSoon(ending.exitCode);
     return ending.exitCode;
 }
 
