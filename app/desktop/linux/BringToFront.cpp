@@ -50,7 +50,7 @@ void askWindowManager(xcb_connection_t *display, xcb_window_t root, xcb_window_t
 /// the current one first.
 void activateForUser(const QWidget &widget) {
     xcb_connection_t *const display = x11Display();
-    if (!display)
+    if (!display || xcb_connection_has_error(display) != 0)
         return;
     const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(display)).data->root;
     const auto window = static_cast<xcb_window_t>(widget.winId());
