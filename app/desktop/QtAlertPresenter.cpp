@@ -168,6 +168,9 @@ bool QtAlertPresenter::eventFilter(QObject *watched, QEvent *event) {
     if (box && (type == QEvent::KeyPress || type == QEvent::KeyRelease))
         return pending.front().alert.style != AlertStyle::Informational &&
                !sinceShown.hasExpired(keysIgnoredMilliseconds);
+    // The second click of a double click belongs to the alert before, which was in the same place.
+    if (box && (type == QEvent::MouseButtonPress || type == QEvent::MouseButtonDblClick))
+        return sinceAnswered.isValid() && !sinceAnswered.hasExpired(QApplication::doubleClickInterval());
     // Queued: the box handles these events itself first.
     if (watched == box && (type == QEvent::PaletteChange || type == QEvent::FontChange ||
                            type == QEvent::ApplicationFontChange || type == QEvent::StyleChange))
@@ -183,6 +186,7 @@ void QtAlertPresenter::adapt() {
 }
 
 void QtAlertPresenter::answered() {
+    sinceAnswered.start();
     // `dismissed` may present the next alert, end the program, or both.
     const Pending answered = std::exchange(pending.front(), {});
     pending.pop_front();

@@ -60,6 +60,7 @@ class QtAlertPresenter : public QObject, public AlertPresenter {
     std::deque<Pending> pending;  ///< the first one is shown
     QPointer<QMessageBox> box;
     QElapsedTimer sinceShown;
+    QElapsedTimer sinceAnswered;  ///< the alert before; not valid before the first answer
     QPointer<QWidget> mainWindow;
 };
 

@@ -37,6 +37,9 @@ class QtAlertPresenterTest : public QObject {
         return box->buttons().size() == 1 ? box->buttons().constFirst() : nullptr;
     }
 
+    /// A click before would be the second of a double click.
+    static void waitForANewClick() { QTest::qWait(QApplication::doubleClickInterval() + 20); }
+
     static Alert alert(const QString &message, AlertStyle style = AlertStyle::Warning) {
         return {.style = style, .messageText = message, .informativeText = "Why", .button = "OK"};
     }
@@ -106,6 +109,7 @@ class QtAlertPresenterTest : public QObject {
             QTRY_VERIFY(shown());
             QCOMPARE(shown()->text(), message);
             QAbstractButton *button = onlyButton(shown());
+            waitForANewClick();
             QTest::mouseClick(button, Qt::LeftButton);
             QTRY_COMPARE(dismissed.size(), message == "first" ? 1 : message == "second" ? 2 : 3);
         }
@@ -189,6 +193,22 @@ class QtAlertPresenterTest : public QObject {
         QVERIFY(shown());
         QCOMPARE(shown()->testAttribute(Qt::WA_ShowWithoutActivating), !takesKeyboard);
         QCOMPARE(shown()->isModal(), takesKeyboard);
+    }
+
+    void aDoubleClickDismissesOneAlertOfTwo() {
+        QtAlertPresenter presenter;
+        int dismissed = 0;
+        presenter.present(alert("First", AlertStyle::Informational), [&] { ++dismissed; });
+        presenter.present(alert("Second", AlertStyle::Critical), [&] { ++dismissed; });
+        const auto button = [&] { return shown()->findChild<QPushButton *>(); };
+        QTest::mouseClick(button(), Qt::LeftButton);
+        QCOMPARE(dismissed, 1);
+        QVERIFY(waitUntil([&] { return shown() && shown()->text() == "Second"; }));
+        QTest::mouseClick(button(), Qt::LeftButton);
+        QCOMPARE(dismissed, 1);
+        waitForANewClick();
+        QTest::mouseClick(button(), Qt::LeftButton);
+        QCOMPARE(dismissed, 2);
     }
 
     void aKeyMeantForTheMainWindowDismissesNoWarningThatJustTookItsKeyboard() {
@@ -326,6 +346,7 @@ class QtAlertPresenterTest : public QObject {
                           [&] { presenter.present(alert("second"), [&] { secondDismissed = true; }); });
         QTest::mouseClick(onlyButton(shown()), Qt::LeftButton);
         QTRY_VERIFY(shown() && shown()->text() == "second");
+        waitForANewClick();
         QTest::mouseClick(onlyButton(shown()), Qt::LeftButton);
         QTRY_VERIFY(secondDismissed);
     }
