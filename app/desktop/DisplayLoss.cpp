@@ -11,7 +11,7 @@ namespace {
 QtMessageHandler logMessage = nullptr;
 
 /// A program learns of the loss from Qt's warning alone, which QXcbConnection and QWaylandDisplay log just
-/// before they call exit(): in Qt 5.12 to 6.8 in these words, which are not translated.
+/// before they call exit(): in Qt 6.4 in these words, which are not translated.
 bool isOfALostDisplay(const QString &message) {
     return message.startsWith(QLatin1String("The X11 connection broke")) ||
            message.startsWith(QLatin1String("The Wayland connection broke"));
