@@ -196,7 +196,7 @@ void takeAlerts(const QString &prefix) {
         waitFor([] { return shownAlert() != nullptr; });
         QMessageBox *const box = shownAlert();
         save(*box, prefix + name);
-        QTest::mouseClick(box->defaultButton(), Qt::LeftButton);  // keys are ignored in the first second
+        box->defaultButton()->click();  // keys, and a second click in a row, are ignored at first
         waitFor([&] { return shownAlert() != box; });
     }
 }
