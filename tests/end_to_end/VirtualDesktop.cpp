@@ -3,6 +3,7 @@
 #include "Waiting.h"
 
 #include <QFile>
+#include <QRandomGenerator>
 
 #include <csignal>
 
@@ -10,16 +11,25 @@
 
 namespace ferrolt {
 
+namespace {
+
+/// A number that no other desktop has, also not one of another network or with the same process ids: servers
+/// of the same number take each other's files in /tmp. The X server's own choice is the first that is free in
+/// its network.
+QString displayNumber() {
+    return ":" + QString::number(QRandomGenerator::system()->bounded(100, 50000));
+}
+
+}  // namespace
+
 VirtualDesktop::VirtualDesktop(const QStringList &windowManager, const QString &screenSize) {
     QDir(folder.path()).mkdir("runtime");
     QFile::setPermissions(folder.filePath("runtime"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     bus = startWithAnnouncement("dbus-daemon",
                                 {"--session", "--nofork", "--nopidfile", "--nosyslog", "--print-address=1"});
-    // A server that resets when its last program leaves drops those that connect meanwhile. It takes the
-    // first number that is free in its network; servers of the same number in different networks would take
-    // each other's files in /tmp, so it has none and is found by its abstract socket.
-    display = startWithAnnouncement("Xvfb", {"-noreset", "-displayfd", "1", "-screen", "0",
-                                             screenSize + "x24", "-nolisten", "tcp", "-nolisten", "unix"});
+    // A server that resets when its last program leaves drops those that connect meanwhile.
+    display = startWithAnnouncement("Xvfb", {displayNumber(), "-noreset", "-displayfd", "1", "-screen", "0",
+                                             screenSize + "x24", "-nolisten", "tcp"});
     if (!display.isEmpty())
         display.prepend(':');
     auto &manager = addService();
